@@ -1,0 +1,46 @@
+# Quick start: `make run` exports the bundled example deck, `make test` runs
+# every test (also under AddressSanitizer + UndefinedBehaviorSanitizer).
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+BUILD ?= build
+ASAN_BUILD ?= build-asan
+EXAMPLE ?= examples/aula-exemplo.pptx
+EXAMPLE_ARGS ?= --gif 4:3000
+
+.PHONY: all deps build build-asan run test test-release test-asan bench clean
+
+all: build
+
+deps:
+	@./scripts/install-deps.sh
+
+$(BUILD)/CMakeCache.txt:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
+
+build: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS)
+
+$(ASAN_BUILD)/CMakeCache.txt:
+	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DORVANDEL_SANITIZE=ON -DORVANDEL_BUILD_BENCH=OFF
+
+build-asan: deps $(ASAN_BUILD)/CMakeCache.txt
+	cmake --build $(ASAN_BUILD) -j $(JOBS)
+
+run: build
+	$(BUILD)/orvandel export $(EXAMPLE) -o $(BUILD)/aula-exemplo.orv $(EXAMPLE_ARGS)
+
+test: test-release test-asan
+
+test-release: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+# The sanitizer run skips the slow end-to-end tests that only drive other
+# programs (LibreOffice, ffmpeg); the release run covers them.
+test-asan: build-asan
+	cd $(ASAN_BUILD) && ORVANDEL_SKIP_SLOW=1 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+		UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j $(JOBS)
+
+bench: build
+	./bench/run-all.sh $(BUILD)
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD)

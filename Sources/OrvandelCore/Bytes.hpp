@@ -1,0 +1,27 @@
+#pragma once
+// One byte-buffer type for the whole code base, and the whole-file helpers
+// built on it. Files are read and written with plain POSIX calls so that a
+// failure carries errno into a FileError.
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvandel {
+
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes toBytes(std::string_view text);
+std::string toString(const Bytes& bytes);
+
+// Whether the bytes are well-formed UTF-8 (no overlongs, no surrogates, <= U+10FFFF).
+bool isValidUtf8(std::string_view text);
+
+// Reads a whole file. Throws FileError.
+Bytes readFile(const std::filesystem::path& path);
+// Writes (creating or truncating) a whole file in one go. Throws FileError.
+void writeFile(const std::filesystem::path& path, const Bytes& bytes);
+void writeFile(const std::filesystem::path& path, std::string_view text);
+
+}  // namespace orvandel

@@ -1,0 +1,29 @@
+#pragma once
+// Locale-free number parsing and formatting. The desktop app runs under a
+// Portuguese locale, where printf("%.1f") would write a decimal comma; every
+// number the system writes or reads goes through here instead.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvandel {
+
+// A whole decimal integer: optional "+" or "-", then one or more ASCII digits,
+// nothing else. Out of range or malformed gives nothing.
+std::optional<std::int64_t> parseInt64(std::string_view text);
+
+// A decimal number such as "12.5" or "+3" (no exponent needed, but accepted).
+std::optional<double> parseDouble(std::string_view text);
+
+std::string formatInt(std::int64_t value);
+
+// Fixed-point with the given number of decimals and a dot, correctly rounded
+// from the exact binary value, as printf("%.Nf") does in the C locale.
+std::string formatFixed(double value, int decimals);
+
+// Milliseconds as exact decimal seconds: 0 -> "0", 2000 -> "2", 1500 -> "1.5",
+// 12345 -> "12.345", 1 -> "0.001".
+std::string msAsDecimalSeconds(std::int64_t ms);
+
+}  // namespace orvandel

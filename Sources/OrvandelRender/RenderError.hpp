@@ -1,0 +1,25 @@
+#pragma once
+// The headless renderer's own error. Its descriptions name the stage that
+// failed, what happened and what the user can do about it.
+#include <string>
+
+#include "Error.hpp"
+
+namespace orvandel {
+
+class RenderError : public Error {
+public:
+    enum class Case { missingTool, toolFailed, timedOut, badOutput, badDeck };
+
+    RenderError(Case c, std::string stage, const std::string& description)
+        : Error(description), case_(c), stage_(std::move(stage)) {}
+
+    Case errorCase() const { return case_; }
+    const std::string& stage() const { return stage_; }
+
+private:
+    Case case_;
+    std::string stage_;
+};
+
+}  // namespace orvandel

@@ -1,0 +1,25 @@
+#pragma once
+// The command-line tool: parses the arguments, dispatches to one subcommand
+// and maps the outcome to an exit status (0 success, 1 failure with the
+// error's description on standard error, 2 usage error, 130/143 interrupted).
+#include <cstdint>
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace orvandel::cli {
+
+int run(int argc, char** argv, std::ostream& out, std::ostream& err);
+
+// Exit statuses.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailure = 1;
+inline constexpr int kExitUsage = 2;
+
+// "N:MS" pairs (slide display number : milliseconds) from repeated options.
+// Throws CLI::ValidationError on a malformed pair.
+std::map<std::int64_t, std::int64_t> parseSlideDurations(const std::vector<std::string>& pairs,
+                                                         const std::string& optionName);
+
+}  // namespace orvandel::cli

@@ -1,0 +1,60 @@
+#include "TestSupport.hpp"
+
+#include <algorithm>
+#include <random>
+
+#include "Subprocess.hpp"
+
+namespace orvandel::test {
+
+std::filesystem::path sourceDir() { return ORVANDEL_SOURCE_DIR; }
+
+std::filesystem::path cliPath() { return ORVANDEL_CLI_PATH; }
+
+std::filesystem::path corpusDir() {
+    if (const char* env = std::getenv("ORVANDEL_CORPUS")) return env;
+    return sourceDir() / ".." / "shared" / "corpus";
+}
+
+std::vector<std::filesystem::path> corpusDecks() {
+    std::vector<std::filesystem::path> out;
+    std::error_code ec;
+    if (!std::filesystem::is_directory(corpusDir(), ec)) return out;
+    for (const auto& e : std::filesystem::directory_iterator(corpusDir(), ec)) {
+        const auto ext = e.path().extension().string();
+        if (ext == ".pptx" || ext == ".potx" || ext == ".ppsx") out.push_back(e.path());
+    }
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+bool isBrokenDeck(const std::filesystem::path& deck) {
+    return deck.filename().string().find("BROKEN") != std::string::npos;
+}
+
+bool slowTestsSkipped() {
+    const char* env = std::getenv("ORVANDEL_SKIP_SLOW");
+    return env && std::string(env) == "1";
+}
+
+bool haveProgram(const std::string& name) { return Subprocess::findOnPath(name).has_value(); }
+
+TempDir::TempDir() {
+    std::random_device rd;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        auto candidate = std::filesystem::temp_directory_path() /
+                         ("orvandel-test-" + std::to_string(rd()) + std::to_string(rd()));
+        if (std::filesystem::create_directory(candidate)) {
+            path_ = candidate;
+            return;
+        }
+    }
+    throw std::runtime_error("could not create a temporary directory");
+}
+
+TempDir::~TempDir() {
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+}
+
+}  // namespace orvandel::test

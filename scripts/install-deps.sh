@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Installs the Debian packages Orvandel builds, tests and renders with.
+# Idempotent: only missing packages are installed, and the package lists are
+# refreshed only when something has to be installed.
+set -euo pipefail
+
+packages=(
+  build-essential cmake pkg-config
+  libxml2-dev libpcre2-dev zlib1g-dev nlohmann-json3-dev libcli11-dev
+  libgtest-dev libgmock-dev libbenchmark-dev unzip zip
+  libreoffice-impress-nogui poppler-utils ffmpeg
+  fonts-crosextra-carlito fonts-crosextra-caladea fonts-liberation2 fonts-dejavu
+)
+# The browser check of the movie is optional; ask for it with ORVANDEL_WITH_BROWSER=1.
+if [ "${ORVANDEL_WITH_BROWSER:-0}" = 1 ]; then packages+=(chromium); fi
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+
+echo "install-deps: installing ${missing[*]}" >&2
+sudo=""
+if [ "$(id -u)" -ne 0 ]; then sudo="sudo"; fi
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -qq
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
