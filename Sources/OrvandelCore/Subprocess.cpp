@@ -56,11 +56,13 @@ std::vector<std::string> mergedEnvironment(const std::vector<std::string>& overr
 }
 
 // Reads what is available on fd into sink; returns false at end of file.
-bool drain(int fd, std::string& sink, std::size_t limit) {
+bool drain(int fd, std::string& sink, std::size_t limit,
+           const std::function<void(std::string_view)>& onChunk = {}) {
     char buf[65536];
     for (;;) {
         const ssize_t r = ::read(fd, buf, sizeof buf);
         if (r > 0) {
+            if (onChunk) onChunk(std::string_view(buf, static_cast<std::size_t>(r)));
             const std::size_t room = sink.size() < limit ? limit - sink.size() : 0;
             sink.append(buf, std::min<std::size_t>(room, static_cast<std::size_t>(r)));
             continue;
@@ -196,7 +198,7 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
         for (nfds_t i = 0; i < n; ++i) {
             if (!(fds[i].revents & (POLLIN | POLLHUP | POLLERR))) continue;
             if (fds[i].fd == out.read) {
-                outOpen = drain(out.read, result.standardOutput, options.maxCapture);
+                outOpen = drain(out.read, result.standardOutput, options.maxCapture, options.onStandardOutput);
             } else {
                 errOpen = drain(err.read, result.standardError, options.maxCapture);
             }

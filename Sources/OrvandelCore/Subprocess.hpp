@@ -6,8 +6,10 @@
 // group, so grandchildren go too.
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Cancellation.hpp"
@@ -22,6 +24,9 @@ struct SubprocessOptions {
     std::optional<CancellationToken> cancel;
     // Captured output beyond this many bytes (per stream) is read and dropped.
     std::size_t maxCapture = std::size_t(256) << 20;
+    // Called with each chunk of standard output as it arrives (for progress
+    // reports); the chunk is captured as well.
+    std::function<void(std::string_view)> onStandardOutput;
 };
 
 struct SubprocessResult {

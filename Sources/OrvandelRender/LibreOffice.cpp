@@ -4,6 +4,7 @@
 
 #include "Bytes.hpp"
 #include "RenderError.hpp"
+#include "RenderTools.hpp"
 #include "Subprocess.hpp"
 
 namespace orvandel::LibreOffice {
@@ -38,12 +39,6 @@ std::string xmlEscape(const std::string& s) {
     return out;
 }
 
-std::string lastLines(const std::string& text, std::size_t maxChars = 600) {
-    std::string t = text;
-    while (!t.empty() && (t.back() == '\n' || t.back() == '\r' || t.back() == ' ')) t.pop_back();
-    if (t.size() > maxChars) t = "..." + t.substr(t.size() - maxChars);
-    return t;
-}
 
 }  // namespace
 
@@ -112,8 +107,8 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
         if (std::filesystem::is_regular_file(output, ec) && std::filesystem::file_size(output, ec) > 0) {
             return output;
         }
-        std::string detail = lastLines(r.standardError);
-        if (detail.empty()) detail = lastLines(r.standardOutput);
+        std::string detail = RenderTools::tail(r.standardError);
+        if (detail.empty()) detail = RenderTools::tail(r.standardOutput);
         throw RenderError(RenderError::Case::toolFailed, kStage,
                           std::string(kStage) + ": soffice (exit status " + std::to_string(r.exitStatus) +
                               ") wrote no " + outputExtension + " for " + input.filename().string() +

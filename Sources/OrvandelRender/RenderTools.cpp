@@ -1,0 +1,55 @@
+#include "RenderTools.hpp"
+
+#include "RenderError.hpp"
+
+namespace orvandel::RenderTools {
+
+std::string tail(const std::string& text, std::size_t maxChars) {
+    std::string t = text;
+    while (!t.empty() && (t.back() == '\n' || t.back() == '\r' || t.back() == ' ')) t.pop_back();
+    std::size_t start = 0;
+    while (start < t.size() && (t[start] == '\n' || t[start] == ' ')) ++start;
+    t = t.substr(start);
+    if (t.size() > maxChars) {
+        std::size_t cut = t.size() - maxChars;
+        while (cut < t.size() && (static_cast<unsigned char>(t[cut]) & 0xC0) == 0x80) ++cut;  // whole characters
+        t = "..." + t.substr(cut);
+    }
+    return t;
+}
+
+SubprocessResult runTool(const std::string& stage, const std::string& program, const std::string& debianPackage,
+                         const std::vector<std::string>& args, const SubprocessOptions& options) {
+    const auto path = Subprocess::findOnPath(program);
+    if (!path) {
+        throw RenderError(RenderError::Case::missingTool, stage,
+                          stage + ": " + program + " was not found on PATH. Install the Debian package " +
+                              debianPackage + " (or run scripts/install-deps.sh) and try again.");
+    }
+    std::vector<std::string> argv{path->string()};
+    argv.insert(argv.end(), args.begin(), args.end());
+    SubprocessResult r;
+    try {
+        r = Subprocess::run(argv, options);
+    } catch (const LaunchError& e) {
+        throw RenderError(RenderError::Case::missingTool, stage,
+                          stage + ": " + e.what() + ". Reinstall the Debian package " + debianPackage + ".");
+    }
+    if (r.cancelled) throw CancelledError();
+    if (r.timedOut) {
+        throw RenderError(RenderError::Case::timedOut, stage,
+                          stage + ": " + program + " did not finish within " +
+                              std::to_string(options.timeout ? options.timeout->count() / 1000 : 0) +
+                              " s and was stopped. Try again; if it keeps happening, pass a movie you rendered "
+                              "yourself with --mp4.");
+    }
+    if (!r.succeeded()) {
+        const std::string detail = tail(r.standardError);
+        throw RenderError(RenderError::Case::toolFailed, stage,
+                          stage + ": " + program + " failed (exit status " + std::to_string(r.exitStatus) + ")" +
+                              (detail.empty() ? std::string(".") : ": " + detail));
+    }
+    return r;
+}
+
+}  // namespace orvandel::RenderTools

@@ -1,0 +1,20 @@
+#pragma once
+// Running the renderer's helper programs: a missing program or a failing run
+// becomes a RenderError that names the stage, what happened and what to do.
+#include <string>
+#include <vector>
+
+#include "Subprocess.hpp"
+
+namespace orvandel::RenderTools {
+
+// Runs `program args...` (found on PATH). Throws RenderError when it is
+// missing (naming the Debian package), times out or exits non-zero (with the
+// end of its standard error), and CancelledError when the token was cancelled.
+SubprocessResult runTool(const std::string& stage, const std::string& program, const std::string& debianPackage,
+                         const std::vector<std::string>& args, const SubprocessOptions& options);
+
+// The last few hundred characters of a tool's output, trimmed.
+std::string tail(const std::string& text, std::size_t maxChars = 600);
+
+}  // namespace orvandel::RenderTools
