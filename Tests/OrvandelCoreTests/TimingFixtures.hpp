@@ -1,0 +1,39 @@
+#pragma once
+// Builders of timing trees in the shape PowerPoint writes, for tests that
+// need a main sequence without spelling out every level.
+#include <string>
+
+namespace orvandel::test {
+
+// One effect: its p:cTn attributes, start delay and the dur of its behaviour on shape spid.
+inline std::string effect(const std::string& attrs, const std::string& delay, const std::string& dur,
+                          const std::string& spid = "2") {
+    return "<p:par><p:cTn " + attrs + "><p:stCondLst><p:cond delay=\"" + delay +
+           "\"/></p:stCondLst><p:childTnLst><p:set><p:cBhvr><p:cTn dur=\"" + dur + "\"/><p:tgtEl><p:spTgt spid=\"" +
+           spid + "\"/></p:tgtEl></p:cBhvr></p:set></p:childTnLst></p:cTn></p:par>";
+}
+
+// A click step or a group container holding the given p:par children.
+inline std::string node(const std::string& id, const std::string& children) {
+    return "<p:par><p:cTn id=\"" + id + "\"><p:stCondLst><p:cond delay=\"indefinite\"/></p:stCondLst><p:childTnLst>" +
+           children + "</p:childTnLst></p:cTn></p:par>";
+}
+
+// A click step holding one group container.
+inline std::string step(const std::string& effects) { return node("7", node("8", effects)); }
+
+inline std::string timing(const std::string& steps, const std::string& seqType = "mainSeq",
+                          const std::string& more = "") {
+    return "<p:timing><p:tnLst><p:par><p:cTn id=\"1\" nodeType=\"tmRoot\"><p:childTnLst><p:seq><p:cTn id=\"2\" "
+           "nodeType=\"" + seqType + "\"><p:childTnLst>" + steps + "</p:childTnLst></p:cTn></p:seq>" + more +
+           "</p:childTnLst></p:cTn></p:par></p:tnLst></p:timing>";
+}
+
+// Shape 2 is a text box, shape 3 a video.
+inline std::string slide(const std::string& timingXml) {
+    return "<p:sld><p:cSld><p:spTree><p:sp><p:nvSpPr><p:cNvPr id=\"2\"/></p:nvSpPr></p:sp><p:pic><p:nvPicPr>"
+           "<p:cNvPr id=\"3\"/><p:nvPr><a:videoFile r:link=\"rId2\"/></p:nvPr></p:nvPicPr></p:pic></p:spTree></p:cSld>" +
+           timingXml + "</p:sld>";
+}
+
+}  // namespace orvandel::test
