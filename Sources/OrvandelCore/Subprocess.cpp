@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <map>
 
 extern char** environ;
@@ -154,6 +155,7 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
     bool outOpen = true, errOpen = true, exited = false, killed = false;
     std::optional<Clock::time_point> drainDeadline;
     siginfo_t info{};
+    unsigned idleSleepUs = 100;
 
     auto killGroup = [&] {
         ::kill(-pid, SIGKILL);
@@ -185,7 +187,12 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
         }
         if (drainDeadline && Clock::now() > *drainDeadline) break;
         if (!outOpen && !errOpen) {
-            if (!exited) ::usleep(10000);
+            // Both pipes are closed, so the child is normally about to exit:
+            // look again soon, backing off to 10 ms for one that lingers.
+            if (!exited) {
+                ::usleep(idleSleepUs);
+                idleSleepUs = std::min(idleSleepUs * 2, 10000u);
+            }
             continue;
         }
         pollfd fds[2];
