@@ -30,7 +30,7 @@ std::filesystem::path sparseMovie(const std::filesystem::path& dir, std::int64_t
     putBe(moov, 8 + 112, 4);
     moov += "mvhd";
     putBe(moov, 0x01000000, 4);  // version 1, no flags
-    putBe(moov, 0, 16);          // creation, modification
+    moov.append(16, '\0');     // creation, modification
     putBe(moov, 600, 4);         // timescale
     putBe(moov, 1800000, 8);     // duration: 50 minutes
     moov.resize(moov.size() + 80, '\0');

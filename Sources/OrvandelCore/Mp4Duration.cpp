@@ -112,7 +112,9 @@ public:
         } else if (size32 == 0) {
             size = static_cast<std::uint64_t>(end - offset);  // runs to the end of its container
         }
-        if (!isPrintableType(box.type)) fail("invalid box type" + at + where);
+        // Top-level types are plain ASCII; anything else means the walk has
+        // left the box structure. (Some boxes deeper in are named with byte 0xA9.)
+        if (where.empty() && !isPrintableType(box.type)) fail("invalid box type" + at);
         const std::string named = "'" + box.type + "' box" + at;
         if (size < static_cast<std::uint64_t>(box.headerSize)) {
             fail("invalid size " + std::to_string(size) + " of " + named + where);
@@ -156,7 +158,7 @@ std::int64_t measureMs(const std::filesystem::path& url) {
     unsigned char first[8];
     file.readAt(0, first, 8);
     if (!isLeadingType(std::string(reinterpret_cast<const char*>(first + 4), 4))) {
-        file.fail("not an MP4 movie (no movie box at the start of the file)");
+        file.fail("not an MP4 movie (unrecognised data at the start of the file)");
     }
 
     const auto moov = file.find("moov", 0, file.size(), "");

@@ -24,7 +24,7 @@ inline Bytes box(const std::string& type, const Bytes& payload) {
 // A movie header; creation and modification times and the fields after the duration are zeros.
 inline Bytes mvhd(std::uint32_t timescale, std::uint64_t duration, int version = 0) {
     Bytes p{static_cast<std::uint8_t>(version), 0, 0, 0};
-    putBe(p, 0, version == 0 ? 8 : 16);
+    p.resize(p.size() + (version == 0 ? 8 : 16), 0);  // creation and modification times
     putBe(p, timescale, 4);
     putBe(p, duration, version == 0 ? 4 : 8);
     p.resize(p.size() + 80, 0);

@@ -56,7 +56,7 @@ TEST(Mp4DurationTest, RefusesWhatIsNoMeasurableMovie) {
     const auto measured = [&](const std::string& name, const Bytes& bytes) { return measureMs(saved(dir, name, bytes)); };
     EXPECT_THAT([&] { measureMs(dir / "missing.mp4"); }, failsWith("missing.mp4: No such file or directory"));
     EXPECT_THAT([&] { measured("notes.txt", toBytes("hello, this is text")); },
-                failsWith("notes.txt: not an MP4 movie (no movie box at the start of the file)"));
+                failsWith("notes.txt: not an MP4 movie (unrecognised data at the start of the file)"));
     EXPECT_THAT([&] { measured("zero.mp4", craftedMovie(1000, 0)); }, failsWith("zero.mp4: non-finite or zero duration"));
     EXPECT_THAT([&] { measured("scale.mp4", craftedMovie(0, 5)); },
                 failsWith("scale.mp4: zero timescale in the movie header ('mvhd')"));

@@ -159,7 +159,7 @@ TEST(Mp4ExporterTest, ExportRendersClosesAndChecksTheMovie) {
     EXPECT_THAT([&] { export_(deck, out, fast(), nullptr, runner); },
                 ThrowsMessage<ExportError>("MP4 export produced an unmeasurable file: rendered file at " + out.string() +
                                            " could not be measured: cannot measure duration of master.mp4: "
-                                           "not an MP4 movie (no movie box at the start of the file)"));
+                                           "not an MP4 movie (unrecognised data at the start of the file)"));
 
     // A render that never starts leaves the deck open; the last run's output is not taken for it.
     runner.render = nullptr;
