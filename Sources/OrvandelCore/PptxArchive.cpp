@@ -54,7 +54,7 @@ private:
     }
     [[noreturn]] void damaged(const std::string& reason) const {
         fail(statusDamaged, "entry " + entry_ + " of " + path_ + " is damaged (" + reason +
-                                "); the deck may be corrupt: open it in PowerPoint and save it again");
+                                "); the deck may be corrupt: open it in your presentation program and save it again");
     }
     [[noreturn]] void archiveFailure(const ZipError& error) const;
 
@@ -102,7 +102,7 @@ void EntryReader::archiveFailure(const ZipError& error) const {
             if (magic[0] == 0xD0 && magic[1] == 0xCF && magic[2] == 0x11 && magic[3] == 0xE0) {
                 fail(statusCannotOpen, path_ +
                                            " is an encrypted (password-protected) document, not a ZIP archive; "
-                                           "open it in PowerPoint, save it again without a password and retry");
+                                           "open it in your presentation program, save it again without a password and retry");
             }
             fail(statusCannotOpen, path_ +
                                        " is not a ZIP archive (no end-of-central-directory record); the file is "
@@ -115,8 +115,8 @@ void EntryReader::archiveFailure(const ZipError& error) const {
         case ZipError::Case::entryNotFound:
             break;
     }
-    fail(statusDamaged, path_ + " has a malformed central directory; the deck is damaged: open it in PowerPoint "
-                                "and save it again");
+    fail(statusDamaged, path_ + " has a malformed central directory; the deck is damaged: open it in your "
+                                "presentation program and save it again");
 }
 
 Bytes EntryReader::read() {
@@ -162,7 +162,7 @@ Bytes EntryReader::read() {
     if (method != 0 && method != 8) {
         fail(statusDamaged, "entry " + entry_ + " of " + path_ + " uses compression method " +
                                 std::to_string(method) +
-                                ", which is not supported; save the deck again from PowerPoint");
+                                ", which is not supported; save the deck again from your presentation program");
     }
     // Sizes and CRC come from the central record: with a data descriptor
     // (flag bit 3) the local header holds zeros.
