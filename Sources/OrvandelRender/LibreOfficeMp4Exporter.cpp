@@ -62,7 +62,7 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     const auto pdf = LibreOffice::convert(
         preparedDeck, kPdfFilter, "pdf", scratch.path() / "pdf",
         {.workDir = scratch.path() / "lo",
-         .timeout = std::chrono::milliseconds(120'000 + 1'000 * slideCount),
+         .timeout = options_.libreOfficeTimeout.value_or(std::chrono::milliseconds(120'000 + 1'000 * slideCount)),
          .cancel = hooks.cancel});
     report(hooks, kStagePdf, 1);
 

@@ -9,7 +9,9 @@
 // Failures throw RenderError (never Mp4Exporter::ExportError, whose texts
 // speak of PowerPoint), cancellation throws CancelledError. Every child
 // process has a time limit and runs in its own process group.
+#include <chrono>
 #include <cstdint>
+#include <optional>
 
 #include "Mp4Exporting.hpp"
 
@@ -24,6 +26,8 @@ public:
         int workers = 0;  // rasterising processes; 0 = one per core
         bool silentAudio = true;
         std::int64_t minPlausibleMs = 1000;
+        // LibreOffice's limit per attempt; default 120 s plus 1 s per slide.
+        std::optional<std::chrono::milliseconds> libreOfficeTimeout;
     };
 
     LibreOfficeMp4Exporter() = default;
