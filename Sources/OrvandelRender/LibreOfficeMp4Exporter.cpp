@@ -86,12 +86,17 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
          .cancel = hooks.cancel,
          .onProgress = [&](int done, int total) { report(hooks, kStageDraw, double(done) / double(total)); }});
 
+    std::vector<std::filesystem::path> stills;
+    for (int page : pages) stills.push_back(images.at(page));
+    const auto frames = MovieEncoder::convertToRawFrames(
+        stills, frame, scratch.path() / "frames", {.timeout = std::chrono::milliseconds(120'000 + 2'000 * slideCount), .cancel = hooks.cancel});
     std::vector<TimelineEntry> entries;
+    std::size_t next = 0;
     for (const auto& slide : plan.slides) {
-        if (!slide.hidden) entries.push_back({images.at(static_cast<int>(slide.displayIndex)), slide.advanceTimeMs});
+        if (!slide.hidden) entries.push_back({frames.at(next++), slide.advanceTimeMs});
     }
     const auto list = scratch.path() / "timeline.ffconcat";
-    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs));
+    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs, frame));
     checkCancelled(hooks);
 
     report(hooks, kStageEncode, 0);
