@@ -225,3 +225,20 @@ TEST(DeckScannerTest, EveryCorpusDeckScansOrFailsWithATypedError) {
         }
     }
 }
+
+TEST(DeckScannerTest, TheExampleDeckNeedsOnlyTheGifLength) {
+    const auto deck = sourceDir() / "examples" / "aula-exemplo.pptx";
+    const auto reports = DeckScanner::report(deck, {}, {{4, 3000}});
+    ASSERT_EQ(reports.size(), 8u);
+    for (const auto& r : reports) EXPECT_TRUE(r.advTmMs.has_value()) << r.displayIndex;
+    EXPECT_TRUE(reports[3].hasGif);
+    EXPECT_TRUE(reports[4].hasOnClickVideo);
+    EXPECT_GT(reports[4].videoDurationMs.value_or(0), 0);
+    EXPECT_EQ(reports[5].exitGroupCount, 1);
+    EXPECT_TRUE(reports[6].isHidden);
+    EXPECT_EQ(reports[1].bulletCount, 3);
+    EXPECT_FALSE(DeckScanner::validateMedia(reports).needsAttention());
+    const auto notes = NotesScanner::notesBySlide(deck);
+    EXPECT_GE(notes.size(), 5u);
+    EXPECT_NE(notes.at(3).find("água & gás"), std::string::npos);
+}
