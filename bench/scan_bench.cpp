@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <unistd.h>
 
 #include "DeckBuilder.hpp"
 #include "DeckScanner.hpp"
@@ -71,18 +72,26 @@ std::string bulletSlide(int n) {
     return test::slideXml(shapes, timing);
 }
 
-const fs::path& generatedDeck() {
-    static const fs::path path = [] {
-        const fs::path p = fs::temp_directory_path() / "orvandel-scan-bench-500.pptx";
+// Written once per run and removed when the program ends.
+struct GeneratedDeck {
+    fs::path path = fs::temp_directory_path() / ("orvandel-scan-bench-" + std::to_string(::getpid()) + ".pptx");
+    GeneratedDeck() {
         test::DeckBuilder deck;
         for (int n = 1; n <= 500; ++n) {
             deck.addSlide(bulletSlide(n)).addNotes(n, test::notesSlideXml({"Fala do slide " + std::to_string(n),
                                                                            "Água & luz: fotossíntese."}));
         }
-        deck.write(p);
-        return p;
-    }();
-    return path;
+        deck.write(path);
+    }
+    ~GeneratedDeck() {
+        std::error_code ec;
+        fs::remove(path, ec);
+    }
+};
+
+const fs::path& generatedDeck() {
+    static const GeneratedDeck deck;
+    return deck.path;
 }
 
 template <typename Scan>
