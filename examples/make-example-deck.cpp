@@ -440,7 +440,7 @@ std::string appXml(std::size_t slides, std::size_t notes, std::size_t hidden) {
            "xmlns:vt=\"http://schemas.openxmlformats.org/officeDocument/2006/docPropsVTypes\"><TotalTime>0</TotalTime>"
            "<Application>orvandel-example-deck</Application><PresentationFormat>Widescreen</PresentationFormat>"
            "<Slides>" + std::to_string(slides) + "</Slides><Notes>" + std::to_string(notes) + "</Notes><HiddenSlides>" +
-           std::to_string(hidden) + "</HiddenSlides><MMClips>1</MMClips><AppVersion>16.0000</AppVersion></Properties>";
+           std::to_string(hidden) + "</HiddenSlides><MMClips>1</MMClips></Properties>";
 }
 
 std::string coreXml() {
