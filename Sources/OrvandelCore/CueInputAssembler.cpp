@@ -1,6 +1,7 @@
 #include "CueInputAssembler.hpp"
 
 #include "DeckError.hpp"
+#include "DeckScanner.hpp"
 
 namespace orvandel::CueInputAssembler {
 
@@ -37,6 +38,11 @@ std::vector<CueInput> cueInputs(const std::vector<SlideReport>& reports, const S
         inputs.push_back(std::move(input));
     }
     return inputs;
+}
+
+std::vector<CueInput> cueInputs(const std::filesystem::path& pptx, const SlideDurations& videoMs,
+                                const SlideDurations& gifMs) {
+    return cueInputs(DeckScanner::report(pptx, videoMs, gifMs), videoMs, gifMs);
 }
 
 }  // namespace orvandel::CueInputAssembler

@@ -3,6 +3,7 @@
 // one CueInput per slide, in presentation order, with the user's video and GIF
 // durations folded in.
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <vector>
 
@@ -33,6 +34,11 @@ namespace CueInputAssembler {
 // first visible slide without an advance time (a video nobody knows the length
 // of); a hidden one is accepted with advance time 0.
 std::vector<CueInput> cueInputs(const std::vector<SlideReport>& reports, const SlideDurations& videoMs,
+                                const SlideDurations& gifMs);
+
+// The same on the reports of DeckScanner::report for the deck, whose errors
+// are thrown on.
+std::vector<CueInput> cueInputs(const std::filesystem::path& pptx, const SlideDurations& videoMs,
                                 const SlideDurations& gifMs);
 
 }  // namespace CueInputAssembler

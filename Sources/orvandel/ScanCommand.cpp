@@ -1,18 +1,89 @@
 #include <CLI/CLI.hpp>
 
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "Cli.hpp"
 #include "Commands.hpp"
-#include "Error.hpp"
+#include "DeckScanner.hpp"
 
 namespace orvandel::cli {
 
+namespace {
+
+struct ScanOptions {
+    std::string deck;
+    bool json = false;
+    std::vector<std::string> video;
+    std::vector<std::string> gif;
+};
+
+nlohmann::ordered_json optionalJson(const std::optional<std::int64_t>& value) {
+    return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
+}
+
+nlohmann::ordered_json reportJson(const SlideReport& r) {
+    nlohmann::ordered_json kinds = nlohmann::ordered_json::array();
+    for (const ClickGroupKind kind : r.orderedGroupKinds) kinds.push_back(std::string(toString(kind)));
+    return {
+        {"displayIndex", r.displayIndex},
+        {"file", r.file},
+        {"bulletCount", r.bulletCount},
+        {"bulletDursMs", r.bulletDursMs},
+        {"autoDurationMs", r.autoDurationMs},
+        {"hasVideoAutoplay", r.hasVideoAutoplay},
+        {"videoCount", r.videoCount},
+        {"advTmMs", optionalJson(r.advTmMs)},
+        {"isHidden", r.isHidden},
+        {"videoDurationMs", optionalJson(r.videoDurationMs)},
+        {"hasOnClickVideo", r.hasOnClickVideo},
+        {"hasGif", r.hasGif},
+        {"hasExitEffect", r.hasExitEffect},
+        {"exitGroupCount", r.exitGroupCount},
+        {"orderedGroupKinds", std::move(kinds)},
+    };
+}
+
+int runScan(const ScanOptions& options, std::ostream& out) {
+    const auto videoMs = parseSlideDurations(options.video, "--video");
+    const auto gifMs = parseSlideDurations(options.gif, "--gif");
+    const auto reports = DeckScanner::report(options.deck, videoMs, gifMs);
+    if (options.json) {
+        nlohmann::ordered_json array = nlohmann::ordered_json::array();
+        for (const auto& r : reports) array.push_back(reportJson(r));
+        out << array.dump(2) << "\n";
+    } else {
+        out << DeckScanner::formatTable(reports) << "\n";
+    }
+    return kExitOk;
+}
+
+}  // namespace
+
 void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err) {
-    auto* cmd = app.add_subcommand("scan", "(not yet available)");
-    cmd->callback([&action, &out, &err] {
-        action = [&out, &err]() -> int {
-            (void)out;
-            (void)err;
-            throw Error("orvandel scan is not available yet");
-        };
+    auto options = std::make_shared<ScanOptions>();
+    // Each --video/--gif takes one pair, so that the deck may follow them.
+    auto* cmd = app.add_subcommand(
+        "scan",
+        "Report every slide of a deck in presentation order: its click steps (bullets), the animations that start "
+        "by themselves, whether a video plays without a click, and the advance time the slide needs to play all "
+        "of it by itself. \"needs videoMs\" marks a slide whose video states no length: give it with --video.");
+    cmd->add_option("DECK", options->deck, "The deck to scan (.pptx)")->required();
+    cmd->add_flag("--json", options->json,
+                  "Print a JSON array with one object per slide (every field of the report, absent values as "
+                  "null) instead of the table");
+    cmd->add_option("--video", options->video,
+                    "N:MS, the length in milliseconds of the video on slide N (1-based, hidden slides counted); "
+                    "wins over the length the slide states")
+        ->type_name("N:MS")
+        ->allow_extra_args(false);
+    cmd->add_option("--gif", options->gif, "N:MS, how long the GIF on slide N plays, in milliseconds")
+        ->type_name("N:MS")
+        ->allow_extra_args(false);
+    cmd->footer("Example:\n  orvandel scan examples/aula-exemplo.pptx --gif 4:3000");
+    cmd->callback([&action, &out, &err, options] {
+        (void)err;
+        action = [&out, options]() -> int { return runScan(*options, out); };
     });
 }
 

@@ -1,0 +1,244 @@
+#include <gtest/gtest.h>
+
+#include "CueInputAssembler.hpp"
+#include "DeckBuilder.hpp"
+#include "DeckError.hpp"
+#include "DeckScanner.hpp"
+#include "NotesScanner.hpp"
+#include "PptxArchive.hpp"
+#include "SlideXML.hpp"
+#include "TestSupport.hpp"
+#include "TimingFixtures.hpp"
+#include "ZipArchive.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+using PptxArchive::ArchiveError;
+
+namespace {
+
+const std::string click = "nodeType=\"clickEffect\"";
+const std::string with = "nodeType=\"withEffect\"";
+const std::string clickMedia = click + " presetClass=\"mediacall\"";
+const std::string withMedia = with + " presetClass=\"mediacall\"";
+
+const std::string textBox =
+    "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"Texto\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/></p:sp>";
+
+std::string picture(const std::string& id, const std::string& embed, const std::string& nvPr = "") {
+    return "<p:pic><p:nvPicPr><p:cNvPr id=\"" + id + "\" name=\"Imagem\"/><p:cNvPicPr/><p:nvPr>" + nvPr +
+           "</p:nvPr></p:nvPicPr><p:blipFill><a:blip r:embed=\"" + embed +
+           "\"/></p:blipFill><p:spPr/></p:pic>";
+}
+// A video on shape 3 whose poster frame is media/poster.gif (rId9).
+const std::string video = picture("3", "rId9", "<a:videoFile r:link=\"rId2\"/>");
+
+std::string presentationXml(const std::string& sldIds, const std::string& more = "") {
+    return std::string("<?xml version=\"1.0\"?><p:presentation xmlns:a=\"") + kNsA + "\" xmlns:r=\"" + kNsR +
+           "\" xmlns:p=\"" + kNsP + "\"><p:sldIdLst>" + sldIds + "</p:sldIdLst>" + more + "</p:presentation>";
+}
+
+}  // namespace
+
+TEST(DeckScannerTest, SlidesFollowTheSldIdOrderAndTheirTargets) {
+    TempDir dir;
+    DeckBuilder deck;
+    for (int i = 0; i < 3; ++i) deck.addSlide(slideXml());
+    // A section list names slides by p14:sldId too; those carry no r:id.
+    deck.addEntry("ppt/presentation.xml",
+                  presentationXml("<p:sldId id=\"258\" r:id=\"rId3\"/><p:sldId id=\"300\" r:id=\"rId7\"/>"
+                                  "<p:sldId id=\"256\" r:id=\"rId1\"/><p:sldId id=\"257\" r:id=\"rId2\"/>",
+                                  "<p:extLst><p:ext uri=\"{521415D9-36F7-43E2-AB2F-B90AF26B5E84}\"><p14:sectionLst "
+                                  "xmlns:p14=\"http://schemas.microsoft.com/office/powerpoint/2010/main\">"
+                                  "<p14:section name=\"Um\" id=\"{A}\"><p14:sldIdLst><p14:sldId id=\"256\"/>"
+                                  "<p14:sldId id=\"257\"/><p14:sldId id=\"258\"/></p14:sldIdLst></p14:section>"
+                                  "</p14:sectionLst></p:ext></p:extLst>"));
+    deck.addEntry("ppt/_rels/presentation.xml.rels",
+                  "\xEF\xBB\xBF" + relationshipsXml({{"rId2", "slide", "slides/slide9.xml", ""},
+                                                     {"rId1", "slide", "/ppt/slides/slide1.xml", ""},
+                                                     {"rId4", "slideLayout", "slideLayouts/slideLayout1.xml", ""},
+                                                     {"rId3", "slide", "slides/slide3.xml", ""},
+                                                     {"rId2", "slide", "slides/slide2.xml", ""}}));
+    deck.write(dir / "order.pptx");
+    // rId7 has no relationship and is skipped; the later rId2 wins.
+    EXPECT_EQ(DeckScanner::orderedSlideFiles(dir / "order.pptx"),
+              (std::vector<std::string>{"ppt/slides/slide3.xml", "ppt/slides/slide1.xml", "ppt/slides/slide2.xml"}));
+    const auto reports = DeckScanner::report(dir / "order.pptx", {}, {});
+    ASSERT_EQ(reports.size(), 3u);
+    EXPECT_EQ(reports[2].displayIndex, 3);
+    EXPECT_EQ(reports[2].file, "ppt/slides/slide2.xml");
+
+    DeckBuilder empty;
+    empty.write(dir / "empty.pptx");
+    EXPECT_TRUE(DeckScanner::report(dir / "empty.pptx", {}, {}).empty());
+    EXPECT_EQ(DeckScanner::formatTable({}), "idx file                      bullets  autoDurMs  video  advTm");
+}
+
+TEST(DeckScannerTest, MissingPartsAndUnreadableTimingFailTheReport) {
+    TempDir dir;
+    DeckBuilder deck;
+    deck.addSlide(slideXml(textBox, timing(step(effect(click, "0", "500")))));
+    auto entries = deck.entries();
+    std::erase_if(entries, [](const auto& e) { return e.first == "ppt/_rels/presentation.xml.rels"; });
+    ZipArchive::create(entries, dir / "norels.pptx");
+    try {
+        DeckScanner::orderedSlideFiles(dir / "norels.pptx");
+        FAIL() << "no error";
+    } catch (const ArchiveError& e) {
+        EXPECT_EQ(e.entry(), "ppt/_rels/presentation.xml.rels");
+    }
+
+    entries = deck.entries();
+    std::erase_if(entries, [](const auto& e) { return e.first == "ppt/slides/slide1.xml"; });
+    ZipArchive::create(entries, dir / "noslide.pptx");
+    EXPECT_THROW(DeckScanner::report(dir / "noslide.pptx", {}, {}), ArchiveError);
+
+    DeckBuilder broken;
+    broken.addSlide(slideXml(textBox, "<p:timing><p:tnLst><q:par/></p:tnLst></p:timing>"));
+    broken.write(dir / "broken.pptx");
+    EXPECT_THROW(DeckScanner::report(dir / "broken.pptx", {}, {}), SlideXMLError);
+}
+
+TEST(DeckScannerTest, HiddenIsReadFromTheRootStartTagOnly) {
+    const auto hidden = [](const std::string& attrs) { return DeckScanner::isSlideHidden(slideXml("", "", attrs)); };
+    EXPECT_TRUE(hidden("show=\"0\""));
+    EXPECT_TRUE(hidden("show='false'"));
+    EXPECT_TRUE(hidden("show = \"FALSE\""));
+    EXPECT_FALSE(hidden("show=\"1\""));
+    EXPECT_FALSE(hidden("show=\"\""));
+    EXPECT_FALSE(hidden(""));
+    EXPECT_FALSE(hidden("xshow=\"0\""));
+    EXPECT_FALSE(DeckScanner::isSlideHidden(slideXml("<p:sp show=\"0\"/>")));
+    EXPECT_FALSE(DeckScanner::isSlideHidden("<p:sld show=\"0\""));
+}
+
+TEST(DeckScannerTest, VideoProbesReadTheTiming) {
+    const auto slideWith = [](const std::string& timingXml) { return slideXml(textBox + video, timingXml); };
+    const std::string onClick = slideWith(timing(step(effect(clickMedia, "0", "7250", "3"))));
+    EXPECT_FALSE(DeckScanner::hasVideoAutoplay(onClick));
+    EXPECT_EQ(DeckScanner::mainSeqVideo(onClick), (MainSeqVideo{true, true, 7250}));
+
+    const std::string automatic = slideWith(timing(step(effect(withMedia, "0", "indefinite", "3"))));
+    EXPECT_TRUE(DeckScanner::hasVideoAutoplay(automatic));
+    EXPECT_EQ(DeckScanner::mainSeqVideo(automatic), (MainSeqVideo{true, false, std::nullopt}));
+    EXPECT_TRUE(DeckScanner::hasVideoAutoplay(slideWith(timing(step(effect("presetClass=\"mediacall\"", "0", "1"))))));
+
+    // A media call outside the main sequence still autoplays, but is no main-sequence video.
+    const std::string interactive = slideWith(timing(step(effect(withMedia, "0", "500", "3")), "interactiveSeq"));
+    EXPECT_TRUE(DeckScanner::hasVideoAutoplay(interactive));
+    EXPECT_EQ(DeckScanner::mainSeqVideo(interactive), MainSeqVideo{});
+
+    const std::string malformed = slideWith("<p:timing><p:cTn presetClass=\"mediacall\"></p:timing>");
+    EXPECT_FALSE(DeckScanner::hasVideoAutoplay(malformed));
+    EXPECT_EQ(DeckScanner::mainSeqVideo(malformed), MainSeqVideo{});
+}
+
+TEST(DeckScannerTest, GifsAreNonVideoPicturesWithAGifTarget) {
+    const std::string rels = relationshipsXml({{"rId2", "video", "../media/media1.mp4", ""},
+                                               {"rId9", "image", "../media/poster.gif", ""},
+                                               {"rId5", "image", "../media/image1.GIF", ""},
+                                               {"rId6", "image", "../media/image2.png", ""}});
+    EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(video), rels));
+    EXPECT_TRUE(DeckScanner::slideHasGif(slideXml(video + picture("4", "rId5")), rels));
+    EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId6")), rels));
+    EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId5")), ""));
+}
+
+TEST(DeckScannerTest, ReportsEverySlideWithItsAdvanceTime) {
+    TempDir dir;
+    const std::string mediaRels = relationshipsXml(
+        {{"rId2", "video", "../media/media1.mp4", ""}, {"rId9", "image", "../media/poster.gif", ""}});
+    DeckBuilder deck;
+    deck.addSlide(slideXml(textBox, timing(step(effect(click, "0", "500")) + step(effect(click, "0", "2000")))))
+        .addSlide(slideXml(textBox + video, timing(step(effect(clickMedia, "0", "indefinite", "3")))), mediaRels)
+        .addSlide(slideXml(textBox, "", "show=\"0\""))
+        .addSlide(slideXml(picture("4", "rId5")),
+                  relationshipsXml({{"rId5", "image", "../media/image1.GIF", ""}}))
+        .addSlide(slideXml(textBox + video + video, timing(step(effect(withMedia, "0", "10000", "3")))), mediaRels);
+    deck.write(dir / "deck.pptx");
+
+    const auto reports = DeckScanner::report(dir / "deck.pptx", {{3, 2000}}, {{4, 3000}});
+    ASSERT_EQ(reports.size(), 5u);
+    EXPECT_EQ(reports[0].bulletDursMs, (std::vector<std::int64_t>{500, 2000}));
+    EXPECT_EQ(reports[0].advTmMs, 6000);
+    EXPECT_TRUE(reports[1].hasOnClickVideo);
+    EXPECT_EQ(reports[1].videoDurationMs, std::nullopt);
+    EXPECT_EQ(reports[1].advTmMs, std::nullopt);
+    // A hidden slide keeps its number; a user video length counts without a video.
+    EXPECT_TRUE(reports[2].isHidden);
+    EXPECT_EQ(reports[2].advTmMs, 3500);
+    EXPECT_EQ(reports[3].displayIndex, 4);
+    EXPECT_TRUE(reports[3].hasGif);
+    EXPECT_EQ(reports[3].advTmMs, 4500);
+    EXPECT_FALSE(reports[4].hasGif);
+    EXPECT_EQ(reports[4].videoCount, 2);
+    EXPECT_EQ(reports[4].videoDurationMs, 10000);
+    EXPECT_EQ(reports[4].advTmMs, 11500);
+    EXPECT_EQ(DeckScanner::validateMedia(reports), MediaValidation{{5}});
+    EXPECT_TRUE(DeckScanner::validateMedia(reports).needsAttention());
+    EXPECT_EQ(DeckScanner::formatTable(reports),
+              "idx file                      bullets  autoDurMs  video  advTm\n"
+              "1   slide1.xml                      2          0     no  6000\n"
+              "2   slide2.xml                      0          0     no  needs videoMs\n"
+              "3   slide3.xml                      0          0     no  3500\n"
+              "4   slide4.xml                      0          0     no  4500\n"
+              "5   slide5.xml                      0          0    yes  11500");
+
+    // The user's lengths win over the deck's own.
+    const auto given = DeckScanner::report(dir / "deck.pptx", {{2, 8000}, {5, 4000}}, {});
+    EXPECT_EQ(given[1].advTmMs, 9500);
+    EXPECT_EQ(given[3].advTmMs, 1500);
+    EXPECT_EQ(given[4].advTmMs, 5500);
+    EXPECT_EQ(CueInputAssembler::cueInputs(dir / "deck.pptx", {{2, 8000}}, {})[1].advanceTimeMs, 9500);
+    try {
+        CueInputAssembler::cueInputs(dir / "deck.pptx", {}, {});
+        FAIL() << "no error";
+    } catch (const DeckError& e) {
+        EXPECT_EQ(e.slide(), 2);
+    }
+}
+
+TEST(DeckScannerTest, TableColumnsGrowWithLongValues) {
+    SlideReport r;
+    r.displayIndex = 12345;
+    r.file = "ppt/slides/nested/ppt/slides/introducao-slide9.xml";
+    r.bulletCount = 1234567890;
+    r.advTmMs = 1500;
+    EXPECT_EQ(DeckScanner::formatTable({r}),
+              "idx file                      bullets  autoDurMs  video  advTm\n"
+              "12345nested/introducao-slide9.xml1234567890          0     no  1500");
+}
+
+TEST(DeckScannerTest, EveryCorpusDeckScansOrFailsWithATypedError) {
+    ORVANDEL_REQUIRE_CORPUS();
+    for (const auto& deck : corpusDecks()) {
+        SCOPED_TRACE(deck.filename().string());
+        try {
+            const auto reports = DeckScanner::report(deck, {}, {});
+            NotesScanner::notesBySlide(deck);
+            DeckScanner::formatTable(reports);
+            EXPECT_FALSE(isBrokenDeck(deck));
+        } catch (const ArchiveError&) {
+            // Damaged archives; the broken decks must end here.
+        } catch (const SlideXMLError& e) {
+            EXPECT_FALSE(isBrokenDeck(deck)) << e.what();
+        }
+    }
+}
+
+TEST(DeckScannerTest, TheExampleDeckNeedsOnlyTheGifLength) {
+    const auto deck = sourceDir() / "examples" / "aula-exemplo.pptx";
+    const auto reports = DeckScanner::report(deck, {}, {{4, 3000}});
+    ASSERT_EQ(reports.size(), 8u);
+    for (const auto& r : reports) EXPECT_TRUE(r.advTmMs.has_value()) << r.displayIndex;
+    EXPECT_TRUE(reports[3].hasGif);
+    EXPECT_TRUE(reports[4].hasOnClickVideo);
+    EXPECT_GT(reports[4].videoDurationMs.value_or(0), 0);
+    EXPECT_EQ(reports[5].exitGroupCount, 1);
+    EXPECT_TRUE(reports[6].isHidden);
+    EXPECT_EQ(reports[1].bulletCount, 3);
+    EXPECT_FALSE(DeckScanner::validateMedia(reports).needsAttention());
+    const auto notes = NotesScanner::notesBySlide(deck);
+    EXPECT_GE(notes.size(), 5u);
+    EXPECT_NE(notes.at(3).find("água & gás"), std::string::npos);
+}

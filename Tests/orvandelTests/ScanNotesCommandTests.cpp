@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "Cli.hpp"
+#include "DeckBuilder.hpp"
+#include "TestSupport.hpp"
+#include "../OrvandelCoreTests/TimingFixtures.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+struct Outcome {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+Outcome runCli(std::vector<std::string> args) {
+    args.insert(args.begin(), "orvandel");
+    std::vector<char*> argv;
+    for (auto& a : args) argv.push_back(a.data());
+    std::ostringstream out, err;
+    const int status = cli::run(static_cast<int>(argv.size()), argv.data(), out, err);
+    return {status, out.str(), err.str()};
+}
+
+const std::string textBox = "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"T\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr></p:sp>";
+const std::string videoPic =
+    "<p:pic><p:nvPicPr><p:cNvPr id=\"3\" name=\"V\"/><p:cNvPicPr/><p:nvPr><a:videoFile r:link=\"rId2\"/></p:nvPr>"
+    "</p:nvPicPr></p:pic>";
+
+// 1: a bullet then an exit; 2: a click video of unknown length (hidden 3 has notes).
+std::filesystem::path writeDeck(const TempDir& dir) {
+    DeckBuilder deck;
+    deck.addSlide(slideXml(textBox, timing(step(effect("nodeType=\"clickEffect\"", "0", "500")) +
+                                           step(effect("nodeType=\"clickEffect\" presetClass=\"exit\"", "0", "500")))))
+        .addNotes(1, notesSlideXml({"Um", "Dois"}))
+        .addSlide(slideXml(textBox + videoPic,
+                           timing(step(effect("nodeType=\"clickEffect\" presetClass=\"mediacall\"", "0", "x", "3")))))
+        .addSlide(slideXml("", "", "show=\"0\""))
+        .addNotes(3, notesSlideXml({"Três \"aspas\""}));
+    deck.write(dir / "aula.pptx");
+    return dir / "aula.pptx";
+}
+
+}  // namespace
+
+TEST(ScanCommandTest, TableAndJson) {
+    TempDir dir;
+    const auto deck = writeDeck(dir).string();
+
+    const Outcome table = runCli({"scan", deck});
+    EXPECT_EQ(table.status, 0);
+    EXPECT_EQ(table.out,
+              "idx file                      bullets  autoDurMs  video  advTm\n"
+              "1   slide1.xml                      1          0     no  4500\n"
+              "2   slide2.xml                      0          0     no  needs videoMs\n"
+              "3   slide3.xml                      0          0     no  1500\n");
+
+    const Outcome unknown = runCli({"scan", deck, "--json"});
+    ASSERT_EQ(unknown.status, 0);
+    const Json reports = Json::parse(unknown.out);
+    ASSERT_EQ(reports.size(), 3u);
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : reports[0].items()) keys.push_back(key);
+    EXPECT_EQ(keys, (std::vector<std::string>{"displayIndex", "file", "bulletCount", "bulletDursMs", "autoDurationMs",
+                                              "hasVideoAutoplay", "videoCount", "advTmMs", "isHidden",
+                                              "videoDurationMs", "hasOnClickVideo", "hasGif", "hasExitEffect",
+                                              "exitGroupCount", "orderedGroupKinds"}));
+    EXPECT_EQ(reports[0]["orderedGroupKinds"], Json::parse(R"(["entry", "exit"])"));
+    EXPECT_EQ(reports[0]["bulletDursMs"], Json::parse("[500]"));
+    EXPECT_TRUE(reports[1]["advTmMs"].is_null());
+    EXPECT_TRUE(reports[1]["videoDurationMs"].is_null());
+    EXPECT_EQ(reports[2]["isHidden"], true);
+
+    const Json given = Json::parse(runCli({"scan", "--video", "2:8000", deck, "--json", "--gif", "3:1000"}).out);
+    EXPECT_EQ(given[1]["advTmMs"], 9500);
+    EXPECT_EQ(given[1]["videoDurationMs"], 8000);
+    EXPECT_EQ(given[2]["advTmMs"], 2500);
+}
+
+TEST(NotesCommandTest, TextAndJson) {
+    TempDir dir;
+    const auto deck = writeDeck(dir).string();
+    const Outcome text = runCli({"notes", deck});
+    EXPECT_EQ(text.status, 0);
+    EXPECT_EQ(text.out, "Slide 1:\nUm\nDois\n\nSlide 3:\nTrês \"aspas\"\n");
+
+    const Outcome json = runCli({"notes", "--json", deck});
+    EXPECT_EQ(json.status, 0);
+    EXPECT_EQ(json.out, "{\n  \"1\": \"Um\\nDois\",\n  \"3\": \"Três \\\"aspas\\\"\"\n}\n");
+
+    DeckBuilder silent;
+    silent.addSlide(slideXml());
+    silent.write(dir / "silent.pptx");
+    EXPECT_EQ(runCli({"notes", (dir / "silent.pptx").string(), "--json"}).out, "{}\n");
+}
+
+TEST(ScanCommandTest, FailuresAndUsage) {
+    TempDir dir;
+    const Outcome missing = runCli({"scan", (dir / "none.pptx").string()});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.err.rfind("orvandel: unzip failed for ppt/presentation.xml (status 9): ", 0), 0u) << missing.err;
+    EXPECT_EQ(runCli({"notes", (dir / "none.pptx").string()}).status, 1);
+
+    const auto deck = writeDeck(dir).string();
+    EXPECT_EQ(runCli({"scan", deck, "--gif", "3"}).status, 2);
+    EXPECT_EQ(runCli({"scan", deck, "--video", "0:100"}).status, 2);
+    EXPECT_EQ(runCli({"scan"}).status, 2);
+    const Outcome help = runCli({"notes", "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("Example:"), std::string::npos);
+}
+
+TEST(ScanCommandTest, EveryCorpusDeckGivesJsonOrAnError) {
+    ORVANDEL_REQUIRE_CORPUS();
+    for (const auto& deck : corpusDecks()) {
+        SCOPED_TRACE(deck.filename().string());
+        for (const std::string command : {"scan", "notes"}) {
+            const Outcome r = runCli({command, deck.string(), "--json"});
+            if (r.status == 0) {
+                EXPECT_FALSE(isBrokenDeck(deck));
+                EXPECT_TRUE(Json::accept(r.out)) << command;
+            } else {
+                EXPECT_EQ(r.status, 1) << command;
+                EXPECT_EQ(r.err.rfind("orvandel: ", 0), 0u) << r.err;
+            }
+        }
+    }
+}
