@@ -25,6 +25,13 @@ const Regex& slideRelPattern() {
     static const Regex re(R"re(Id="(rId\d+)"[^>]*Target="([^"]*slide\d+\.xml)")re");
     return re;
 }
+// Some writers (ISO Strict decks among them) put Target before Id; the pattern
+// above cannot see those relationships, and the deck would seem to have no
+// slides. Used only for slide ids the first pattern left unmapped.
+const Regex& slideRelTargetFirstPattern() {
+    static const Regex re(R"re(<Relationship\b[^>]*Target="([^"]*slide\d+\.xml)"[^>]*\bId="(rId\d+)")re");
+    return re;
+}
 const Regex& showPattern() {
     static const Regex re(R"re(\sshow\s*=\s*["']([^"']*)["'])re");
     return re;
@@ -147,7 +154,8 @@ std::vector<std::string> orderedSlideFiles(const std::filesystem::path& url) {
     const std::string presentation = PptxArchive::readEntry(url, "ppt/presentation.xml");
     const std::string rels = PptxArchive::readEntry(url, "ppt/_rels/presentation.xml.rels");
 
-    const auto targets = relationshipMap(rels, slideRelPattern());
+    auto targets = relationshipMap(rels, slideRelPattern());
+    for (auto& [target, id] : matches2(rels, slideRelTargetFirstPattern())) targets.try_emplace(id, target);
     std::vector<std::string> files;
     for (const auto& id : matches(presentation, sldIdPattern(), 1)) {
         const auto it = targets.find(id);

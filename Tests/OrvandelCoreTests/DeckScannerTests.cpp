@@ -68,6 +68,14 @@ TEST(DeckScannerTest, SlidesFollowTheSldIdOrderAndTheirTargets) {
     EXPECT_EQ(reports[2].displayIndex, 3);
     EXPECT_EQ(reports[2].file, "ppt/slides/slide2.xml");
 
+    // Writers that put Target before Id (ISO Strict decks) still list their slides.
+    deck.addEntry("ppt/_rels/presentation.xml.rels",
+                  "<Relationships><Relationship Type=\"x/slide\" Target=\"slides/slide2.xml\" Id=\"rId1\"/>"
+                  "<Relationship Target=\"slides/slide1.xml\" Id=\"rId3\"/></Relationships>");
+    deck.write(dir / "target-first.pptx");
+    EXPECT_EQ(DeckScanner::orderedSlideFiles(dir / "target-first.pptx"),
+              (std::vector<std::string>{"ppt/slides/slide1.xml", "ppt/slides/slide2.xml"}));
+
     DeckBuilder empty;
     empty.write(dir / "empty.pptx");
     EXPECT_TRUE(DeckScanner::report(dir / "empty.pptx", {}, {}).empty());
