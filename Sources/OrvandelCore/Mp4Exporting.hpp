@@ -1,0 +1,25 @@
+#pragma once
+// The renderer interface shared by the export flow and its implementations
+// (PowerPoint through AppleScript, and the headless renderer).
+#include <filesystem>
+#include <functional>
+#include <optional>
+
+#include "Cancellation.hpp"
+
+namespace orvandel {
+
+struct RenderHooks {
+    ProgressCallback progress;                 // may be empty
+    std::optional<CancellationToken> cancel;   // may be absent
+};
+
+class Mp4Exporting {
+public:
+    virtual ~Mp4Exporting() = default;
+    // Renders preparedDeck into a movie at `to`, or throws. isRenderAlive may be empty (absent).
+    virtual void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+                         const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const = 0;
+};
+
+}  // namespace orvandel
