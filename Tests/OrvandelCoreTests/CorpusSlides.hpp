@@ -1,11 +1,12 @@
 #pragma once
-// Slide parts of the shared corpus, read through the unzip tool until the
-// in-process entry reader lands. Decks that unzip cannot list are left out.
+// Slide parts of the shared corpus, read once per test process. Decks whose
+// archive cannot be read are left out (their own tests cover them).
 #include <string>
 #include <vector>
 
-#include "Subprocess.hpp"
+#include "PptxArchive.hpp"
 #include "TestSupport.hpp"
+#include "ZipArchive.hpp"
 
 namespace orvandel::test {
 
@@ -19,17 +20,12 @@ inline const std::vector<CorpusSlide>& corpusSlides() {
         std::vector<CorpusSlide> out;
         for (const auto& deck : corpusDecks()) {
             if (isBrokenDeck(deck)) continue;
-            const auto listing = Subprocess::run({"unzip", "-Z1", deck.string()});
-            if (!listing.succeeded()) continue;
-            std::size_t at = 0;
-            while (at < listing.standardOutput.size()) {
-                std::size_t eol = listing.standardOutput.find('\n', at);
-                if (eol == std::string::npos) eol = listing.standardOutput.size();
-                const std::string entry = listing.standardOutput.substr(at, eol - at);
-                at = eol + 1;
-                if (entry.rfind("ppt/slides/slide", 0) != 0 || entry.find('/', 11) != std::string::npos) continue;
-                const auto read = Subprocess::run({"unzip", "-p", deck.string(), entry});
-                if (read.succeeded()) out.push_back({deck.filename().string() + ":" + entry, read.standardOutput});
+            try {
+                for (const auto& entry : ZipArchive::entryNames(deck)) {
+                    if (entry.rfind("ppt/slides/slide", 0) != 0 || entry.find('/', 11) != std::string::npos) continue;
+                    out.push_back({deck.filename().string() + ":" + entry, PptxArchive::readEntry(deck, entry)});
+                }
+            } catch (const Error&) {
             }
         }
         return out;

@@ -1,0 +1,253 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <random>
+
+#include "DeckBuilder.hpp"
+#include "PptxArchive.hpp"
+#include "Subprocess.hpp"
+#include "TestSupport.hpp"
+#include "ZipArchive.hpp"
+#include "ZipFixtures.hpp"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define ORVANDEL_UNDER_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ORVANDEL_UNDER_ASAN 1
+#endif
+#endif
+
+using namespace orvandel;
+using PptxArchive::ArchiveError;
+namespace fs = std::filesystem;
+
+namespace {
+
+// The status of a failed read; 0 when the entry was read.
+int readStatus(const fs::path& deck, const std::string& entry) {
+    try {
+        PptxArchive::readEntryBytes(deck, entry);
+        return 0;
+    } catch (const ArchiveError& e) {
+        EXPECT_EQ(e.errorCase(), ArchiveError::Case::unzipFailed);
+        return e.status();
+    }
+}
+
+ArchiveError failure(const fs::path& deck, const std::string& entry) {
+    try {
+        PptxArchive::readEntry(deck, entry);
+    } catch (const ArchiveError& e) {
+        return e;
+    }
+    ADD_FAILURE() << "read " << entry;
+    return ArchiveError::decodeFailed("");
+}
+
+std::string unzipPattern(const std::string& name) {
+    std::string out;
+    for (const char c : name) {
+        if (c == '[' || c == ']' || c == '*' || c == '?') out += '\\';
+        out += c;
+    }
+    return out;
+}
+
+// Raw deflate of `total` zero bytes built from one fully flushed 1 MiB block
+// repeated: each copy decodes on its own, so the stream stays ~1000:1.
+Bytes zeroBomb(std::size_t mebibytes) {
+    z_stream zs{};
+    deflateInit2(&zs, Z_BEST_COMPRESSION, Z_DEFLATED, -15, 9, Z_DEFAULT_STRATEGY);
+    Bytes zeros(std::size_t(1) << 20, 0), block(std::size_t(1) << 20), tail(64);
+    zs.next_in = zeros.data();
+    zs.avail_in = static_cast<uInt>(zeros.size());
+    zs.next_out = block.data();
+    zs.avail_out = static_cast<uInt>(block.size());
+    deflate(&zs, Z_FULL_FLUSH);
+    block.resize(block.size() - zs.avail_out);
+    zs.next_out = tail.data();
+    zs.avail_out = static_cast<uInt>(tail.size());
+    deflate(&zs, Z_FINISH);
+    tail.resize(tail.size() - zs.avail_out);
+    deflateEnd(&zs);
+    Bytes out;
+    for (std::size_t i = 0; i < mebibytes; ++i) out.insert(out.end(), block.begin(), block.end());
+    out.insert(out.end(), tail.begin(), tail.end());
+    return out;
+}
+
+}  // namespace
+
+TEST(PptxArchiveCorpusTest, ReadsEveryEntryExactlyAsUnzipDoes) {
+    ORVANDEL_REQUIRE_CORPUS();
+    if (!test::haveProgram("unzip")) GTEST_SKIP() << "no unzip";
+    for (const auto& deck : test::corpusDecks()) {
+        SCOPED_TRACE(deck.filename().string());
+        if (test::isBrokenDeck(deck)) {
+            const auto error = failure(deck, "ppt/presentation.xml");
+            EXPECT_TRUE(error.status() == 2 || error.status() == 9) << error.what();
+            const bool ole2 = readFile(deck).at(0) == 0xD0;
+            EXPECT_EQ(error.message().find("password") != std::string::npos, ole2);
+            continue;
+        }
+        for (const auto& name : ZipArchive::entryNames(deck)) {
+            SCOPED_TRACE(name);
+            const auto unzip = Subprocess::run({"unzip", "-p", deck.string(), unzipPattern(name)});
+            if (unzip.exitStatus != 0) {
+                EXPECT_THROW(PptxArchive::readEntryBytes(deck, name), ArchiveError);
+                continue;
+            }
+            EXPECT_EQ(toString(PptxArchive::readEntryBytes(deck, name)), unzip.standardOutput);
+            if (!name.ends_with(".xml") && !name.ends_with(".rels")) continue;
+            if (isValidUtf8(unzip.standardOutput)) {
+                EXPECT_EQ(PptxArchive::readEntry(deck, name), unzip.standardOutput);
+            } else {
+                EXPECT_THROW(PptxArchive::readEntry(deck, name), ArchiveError);
+            }
+        }
+    }
+}
+
+TEST(PptxArchiveTest, ReadsBuiltDecksAndReportsMissingPartsWithTheToolsStatuses) {
+    test::TempDir dir;
+    test::DeckBuilder()
+        .addSlide(test::slideXml("<p:sp/>"))
+        .addNotes(1, test::notesSlideXml({"a & b"}))
+        .addEntry("ppt/empty.xml", Bytes{})
+        .addEntry("ppt/bom.xml", toBytes("\xEF\xBB\xBF<x/>"))
+        .addEntry("ppt/latin1.xml", toBytes("caf\xE9"))
+        .write(dir / "deck.pptx");
+    const auto deck = dir / "deck.pptx";
+    EXPECT_NE(PptxArchive::readEntry(deck, "ppt/presentation.xml").find("<p:sldSz cx=\"12192000\" cy=\"6858000\"/>"),
+              std::string::npos);
+    EXPECT_NE(PptxArchive::readEntry(deck, "ppt/slides/_rels/slide1.xml.rels").find("notesSlide1.xml"),
+              std::string::npos);
+    EXPECT_NE(PptxArchive::readEntry(deck, "ppt/notesSlides/notesSlide1.xml").find("<a:t>a &amp; b</a:t>"),
+              std::string::npos);
+    EXPECT_EQ(PptxArchive::readEntry(deck, "ppt/empty.xml"), "");
+    EXPECT_EQ(PptxArchive::readEntry(deck, "ppt/bom.xml"), "\xEF\xBB\xBF<x/>");
+    const auto latin1 = failure(deck, "ppt/latin1.xml");
+    EXPECT_EQ(latin1.errorCase(), ArchiveError::Case::decodeFailed);
+    EXPECT_STREQ(latin1.what(), "could not decode ppt/latin1.xml as UTF-8");
+    const auto missing = failure(deck, "ppt/nope.xml");
+    EXPECT_EQ(missing.status(), 11);
+    EXPECT_EQ(std::string(missing.what()), "unzip failed for ppt/nope.xml (status 11): " + missing.message());
+    EXPECT_NE(missing.message().find(deck.string()), std::string::npos);
+
+    EXPECT_EQ(readStatus(dir / "missing.pptx", "x"), 9);
+    EXPECT_EQ(readStatus(dir.path(), "x"), 9);
+    Bytes ole(4096, 0);
+    const std::uint8_t magic[] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
+    std::copy(std::begin(magic), std::end(magic), ole.begin());
+    writeFile(dir / "locked.pptx", ole);
+    EXPECT_EQ(failure(dir / "locked.pptx", "ppt/presentation.xml").status(), 9);
+    EXPECT_NE(failure(dir / "locked.pptx", "ppt/presentation.xml").message().find("password"), std::string::npos);
+}
+
+TEST(PptxArchiveTest, DeflatedEntriesAreCheckedAndDamageIsStatusTwo) {
+    test::TempDir dir;
+    const Bytes text = toBytes(std::string(3000, 'x') + "end");
+    auto status = [&](test::RawEntry e) {
+        e.name = "e.xml";
+        if (e.data.empty()) e.data = text;
+        writeFile(dir / "t.zip", test::buildZip({e}));
+        return readStatus(dir / "t.zip", "e.xml");
+    };
+    writeFile(dir / "ok.zip", test::buildZip({{"e.xml", text, true, true}}));
+    EXPECT_EQ(PptxArchive::readEntryBytes(dir / "ok.zip", "e.xml"), text);  // sizes from the directory
+
+    EXPECT_EQ(status({.crc = 1234}), 2);
+    EXPECT_EQ(status({.extraFlags = 1}), 2);  // encrypted
+    EXPECT_EQ(status({.method = 12}), 2);
+    EXPECT_EQ(status({.declaredSize = 100}), 2);
+    EXPECT_EQ(status({.declaredSize = 4000}), 2);
+    EXPECT_EQ(status({.deflated = false, .declaredSize = 4000}), 2);
+    EXPECT_EQ(status({.payload = Bytes(200, 0xFF)}), 2);
+    Bytes truncated = test::rawDeflate(text);
+    truncated.resize(truncated.size() - 4);
+    EXPECT_EQ(status({.payload = truncated}), 2);
+    EXPECT_EQ(status({.declaredSize = 0xFFFFFFFF}), 2);  // ZIP64 marker
+}
+
+TEST(PptxArchiveTest, HostileArchivesGiveTypedErrorsNeverCrashes) {
+    test::TempDir dir;
+    const auto path = dir / "t.zip";
+    std::mt19937 rng(42);
+    for (const std::size_t size : {0, 3, 22, 100, 70000}) {
+        Bytes noise(size);
+        for (auto& b : noise) b = static_cast<std::uint8_t>(rng());
+        writeFile(path, noise);
+        EXPECT_EQ(readStatus(path, "a.xml"), 9);
+    }
+
+    const Bytes zip = test::buildZip({{"a.xml", toBytes(std::string(2000, 'a') + "!")},
+                                      {"b.xml", toBytes("<b/>"), false},
+                                      {"c.xml", toBytes(std::string(900, 'c')), true, true}});
+    for (std::size_t n = 0; n < zip.size(); ++n) {
+        writeFile(path, Bytes(zip.begin(), zip.begin() + static_cast<std::ptrdiff_t>(n)));
+        for (const char* name : {"a.xml", "c.xml"}) EXPECT_NE(readStatus(path, name), 0) << "prefix " << n;
+    }
+    for (int round = 0; round < 2000; ++round) {
+        Bytes flipped = zip;
+        for (int k = 0; k < 3; ++k) flipped[rng() % flipped.size()] = static_cast<std::uint8_t>(rng());
+        writeFile(path, flipped);
+        for (const char* name : {"a.xml", "b.xml", "c.xml"}) readStatus(path, name);
+    }
+
+    const std::size_t end = test::endRecordOf(zip);
+    Bytes outside = zip;
+    ZipArchive::patchU32(outside, end + 16, 0x7FFFFFF0);
+    writeFile(path, outside);
+    EXPECT_EQ(readStatus(path, "a.xml"), 2);
+    Bytes local = zip;
+    ZipArchive::patchU32(local, ZipArchive::u32(zip, end + 16) + 42, static_cast<std::uint32_t>(zip.size() - 10));
+    writeFile(path, local);
+    EXPECT_EQ(readStatus(path, "a.xml"), 2);
+    Bytes many = zip;
+    ZipArchive::patchU16(many, end + 10, 0xFFFF);
+    writeFile(path, many);
+    EXPECT_EQ(readStatus(path, "a.xml"), 2);
+}
+
+TEST(PptxArchiveTest, InflationStopsAtTheDeclaredSizeUnderAMemoryLimit) {
+    test::TempDir dir;
+    const Bytes bomb = zeroBomb(1024);  // 1 GiB of zeros, about 1 MiB compressed
+    test::RawEntry claimsKiB{"bomb.xml", Bytes(1024, 0), true, false, 0, {}, {}, {}, bomb};
+    test::RawEntry claimsHuge{"huge.xml", Bytes(100, 'h')};
+    claimsHuge.declaredSize = 0xFFFFFFFE;
+    writeFile(dir / "bomb.zip", test::buildZip({claimsKiB, claimsHuge}));
+
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+#ifndef ORVANDEL_UNDER_ASAN
+        long pages = 0;
+        if (FILE* f = std::fopen("/proc/self/statm", "r")) {
+            if (std::fscanf(f, "%ld", &pages) != 1) pages = 0;
+            std::fclose(f);
+        }
+        const rlim_t limit = static_cast<rlim_t>(pages) * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (256u << 20);
+        const rlimit rl{limit, limit};
+        setrlimit(RLIMIT_AS, &rl);
+#endif
+        int code = 0;
+        for (const char* name : {"bomb.xml", "huge.xml"}) {
+            try {
+                PptxArchive::readEntryBytes(dir / "bomb.zip", name);
+                code |= 1;
+            } catch (const ArchiveError& e) {
+                if (e.status() != 2 || e.message().find("declared") == std::string::npos) code |= 2;
+            } catch (...) {
+                code |= 4;
+            }
+        }
+        _exit(code);
+    }
+    int wstatus = 0;
+    ASSERT_EQ(waitpid(child, &wstatus, 0), child);
+    ASSERT_TRUE(WIFEXITED(wstatus)) << "child killed by signal " << WTERMSIG(wstatus);
+    EXPECT_EQ(WEXITSTATUS(wstatus), 0) << "1: read, 2: wrong status, 4: other exception";
+}

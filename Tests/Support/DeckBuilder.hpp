@@ -1,0 +1,65 @@
+#pragma once
+// Builds small synthetic decks in code, so that a test states the one slide
+// it is about and nothing else. Written with ZipArchive::create (stored
+// entries). Slide N lives at ppt/slides/slideN.xml with relationship id "rIdN"
+// from the presentation; its notes at ppt/notesSlides/notesSlideN.xml.
+#include <filesystem>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Bytes.hpp"
+
+namespace orvandel::test {
+
+inline constexpr const char* kNsA = "http://schemas.openxmlformats.org/drawingml/2006/main";
+inline constexpr const char* kNsR = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+inline constexpr const char* kNsP = "http://schemas.openxmlformats.org/presentationml/2006/main";
+inline constexpr const char* kRelTypeBase = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/";
+
+// A complete <p:sld> (with the a/p/r namespace declarations plus rootAttrs):
+// <p:cSld><p:spTree> group properties, spTreeInner </p:spTree></p:cSld>,
+// then afterCSld (timing, transition), then </p:sld>.
+std::string slideXml(const std::string& spTreeInner = "", const std::string& afterCSld = "",
+                     const std::string& rootAttrs = "");
+
+// A notes slide whose body placeholder holds one <a:p><a:r><a:t> per paragraph (text escaped).
+std::string notesSlideXml(const std::vector<std::string>& paragraphs);
+
+struct Relationship {
+    std::string id;
+    std::string type;  // a short type such as "video" is prefixed with kRelTypeBase
+    std::string target;
+    std::string targetMode;  // "External" or empty
+};
+// A complete relationships part.
+std::string relationshipsXml(const std::vector<Relationship>& relationships);
+
+class DeckBuilder {
+public:
+    // Adds ppt/slides/slideN.xml (N = slides so far + 1), its sldId and
+    // relationship; slideRels (a whole relationships part) goes to
+    // ppt/slides/_rels/slideN.xml.rels when not empty.
+    DeckBuilder& addSlide(const std::string& slideXml, const std::string& slideRels = "");
+    // The notes part of slide `slideNumber` (1-based) and the slide's notesSlide relationship.
+    DeckBuilder& addNotes(int slideNumber, const std::string& notesSlideXml);
+    // Any other entry (media, or a raw replacement of a generated part of the same name).
+    DeckBuilder& addEntry(const std::string& name, const Bytes& data);
+    DeckBuilder& addEntry(const std::string& name, const std::string& text);
+
+    // The entries in the order write() stores them.
+    std::vector<std::pair<std::string, Bytes>> entries() const;
+    void write(const std::filesystem::path& path) const;
+
+private:
+    struct Slide {
+        std::string xml;
+        std::string rels;
+        std::string notes;
+    };
+    std::vector<Slide> slides_;
+    std::vector<std::pair<std::string, Bytes>> extra_;
+};
+
+}  // namespace orvandel::test
