@@ -43,8 +43,9 @@ TEST(TransitionWriterTest, ANewTransitionGoesBeforeTheTimingOrTheEndOfTheSlide) 
     EXPECT_EQ(TransitionWriter::insert("<p:sld><p:cSld/><p:timing/></p:sld>", 1500),
               "<p:sld><p:cSld/>" + b + "<p:timing/></p:sld>");
     // The slide's extension list stays last.
-    EXPECT_EQ(TransitionWriter::insert("<p:sld><p:cSld><p:extLst/></p:cSld><p:extLst/></p:sld>", 1500),
-              "<p:sld><p:cSld><p:extLst/></p:cSld>" + b + "<p:extLst/></p:sld>");
+    const std::string ext = "<p:extLst><p:ext uri=\"{X}\"/></p:extLst>\n";
+    EXPECT_EQ(TransitionWriter::insert("<p:sld><p:cSld><p:extLst/></p:cSld>" + ext + "</p:sld>", 1500),
+              "<p:sld><p:cSld><p:extLst/></p:cSld>" + b + ext + "</p:sld>");
     try {
         TransitionWriter::insert("<p:sld><p:cSld/>", 1500);
         FAIL() << "no error";
