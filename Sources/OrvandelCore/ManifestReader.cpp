@@ -1,5 +1,7 @@
 #include "ManifestReader.hpp"
 
+#include "PptxArchive.hpp"
+
 #include <nlohmann/json.hpp>
 
 namespace orvandel::ManifestReader {
@@ -35,6 +37,17 @@ Probe decode(const std::string& manifestJson) {
     probe.cues.resize(cues->size());
     probe.masterVideoDuration = duration->get<double>();
     return probe;
+}
+
+Probe read(const std::filesystem::path& orv) {
+    std::string text;
+    try {
+        text = PptxArchive::readEntry(orv, "manifest.json");
+    } catch (const PptxArchive::ArchiveError& e) {
+        if (e.errorCase() == PptxArchive::ArchiveError::Case::decodeFailed) throw DecodeError(e.what());
+        throw ReadError::unzipFailed(e.status());
+    }
+    return decode(text);
 }
 
 }  // namespace orvandel::ManifestReader

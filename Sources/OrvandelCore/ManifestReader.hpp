@@ -3,6 +3,7 @@
 // many cues its manifest holds and how long the master video is. A check of
 // the written file, not part of writing it.
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -49,5 +50,11 @@ public:
 // "masterVideoDuration" (a number) from a manifest; other keys are ignored.
 // Throws DecodeError.
 Probe decode(const std::string& manifestJson);
+
+// Reads "manifest.json" out of the package with the in-process archive
+// reader and decodes it. An archive that cannot be read, or lacks the entry,
+// is ReadError::unzipFailed with the status the unzip tool would give (9 not
+// a ZIP, 11 no such entry, 2 damaged); a bad manifest is DecodeError.
+Probe read(const std::filesystem::path& orv);
 
 }  // namespace orvandel::ManifestReader

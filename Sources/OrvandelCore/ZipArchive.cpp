@@ -7,6 +7,15 @@
 #include <stdexcept>
 #include <string_view>
 
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Checked.hpp"
+
+#include <zlib.h>
+
 namespace orvandel::ZipArchive {
 
 namespace {
@@ -45,20 +54,57 @@ std::size_t idx(std::int64_t v) { return static_cast<std::size_t>(v); }
 
 void append(Bytes& out, std::span<const std::uint8_t> bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); }
 
-void appendLocalHeader(Bytes& out, const std::string& name, const Bytes& data, std::uint16_t flags,
-                       std::uint32_t timeDate) {
+void putLocalHeader(Bytes& out, const std::string& name, std::uint16_t flags, std::uint32_t timeDate,
+                    std::uint32_t crc, std::int64_t size) {
     putU32(out, kLocalSig);
     putU16(out, 20);
     putU16(out, flags);
     putU16(out, 0);
     putU32(out, timeDate);
-    putU32(out, crc32(data));
-    putU32(out, fit32("entry size", size64(data)));
-    putU32(out, fit32("entry size", size64(data)));
+    putU32(out, crc);
+    putU32(out, fit32("entry size", size));
+    putU32(out, fit32("entry size", size));
     putU16(out, fit16("name length", static_cast<std::int64_t>(name.size())));
     putU16(out, 0);
     out.insert(out.end(), name.begin(), name.end());
+}
+
+void appendLocalHeader(Bytes& out, const std::string& name, const Bytes& data, std::uint16_t flags,
+                       std::uint32_t timeDate) {
+    putLocalHeader(out, name, flags, timeDate, crc32(data), size64(data));
     append(out, data);
+}
+
+void putCentralRecord(Bytes& out, const std::string& name, std::uint32_t crc, std::int64_t size,
+                      std::uint32_t localOffset) {
+    putU32(out, kCentralSig);
+    putU16(out, 20);
+    putU16(out, 20);
+    putU16(out, 0);
+    putU16(out, 0);
+    putU32(out, 0);  // time and date
+    putU32(out, crc);
+    putU32(out, fit32("entry size", size));
+    putU32(out, fit32("entry size", size));
+    putU16(out, fit16("name length", static_cast<std::int64_t>(name.size())));
+    putU16(out, 0);
+    putU16(out, 0);
+    putU16(out, 0);
+    putU16(out, 0);
+    putU32(out, 0);
+    putU32(out, localOffset);
+    out.insert(out.end(), name.begin(), name.end());
+}
+
+void putEndRecord(Bytes& out, std::size_t count, std::uint32_t cdSize, std::uint32_t cdStart) {
+    putU32(out, kEndSig);
+    putU16(out, 0);
+    putU16(out, 0);
+    putU16(out, static_cast<std::uint16_t>(count));
+    putU16(out, static_cast<std::uint16_t>(count));
+    putU32(out, cdSize);
+    putU32(out, cdStart);
+    putU16(out, 0);
 }
 
 }  // namespace
@@ -92,12 +138,20 @@ const std::array<std::uint32_t, 256>& crcTable() {
     return table;
 }
 
-std::uint32_t crc32(std::span<const std::uint8_t> data) {
+std::uint32_t crc32Continue(std::uint32_t crc, std::span<const std::uint8_t> data) {
+    // Small inputs (slide parts, manifests) go through the table; large ones
+    // (master movies, up to gigabytes) through zlib's word-at-a-time CRC of
+    // the same polynomial, several times faster.
+    if (data.size() >= 4096) {
+        return static_cast<std::uint32_t>(::crc32_z(crc, data.data(), data.size()));
+    }
     const auto& table = crcTable();
-    std::uint32_t c = 0xFFFFFFFFu;
+    std::uint32_t c = crc ^ 0xFFFFFFFFu;
     for (const std::uint8_t b : data) c = table[(c ^ b) & 0xFF] ^ (c >> 8);
     return c ^ 0xFFFFFFFFu;
 }
+
+std::uint32_t crc32(std::span<const std::uint8_t> data) { return crc32Continue(0, data); }
 
 std::uint16_t u16(std::span<const std::uint8_t> data, std::size_t offset) {
     return static_cast<std::uint16_t>(data[offset] | (data[offset + 1] << 8));
@@ -263,42 +317,105 @@ void create(const std::vector<std::pair<std::string, Bytes>>& entries, const std
     if (entries.size() >= 0xFFFF) limitFault("entry count", static_cast<std::int64_t>(entries.size()));
     Bytes out;
     std::vector<std::uint32_t> offsets;
+    std::vector<std::uint32_t> crcs;
     offsets.reserve(entries.size());
     for (const auto& [name, data] : entries) {
         offsets.push_back(fit32("offset", size64(out)));
-        appendLocalHeader(out, name, data, 0, 0);
+        crcs.push_back(crc32(data));
+        putLocalHeader(out, name, 0, 0, crcs.back(), size64(data));
+        append(out, data);
     }
     const std::uint32_t cdStart = fit32("offset", size64(out));
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        const auto& [name, data] = entries[i];
-        putU32(out, kCentralSig);
-        putU16(out, 20);
-        putU16(out, 20);
-        putU16(out, 0);
-        putU16(out, 0);
-        putU32(out, 0);  // time and date
-        putU32(out, crc32(data));
-        putU32(out, fit32("entry size", size64(data)));
-        putU32(out, fit32("entry size", size64(data)));
-        putU16(out, fit16("name length", static_cast<std::int64_t>(name.size())));
-        putU16(out, 0);
-        putU16(out, 0);
-        putU16(out, 0);
-        putU16(out, 0);
-        putU32(out, 0);
-        putU32(out, offsets[i]);
-        out.insert(out.end(), name.begin(), name.end());
+        putCentralRecord(out, entries[i].first, crcs[i], size64(entries[i].second), offsets[i]);
     }
-    const std::uint32_t cdSize = fit32("central directory size", size64(out) - cdStart);
-    putU32(out, kEndSig);
-    putU16(out, 0);
-    putU16(out, 0);
-    putU16(out, static_cast<std::uint16_t>(entries.size()));
-    putU16(out, static_cast<std::uint16_t>(entries.size()));
-    putU32(out, cdSize);
-    putU32(out, cdStart);
-    putU16(out, 0);
+    putEndRecord(out, entries.size(), fit32("central directory size", size64(out) - cdStart), cdStart);
     writeFile(to, out);
+}
+
+void createStreaming(const std::vector<StreamedEntry>& entries, const std::filesystem::path& to) {
+    if (entries.size() >= 0xFFFF) limitFault("entry count", static_cast<std::int64_t>(entries.size()));
+    const int fd = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0) throw FileError("open for writing", to.string(), errno);
+    struct Closer {
+        int fd;
+        ~Closer() {
+            if (fd >= 0) ::close(fd);
+        }
+    } closer{fd};
+    auto writeAll = [&](const std::uint8_t* data, std::size_t size) {
+        while (size > 0) {
+            const ssize_t w = ::write(fd, data, size);
+            if (w < 0) {
+                if (errno == EINTR) continue;
+                throw FileError("write", to.string(), errno);
+            }
+            data += w;
+            size -= static_cast<std::size_t>(w);
+        }
+    };
+
+    std::int64_t offset = 0;
+    std::vector<std::uint32_t> offsets, crcs;
+    std::vector<std::int64_t> sizes;
+    std::vector<std::uint8_t> chunk;
+    for (const auto& entry : entries) {
+        offsets.push_back(fit32("offset", offset));
+        std::int64_t size = size64(entry.data);
+        int in = -1;
+        if (entry.file) {
+            in = ::open(entry.file->c_str(), O_RDONLY | O_CLOEXEC);
+            if (in < 0) throw FileError("open", entry.file->string(), errno);
+            struct stat st {};
+            if (::fstat(in, &st) != 0 || S_ISDIR(st.st_mode)) {
+                const int err = S_ISDIR(st.st_mode) ? EISDIR : errno;
+                ::close(in);
+                throw FileError("read", entry.file->string(), err);
+            }
+            size = st.st_size;
+        }
+        Closer inCloser{in};
+        // The CRC is known only after the data went by: write a placeholder
+        // and patch it in place afterwards.
+        Bytes header;
+        putLocalHeader(header, entry.name, 0, 0, 0, size);
+        writeAll(header.data(), header.size());
+        std::uint32_t crc = 0;
+        std::int64_t copied = 0;
+        if (entry.file) {
+            chunk.resize(std::size_t(1) << 20);
+            for (;;) {
+                const ssize_t r = ::read(in, chunk.data(), chunk.size());
+                if (r < 0) {
+                    if (errno == EINTR) continue;
+                    throw FileError("read", entry.file->string(), errno);
+                }
+                if (r == 0) break;
+                crc = crc32Continue(crc, std::span(chunk.data(), static_cast<std::size_t>(r)));
+                writeAll(chunk.data(), static_cast<std::size_t>(r));
+                copied += r;
+            }
+            if (copied != size) throw FileError("read (it changed while being copied)", entry.file->string(), EIO);
+        } else {
+            crc = crc32(entry.data);
+            writeAll(entry.data.data(), entry.data.size());
+            copied = size;
+        }
+        std::uint8_t crcBytes[4] = {static_cast<std::uint8_t>(crc), static_cast<std::uint8_t>(crc >> 8),
+                                    static_cast<std::uint8_t>(crc >> 16), static_cast<std::uint8_t>(crc >> 24)};
+        if (::pwrite(fd, crcBytes, 4, static_cast<off_t>(offset + 14)) != 4) throw FileError("write", to.string(), errno);
+        crcs.push_back(crc);
+        sizes.push_back(size);
+        offset = checkedAdd(checkedAdd(offset, size64(header)), copied);
+    }
+    Bytes tail;
+    const std::uint32_t cdStart = fit32("offset", offset);
+    for (std::size_t i = 0; i < entries.size(); ++i) putCentralRecord(tail, entries[i].name, crcs[i], sizes[i], offsets[i]);
+    putEndRecord(tail, entries.size(), fit32("central directory size", size64(tail)), cdStart);
+    writeAll(tail.data(), tail.size());
+    const int closing = closer.fd;
+    closer.fd = -1;
+    if (::close(closing) != 0) throw FileError("write", to.string(), errno);
 }
 
 }  // namespace orvandel::ZipArchive

@@ -99,8 +99,23 @@ void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes
 // Throws FileError.
 void create(const std::vector<std::pair<std::string, Bytes>>& entries, const std::filesystem::path& to);
 
+// One entry for createStreaming: its bytes, or a file whose contents are
+// copied in chunks.
+struct StreamedEntry {
+    std::string name;
+    Bytes data;
+    std::optional<std::filesystem::path> file;
+};
+
+// Writes exactly the archive `create` would write for the same names and
+// contents, but copies file entries in chunks, so that memory stays small
+// whatever their size. Throws FileError.
+void createStreaming(const std::vector<StreamedEntry>& entries, const std::filesystem::path& to);
+
 // The reflected CRC-32 of ZIP; the CRC of no data is 0.
 std::uint32_t crc32(std::span<const std::uint8_t> data);
+// The CRC of data following bytes whose CRC was `crc` (0 for none).
+std::uint32_t crc32Continue(std::uint32_t crc, std::span<const std::uint8_t> data);
 // Its 256-entry table, built once on first use.
 const std::array<std::uint32_t, 256>& crcTable();
 

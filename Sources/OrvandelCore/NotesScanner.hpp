@@ -1,0 +1,34 @@
+#pragma once
+// Reads every slide's speaker notes as plain text, keyed by display index,
+// and owns the path helpers that map a slide to its relationships part and a
+// relationship target to an archive path. Stateless; the XML is searched as
+// text with regular expressions.
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvandel::NotesScanner {
+
+// Display index (1-based, hidden slides counted) -> notes text. Slides without
+// notes, or whose notes part cannot be read, have no entry. Throws only what
+// DeckScanner::orderedSlideFiles throws.
+std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& pptxURL);
+
+// "ppt/slides/slide3.xml" -> "ppt/slides/_rels/slide3.xml.rels".
+std::string relsPath(std::string_view path);
+
+// The Target of the first relationship whose type ends in "/notesSlide".
+std::optional<std::string> notesTarget(std::string_view relsXML);
+
+// A relationship target as an archive path: "/x" is absolute (-> "x"), else
+// it is resolved against the directory of relativeTo, ".." and "." applied.
+std::string resolveEntry(std::string_view target, std::string_view relativeTo);
+
+// The text of the notes body placeholder: one line per paragraph, runs joined,
+// entities decoded, trimmed; "" when there is none.
+std::string bodyText(std::string_view notesSlideXML);
+
+}  // namespace orvandel::NotesScanner
