@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Cancellation.hpp"
+#include "FrameSize.hpp"
 
 namespace orvandel::MovieEncoder {
 
@@ -23,6 +24,14 @@ struct Options {
     std::function<void(double fraction)> onProgress;
     bool silentAudio = true;
 };
+
+// Decodes each still once into a raw yuv420p frame file (frame-00001.yuv,
+// ... in outDir, in order). The timeline then repeats these frames for its
+// periodic frames: reading a raw frame costs a copy, where every repeat of a
+// TIFF would cost a decode and a colour conversion. Throws RenderError.
+std::vector<std::filesystem::path> convertToRawFrames(const std::vector<std::filesystem::path>& stills,
+                                                      FrameSize size, const std::filesystem::path& outDir,
+                                                      const Options& options);
 
 // The ffmpeg arguments (after the program name) that encode `ffconcatFile`
 // lasting totalMs into `output` (exposed for tests).

@@ -4,9 +4,6 @@
 
 namespace orvandel::Timeline {
 
-namespace {
-
-// ffconcat quotes file names in single quotes; a quote inside is written '\''.
 std::string quoted(const std::string& path) {
     std::string out = "'";
     for (char c : path) {
@@ -18,6 +15,8 @@ std::string quoted(const std::string& path) {
     }
     return out + "'";
 }
+
+namespace {
 
 template <typename Visit>
 void forEachPiece(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs, Visit visit) {
@@ -34,12 +33,20 @@ void forEachPiece(const std::vector<TimelineEntry>& entries, std::int64_t period
 
 }  // namespace
 
-std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs) {
+std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
+                     std::optional<FrameSize> rawFrame) {
+    // A raw frame carries no header: the reader is told its size and layout.
+    std::string options;
+    if (rawFrame) {
+        options += "option video_size " + std::to_string(rawFrame->width) + "x" + std::to_string(rawFrame->height) +
+                   "\noption pixel_format yuv420p\n";
+    }
+    options += "option framerate 1000\n";
     std::string out = "ffconcat version 1.0\n";
     forEachPiece(entries, periodicFrameMs, [&](const std::filesystem::path& image, std::int64_t ms) {
-        out += "file " + quoted(image.string()) + "\noption framerate 1000\nduration " + msAsDecimalSeconds(ms) + "\n";
+        out += "file " + quoted(image.string()) + "\n" + options + "duration " + msAsDecimalSeconds(ms) + "\n";
     });
-    if (!entries.empty()) out += "file " + quoted(entries.back().image.string()) + "\noption framerate 1000\n";
+    if (!entries.empty()) out += "file " + quoted(entries.back().image.string()) + "\n" + options;
     return out;
 }
 

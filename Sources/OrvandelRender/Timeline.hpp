@@ -5,8 +5,11 @@
 // time base.
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "FrameSize.hpp"
 
 namespace orvandel {
 
@@ -22,7 +25,12 @@ namespace Timeline {
 // often and a seek lands on the right still in every player. The list ends
 // with the last image once more (without it the last duration is lost); that
 // closing frame lasts 1 ms, taken from the last entry, so the total stays exact.
-std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs);
+// With rawFrame set, the images are raw yuv420p frames of that size.
+std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
+                     std::optional<FrameSize> rawFrame = std::nullopt);
+
+// A file name quoted for ffconcat: in single quotes, a quote inside as '\''.
+std::string quoted(const std::string& path);
 
 // How many frames the list yields (for progress reports).
 std::int64_t frameCount(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs);

@@ -1,0 +1,127 @@
+#include "LibreOfficeMp4Exporter.hpp"
+
+#include <thread>
+
+#include "Bytes.hpp"
+#include "LibreOffice.hpp"
+#include "MovieEncoder.hpp"
+#include "Mp4Duration.hpp"
+#include "PageRasterizer.hpp"
+#include "RenderError.hpp"
+#include "RenderPlan.hpp"
+#include "Timeline.hpp"
+#include "Uuid.hpp"
+
+namespace orvandel {
+
+namespace {
+
+// The renderer's scratch directory beside the movie, removed on every exit.
+class ScratchDir {
+public:
+    explicit ScratchDir(const std::filesystem::path& beside)
+        : path_(beside.parent_path() / (".render-" + makeUuid())) {
+        std::filesystem::create_directories(path_);
+    }
+    ~ScratchDir() {
+        std::error_code ec;
+        std::filesystem::remove_all(path_, ec);
+    }
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+void report(const RenderHooks& hooks, const char* stage, double fraction) {
+    if (hooks.progress) hooks.progress(stage, fraction);
+}
+
+void checkCancelled(const RenderHooks& hooks) {
+    if (hooks.cancel && hooks.cancel->isCancelled()) throw CancelledError();
+}
+
+}  // namespace
+
+void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+                                     const std::function<bool()>&, const RenderHooks& hooks) const {
+    report(hooks, kStageRead, 0);
+    const RenderPlan plan = RenderPlanReader::read(preparedDeck);
+    const auto pages = plan.visiblePages();
+    if (pages.empty()) {
+        throw RenderError(RenderError::Case::badDeck, kStageRead,
+                          std::string(kStageRead) + ": the deck has no visible slides, so there is nothing to render.");
+    }
+    std::error_code ec;
+    std::filesystem::remove(to, ec);
+    ScratchDir scratch(to);
+    checkCancelled(hooks);
+
+    report(hooks, kStagePdf, 0);
+    const auto slideCount = static_cast<std::int64_t>(plan.slides.size());
+    const auto pdf = LibreOffice::convert(
+        preparedDeck, kPdfFilter, "pdf", scratch.path() / "pdf",
+        {.workDir = scratch.path() / "lo",
+         .timeout = options_.libreOfficeTimeout.value_or(std::chrono::milliseconds(120'000 + 1'000 * slideCount)),
+         .cancel = hooks.cancel});
+    report(hooks, kStagePdf, 1);
+
+    const int pageCount = PageRasterizer::pageCount(pdf, hooks.cancel);
+    if (pageCount != slideCount) {
+        throw RenderError(RenderError::Case::badOutput, kStagePdf,
+                          std::string(kStagePdf) + ": LibreOffice made " + std::to_string(pageCount) +
+                              " pages from a deck of " + std::to_string(slideCount) +
+                              " slides, so pages cannot be matched to slides. Open the deck in LibreOffice "
+                              "Impress to see which slides it cannot read, or pass a movie you rendered "
+                              "yourself with --mp4.");
+    }
+
+    const int workers = options_.workers > 0 ? options_.workers
+                                             : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    report(hooks, kStageDraw, 0);
+    const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
+    const auto images = PageRasterizer::rasterize(
+        pdf, pages, frame, scratch.path() / "pages",
+        {.workers = workers,
+         .cancel = hooks.cancel,
+         .onProgress = [&](int done, int total) { report(hooks, kStageDraw, double(done) / double(total)); }});
+
+    std::vector<std::filesystem::path> stills;
+    for (int page : pages) stills.push_back(images.at(page));
+    const auto frames = MovieEncoder::convertToRawFrames(
+        stills, frame, scratch.path() / "frames", {.timeout = std::chrono::milliseconds(120'000 + 2'000 * slideCount), .cancel = hooks.cancel});
+    std::vector<TimelineEntry> entries;
+    std::size_t next = 0;
+    for (const auto& slide : plan.slides) {
+        if (!slide.hidden) entries.push_back({frames.at(next++), slide.advanceTimeMs});
+    }
+    const auto list = scratch.path() / "timeline.ffconcat";
+    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs, frame));
+    checkCancelled(hooks);
+
+    report(hooks, kStageEncode, 0);
+    const std::int64_t totalMs = plan.totalMs();
+    MovieEncoder::encode(list, totalMs, to,
+                         {.timeout = std::chrono::milliseconds(300'000 + totalMs / 2),
+                          .cancel = hooks.cancel,
+                          .onProgress = [&](double f) { report(hooks, kStageEncode, f); },
+                          .silentAudio = options_.silentAudio});
+    report(hooks, kStageEncode, 1);
+
+    std::int64_t measured = 0;
+    try {
+        measured = Mp4Duration::measureMs(to);
+    } catch (const Mp4Duration::Mp4Error& e) {
+        throw RenderError(RenderError::Case::badOutput, kStageEncode,
+                          std::string(kStageEncode) + ": the movie ffmpeg wrote cannot be measured (" + e.what() +
+                              "). Check free disk space and try again.");
+    }
+    if (measured < options_.minPlausibleMs) {
+        throw RenderError(RenderError::Case::badOutput, kStageEncode,
+                          std::string(kStageEncode) + ": the rendered movie is implausibly short (" +
+                              std::to_string(measured) + " ms < " + std::to_string(options_.minPlausibleMs) +
+                              " ms).");
+    }
+}
+
+}  // namespace orvandel

@@ -1,0 +1,55 @@
+#pragma once
+// The headless renderer: turns a prepared deck into the master movie with
+// LibreOffice (deck -> PDF pages), poppler (pages -> stills) and ffmpeg
+// (stills -> H.264), with every visible slide on screen for exactly its
+// advance time, so that the movie's length equals the plan to the
+// millisecond. This first version shows each slide in its final state (all
+// build steps shown, media as their poster frames).
+//
+// Failures throw RenderError (never Mp4Exporter::ExportError, whose texts
+// speak of PowerPoint), cancellation throws CancelledError. Every child
+// process has a time limit and runs in its own process group.
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+#include "Mp4Exporting.hpp"
+
+namespace orvandel {
+
+class LibreOfficeMp4Exporter : public Mp4Exporting {
+public:
+    struct Options {
+        // A frame at least this often (ms), so that seeking lands on the right
+        // still in every player; 0 = one frame per slide.
+        std::int64_t periodicFrameMs = 1000;
+        int workers = 0;  // rasterising processes; 0 = one per core
+        bool silentAudio = true;
+        std::int64_t minPlausibleMs = 1000;
+        // LibreOffice's limit per attempt; default 120 s plus 1 s per slide.
+        std::optional<std::chrono::milliseconds> libreOfficeTimeout;
+    };
+
+    LibreOfficeMp4Exporter() = default;
+    explicit LibreOfficeMp4Exporter(Options options) : options_(options) {}
+
+    // isRenderAlive is not needed: every stage has its own time limit.
+    void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+                 const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const override;
+
+    // The stages reported through RenderHooks::progress, in order.
+    static constexpr const char* kStageRead = "reading the deck";
+    static constexpr const char* kStagePdf = "converting slides";
+    static constexpr const char* kStageDraw = "drawing slides";
+    static constexpr const char* kStageEncode = "encoding movie";
+
+    // The filter LibreOffice converts with: PDF with hidden slides kept, so
+    // that page i is slide i.
+    static constexpr const char* kPdfFilter =
+        "pdf:impress_pdf_Export:{\"ExportHiddenSlides\":{\"type\":\"boolean\",\"value\":\"true\"}}";
+
+private:
+    Options options_;
+};
+
+}  // namespace orvandel
