@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -59,12 +60,17 @@ void measure(const std::string& label, const fs::path& deck, const fs::path& out
     for (;;) {
         try {
             const auto start = Clock::now();
-            const auto reports = DeckTransformer::prepare(deck, out, videoMs, {}, 1000, 1500);
+            std::vector<DeckTransformer::Branch> branches;
+            const auto reports = DeckTransformer::prepare(deck, out, videoMs, {}, 1000, 1500, branches);
             const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+            const auto timed = std::count_if(branches.begin(), branches.end(), [](DeckTransformer::Branch b) {
+                return b != DeckTransformer::Branch::static_;
+            });
             rusage usage{};
             getrusage(RUSAGE_SELF, &usage);
-            std::printf("%-28s %5zu slides  %9.2f ms  %7.3f ms/slide  peak RSS %6.1f MB\n", label.c_str(),
-                        reports.size(), ms, reports.empty() ? 0.0 : ms / static_cast<double>(reports.size()),
+            std::printf("%-28s %4zu slides (%4td timed)  %8.2f ms  %6.3f ms/slide  peak RSS %5.1f MB\n",
+                        label.c_str(), reports.size(), timed, ms,
+                        reports.empty() ? 0.0 : ms / static_cast<double>(reports.size()),
                         static_cast<double>(usage.ru_maxrss) / 1024.0);
             return;
         } catch (const DeckError& e) {
