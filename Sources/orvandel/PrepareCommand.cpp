@@ -1,18 +1,82 @@
 #include <CLI/CLI.hpp>
 
+#include <iomanip>
+#include <memory>
+
+#include "Checked.hpp"
+#include "Cli.hpp"
 #include "Commands.hpp"
-#include "Error.hpp"
+#include "DeckTransformer.hpp"
+#include "Numbers.hpp"
 
 namespace orvandel::cli {
 
+namespace {
+
+// The pause after each bullet and the least spacing between bullet starts,
+// as the export uses them.
+constexpr std::int64_t kRespiroMs = 1000;
+constexpr std::int64_t kEspacamentoMs = 1500;
+
+struct PrepareOptions {
+    std::string deck;
+    std::string output;
+    std::vector<std::string> video;
+    std::vector<std::string> gif;
+};
+
+int runPrepare(const PrepareOptions& options, std::ostream& out) {
+    const auto videoMs = parseSlideDurations(options.video, "--video");
+    const auto gifMs = parseSlideDurations(options.gif, "--gif");
+
+    std::vector<DeckTransformer::Branch> branches;
+    const auto reports =
+        DeckTransformer::prepare(options.deck, options.output, videoMs, gifMs, kRespiroMs, kEspacamentoMs, branches);
+
+    out << std::left << std::setw(7) << "slide" << std::setw(16) << "branch" << std::setw(8) << "hidden"
+        << "advance (s)\n";
+    std::int64_t movieMs = 0;
+    std::int64_t visible = 0;
+    for (std::size_t i = 0; i < reports.size(); ++i) {
+        const SlideReport& r = reports[i];
+        const std::int64_t advTm = r.advTmMs.value_or(0);
+        out << std::setw(7) << r.displayIndex << std::setw(16) << DeckTransformer::toString(branches[i])
+            << std::setw(8) << (r.isHidden ? "yes" : "no") << msAsDecimalSeconds(advTm) << "\n";
+        if (!r.isHidden) {
+            movieMs = checkedAdd(movieMs, advTm);
+            ++visible;
+        }
+    }
+    out << "expected movie length: " << msAsDecimalSeconds(movieMs) << " s (" << visible << " visible of "
+        << reports.size() << " slides)\n"
+        << "prepared deck written to " << options.output << "\n";
+    return kExitOk;
+}
+
+}  // namespace
+
 void setupPrepareCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err) {
-    auto* cmd = app.add_subcommand("prepare", "(not yet available)");
-    cmd->callback([&action, &out, &err] {
-        action = [&out, &err]() -> int {
-            (void)out;
-            (void)err;
-            throw Error("orvandel prepare is not available yet");
-        };
+    auto options = std::make_shared<PrepareOptions>();
+    auto* cmd = app.add_subcommand(
+        "prepare",
+        "Write the prepared copy of a deck, in which every slide plays by itself: click-driven bullets become "
+        "timed steps, click-started videos autoplay, exit effects are chained, and every slide advances "
+        "automatically after its planned time. Prints the branch and advance time of each slide and the "
+        "expected length of the movie (the sum of the visible slides' advance times).");
+    cmd->add_option("DECK", options->deck, "The deck to prepare (.pptx)")->required()->type_name("DECK");
+    cmd->add_option("-o,--output", options->output, "Where to write the prepared deck (.pptx); an existing file is "
+                                                    "replaced only when the whole deck was prepared")
+        ->required()
+        ->type_name("PREPARED.pptx");
+    cmd->add_option("--video", options->video,
+                    "N:MS, the length in milliseconds of the video on slide N (1-based, hidden slides counted); "
+                    "needed when the slide does not state it, and wins over the slide's own value")
+        ->type_name("N:MS");
+    cmd->add_option("--gif", options->gif, "N:MS, how long the GIF on slide N plays, in milliseconds")
+        ->type_name("N:MS");
+    cmd->callback([&action, &out, &err, options] {
+        (void)err;
+        action = [&out, options]() -> int { return runPrepare(*options, out); };
     });
 }
 

@@ -1,0 +1,72 @@
+#include "ExitWriter.hpp"
+
+#include "Checked.hpp"
+#include "Numbers.hpp"
+#include "SlideXML.hpp"
+#include "TimingTree.hpp"
+#include "XMLEmitter.hpp"
+
+namespace orvandel::ExitWriter {
+
+namespace {
+
+// The first p:cond of the effect's first p:stCondLst.
+std::optional<XmlElement> startCondition(const XmlElement& effect) {
+    const auto conditions = TimingTree::firstChild(effect, "p:stCondLst");
+    return conditions ? TimingTree::firstChild(*conditions, "p:cond") : std::nullopt;
+}
+
+std::optional<XmlElement> parsedTiming(const std::string& xml) {
+    const auto range = SlideXML::elementRange(xml, "p:timing");
+    if (!range) return std::nullopt;
+    return SlideXML::parseFragment(std::string_view(xml).substr(range->first, range->second - range->first),
+                                   "p:timing");
+}
+
+std::string spliced(std::string xml, const XmlElement& timing) {
+    return SlideXML::replaceElement(std::move(xml), "p:timing",
+                                    XMLEmitter::emit(timing, XMLEmitter::Options::identity));
+}
+
+}  // namespace
+
+std::string retimeExitHeads(std::string xml, std::int64_t offsetMs) {
+    const auto timing = parsedTiming(xml);
+    const auto mainSeq = timing ? TimingTree::firstMainSeq(*timing) : std::nullopt;
+    if (!mainSeq) return xml;
+
+    bool changed = false;
+    for (const auto& container : TimingTree::groupContainers(*mainSeq)) {
+        for (const auto& effect : TimingTree::effectChildren(container)) {
+            if (effect.attribute("presetClass") != "exit") continue;
+            auto cond = startCondition(effect);
+            if (!cond) continue;
+            cond->replaceAttribute("delay", formatInt(offsetMs));
+            changed = true;
+            break;
+        }
+    }
+    return changed ? spliced(std::move(xml), *timing) : xml;
+}
+
+std::string convertExitToAfterEffect(std::string xml) {
+    const auto timing = parsedTiming(xml);
+    const auto mainSeq = timing ? TimingTree::firstMainSeq(*timing) : std::nullopt;
+    if (!mainSeq) return xml;
+
+    std::int64_t converted = 0;
+    for (const auto& container : TimingTree::groupContainers(*mainSeq)) {
+        auto head = TimingTree::clickHead(container);
+        if (!head || head->attribute("presetClass") != "exit") continue;
+        auto cond = startCondition(*head);
+        if (!cond) continue;
+        head->replaceAttribute("nodeType", "afterEffect");
+        cond->replaceAttribute("delay", formatInt(checkedAdd(EXIT_OFFSET, checkedMul(converted, STEP))));
+        converted = checkedAdd(converted, 1);
+    }
+    if (converted == 0) return xml;
+    TimingTree::ensureMainSeqOnBegin(*timing);
+    return spliced(std::move(xml), *timing);
+}
+
+}  // namespace orvandel::ExitWriter

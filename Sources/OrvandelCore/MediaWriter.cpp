@@ -1,0 +1,56 @@
+#include "MediaWriter.hpp"
+
+#include <optional>
+
+#include "Numbers.hpp"
+#include "SlideXML.hpp"
+#include "TimingTree.hpp"
+#include "XMLEmitter.hpp"
+
+namespace orvandel::MediaWriter {
+
+MediaError MediaError::noMainSeqMediaCall() {
+    return MediaError(Case::noMainSeqMediaCall, "no mainSeq mediacall effect to convert to autoplay");
+}
+
+namespace {
+
+std::optional<XmlElement> parsedTiming(const std::string& xml) {
+    const auto range = SlideXML::elementRange(xml, "p:timing");
+    if (!range) return std::nullopt;
+    return SlideXML::parseFragment(std::string_view(xml).substr(range->first, range->second - range->first),
+                                   "p:timing");
+}
+
+std::string spliced(std::string xml, const XmlElement& timing) {
+    return SlideXML::replaceElement(std::move(xml), "p:timing",
+                                    XMLEmitter::emit(timing, XMLEmitter::Options::identity));
+}
+
+}  // namespace
+
+std::string convertOnClickToAutoplay(std::string xml) {
+    const auto timing = parsedTiming(xml);
+    if (!timing) throw MediaError::noMainSeqMediaCall();
+    auto call = TimingTree::mainSeqMediaCall(*timing);
+    if (!call || call->attribute("nodeType") != "clickEffect") throw MediaError::noMainSeqMediaCall();
+    call->replaceAttribute("nodeType", "withEffect");
+    TimingTree::ensureMainSeqOnBegin(*timing);
+    return spliced(std::move(xml), *timing);
+}
+
+std::string setAutoplayPreroll(std::string xml, std::int64_t videoPreMs) {
+    const auto timing = parsedTiming(xml);
+    if (!timing) return xml;
+    for (const auto& node : TimingTree::allCTnInDocumentOrder(*timing)) {
+        if (node.attribute("presetClass") != "mediacall" || node.attribute("nodeType") == "clickEffect") continue;
+        const auto conditions = TimingTree::firstChild(node, "p:stCondLst");
+        auto cond = conditions ? TimingTree::firstChild(*conditions, "p:cond") : std::nullopt;
+        if (!cond) return xml;
+        cond->replaceAttribute("delay", formatInt(videoPreMs));
+        return spliced(std::move(xml), *timing);
+    }
+    return xml;
+}
+
+}  // namespace orvandel::MediaWriter
