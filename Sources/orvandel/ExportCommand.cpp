@@ -1,18 +1,153 @@
 #include <CLI/CLI.hpp>
+#include <unistd.h>
 
+#include <chrono>
+#include <cstdio>
+#include <memory>
+
+#include "Cli.hpp"
 #include "Commands.hpp"
-#include "Error.hpp"
+#include "Interrupt.hpp"
+#include "LibreOfficeMp4Exporter.hpp"
+#include "ManifestReader.hpp"
+#include "Mp4Exporter.hpp"
+#include "Numbers.hpp"
+#include "OrvExporter.hpp"
 
 namespace orvandel::cli {
 
+namespace {
+
+struct ExportOptions {
+    std::string deck;
+    std::string output;
+    std::string mp4;
+    std::vector<std::string> video;
+    std::vector<std::string> gif;
+    std::string renderer = "auto";
+};
+
+std::string joinNumbers(const std::vector<std::int64_t>& v) {
+    std::string s;
+    for (std::size_t i = 0; i < v.size(); ++i) s += (i ? ", " : "") + formatInt(v[i]);
+    return s;
+}
+
+// One line on standard error, redrawn in place, when it is a terminal.
+class ProgressLine {
+public:
+    explicit ProgressLine(std::ostream& err) : err_(err), enabled_(::isatty(STDERR_FILENO) == 1) {}
+    ~ProgressLine() { finish(); }
+
+    void update(const std::string& stage, double fraction) {
+        if (!enabled_) return;
+        const int percent = fraction < 0 ? -1 : static_cast<int>(fraction * 100 + 0.5);
+        if (stage == stage_ && percent == percent_) return;
+        stage_ = stage;
+        percent_ = percent;
+        std::string line = "  " + stage + (percent >= 0 ? " " + std::to_string(percent) + "%" : std::string("..."));
+        err_ << "\r" << line << std::string(width_ > line.size() ? width_ - line.size() : 0, ' ') << std::flush;
+        width_ = line.size();
+        shown_ = true;
+    }
+    void finish() {
+        if (shown_) err_ << "\r" << std::string(width_, ' ') << "\r" << std::flush;
+        shown_ = false;
+    }
+
+private:
+    std::ostream& err_;
+    bool enabled_;
+    bool shown_ = false;
+    std::string stage_;
+    int percent_ = -2;
+    std::size_t width_ = 0;
+};
+
+std::unique_ptr<Mp4Exporting> chooseRenderer(const std::string& name) {
+    if (name == "powerpoint" || (name == "auto" && Mp4Exporter::isPowerPointAvailable())) {
+        return std::make_unique<DefaultMp4Exporter>();
+    }
+    return std::make_unique<LibreOfficeMp4Exporter>();
+}
+
+int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err) {
+    const auto videoMs = parseSlideDurations(options.video, "--video");
+    const auto gifMs = parseSlideDurations(options.gif, "--gif");
+    std::filesystem::path deck = options.deck;
+    std::filesystem::path destination = options.output;
+    if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");
+    std::optional<std::filesystem::path> movie;
+    if (!options.mp4.empty()) movie = options.mp4;
+    const auto renderer = chooseRenderer(options.renderer);
+
+    InterruptGuard interrupt;
+    ProgressLine line(err);
+    RenderHooks hooks{[&](const std::string& stage, double f) { line.update(stage, f); }, interrupt.token()};
+    OrvExporter::Result result;
+    try {
+        result = OrvExporter::export_(deck, movie, destination, videoMs, gifMs, std::chrono::system_clock::now(),
+                                      "orvandel-cli", std::string("orvandel-core/") + ORVANDEL_VERSION, {},
+                                      *renderer, hooks);
+    } catch (...) {
+        line.finish();
+        // Whatever the stage noticed first, an interrupt is reported as one.
+        if (interrupt.signal()) {
+            err << "orvandel: interrupted; nothing was written\n";
+            return interrupt.exitStatus();
+        }
+        throw;
+    }
+    line.finish();
+
+    out << "Package written to " << destination.string() << "\n";
+    try {
+        const auto probe = ManifestReader::read(destination);
+        out << "  cues: " << probe.cues.size() << "\n";
+        out << "  movie length: " << formatFixed(probe.masterVideoDuration, 3) << " s\n";
+    } catch (const std::exception& e) {
+        out << "  (could not read the package back: " << e.what() << ")\n";
+    }
+    if (!result.convertedOnClickVideoSlides.empty()) {
+        out << "  videos that waited for a click now play by themselves on slides "
+            << joinNumbers(result.convertedOnClickVideoSlides) << "\n";
+    }
+    if (!result.slidesWithExitEffects.empty()) {
+        out << "  exit effects play by themselves on slides " << joinNumbers(result.slidesWithExitEffects) << "\n";
+    }
+    out << "  most bullets on one slide: " << result.maxBulletsPerSlide << "\n";
+    return kExitOk;
+}
+
+}  // namespace
+
 void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err) {
-    auto* cmd = app.add_subcommand("export", "(not yet available)");
-    cmd->callback([&action, &out, &err] {
-        action = [&out, &err]() -> int {
-            (void)out;
-            (void)err;
-            throw Error("orvandel export is not available yet");
-        };
+    auto options = std::make_shared<ExportOptions>();
+    auto* cmd = app.add_subcommand(
+        "export",
+        "Turn a deck into a lesson package (.orv): prepare a self-playing copy, render it to one movie, compute "
+        "the cue of every slide and bullet, and write manifest.json and assets/master.mp4.");
+    cmd->add_option("DECK", options->deck, "the deck (.pptx)")->required()->check(CLI::ExistingFile);
+    cmd->add_option("-o,--output", options->output, "where the package goes (default: the deck's name with .orv)");
+    cmd->add_option("--mp4", options->mp4,
+                    "a movie of the deck rendered by hand; the deck is then neither prepared nor rendered")
+        ->check(CLI::ExistingFile);
+    cmd->add_option("--video", options->video,
+                    "N:MS, the length in milliseconds of the video on slide N (1-based, hidden slides counted); "
+                    "needed when the slide does not state it, and wins over the slide's own value")
+        ->type_name("N:MS")
+        ->allow_extra_args(false);
+    cmd->add_option("--gif", options->gif, "N:MS, how long the GIF on slide N plays, in milliseconds")
+        ->type_name("N:MS")
+        ->allow_extra_args(false);
+    cmd->add_option("--renderer", options->renderer,
+                    "who renders the movie: libreoffice (headless, this machine), powerpoint (PowerPoint for Mac) "
+                    "or auto (PowerPoint where it is installed, else LibreOffice)")
+        ->check(CLI::IsMember({"auto", "libreoffice", "powerpoint"}));
+    cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
+                "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n");
+    cmd->callback([&action, &out, &err, options] {
+        action = [&out, &err, options] { return runExport(*options, out, err); };
     });
 }
 

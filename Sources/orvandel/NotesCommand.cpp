@@ -46,7 +46,7 @@ void setupNotesCommand(CLI::App& app, std::function<int()>& action, std::ostream
     cmd->add_option("DECK", options->deck, "The deck to read (.pptx)")->required();
     cmd->add_flag("--json", options->json,
                   "Print a JSON object from slide number (as a string) to that slide's notes");
-    cmd->footer("Example:\n  orvandel notes examples/aula-exemplo.pptx --json");
+    cmd->footer("Example:\n  orvandel notes examples/aula-exemplo.pptx --json\n");
     cmd->callback([&action, &out, &err, options] {
         action = [&out, &err, options]() -> int { return runNotes(*options, out, err); };
     });

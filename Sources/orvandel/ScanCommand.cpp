@@ -80,7 +80,7 @@ void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream&
     cmd->add_option("--gif", options->gif, "N:MS, how long the GIF on slide N plays, in milliseconds")
         ->type_name("N:MS")
         ->allow_extra_args(false);
-    cmd->footer("Example:\n  orvandel scan examples/aula-exemplo.pptx --gif 4:3000");
+    cmd->footer("Example:\n  orvandel scan examples/aula-exemplo.pptx --gif 4:3000\n");
     cmd->callback([&action, &out, &err, options] {
         (void)err;
         action = [&out, options]() -> int { return runScan(*options, out); };

@@ -1,0 +1,150 @@
+#include "OrvExporter.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "Checked.hpp"
+#include "CueCalculator.hpp"
+#include "CueInputAssembler.hpp"
+#include "DeckError.hpp"
+#include "DeckScanner.hpp"
+#include "DeckTransformer.hpp"
+#include "ManifestBuilder.hpp"
+#include "Mp4Duration.hpp"
+#include "NotesScanner.hpp"
+#include "OrvPackager.hpp"
+#include "Uuid.hpp"
+
+namespace orvandel::OrvExporter {
+
+FlowError::FlowError(const Mp4Exporter::ExportError& error)
+    : Error(std::string("Não foi possível automatizar o export do MP4 (motivo: ") + error.what() + "). " +
+            "Exporte manualmente no PowerPoint (Arquivo → Exportar → Criar Vídeo, " +
+            "1080p, 'Usar Narrações e Temporizações Gravadas' marcado) e rode de novo " +
+            "passando --mp4 <arquivo>."),
+      exportError_(error) {}
+
+FlowError FlowError::automationFailed(const Mp4Exporter::ExportError& error) { return FlowError(error); }
+
+namespace {
+
+// Removes the work directory with everything in it when the flow ends,
+// however it ends; a failure to remove is ignored.
+class WorkDirectory {
+public:
+    WorkDirectory() : path_(baseDirectory() / ("orv-chain-" + makeUuid())) {
+        std::filesystem::create_directories(path_);
+    }
+    ~WorkDirectory() {
+        std::error_code ec;
+        std::filesystem::remove_all(path_, ec);
+    }
+    WorkDirectory(const WorkDirectory&) = delete;
+    WorkDirectory& operator=(const WorkDirectory&) = delete;
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+void progress(const RenderHooks& hooks, const char* stage, double fraction) {
+    if (hooks.progress) hooks.progress(stage, fraction);
+}
+
+void checkCancelled(const RenderHooks& hooks) {
+    if (hooks.cancel && hooks.cancel->isCancelled()) throw CancelledError();
+}
+
+Result resultOf(const std::vector<SlideReport>& reports, bool movieHandedIn) {
+    Result r;
+    for (const auto& s : reports) {
+        if (s.hasOnClickVideo && !movieHandedIn) r.convertedOnClickVideoSlides.push_back(s.displayIndex);
+        if (s.hasExitEffect && !s.isHidden) r.slidesWithExitEffects.push_back(s.displayIndex);
+        if (!s.isHidden) r.maxBulletsPerSlide = std::max(r.maxBulletsPerSlide, s.bulletCount);
+    }
+    return r;
+}
+
+}  // namespace
+
+std::filesystem::path baseDirectory() {
+    if (const char* home = std::getenv("HOME")) {
+        const auto container = std::filesystem::path(home) / "Library/Containers/com.microsoft.Powerpoint/Data";
+        std::error_code ec;
+        if (std::filesystem::is_directory(container, ec)) return container / "tmp";
+    }
+    return std::filesystem::temp_directory_path();
+}
+
+std::int64_t expectedDurationMs(const std::vector<SlideReport>& preparedReports) {
+    std::int64_t total = 0;
+    for (const auto& s : preparedReports) {
+        if (!s.isHidden && s.advTmMs) total = checkedAdd(total, *s.advTmMs);
+    }
+    return total;
+}
+
+bool durationPlausible(std::int64_t expectedMs, std::int64_t measuredMs) {
+    const double ratio = double(measuredMs) / double(expectedMs);
+    return !std::isnan(ratio) && ratio >= 0.6 && ratio <= 1.4;
+}
+
+Result export_(const std::filesystem::path& originalPptx, const std::optional<std::filesystem::path>& masterMp4,
+               const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
+               std::chrono::system_clock::time_point generatedAt, const std::string& source,
+               const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
+               const Mp4Exporting& exporter, const RenderHooks& hooks) {
+    progress(hooks, kStageScan, 0);
+    const auto reports = DeckScanner::report(originalPptx, videoMs, gifMs);
+    if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
+        throw DeckError::noVisibleSlides();
+    }
+    const auto media = DeckScanner::validateMedia(reports);
+    if (media.needsAttention()) throw DeckError::multipleVideosOnSlide(media.slidesWithMultipleVideos);
+    std::vector<std::int64_t> gifsWithoutDuration;
+    for (const auto& s : reports) {
+        if (s.hasGif && !s.isHidden && !gifMs.count(s.displayIndex)) gifsWithoutDuration.push_back(s.displayIndex);
+    }
+    if (!gifsWithoutDuration.empty()) throw DeckError::gifWithoutDuration(gifsWithoutDuration);
+    checkCancelled(hooks);
+
+    std::optional<WorkDirectory> work;
+    std::filesystem::path movie;
+    std::int64_t expectedMs = 0;
+    if (masterMp4) {
+        movie = *masterMp4;
+    } else {
+        work.emplace();
+        const auto prepared = work->path() / "prepared.pptx";
+        progress(hooks, kStagePrepare, 0);
+        const auto preparedReports =
+            DeckTransformer::prepare(originalPptx, prepared, videoMs, gifMs, /*respiroMs=*/1000, /*espacamentoMs=*/1500);
+        expectedMs = expectedDurationMs(preparedReports);
+        checkCancelled(hooks);
+        const std::function<bool()> alive = isRenderAlive ? isRenderAlive : Mp4Exporter::powerPointLivenessProbe;
+        movie = work->path() / "master.mp4";
+        try {
+            exporter.export_(prepared, movie, alive, hooks);
+        } catch (const Mp4Exporter::ExportError& e) {
+            throw FlowError::automationFailed(e);
+        }
+    }
+
+    const auto cues = CueCalculator::calculateCues(CueInputAssembler::cueInputs(reports, videoMs, gifMs));
+    const auto notes = NotesScanner::notesBySlide(originalPptx);
+    const std::int64_t measuredMs = Mp4Duration::measureMs(movie);
+    if (!masterMp4 && expectedMs > 0 && !durationPlausible(expectedMs, measuredMs)) {
+        throw DeckError::masterDurationMismatch(expectedMs, measuredMs);
+    }
+    checkCancelled(hooks);
+
+    progress(hooks, kStagePackage, 0);
+    const ManifestMetadata metadata{originalPptx.filename().string(), static_cast<std::int64_t>(reports.size()),
+                                    measuredMs, generatedAt, source, pluginVersion};
+    OrvPackager::package(ManifestBuilder::buildManifestV3(cues, notes, metadata), movie, outOrv);
+    progress(hooks, kStagePackage, 1);
+    return resultOf(reports, masterMp4.has_value());
+}
+
+}  // namespace orvandel::OrvExporter
