@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "PptxArchive.hpp"
+#include "BenchDecks.hpp"
 #include "Subprocess.hpp"
 #include "ZipArchive.hpp"
 
@@ -20,23 +21,6 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 namespace {
-
-fs::path largestCorpusDeck() {
-    const fs::path dir = fs::path(ORVANDEL_SOURCE_DIR) / ".." / "shared" / "corpus";
-    fs::path best;
-    std::uintmax_t bestSize = 0;
-    std::error_code ec;
-    for (const auto& e : fs::directory_iterator(dir, ec)) {
-        if (e.path().extension() != ".pptx" || e.path().filename().string().find("BROKEN") != std::string::npos) {
-            continue;
-        }
-        if (e.file_size() > bestSize) {
-            bestSize = e.file_size();
-            best = e.path();
-        }
-    }
-    return best;
-}
 
 std::string unzipPattern(const std::string& name) {
     std::string out;
@@ -64,7 +48,7 @@ double secondsPerPass(F&& pass, double budget, int& passes) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const fs::path deck = argc > 1 ? fs::path(argv[1]) : largestCorpusDeck();
+    const fs::path deck = argc > 1 ? fs::path(argv[1]) : test::largestCorpusDeck();
     if (deck.empty() || !fs::exists(deck)) {
         std::fprintf(stderr, "no deck: pass one, or put the corpus at ../shared/corpus\n");
         return 1;

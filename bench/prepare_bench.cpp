@@ -3,7 +3,7 @@
 // slide and the peak resident memory of the process that prepared the deck
 // (each case runs in its own child process, so the peaks do not mix).
 //
-//   prepare_bench [DECK]   (default: ../shared/corpus/sc__031.pptx)
+//   prepare_bench [DECK]   (default: the largest corpus deck)
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <string>
 
+#include "BenchDecks.hpp"
 #include "DeckBuilder.hpp"
 #include "DeckError.hpp"
 #include "DeckTransformer.hpp"
@@ -23,37 +24,6 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 namespace {
-
-std::string bulletSlide(int n) {
-    std::string shapes, steps;
-    for (int i = 0; i < 4; ++i) {
-        const std::string id = std::to_string(10 + i);
-        shapes += "<p:sp><p:nvSpPr><p:cNvPr id=\"" + id + "\" name=\"b" + id +
-                  "\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/><p:txBody><a:bodyPr/><a:p><a:r><a:t>Slide " +
-                  std::to_string(n) + " bullet " + std::to_string(i) + "</a:t></a:r></a:p></p:txBody></p:sp>";
-        steps += "<p:par><p:cTn fill=\"hold\"><p:stCondLst><p:cond delay=\"indefinite\"/></p:stCondLst><p:childTnLst>"
-                 "<p:par><p:cTn fill=\"hold\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst>"
-                 "<p:par><p:cTn presetID=\"10\" presetClass=\"entr\" fill=\"hold\" nodeType=\"clickEffect\">"
-                 "<p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:set><p:cBhvr><p:cTn dur=\"1\" "
-                 "fill=\"hold\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst></p:cTn><p:tgtEl><p:spTgt spid=\"" +
-                 id + "\"/></p:tgtEl><p:attrNameLst><p:attrName>style.visibility</p:attrName></p:attrNameLst>"
-                      "</p:cBhvr><p:to><p:strVal val=\"visible\"/></p:to></p:set><p:animEffect transition=\"in\" "
-                      "filter=\"fade\"><p:cBhvr><p:cTn dur=\"1000\"/><p:tgtEl><p:spTgt spid=\"" +
-                 id + "\"/></p:tgtEl></p:cBhvr></p:animEffect></p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn>"
-                      "</p:par></p:childTnLst></p:cTn></p:par>";
-    }
-    // Every time node gets an id, as a saved deck has them.
-    std::string timing = "<p:timing><p:tnLst><p:par><p:cTn dur=\"indefinite\" restart=\"never\" nodeType=\"tmRoot\">"
-                         "<p:childTnLst><p:seq concurrent=\"1\" nextAc=\"seek\"><p:cTn dur=\"indefinite\" "
-                         "nodeType=\"mainSeq\"><p:childTnLst>" +
-                         steps + "</p:childTnLst></p:cTn><p:prevCondLst/><p:nextCondLst/></p:seq></p:childTnLst>"
-                                 "</p:cTn></p:par></p:tnLst></p:timing>";
-    int id = 0;
-    for (std::size_t at = timing.find("<p:cTn "); at != std::string::npos; at = timing.find("<p:cTn ", at + 1)) {
-        timing.insert(at + 7, "id=\"" + std::to_string(++id) + "\" ");
-    }
-    return test::slideXml(shapes, "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr>" + timing);
-}
 
 void measure(const std::string& label, const fs::path& deck, const fs::path& out) {
     SlideDurations videoMs;
@@ -103,14 +73,14 @@ void inChild(const std::string& label, const fs::path& deck, const fs::path& out
 }  // namespace
 
 int main(int argc, char** argv) {
-    fs::path deck = fs::path(ORVANDEL_SOURCE_DIR) / ".." / "shared" / "corpus" / "sc__031.pptx";
+    fs::path deck = test::largestCorpusDeck();
     if (argc > 1 && argv[1][0] != '-') deck = argv[1];
 
     const fs::path dir = fs::temp_directory_path() / ("orvandel-prepare-bench-" + std::to_string(getpid()));
     fs::create_directories(dir);
 
     test::DeckBuilder builder;
-    for (int n = 1; n <= 500; ++n) builder.addSlide(bulletSlide(n));
+    for (int n = 1; n <= 500; ++n) builder.addSlide(test::bulletSlideXml(n, 4, 1000));
     builder.write(dir / "generated.pptx");
 
     if (fs::exists(deck)) {

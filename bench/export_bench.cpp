@@ -1,0 +1,104 @@
+// End to end: the bench deck (100 slides, a title and four bullets that
+// appear on click; once prepared each slide lasts 7.5 s, the movie 12.5
+// minutes) exported with the headless renderer. Prints the wall time of each
+// stage and the ratio of movie length to wall time, then the same export
+// without periodic frames, to show what they cost.
+//   export_bench                 generate the deck in a temporary folder and export it
+//   export_bench --deck-only P   only write the bench deck to P
+//   export_bench DECK [--gif N:MS]...   export another deck
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "BenchDecks.hpp"
+#include "LibreOfficeMp4Exporter.hpp"
+#include "ManifestReader.hpp"
+#include "Numbers.hpp"
+#include "OrvExporter.hpp"
+#include "Uuid.hpp"
+
+using namespace orvandel;
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+struct Timed {
+    std::vector<std::pair<std::string, double>> stages;  // name, seconds
+    double total = 0;
+};
+
+Timed exportOnce(const fs::path& deck, const fs::path& out, const SlideDurations& gifMs, std::int64_t periodicMs) {
+    LibreOfficeMp4Exporter::Options options;
+    options.periodicFrameMs = periodicMs;
+    const LibreOfficeMp4Exporter renderer(options);
+    Timed t;
+    const auto start = Clock::now();
+    auto last = start;
+    std::string current;
+    auto mark = [&](const std::string& next) {
+        const auto now = Clock::now();
+        if (!current.empty()) t.stages.emplace_back(current, std::chrono::duration<double>(now - last).count());
+        current = next;
+        last = now;
+    };
+    RenderHooks hooks{[&](const std::string& stage, double) {
+        if (stage != current) mark(stage);
+    }};
+    OrvExporter::export_(deck, std::nullopt, out, {}, gifMs, std::chrono::system_clock::now(), "bench", "bench", {},
+                         renderer, hooks);
+    mark("");
+    t.total = std::chrono::duration<double>(Clock::now() - start).count();
+    return t;
+}
+
+void print(const char* title, const Timed& t, std::int64_t movieMs) {
+    std::printf("%s\n", title);
+    for (const auto& [stage, seconds] : t.stages) std::printf("  %-22s %7.2f s\n", stage.c_str(), seconds);
+    std::printf("  %-22s %7.2f s\n", "total", t.total);
+    std::printf("  movie %s s, %.1fx faster than real time\n", msAsDecimalSeconds(movieMs).c_str(),
+                double(movieMs) / 1000.0 / t.total);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 3 && std::strcmp(argv[1], "--deck-only") == 0) {
+        test::writeBulletDeck(argv[2], 100, 4);
+        std::printf("bench deck written to %s\n", argv[2]);
+        return 0;
+    }
+    const fs::path dir = fs::temp_directory_path() / ("orvandel-export-bench-" + makeUuid());
+    fs::create_directories(dir);
+    fs::path deck = dir / "bench-deck.pptx";
+    SlideDurations gifMs;
+    if (argc > 1) {
+        deck = argv[1];
+        for (int i = 2; i + 1 < argc; i += 2) {
+            const std::string pair = argv[i + 1];
+            gifMs[*parseInt64(pair.substr(0, pair.find(':')))] = *parseInt64(pair.substr(pair.find(':') + 1));
+        }
+    } else {
+        test::writeBulletDeck(deck, 100, 4);
+    }
+    int status = 0;
+    try {
+        const auto withPeriodic = exportOnce(deck, dir / "with.orv", gifMs, 1000);
+        const auto movieMs =
+            static_cast<std::int64_t>(ManifestReader::read(dir / "with.orv").masterVideoDuration * 1000 + 0.5);
+        print("with a frame every second (the default):", withPeriodic, movieMs);
+        const auto without = exportOnce(deck, dir / "without.orv", gifMs, 0);
+        print("with one frame per slide:", without, movieMs);
+        std::printf("periodic frames cost %.2f s (%.0f%% of the export)\n", withPeriodic.total - without.total,
+                    100.0 * (withPeriodic.total - without.total) / withPeriodic.total);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "export_bench: %s\n", e.what());
+        status = 1;
+    }
+    fs::remove_all(dir);
+    return status;
+}
