@@ -88,6 +88,13 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
 
     std::vector<std::filesystem::path> stills;
     for (int page : pages) stills.push_back(images.at(page));
+    if (options_.keepStillsIn) {
+        std::filesystem::create_directories(*options_.keepStillsIn);
+        for (int page : pages) {
+            std::filesystem::copy_file(images.at(page), *options_.keepStillsIn / ("still-" + std::to_string(page) + ".tif"),
+                                       std::filesystem::copy_options::overwrite_existing);
+        }
+    }
     const auto frames = MovieEncoder::convertToRawFrames(
         stills, frame, scratch.path() / "frames", {.timeout = std::chrono::milliseconds(120'000 + 2'000 * slideCount), .cancel = hooks.cancel});
     std::vector<TimelineEntry> entries;

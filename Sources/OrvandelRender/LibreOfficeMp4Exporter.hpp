@@ -28,6 +28,10 @@ public:
         std::int64_t minPlausibleMs = 1000;
         // LibreOffice's limit per attempt; default 120 s plus 1 s per slide.
         std::optional<std::chrono::milliseconds> libreOfficeTimeout;
+        // When set, the stills of the visible slides are copied here
+        // (still-<slide number>.tif), for checks that compare the movie
+        // with what went into it.
+        std::optional<std::filesystem::path> keepStillsIn;
     };
 
     LibreOfficeMp4Exporter() = default;

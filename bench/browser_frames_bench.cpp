@@ -1,0 +1,65 @@
+// Material for bench/browser-check.sh: prepares and renders a deck with the
+// headless renderer, keeping the stills that went into the movie, and writes
+// the schedule of the visible slides.
+//   browser_frames_bench OUT_DIR [DECK [--gif N:MS]... [--periodic MS]]
+// OUT_DIR receives master.mp4, still-<slide>.tif and slides.json
+// ([{"slide": N, "startMs": A, "endMs": B}, ...]). Without DECK, the bench
+// deck of 100 slides with four bullets each is generated.
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "BenchDecks.hpp"
+#include "Bytes.hpp"
+#include "DeckTransformer.hpp"
+#include "LibreOfficeMp4Exporter.hpp"
+#include "Numbers.hpp"
+
+using namespace orvandel;
+namespace fs = std::filesystem;
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: browser_frames_bench OUT_DIR [DECK [--gif N:MS]... [--periodic MS]]\n");
+        return 2;
+    }
+    const fs::path out = argv[1];
+    fs::create_directories(out);
+    fs::path deck = out / "bench-deck.pptx";
+    SlideDurations gifMs;
+    LibreOfficeMp4Exporter::Options options;
+    options.keepStillsIn = out;
+    if (argc > 2) {
+        deck = argv[2];
+        for (int i = 3; i + 1 < argc; i += 2) {
+            const std::string value = argv[i + 1];
+            if (std::strcmp(argv[i], "--periodic") == 0) {
+                options.periodicFrameMs = parseInt64(value).value_or(1000);
+            } else {
+                gifMs[*parseInt64(value.substr(0, value.find(':')))] = *parseInt64(value.substr(value.find(':') + 1));
+            }
+        }
+    } else {
+        test::writeBulletDeck(deck, 100, 4);
+    }
+    try {
+        const auto reports = DeckTransformer::prepare(deck, out / "prepared.pptx", {}, gifMs, 1000, 1500);
+        LibreOfficeMp4Exporter(options).export_(out / "prepared.pptx", out / "master.mp4", {});
+        nlohmann::ordered_json slides = nlohmann::ordered_json::array();
+        std::int64_t start = 0;
+        for (const auto& r : reports) {
+            if (r.isHidden) continue;
+            const std::int64_t end = start + r.advTmMs.value_or(0);
+            slides.push_back({{"slide", r.displayIndex}, {"startMs", start}, {"endMs", end}});
+            start = end;
+        }
+        writeFile(out / "slides.json", slides.dump(1));
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "browser_frames_bench: %s\n", e.what());
+        return 1;
+    }
+    return 0;
+}
