@@ -308,3 +308,19 @@ TEST_F(OrvExporterTest, ResultAndManifestDescribeTheUsersDeck) {
     EXPECT_EQ(manifest["notesBySlide"], Json::parse(R"({"0": "Primeira", "1": "", "2": "Terceira", "3": "", "4": ""})"));
     EXPECT_TRUE(workDirsLeft().empty());
 }
+
+TEST_F(OrvExporterTest, ACancelWhilePackagingKeepsTheOldPackage) {
+    const auto deck = write(DeckBuilder().addSlide(plain()));
+    writeFile(out(), std::string("old package"));
+    const CancellationToken token;
+    const RenderHooks hooks{[&](const std::string& stage, double) {
+                                if (stage == OrvExporter::kStagePackage) token.cancel();
+                            },
+                            token};
+    EXPECT_THROW(OrvExporter::export_(deck, std::nullopt, out(), {}, {}, {}, "test", "test/1", [] { return true; },
+                                      movieOf(1500), hooks),
+                 CancelledError);
+    EXPECT_EQ(toString(readFile(out())), "old package");
+    EXPECT_TRUE(packageTempsLeft().empty());
+    EXPECT_TRUE(workDirsLeft().empty());
+}
