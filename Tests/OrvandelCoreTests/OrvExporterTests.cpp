@@ -93,18 +93,13 @@ protected:
     }
 
     fs::path tmp() const { return dir / "tmp"; }
-    std::vector<std::string> workDirsLeft() const {
+    // Work directories and temporary package files that outlived an export.
+    std::vector<std::string> leftovers() const {
         std::vector<std::string> out;
-        for (const auto& e : fs::directory_iterator(tmp())) {
-            if (e.path().filename().string().rfind("orv-chain-", 0) == 0) out.push_back(e.path().string());
-        }
-        return out;
-    }
-    // Temporary package files beside the destination.
-    std::vector<std::string> packageTempsLeft() const {
-        std::vector<std::string> out;
-        for (const auto& e : fs::directory_iterator(dir.path())) {
-            if (e.path().filename().string().find(".tmp-") != std::string::npos) out.push_back(e.path().string());
+        for (const auto& [folder, part] : {std::pair{tmp(), "orv-chain-"}, std::pair{dir.path(), ".tmp-"}}) {
+            for (const auto& e : fs::directory_iterator(folder)) {
+                if (e.path().filename().string().find(part) != std::string::npos) out.push_back(e.path().string());
+            }
         }
         return out;
     }
@@ -120,15 +115,14 @@ protected:
     }
     fs::path out() const { return dir / "lesson.orv"; }
 
-    // Expects `run` to throw a DeckError of case `c`, with the renderer left
-    // alone when asked, and nothing left behind.
+    // Expects `run` to throw a DeckError of case `c` and to leave nothing behind.
     template <class Run>
     DeckError expectDeckError(DeckError::Case c, Run run) const {
         try {
             run();
         } catch (const DeckError& e) {
             EXPECT_EQ(e.errorCase(), c) << e.what();
-            EXPECT_TRUE(workDirsLeft().empty());
+            EXPECT_TRUE(leftovers().empty());
             EXPECT_FALSE(fs::exists(out()));
             return e;
         }
@@ -179,7 +173,7 @@ TEST_F(OrvExporterTest, RefusesDecksInOrderBeforeAnyRendering) {
 
     exportDeck(gifs, movieOf(9000), {{2, 1000}, {4, 1000}});
     EXPECT_TRUE(fs::exists(out()));
-    EXPECT_TRUE(workDirsLeft().empty());
+    EXPECT_TRUE(leftovers().empty());
 }
 
 TEST_F(OrvExporterTest, AGivenMovieIsNeitherRenderedNorCheckedNorMoved) {
@@ -239,9 +233,8 @@ TEST_F(OrvExporterTest, RendererFailuresLeaveNothingBehindAndKeepTheOldPackage) 
     const auto deck = write(DeckBuilder().addSlide(plain()));
     writeFile(out(), std::string("old package"));
     auto expectClean = [&] {
-        EXPECT_TRUE(workDirsLeft().empty());
+        EXPECT_TRUE(leftovers().empty());
         EXPECT_EQ(toString(readFile(out())), "old package");
-        EXPECT_TRUE(packageTempsLeft().empty());
     };
 
     try {
@@ -306,7 +299,7 @@ TEST_F(OrvExporterTest, ResultAndManifestDescribeTheUsersDeck) {
     EXPECT_EQ(manifest["slideCount"], 5);
     EXPECT_EQ(manifest["sourceFileName"], "aula.pptx");
     EXPECT_EQ(manifest["notesBySlide"], Json::parse(R"({"0": "Primeira", "1": "", "2": "Terceira", "3": "", "4": ""})"));
-    EXPECT_TRUE(workDirsLeft().empty());
+    EXPECT_TRUE(leftovers().empty());
 }
 
 TEST_F(OrvExporterTest, ACancelWhilePackagingKeepsTheOldPackage) {
@@ -321,6 +314,5 @@ TEST_F(OrvExporterTest, ACancelWhilePackagingKeepsTheOldPackage) {
                                       movieOf(1500), hooks),
                  CancelledError);
     EXPECT_EQ(toString(readFile(out())), "old package");
-    EXPECT_TRUE(packageTempsLeft().empty());
-    EXPECT_TRUE(workDirsLeft().empty());
+    EXPECT_TRUE(leftovers().empty());
 }
