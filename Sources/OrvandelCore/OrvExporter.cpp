@@ -142,7 +142,15 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     progress(hooks, kStagePackage, 0);
     const ManifestMetadata metadata{originalPptx.filename().string(), static_cast<std::int64_t>(reports.size()),
                                     measuredMs, generatedAt, source, pluginVersion};
-    OrvPackager::package(ManifestBuilder::buildManifestV3(cues, notes, metadata), movie, outOrv);
+    // A cancel that arrives while the archive is written still keeps an
+    // existing package: the token is looked at once more before the rename.
+    const auto writeUnlessCancelled = [&hooks](const std::vector<ZipArchive::StreamedEntry>& entries,
+                                               const std::filesystem::path& to) {
+        ZipArchive::createStreaming(entries, to);
+        checkCancelled(hooks);
+    };
+    OrvPackager::package(ManifestBuilder::buildManifestV3(cues, notes, metadata), movie, outOrv,
+                         writeUnlessCancelled);
     progress(hooks, kStagePackage, 1);
     return resultOf(reports, masterMp4.has_value());
 }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "Bytes.hpp"
+#include "Cancellation.hpp"
 #include "DeckError.hpp"
 #include "Uuid.hpp"
 
@@ -31,6 +32,11 @@ void package(const std::string& manifestJSON, const std::filesystem::path& maste
                temporary);
         // rename(2) within one directory replaces an existing file atomically.
         if (std::rename(temporary.c_str(), to.c_str()) != 0) throw FileError("move into place", to.string(), errno);
+    } catch (const CancelledError&) {
+        // Stopping on request is not a failure to write.
+        std::error_code ec;
+        std::filesystem::remove(temporary, ec);
+        throw;
     } catch (const std::exception&) {
         std::error_code ec;
         std::filesystem::remove(temporary, ec);

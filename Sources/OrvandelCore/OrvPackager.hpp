@@ -19,7 +19,8 @@ using ArchiveWriter =
 
 // The movie must be readable (its FileError is thrown as it is, before
 // anything is written). A failure to write the archive or to move it into
-// place throws DeckError::orvWriteFailed(to) and leaves no temporary file.
+// place throws DeckError::orvWriteFailed(to) and leaves no temporary file; a
+// CancelledError from the writer leaves none either and is passed on as it is.
 void package(const std::string& manifestJSON, const std::filesystem::path& masterMp4,
              const std::filesystem::path& to, const ArchiveWriter& writer = ZipArchive::createStreaming);
 

@@ -1,0 +1,242 @@
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <thread>
+
+#include "Bytes.hpp"
+#include "DeckBuilder.hpp"
+#include "DeckError.hpp"
+#include "Subprocess.hpp"
+#include "TestSupport.hpp"
+#include "ZipArchive.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+extern char** environ;
+
+namespace {
+
+SubprocessResult cli(std::vector<std::string> args) {
+    args.insert(args.begin(), cliPath().string());
+    return Subprocess::run(args, {.timeout = std::chrono::minutes(2)});
+}
+
+// `unzip -v`: the name and method of every entry, in archive order.
+std::vector<std::pair<std::string, std::string>> listing(const fs::path& orv) {
+    const auto r = Subprocess::run({"unzip", "-v", orv.string()});
+    std::vector<std::pair<std::string, std::string>> entries;
+    std::istringstream lines(r.standardOutput);
+    std::string line;
+    int rulers = 0;
+    while (std::getline(lines, line)) {
+        if (line.rfind("--------", 0) == 0) {
+            ++rulers;
+        } else if (rulers == 1) {
+            std::istringstream words(line);
+            std::string length, method, word, name;
+            words >> length >> method;
+            while (words >> word) name = word;
+            entries.emplace_back(name, method);
+        }
+    }
+    return entries;
+}
+
+// What one corpus deck must give: the package, or the error of the first check it fails.
+void checkCorpusExport(const fs::path& deck, const fs::path& movie, const Bytes& movieBytes, const fs::path& out) {
+    SCOPED_TRACE(deck.filename().string());
+    std::vector<std::string> args{"export", deck.string(), "--mp4", movie.string(), "-o", out.string()};
+    const auto scan = cli({"scan", deck.string(), "--json"});
+    if (scan.exitStatus != 0) {
+        const auto r = cli(args);
+        EXPECT_EQ(r.exitStatus, 1);
+        EXPECT_EQ(r.standardError, scan.standardError);
+        EXPECT_FALSE(fs::exists(out));
+        return;
+    }
+    std::vector<std::int64_t> gifs, videos;
+    std::vector<std::string> lengths;
+    bool anyVisible = false;
+    for (const auto& s : Json::parse(scan.standardOutput)) {
+        const std::int64_t n = s["displayIndex"];
+        anyVisible = anyVisible || !s["isHidden"].get<bool>();
+        if (s["videoCount"].get<int>() > 1) videos.push_back(n);
+        if (s["hasGif"].get<bool>() && !s["isHidden"].get<bool>()) {
+            gifs.push_back(n);
+            lengths.insert(lengths.end(), {"--gif", std::to_string(n) + ":3000"});
+        }
+        if (s["advTmMs"].is_null()) lengths.insert(lengths.end(), {"--video", std::to_string(n) + ":5000"});
+    }
+    auto expectFailure = [&](const std::vector<std::string>& argv, const std::string& description) {
+        const auto r = cli(argv);
+        EXPECT_EQ(r.exitStatus, 1);
+        EXPECT_EQ(r.standardError, "orvandel: " + description + "\n");
+        EXPECT_FALSE(fs::exists(out));
+    };
+    if (!anyVisible) return expectFailure(args, DeckError::noVisibleSlides().what());
+    if (!videos.empty()) return expectFailure(args, DeckError::multipleVideosOnSlide(videos).what());
+    if (!gifs.empty()) expectFailure(args, DeckError::gifWithoutDuration(gifs).what());
+
+    args.insert(args.end(), lengths.begin(), lengths.end());
+    const auto r = cli(args);
+    ASSERT_EQ(r.exitStatus, 0) << r.standardError;
+    EXPECT_EQ(Subprocess::run({"unzip", "-tq", out.string()}).exitStatus, 0);
+    EXPECT_EQ(listing(out), (std::vector<std::pair<std::string, std::string>>{{"manifest.json", "Stored"},
+                                                                             {"assets/master.mp4", "Stored"}}));
+    EXPECT_TRUE(toBytes(Subprocess::run({"unzip", "-p", out.string(), "assets/master.mp4"}).standardOutput) ==
+                movieBytes);
+    const Json manifest = Json::parse(Subprocess::run({"unzip", "-p", out.string(), "manifest.json"}).standardOutput);
+    const auto probe = cli({"probe", out.string(), "--json"});
+    ASSERT_EQ(probe.exitStatus, 0) << probe.standardError;
+    EXPECT_EQ(Json::parse(probe.standardOutput),
+              (Json{{"cues", manifest["cues"].size()}, {"masterVideoDuration", manifest["masterVideoDuration"]}}));
+    fs::remove(out);
+}
+
+// Runs the CLI through env(1) with the variables `env` set, standard output
+// and error going to `log`; returns its pid (env execs the CLI in place).
+pid_t startCli(const std::vector<std::string>& env, const std::vector<std::string>& args, const fs::path& log) {
+    std::vector<std::string> argv{"env"};
+    argv.insert(argv.end(), env.begin(), env.end());
+    argv.push_back(cliPath().string());
+    argv.insert(argv.end(), args.begin(), args.end());
+    std::vector<char*> argp;
+    for (auto& a : argv) argp.push_back(a.data());
+    argp.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    pid_t pid = -1;
+    const int rc = posix_spawnp(&pid, "env", &actions, nullptr, argp.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (rc != 0) throw std::runtime_error("cannot start the CLI");
+    return pid;
+}
+
+// The exit status of pid within `limit`; killed and nothing after that.
+std::optional<int> exitStatusWithin(pid_t pid, std::chrono::seconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    int status = 0;
+    while (::waitpid(pid, &status, WNOHANG) == 0) {
+        if (std::chrono::steady_clock::now() > end) {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, &status, 0);
+            return std::nullopt;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    if (!WIFEXITED(status)) return 128 + WTERMSIG(status);
+    return WEXITSTATUS(status);
+}
+
+// A process that no longer exists or has exited and awaits its reaper.
+bool processGone(pid_t pid) {
+    std::string stat;
+    try {
+        stat = toString(readFile("/proc/" + std::to_string(pid) + "/stat"));
+    } catch (const std::exception&) {
+        return true;
+    }
+    const auto close = stat.rfind(')');
+    return close != std::string::npos && close + 2 < stat.size() && stat[close + 2] == 'Z';
+}
+
+}  // namespace
+
+TEST(ExportCommandTest, EveryCorpusDeckBecomesAPackageOrFailsWithItsError) {
+    ORVANDEL_REQUIRE_CORPUS();
+    if (!haveProgram("ffmpeg") || !haveProgram("unzip")) GTEST_SKIP() << "ffmpeg or unzip missing";
+    TempDir dir;
+    const auto movie = dir / "master.mp4";
+    const auto made = Subprocess::run({"ffmpeg", "-v", "error", "-f", "lavfi", "-i",
+                                       "testsrc=duration=2:size=320x240:rate=10", "-pix_fmt", "yuv420p",
+                                       movie.string()});
+    ASSERT_EQ(made.exitStatus, 0) << made.standardError;
+    const Bytes movieBytes = readFile(movie);
+
+    const auto decks = corpusDecks();
+    std::atomic<std::size_t> next{0};
+    std::vector<std::thread> workers;
+    for (int w = 0; w < 3; ++w) {
+        workers.emplace_back([&, w] {
+            for (std::size_t i = next++; i < decks.size(); i = next++) {
+                checkCorpusExport(decks[i], movie, movieBytes, dir / ("out-" + std::to_string(w) + ".orv"));
+            }
+        });
+    }
+    for (auto& t : workers) t.join();
+}
+
+TEST(ExportCommandTest, AnInterruptStopsTheRenderAndLeavesNothingBehind) {
+    TempDir dir;
+    fs::create_directories(dir / "bin");
+    fs::create_directories(dir / "tmp");
+    fs::create_directories(dir / "home");
+    DeckBuilder().addSlide(slideXml()).addSlide(slideXml()).write(dir / "aula.pptx");
+    // A renderer stage that never ends by itself.
+    writeFile(dir / "bin" / "soffice", "#!/bin/sh\necho $$ > '" + (dir / "soffice.pid").string() + "'\nexec sleep 300\n");
+    fs::permissions(dir / "bin" / "soffice", fs::perms::owner_all);
+    const char* path = std::getenv("PATH");
+    const std::vector<std::string> env{"PATH=" + (dir / "bin").string() + ":" + (path ? path : "/usr/bin:/bin"),
+                                       "TMPDIR=" + (dir / "tmp").string(), "HOME=" + (dir / "home").string()};
+
+    for (const int sig : {SIGINT, SIGTERM}) {
+        SCOPED_TRACE(sig);
+        writeFile(dir / "lesson.orv", std::string("old package"));
+        fs::remove(dir / "soffice.pid");
+        const pid_t pid = startCli(env,
+                                   {"export", (dir / "aula.pptx").string(), "-o", (dir / "lesson.orv").string(),
+                                    "--renderer", "libreoffice"},
+                                   dir / "log");
+        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (!fs::exists(dir / "soffice.pid") && std::chrono::steady_clock::now() < until) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the pid is written
+        ::kill(pid, sig);
+        const auto status = exitStatusWithin(pid, std::chrono::seconds(10));
+        ASSERT_TRUE(fs::exists(dir / "soffice.pid")) << toString(readFile(dir / "log"));
+        const std::string log = toString(readFile(dir / "log"));
+        EXPECT_EQ(status, 128 + sig) << log;
+        EXPECT_NE(log.find("interrupted"), std::string::npos) << log;
+        EXPECT_EQ(toString(readFile(dir / "lesson.orv")), "old package");
+        for (const auto& e : fs::directory_iterator(dir.path())) {
+            EXPECT_EQ(e.path().filename().string().find(".tmp-"), std::string::npos) << e.path();
+        }
+        EXPECT_TRUE(fs::is_empty(dir / "tmp"));
+        EXPECT_TRUE(processGone(std::stoi(toString(readFile(dir / "soffice.pid")))));
+    }
+}
+
+TEST(ProbeCommandTest, ReportsCuesAndLengthOrTheUnzipStatus) {
+    TempDir dir;
+    ZipArchive::create({{"manifest.json", toBytes(R"({"version": "1.0", "cues": [{}, {}, {}],
+                                                      "masterVideoDuration": 12.345, "notesBySlide": {}})")}},
+                       dir / "a.orv");
+    const auto json = cli({"probe", (dir / "a.orv").string(), "--json"});
+    EXPECT_EQ(json.exitStatus, 0);
+    const Json probe = Json::parse(json.standardOutput);
+    EXPECT_EQ(probe, (Json{{"cues", 3}, {"masterVideoDuration", 12.345}}));
+    EXPECT_EQ(cli({"probe", (dir / "a.orv").string()}).standardOutput,
+              (dir / "a.orv").string() + ": 3 cues, master video 12.345 s\n");
+
+    ZipArchive::create({{"assets/master.mp4", toBytes("movie")}}, dir / "b.orv");
+    const auto missing = cli({"probe", (dir / "b.orv").string(), "--json"});
+    EXPECT_EQ(missing.exitStatus, 1);
+    EXPECT_EQ(missing.standardError, "orvandel: unzip do manifest.json falhou (status 11)\n");
+    EXPECT_EQ(missing.standardOutput, "");
+}
