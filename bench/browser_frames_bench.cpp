@@ -1,7 +1,7 @@
 // Material for bench/browser-check.sh: prepares and renders a deck with the
 // headless renderer, keeping the stills that went into the movie, and writes
 // the schedule of the visible slides.
-//   browser_frames_bench OUT_DIR [DECK [--gif N:MS]... [--periodic MS]]
+//   browser_frames_bench OUT_DIR [DECK] [--gif N:MS]... [--periodic MS]
 // OUT_DIR receives master.mp4, still-<slide>.tif and slides.json
 // ([{"slide": N, "startMs": A, "endMs": B}, ...]). Without DECK, the bench
 // deck of 100 slides with four bullets each is generated.
@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::fprintf(stderr, "usage: browser_frames_bench OUT_DIR [DECK [--gif N:MS]... [--periodic MS]]\n");
+        std::fprintf(stderr, "usage: browser_frames_bench OUT_DIR [DECK] [--gif N:MS]... [--periodic MS]\n");
         return 2;
     }
     const fs::path out = argv[1];
@@ -32,19 +32,25 @@ int main(int argc, char** argv) {
     SlideDurations gifMs;
     LibreOfficeMp4Exporter::Options options;
     options.keepStillsIn = out;
-    if (argc > 2) {
-        deck = argv[2];
-        for (int i = 3; i + 1 < argc; i += 2) {
-            const std::string value = argv[i + 1];
-            if (std::strcmp(argv[i], "--periodic") == 0) {
-                options.periodicFrameMs = parseInt64(value).value_or(1000);
-            } else {
-                gifMs[*parseInt64(value.substr(0, value.find(':')))] = *parseInt64(value.substr(value.find(':') + 1));
+    for (int i = 2; i < argc; ++i) {
+        const bool hasValue = i + 1 < argc;
+        if (std::strcmp(argv[i], "--periodic") == 0 && hasValue) {
+            options.periodicFrameMs = parseInt64(argv[++i]).value_or(1000);
+        } else if (std::strcmp(argv[i], "--gif") == 0 && hasValue) {
+            const std::string pair = argv[++i];
+            const auto colon = pair.find(':');
+            const auto slide = parseInt64(pair.substr(0, colon));
+            const auto ms = colon == std::string::npos ? std::nullopt : parseInt64(pair.substr(colon + 1));
+            if (!slide || !ms) {
+                std::fprintf(stderr, "browser_frames_bench: --gif takes N:MS, got %s\n", pair.c_str());
+                return 2;
             }
+            gifMs[*slide] = *ms;
+        } else {
+            deck = argv[i];
         }
-    } else {
-        test::writeBulletDeck(deck, 100, 4);
     }
+    if (argc < 3 || deck == out / "bench-deck.pptx") test::writeBulletDeck(deck, 100, 4);
     try {
         const auto reports = DeckTransformer::prepare(deck, out / "prepared.pptx", {}, gifMs, 1000, 1500);
         LibreOfficeMp4Exporter(options).export_(out / "prepared.pptx", out / "master.mp4", {});
