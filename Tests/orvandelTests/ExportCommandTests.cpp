@@ -16,6 +16,7 @@
 #include "Bytes.hpp"
 #include "DeckBuilder.hpp"
 #include "DeckError.hpp"
+#include "Numbers.hpp"
 #include "Subprocess.hpp"
 #include "TestSupport.hpp"
 #include "ZipArchive.hpp"
@@ -239,4 +240,24 @@ TEST(ProbeCommandTest, ReportsCuesAndLengthOrTheUnzipStatus) {
     EXPECT_EQ(missing.exitStatus, 1);
     EXPECT_EQ(missing.standardError, "orvandel: unzip do manifest.json falhou (status 11)\n");
     EXPECT_EQ(missing.standardOutput, "");
+}
+
+TEST(ExportCommandTest, TheExampleDeckExportsEndToEndWithTheHeadlessRenderer) {
+    if (slowTestsSkipped() || !haveProgram("soffice") || !haveProgram("ffmpeg") || !haveProgram("pdftocairo")) {
+        GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
+    }
+    TempDir dir;
+    const auto deck = sourceDir() / "examples" / "aula-exemplo.pptx";
+    const auto prepare = cli({"prepare", deck.string(), "-o", (dir / "prepared.pptx").string(), "--gif", "4:3000"});
+    ASSERT_EQ(prepare.exitStatus, 0) << prepare.standardError;
+    const auto r = cli({"export", deck.string(), "-o", (dir / "aula.orv").string(), "--gif", "4:3000", "--renderer",
+                        "libreoffice"});
+    ASSERT_EQ(r.exitStatus, 0) << r.standardError;
+    EXPECT_NE(r.standardOutput.find("Package written to " + (dir / "aula.orv").string()), std::string::npos);
+    const Json manifest = Json::parse(Subprocess::run({"unzip", "-p", (dir / "aula.orv").string(), "manifest.json"}).standardOutput);
+    // The movie lasts what prepare planned: "expected movie length: 32.5 s".
+    const auto planned = prepare.standardOutput.substr(prepare.standardOutput.find("expected movie length: ") + 23);
+    EXPECT_NEAR(manifest["masterVideoDuration"].get<double>(), *parseDouble(planned.substr(0, planned.find(' '))), 0.005);
+    EXPECT_EQ(manifest["slideCount"], 8);
+    EXPECT_EQ(manifest["cues"].back()["label"], "Slide 8");
 }
