@@ -95,7 +95,7 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
                                        std::filesystem::copy_options::overwrite_existing);
         }
     }
-    const auto frames = MovieEncoder::convertToRawFrames(
+    const auto frames = MovieEncoder::convertToFrames(
         stills, frame, scratch.path() / "frames", {.timeout = std::chrono::milliseconds(120'000 + 2'000 * slideCount), .cancel = hooks.cancel});
     std::vector<TimelineEntry> entries;
     std::size_t next = 0;
@@ -103,7 +103,7 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
         if (!slide.hidden) entries.push_back({frames.at(next++), slide.advanceTimeMs});
     }
     const auto list = scratch.path() / "timeline.ffconcat";
-    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs, frame));
+    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs));
     checkCancelled(hooks);
 
     report(hooks, kStageEncode, 0);

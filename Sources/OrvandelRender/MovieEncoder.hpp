@@ -25,13 +25,14 @@ struct Options {
     bool silentAudio = true;
 };
 
-// Decodes each still once into a raw yuv420p frame file (frame-00001.yuv,
-// ... in outDir, in order). The timeline then repeats these frames for its
-// periodic frames: reading a raw frame costs a copy, where every repeat of a
-// TIFF would cost a decode and a colour conversion. Throws RenderError.
-std::vector<std::filesystem::path> convertToRawFrames(const std::vector<std::filesystem::path>& stills,
-                                                      FrameSize size, const std::filesystem::path& outDir,
-                                                      const Options& options);
+// Decodes each still once into a YUV4MPEG frame at 1000 frames per second
+// (frame-00001.y4m, ... in outDir, in order). The timeline repeats these
+// frames for its periodic frames: reading one costs a copy, where every
+// repeat of a TIFF would cost a decode and a colour conversion. Unlike bare
+// raw frames, they carry their size and format, so ffmpeg never has to
+// guess what it opened. Throws RenderError.
+std::vector<std::filesystem::path> convertToFrames(const std::vector<std::filesystem::path>& stills, FrameSize size,
+                                                   const std::filesystem::path& outDir, const Options& options);
 
 // The ffmpeg arguments (after the program name) that encode `ffconcatFile`
 // lasting totalMs into `output` (exposed for tests).

@@ -33,20 +33,12 @@ void forEachPiece(const std::vector<TimelineEntry>& entries, std::int64_t period
 
 }  // namespace
 
-std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
-                     std::optional<FrameSize> rawFrame) {
-    // A raw frame carries no header: the reader is told its size and layout.
-    std::string options;
-    if (rawFrame) {
-        options += "option video_size " + std::to_string(rawFrame->width) + "x" + std::to_string(rawFrame->height) +
-                   "\noption pixel_format yuv420p\n";
-    }
-    options += "option framerate 1000\n";
+std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs) {
     std::string out = "ffconcat version 1.0\n";
     forEachPiece(entries, periodicFrameMs, [&](const std::filesystem::path& image, std::int64_t ms) {
-        out += "file " + quoted(image.string()) + "\n" + options + "duration " + msAsDecimalSeconds(ms) + "\n";
+        out += "file " + quoted(image.string()) + "\nduration " + msAsDecimalSeconds(ms) + "\n";
     });
-    if (!entries.empty()) out += "file " + quoted(entries.back().image.string()) + "\n" + options;
+    if (!entries.empty()) out += "file " + quoted(entries.back().image.string()) + "\n";
     return out;
 }
 

@@ -8,18 +8,18 @@
 using namespace orvandel;
 
 TEST(TimelineTest, EveryStillLastsItsMillisecondsAndTheTotalIsExact) {
-    const std::vector<TimelineEntry> entries{{"a.tif", 1234}, {"it's.tif", 2500}};
+    const std::vector<TimelineEntry> entries{{"a.y4m", 1234}, {"it's.y4m", 2500}};
     EXPECT_EQ(Timeline::ffconcat(entries, 1000),
               "ffconcat version 1.0\n"
-              "file 'a.tif'\noption framerate 1000\nduration 1\n"
-              "file 'a.tif'\noption framerate 1000\nduration 0.234\n"
-              "file 'it'\\''s.tif'\noption framerate 1000\nduration 1\n"
-              "file 'it'\\''s.tif'\noption framerate 1000\nduration 1\n"
-              "file 'it'\\''s.tif'\noption framerate 1000\nduration 0.499\n"
-              "file 'it'\\''s.tif'\noption framerate 1000\n");
+              "file 'a.y4m'\nduration 1\n"
+              "file 'a.y4m'\nduration 0.234\n"
+              "file 'it'\\''s.y4m'\nduration 1\n"
+              "file 'it'\\''s.y4m'\nduration 1\n"
+              "file 'it'\\''s.y4m'\nduration 0.499\n"
+              "file 'it'\\''s.y4m'\n");
     EXPECT_EQ(Timeline::frameCount(entries, 1000), 6);
     // Without periodic frames: one frame per still plus the closing one.
-    EXPECT_EQ(Timeline::ffconcat({{"a.tif", 1}}, 0), "ffconcat version 1.0\nfile 'a.tif'\noption framerate 1000\n");
+    EXPECT_EQ(Timeline::ffconcat({{"a.y4m", 1}}, 0), "ffconcat version 1.0\nfile 'a.y4m'\n");
     EXPECT_EQ(Timeline::frameCount(entries, 0), 3);
 }
 
