@@ -51,10 +51,9 @@ private:
 
 ScanResult scan(std::string_view xml) {
     ScanResult result;
-    const auto range = SlideXML::elementRange(xml, "p:timing");
-    if (!range) return result;
-    const XmlElement timing =
-        SlideXML::parseFragment(xml.substr(range->first, range->second - range->first), "p:timing");
+    const auto parsed = SlideXML::parseElement(xml, "p:timing");
+    if (!parsed) return result;
+    const XmlElement& timing = *parsed;
 
     const auto mainSeq = TimingTree::firstMainSeq(timing);
     if (!mainSeq) return result;

@@ -86,10 +86,8 @@ std::int64_t occurrences(std::string_view text, std::string_view needle) {
 
 // The slide's p:timing as a tree, or nothing when it is missing or malformed.
 std::optional<XmlElement> parsedTiming(std::string_view xml) {
-    const auto range = SlideXML::elementRange(xml, "p:timing");
-    if (!range) return std::nullopt;
     try {
-        return SlideXML::parseFragment(xml.substr(range->first, range->second - range->first), "p:timing");
+        return SlideXML::parseElement(xml, "p:timing");
     } catch (const Error&) {
         return std::nullopt;
     }

@@ -16,22 +16,10 @@ std::optional<XmlElement> startCondition(const XmlElement& effect) {
     return conditions ? TimingTree::firstChild(*conditions, "p:cond") : std::nullopt;
 }
 
-std::optional<XmlElement> parsedTiming(const std::string& xml) {
-    const auto range = SlideXML::elementRange(xml, "p:timing");
-    if (!range) return std::nullopt;
-    return SlideXML::parseFragment(std::string_view(xml).substr(range->first, range->second - range->first),
-                                   "p:timing");
-}
-
-std::string spliced(std::string xml, const XmlElement& timing) {
-    return SlideXML::replaceElement(std::move(xml), "p:timing",
-                                    XMLEmitter::emit(timing, XMLEmitter::Options::identity));
-}
-
 }  // namespace
 
 std::string retimeExitHeads(std::string xml, std::int64_t offsetMs) {
-    const auto timing = parsedTiming(xml);
+    const auto timing = SlideXML::parseElement(xml, "p:timing");
     const auto mainSeq = timing ? TimingTree::firstMainSeq(*timing) : std::nullopt;
     if (!mainSeq) return xml;
 
@@ -46,11 +34,11 @@ std::string retimeExitHeads(std::string xml, std::int64_t offsetMs) {
             break;
         }
     }
-    return changed ? spliced(std::move(xml), *timing) : xml;
+    return changed ? SlideXML::replaceElement(std::move(xml), "p:timing", *timing) : xml;
 }
 
 std::string convertExitToAfterEffect(std::string xml) {
-    const auto timing = parsedTiming(xml);
+    const auto timing = SlideXML::parseElement(xml, "p:timing");
     const auto mainSeq = timing ? TimingTree::firstMainSeq(*timing) : std::nullopt;
     if (!mainSeq) return xml;
 
@@ -66,7 +54,7 @@ std::string convertExitToAfterEffect(std::string xml) {
     }
     if (converted == 0) return xml;
     TimingTree::ensureMainSeqOnBegin(*timing);
-    return spliced(std::move(xml), *timing);
+    return SlideXML::replaceElement(std::move(xml), "p:timing", *timing);
 }
 
 }  // namespace orvandel::ExitWriter

@@ -13,34 +13,18 @@ MediaError MediaError::noMainSeqMediaCall() {
     return MediaError(Case::noMainSeqMediaCall, "no mainSeq mediacall effect to convert to autoplay");
 }
 
-namespace {
-
-std::optional<XmlElement> parsedTiming(const std::string& xml) {
-    const auto range = SlideXML::elementRange(xml, "p:timing");
-    if (!range) return std::nullopt;
-    return SlideXML::parseFragment(std::string_view(xml).substr(range->first, range->second - range->first),
-                                   "p:timing");
-}
-
-std::string spliced(std::string xml, const XmlElement& timing) {
-    return SlideXML::replaceElement(std::move(xml), "p:timing",
-                                    XMLEmitter::emit(timing, XMLEmitter::Options::identity));
-}
-
-}  // namespace
-
 std::string convertOnClickToAutoplay(std::string xml) {
-    const auto timing = parsedTiming(xml);
+    const auto timing = SlideXML::parseElement(xml, "p:timing");
     if (!timing) throw MediaError::noMainSeqMediaCall();
     auto call = TimingTree::mainSeqMediaCall(*timing);
     if (!call || call->attribute("nodeType") != "clickEffect") throw MediaError::noMainSeqMediaCall();
     call->replaceAttribute("nodeType", "withEffect");
     TimingTree::ensureMainSeqOnBegin(*timing);
-    return spliced(std::move(xml), *timing);
+    return SlideXML::replaceElement(std::move(xml), "p:timing", *timing);
 }
 
 std::string setAutoplayPreroll(std::string xml, std::int64_t videoPreMs) {
-    const auto timing = parsedTiming(xml);
+    const auto timing = SlideXML::parseElement(xml, "p:timing");
     if (!timing) return xml;
     for (const auto& node : TimingTree::allCTnInDocumentOrder(*timing)) {
         if (node.attribute("presetClass") != "mediacall" || node.attribute("nodeType") == "clickEffect") continue;
@@ -48,7 +32,7 @@ std::string setAutoplayPreroll(std::string xml, std::int64_t videoPreMs) {
         auto cond = conditions ? TimingTree::firstChild(*conditions, "p:cond") : std::nullopt;
         if (!cond) return xml;
         cond->replaceAttribute("delay", formatInt(videoPreMs));
-        return spliced(std::move(xml), *timing);
+        return SlideXML::replaceElement(std::move(xml), "p:timing", *timing);
     }
     return xml;
 }

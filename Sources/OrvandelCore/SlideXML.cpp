@@ -1,5 +1,7 @@
 #include "SlideXML.hpp"
 
+#include "XMLEmitter.hpp"
+
 #include <array>
 #include <functional>
 #include <vector>
@@ -122,6 +124,16 @@ std::optional<Range> transitionBlockRange(std::string_view xml) {
     const std::size_t close = xml.find(transitionClose, transition);
     if (close == std::string_view::npos) return std::nullopt;
     return Range{transition, close + transitionClose.size()};
+}
+
+std::optional<XmlElement> parseElement(std::string_view xml, std::string_view tag) {
+    const auto range = elementRange(xml, tag);
+    if (!range) return std::nullopt;
+    return parseFragment(xml.substr(range->first, range->second - range->first), tag);
+}
+
+std::string replaceElement(std::string xml, std::string_view tag, const XmlElement& tree) {
+    return replaceElement(std::move(xml), tag, XMLEmitter::emit(tree, XMLEmitter::Options::identity));
 }
 
 XmlElement parseFragment(std::string_view fragment, std::string_view expectedRoot) {

@@ -74,6 +74,17 @@ std::optional<Range> transitionBlockRange(std::string_view xml);
 // Whitespace text and CDATA are kept. Throws SlideXMLError::parseFailed.
 XmlElement parseFragment(std::string_view fragment, std::string_view expectedRoot);
 
+// The slide's first element `tag` (found as elementRange finds it) parsed
+// into a tree, or nothing when the slide has no such element. Throws
+// parseFailed like parseFragment.
+std::optional<XmlElement> parseElement(std::string_view xml, std::string_view tag);
+
+// The slide with its element `tag` replaced by `tree` written back with the
+// identity options: the edit of a writer that cut the element out, changed it
+// as a tree and splices it back. Throws fragmentNotFound(tag) when the
+// element is gone.
+std::string replaceElement(std::string xml, std::string_view tag, const XmlElement& tree);
+
 // Whether the shape whose p:cNvPr has this id holds a video or audio file.
 // Throws fragmentNotFound("p:spTree") and the errors of parseFragment.
 bool shapeIsMedia(std::string_view xml, std::string_view spid);
