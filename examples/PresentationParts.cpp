@@ -1,5 +1,7 @@
 #include "PresentationParts.hpp"
 
+#include "XMLEmitter.hpp"
+
 namespace orvandel::example {
 
 const char* const kPmlNamespaces =
@@ -61,22 +63,8 @@ const std::string kLayoutTail = "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr
 
 }  // namespace
 
-std::string xmlEscape(std::string_view text) {
-    std::string out;
-    for (const char c : text) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
-        }
-    }
-    return out;
-}
-
 std::string theme(std::string_view name) {
-    const std::string n = xmlEscape(name);
+    const std::string n = XMLEmitter::escapeAttribute(name);
     const auto color = [](const char* slot, const char* rgb) {
         return std::string("<a:") + slot + "><a:srgbClr val=\"" + rgb + "\"/></a:" + slot + ">";
     };

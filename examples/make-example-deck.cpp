@@ -28,6 +28,7 @@
 #include "PresentationParts.hpp"
 #include "Subprocess.hpp"
 #include "Uuid.hpp"
+#include "XMLEmitter.hpp"
 #include "ZipArchive.hpp"
 
 using namespace orvandel;
@@ -47,7 +48,7 @@ std::string runs(const std::string& text, int size = 0) {
     const std::string sz = size > 0 ? " sz=\"" + std::to_string(size) + "\"" : "";
     const auto run = [&](const std::string& t, bool sub) {
         return "<a:r><a:rPr lang=\"pt-BR\"" + sz + (sub ? " baseline=\"-25000\"" : "") + " dirty=\"0\"/><a:t>" +
-               xmlEscape(t) + "</a:t></a:r>";
+               XMLEmitter::escapeAttribute(t) + "</a:t></a:r>";
     };
     std::string out, plain;
     for (std::size_t i = 0; i < text.size(); ++i) {

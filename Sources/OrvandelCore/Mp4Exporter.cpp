@@ -59,19 +59,15 @@ std::string wholeSeconds(double seconds) {
     return formatInt(static_cast<std::int64_t>(seconds));
 }
 
-void throwIfCancelled(const RenderHooks& hooks) {
-    if (hooks.cancel && hooks.cancel->isCancelled()) throw CancelledError();
-}
-
 void sleepFor(double seconds, const RenderHooks& hooks) {
     if (!(seconds > 0)) {
-        throwIfCancelled(hooks);
+        hooks.throwIfCancelled();
         return;
     }
     const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                              std::chrono::duration<double>(std::min(seconds, 1.0e9)));
     for (;;) {
-        throwIfCancelled(hooks);
+        hooks.throwIfCancelled();
         const auto now = Clock::now();
         if (now >= deadline) return;
         auto step = deadline - now;
@@ -198,7 +194,7 @@ std::optional<ExportError> pollUntilStable(const std::filesystem::path& output, 
 void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to, const Parameters& params,
              const std::function<bool()>& isRenderAlive, const AppleScriptRunning& runner,
              const RenderHooks& hooks) {
-    throwIfCancelled(hooks);
+    hooks.throwIfCancelled();
     std::error_code ignored;
     std::filesystem::remove(to, ignored);
 

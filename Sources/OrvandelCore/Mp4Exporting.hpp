@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <string>
 
 #include "Cancellation.hpp"
 
@@ -12,6 +13,13 @@ namespace orvandel {
 struct RenderHooks {
     ProgressCallback progress;                 // may be empty
     std::optional<CancellationToken> cancel;   // may be absent
+
+    void report(const std::string& stage, double fraction) const {
+        if (progress) progress(stage, fraction);
+    }
+    void throwIfCancelled() const {
+        if (cancel && cancel->isCancelled()) throw CancelledError();
+    }
 };
 
 class Mp4Exporting {

@@ -14,7 +14,7 @@
 #include "Mp4Duration.hpp"
 #include "NotesScanner.hpp"
 #include "OrvPackager.hpp"
-#include "Uuid.hpp"
+#include "TemporaryDirectory.hpp"
 
 namespace orvandel::OrvExporter {
 
@@ -28,33 +28,6 @@ FlowError::FlowError(const Mp4Exporter::ExportError& error)
 FlowError FlowError::automationFailed(const Mp4Exporter::ExportError& error) { return FlowError(error); }
 
 namespace {
-
-// Removes the work directory with everything in it when the flow ends,
-// however it ends; a failure to remove is ignored.
-class WorkDirectory {
-public:
-    WorkDirectory() : path_(baseDirectory() / ("orv-chain-" + makeUuid())) {
-        std::filesystem::create_directories(path_);
-    }
-    ~WorkDirectory() {
-        std::error_code ec;
-        std::filesystem::remove_all(path_, ec);
-    }
-    WorkDirectory(const WorkDirectory&) = delete;
-    WorkDirectory& operator=(const WorkDirectory&) = delete;
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
-void progress(const RenderHooks& hooks, const char* stage, double fraction) {
-    if (hooks.progress) hooks.progress(stage, fraction);
-}
-
-void checkCancelled(const RenderHooks& hooks) {
-    if (hooks.cancel && hooks.cancel->isCancelled()) throw CancelledError();
-}
 
 Result resultOf(const std::vector<SlideReport>& reports, bool movieHandedIn) {
     Result r;
@@ -95,7 +68,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
                const Mp4Exporting& exporter, const RenderHooks& hooks) {
-    progress(hooks, kStageScan, 0);
+    hooks.report(kStageScan, 0);
     const auto reports = DeckScanner::report(originalPptx, videoMs, gifMs);
     if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
         throw DeckError::noVisibleSlides();
@@ -107,21 +80,22 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         if (s.hasGif && !s.isHidden && !gifMs.count(s.displayIndex)) gifsWithoutDuration.push_back(s.displayIndex);
     }
     if (!gifsWithoutDuration.empty()) throw DeckError::gifWithoutDuration(gifsWithoutDuration);
-    checkCancelled(hooks);
+    hooks.throwIfCancelled();
 
-    std::optional<WorkDirectory> work;
+    // Removed with everything in it when the flow ends, however it ends.
+    std::optional<TemporaryDirectory> work;
     std::filesystem::path movie;
     std::int64_t expectedMs = 0;
     if (masterMp4) {
         movie = *masterMp4;
     } else {
-        work.emplace();
+        work.emplace(baseDirectory(), "orv-chain-");
         const auto prepared = work->path() / "prepared.pptx";
-        progress(hooks, kStagePrepare, 0);
+        hooks.report(kStagePrepare, 0);
         const auto preparedReports =
             DeckTransformer::prepare(originalPptx, prepared, videoMs, gifMs, /*respiroMs=*/1000, /*espacamentoMs=*/1500);
         expectedMs = expectedDurationMs(preparedReports);
-        checkCancelled(hooks);
+        hooks.throwIfCancelled();
         const std::function<bool()> alive = isRenderAlive ? isRenderAlive : Mp4Exporter::powerPointLivenessProbe;
         movie = work->path() / "master.mp4";
         try {
@@ -137,9 +111,9 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     if (!masterMp4 && expectedMs > 0 && !durationPlausible(expectedMs, measuredMs)) {
         throw DeckError::masterDurationMismatch(expectedMs, measuredMs);
     }
-    checkCancelled(hooks);
+    hooks.throwIfCancelled();
 
-    progress(hooks, kStagePackage, 0);
+    hooks.report(kStagePackage, 0);
     const ManifestMetadata metadata{originalPptx.filename().string(), static_cast<std::int64_t>(reports.size()),
                                     measuredMs, generatedAt, source, pluginVersion};
     // A cancel that arrives while the archive is written still keeps an
@@ -147,11 +121,11 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     const auto writeUnlessCancelled = [&hooks](const std::vector<ZipArchive::StreamedEntry>& entries,
                                                const std::filesystem::path& to) {
         ZipArchive::createStreaming(entries, to);
-        checkCancelled(hooks);
+        hooks.throwIfCancelled();
     };
     OrvPackager::package(ManifestBuilder::buildManifestV3(cues, notes, metadata), movie, outOrv,
                          writeUnlessCancelled);
-    progress(hooks, kStagePackage, 1);
+    hooks.report(kStagePackage, 1);
     return resultOf(reports, masterMp4.has_value());
 }
 

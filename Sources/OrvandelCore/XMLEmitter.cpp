@@ -124,4 +124,11 @@ std::string emit(const XmlElement& element, Options options) {
     return out;
 }
 
+std::string escapeAttribute(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    appendEscaped(out, text, true);
+    return out;
+}
+
 }  // namespace orvandel::XMLEmitter

@@ -27,4 +27,8 @@ inline constexpr Options Options::canonical{true, true};
 // empty handle gives empty text.
 std::string emit(const XmlElement& element, Options options);
 
+// Text escaped for an attribute value in double quotes: "&", "<", ">" and the
+// double quote become entities (apostrophes stay). Also safe as element text.
+std::string escapeAttribute(std::string_view text);
+
 }  // namespace orvandel::XMLEmitter

@@ -6,6 +6,7 @@
 #include "RenderError.hpp"
 #include "RenderTools.hpp"
 #include "Subprocess.hpp"
+#include "XMLEmitter.hpp"
 
 namespace orvandel::LibreOffice {
 
@@ -25,21 +26,6 @@ const std::pair<const char*, const char*> kFontTwins[] = {
     {"Courier New", "Liberation Mono"},
 };
 
-std::string xmlEscape(const std::string& s) {
-    std::string out;
-    for (char c : s) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
-        }
-    }
-    return out;
-}
-
-
 }  // namespace
 
 std::optional<std::filesystem::path> findSoffice() { return Subprocess::findOnPath("soffice"); }
@@ -48,7 +34,7 @@ std::string fontConfiguration(const std::filesystem::path& cacheDir) {
     std::string conf =
         "<?xml version=\"1.0\"?>\n<!DOCTYPE fontconfig SYSTEM \"fonts.dtd\">\n<fontconfig>\n"
         "  <include ignore_missing=\"yes\">/etc/fonts/fonts.conf</include>\n"
-        "  <cachedir>" + xmlEscape(cacheDir.string()) + "</cachedir>\n";
+        "  <cachedir>" + XMLEmitter::escapeAttribute(cacheDir.string()) + "</cachedir>\n";
     for (const auto& [office, twin] : kFontTwins) {
         // A strong binding replaces the family outright, so the twin wins over
         // any fallback fontconfig would otherwise rank higher.

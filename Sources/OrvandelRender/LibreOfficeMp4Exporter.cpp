@@ -10,42 +10,13 @@
 #include "RenderError.hpp"
 #include "RenderPlan.hpp"
 #include "Timeline.hpp"
-#include "Uuid.hpp"
+#include "TemporaryDirectory.hpp"
 
 namespace orvandel {
 
-namespace {
-
-// The renderer's scratch directory beside the movie, removed on every exit.
-class ScratchDir {
-public:
-    explicit ScratchDir(const std::filesystem::path& beside)
-        : path_(beside.parent_path() / (".render-" + makeUuid())) {
-        std::filesystem::create_directories(path_);
-    }
-    ~ScratchDir() {
-        std::error_code ec;
-        std::filesystem::remove_all(path_, ec);
-    }
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
-void report(const RenderHooks& hooks, const char* stage, double fraction) {
-    if (hooks.progress) hooks.progress(stage, fraction);
-}
-
-void checkCancelled(const RenderHooks& hooks) {
-    if (hooks.cancel && hooks.cancel->isCancelled()) throw CancelledError();
-}
-
-}  // namespace
-
 void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
                                      const std::function<bool()>&, const RenderHooks& hooks) const {
-    report(hooks, kStageRead, 0);
+    hooks.report(kStageRead, 0);
     const RenderPlan plan = RenderPlanReader::read(preparedDeck);
     const auto pages = plan.visiblePages();
     if (pages.empty()) {
@@ -54,17 +25,18 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     }
     std::error_code ec;
     std::filesystem::remove(to, ec);
-    ScratchDir scratch(to);
-    checkCancelled(hooks);
+    // The renderer's scratch space beside the movie, removed on every exit.
+    const TemporaryDirectory scratch(to.parent_path(), ".render-");
+    hooks.throwIfCancelled();
 
-    report(hooks, kStagePdf, 0);
+    hooks.report(kStagePdf, 0);
     const auto slideCount = static_cast<std::int64_t>(plan.slides.size());
     const auto pdf = LibreOffice::convert(
         preparedDeck, kPdfFilter, "pdf", scratch.path() / "pdf",
         {.workDir = scratch.path() / "lo",
          .timeout = options_.libreOfficeTimeout.value_or(std::chrono::milliseconds(120'000 + 1'000 * slideCount)),
          .cancel = hooks.cancel});
-    report(hooks, kStagePdf, 1);
+    hooks.report(kStagePdf, 1);
 
     const int pageCount = PageRasterizer::pageCount(pdf, hooks.cancel);
     if (pageCount != slideCount) {
@@ -78,13 +50,13 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
 
     const int workers = options_.workers > 0 ? options_.workers
                                              : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    report(hooks, kStageDraw, 0);
+    hooks.report(kStageDraw, 0);
     const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
     const auto images = PageRasterizer::rasterize(
         pdf, pages, frame, scratch.path() / "pages",
         {.workers = workers,
          .cancel = hooks.cancel,
-         .onProgress = [&](int done, int total) { report(hooks, kStageDraw, double(done) / double(total)); }});
+         .onProgress = [&](int done, int total) { hooks.report(kStageDraw, double(done) / double(total)); }});
 
     std::vector<std::filesystem::path> stills;
     for (int page : pages) stills.push_back(images.at(page));
@@ -104,16 +76,16 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     }
     const auto list = scratch.path() / "timeline.ffconcat";
     writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs));
-    checkCancelled(hooks);
+    hooks.throwIfCancelled();
 
-    report(hooks, kStageEncode, 0);
+    hooks.report(kStageEncode, 0);
     const std::int64_t totalMs = plan.totalMs();
     MovieEncoder::encode(list, totalMs, to,
                          {.timeout = std::chrono::milliseconds(300'000 + totalMs / 2),
                           .cancel = hooks.cancel,
-                          .onProgress = [&](double f) { report(hooks, kStageEncode, f); },
+                          .onProgress = [&](double f) { hooks.report(kStageEncode, f); },
                           .silentAudio = options_.silentAudio});
-    report(hooks, kStageEncode, 1);
+    hooks.report(kStageEncode, 1);
 
     std::int64_t measured = 0;
     try {

@@ -24,6 +24,18 @@ std::map<std::int64_t, std::int64_t> parseSlideDurations(const std::vector<std::
     return out;
 }
 
+void addSlideDurationOptions(CLI::App& command, std::vector<std::string>& video, std::vector<std::string>& gif) {
+    command
+        .add_option("--video", video,
+                    "N:MS, the length in milliseconds of the video on slide N (1-based, hidden slides counted); "
+                    "needed when the slide does not state it, and wins over the slide's own value")
+        ->type_name("N:MS")
+        ->allow_extra_args(false);
+    command.add_option("--gif", gif, "N:MS, how long the GIF on slide N plays, in milliseconds")
+        ->type_name("N:MS")
+        ->allow_extra_args(false);
+}
+
 int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     CLI::App app{"Orvandel turns a slide deck (.pptx) into a lesson package (.orv): one movie of the whole "
                  "deck plus the cue times of every slide and bullet, and the speaker notes.",

@@ -8,6 +8,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 namespace orvandel::cli {
 
 int run(int argc, char** argv, std::ostream& out, std::ostream& err);
@@ -16,6 +20,11 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err);
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailure = 1;
 inline constexpr int kExitUsage = 2;
+
+// Adds the repeatable --video N:MS and --gif N:MS options; each use takes
+// exactly one pair, so that a following positional argument is never taken
+// for another one.
+void addSlideDurationOptions(CLI::App& command, std::vector<std::string>& video, std::vector<std::string>& gif);
 
 // "N:MS" pairs (slide display number : milliseconds) from repeated options.
 // Throws CLI::ValidationError on a malformed pair.

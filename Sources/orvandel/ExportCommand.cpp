@@ -132,14 +132,7 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
     cmd->add_option("--mp4", options->mp4,
                     "a movie of the deck rendered by hand; the deck is then neither prepared nor rendered")
         ->check(CLI::ExistingFile);
-    cmd->add_option("--video", options->video,
-                    "N:MS, the length in milliseconds of the video on slide N (1-based, hidden slides counted); "
-                    "needed when the slide does not state it, and wins over the slide's own value")
-        ->type_name("N:MS")
-        ->allow_extra_args(false);
-    cmd->add_option("--gif", options->gif, "N:MS, how long the GIF on slide N plays, in milliseconds")
-        ->type_name("N:MS")
-        ->allow_extra_args(false);
+    addSlideDurationOptions(*cmd, options->video, options->gif);
     cmd->add_option("--renderer", options->renderer,
                     "who renders the movie: libreoffice (headless, this machine), powerpoint (PowerPoint for Mac) "
                     "or auto (PowerPoint where it is installed, else LibreOffice)")

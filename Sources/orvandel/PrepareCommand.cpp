@@ -68,14 +68,7 @@ void setupPrepareCommand(CLI::App& app, std::function<int()>& action, std::ostre
                                                     "replaced only when the whole deck was prepared")
         ->required()
         ->type_name("PREPARED.pptx");
-    cmd->add_option("--video", options->video,
-                    "N:MS, the length in milliseconds of the video on slide N (1-based, hidden slides counted); "
-                    "needed when the slide does not state it, and wins over the slide's own value")
-        ->type_name("N:MS")
-        ->allow_extra_args(false);
-    cmd->add_option("--gif", options->gif, "N:MS, how long the GIF on slide N plays, in milliseconds")
-        ->type_name("N:MS")
-        ->allow_extra_args(false);
+    addSlideDurationOptions(*cmd, options->video, options->gif);
     cmd->footer("Example:\n  orvandel prepare examples/aula-exemplo.pptx -o /tmp/preparado.pptx --gif 4:3000\n");
     cmd->callback([&action, &out, &err, options] {
         (void)err;

@@ -72,14 +72,7 @@ void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream&
     cmd->add_flag("--json", options->json,
                   "Print a JSON array with one object per slide (every field of the report, absent values as "
                   "null) instead of the table");
-    cmd->add_option("--video", options->video,
-                    "N:MS, the length in milliseconds of the video on slide N (1-based, hidden slides counted); "
-                    "wins over the length the slide states")
-        ->type_name("N:MS")
-        ->allow_extra_args(false);
-    cmd->add_option("--gif", options->gif, "N:MS, how long the GIF on slide N plays, in milliseconds")
-        ->type_name("N:MS")
-        ->allow_extra_args(false);
+    addSlideDurationOptions(*cmd, options->video, options->gif);
     cmd->footer("Example:\n  orvandel scan examples/aula-exemplo.pptx --gif 4:3000\n");
     cmd->callback([&action, &out, &err, options] {
         (void)err;

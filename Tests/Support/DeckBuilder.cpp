@@ -1,5 +1,7 @@
 #include "DeckBuilder.hpp"
 
+#include "XMLEmitter.hpp"
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -14,20 +16,6 @@ const std::string kCtBase = "application/vnd.openxmlformats-officedocument.prese
 
 std::string namespaces() {
     return std::string("xmlns:a=\"") + kNsA + "\" xmlns:r=\"" + kNsR + "\" xmlns:p=\"" + kNsP + "\"";
-}
-
-std::string escapeXml(const std::string& text) {
-    std::string out;
-    for (const char c : text) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
-        }
-    }
-    return out;
 }
 
 const std::string kGroupProps =
@@ -59,7 +47,7 @@ std::string slideXml(const std::string& spTreeInner, const std::string& afterCSl
 
 std::string notesSlideXml(const std::vector<std::string>& paragraphs) {
     std::string body;
-    for (const auto& p : paragraphs) body += "<a:p><a:r><a:t>" + escapeXml(p) + "</a:t></a:r></a:p>";
+    for (const auto& p : paragraphs) body += "<a:p><a:r><a:t>" + XMLEmitter::escapeAttribute(p) + "</a:t></a:r></a:p>";
     return kXmlDecl + "<p:notes " + namespaces() + "><p:cSld><p:spTree>" + kGroupProps +
            "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"Slide Image Placeholder 1\"/><p:cNvSpPr/>"
            "<p:nvPr><p:ph type=\"sldImg\"/></p:nvPr></p:nvSpPr><p:spPr/></p:sp>"
@@ -74,7 +62,7 @@ std::string relationshipsXml(const std::vector<Relationship>& relationships) {
         kXmlDecl + "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
     for (const auto& r : relationships) {
         const std::string type = r.type.find("://") == std::string::npos ? kRelTypeBase + r.type : r.type;
-        out += "<Relationship Id=\"" + r.id + "\" Type=\"" + type + "\" Target=\"" + escapeXml(r.target) + "\"" +
+        out += "<Relationship Id=\"" + r.id + "\" Type=\"" + type + "\" Target=\"" + XMLEmitter::escapeAttribute(r.target) + "\"" +
                (r.targetMode.empty() ? "" : " TargetMode=\"" + r.targetMode + "\"") + "/>";
     }
     return out + "</Relationships>";
