@@ -59,28 +59,28 @@ TEST(NotesScannerTest, PathHelpers) {
     EXPECT_EQ(NotesScanner::resolveEntry("/ppt/notesSlides/n.xml", "ppt/slides/slide3.xml"), "ppt/notesSlides/n.xml");
     EXPECT_EQ(NotesScanner::resolveEntry("./a/../../../../b.xml", "ppt/slides/slide3.xml"), "b.xml");
 
-    EXPECT_EQ(NotesScanner::notesTarget(relationshipsXml({{"rId1", "notesMaster", "../m.xml", ""},
-                                                          {"rId2", "notesSlide", "../n.xml", ""}})),
+    EXPECT_EQ(NotesScanner::notesTarget(
+                  relationshipsXml({{"rId1", "notesMaster", "../m.xml"}, {"rId2", "notesSlide", "../n.xml"}})),
               "../n.xml");
     EXPECT_EQ(NotesScanner::notesTarget("<Relationship\n Target=\"../a.xml\"\n Type=\"http://x/notesSlide\"\n Id=\"r\"/>"),
               "../a.xml");
-    EXPECT_EQ(NotesScanner::notesTarget(relationshipsXml({{"rId1", "slideLayout", "../l.xml", ""}})), std::nullopt);
+    EXPECT_EQ(NotesScanner::notesTarget(relationshipsXml({{"rId1", "slideLayout", "../l.xml"}})), std::nullopt);
 }
 
 TEST(NotesScannerTest, NotesBySlideKeyedByDisplayIndex) {
     TempDir dir;
-    DeckBuilder deck;
-    deck.addSlide(slideXml())
-        .addNotes(1, notesSlideXml({"Introdução", "Água & luz"}))
-        .addSlide(slideXml())
-        .addSlide(slideXml("", "", "show=\"0\""))
-        .addNotes(3, notesSlideXml({"Oculto"}))
-        .addSlide(slideXml())
-        .addNotes(4, notesWithBody(para(run("")) + para("<a:r><a:t/></a:r>")))
-        .addSlide(slideXml(), relationshipsXml({{"rId1", "notesSlide", "/ppt/notes/absoluto.xml", ""}}))
-        .addEntry("ppt/notes/absoluto.xml", notesSlideXml({"Absoluto"}))
-        .addSlide(slideXml(), relationshipsXml({{"rId1", "notesSlide", "../notesSlides/ausente.xml", ""}}));
-    deck.write(dir / "deck.pptx");
-    EXPECT_EQ(NotesScanner::notesBySlide(dir / "deck.pptx"),
+    const auto deck = DeckBuilder()
+                      .addSlide(slideXml())
+                      .addNotes(1, notesSlideXml({"Introdução", "Água & luz"}))
+                      .addSlide(slideXml())
+                      .addSlide(slideXml("", "", "show=\"0\""))
+                      .addNotes(3, notesSlideXml({"Oculto"}))
+                      .addSlide(slideXml())
+                      .addNotes(4, notesWithBody(para(run("")) + para("<a:r><a:t/></a:r>")))
+                      .addSlide(slideXml(), {{"rId1", "notesSlide", "/ppt/notes/absoluto.xml"}})
+                      .addEntry("ppt/notes/absoluto.xml", notesSlideXml({"Absoluto"}))
+                      .addSlide(slideXml(), {{"rId1", "notesSlide", "../notesSlides/ausente.xml"}})
+                      .write(dir / "deck.pptx");
+    EXPECT_EQ(NotesScanner::notesBySlide(deck),
               (std::map<std::int64_t, std::string>{{1, "Introdução\nÁgua & luz"}, {3, "Oculto"}, {5, "Absoluto"}}));
 }

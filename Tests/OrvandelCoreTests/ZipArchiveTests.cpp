@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <functional>
 
 #include "PptxArchive.hpp"
 #include "Subprocess.hpp"
@@ -14,29 +14,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-template <typename F>
-ZipError::Case zipFailure(F&& f) {
-    try {
-        f();
-    } catch (const ZipError& e) {
-        return e.errorCase();
-    }
-    ADD_FAILURE() << "no ZipError thrown";
-    return ZipError::Case::entryNotFound;
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
-}
+ZipError::Case zipFailure(const std::function<void()>& f) { return test::thrown<ZipError>(f).errorCase(); }
 
 bool unzipAccepts(const fs::path& zip) { return Subprocess::run({"unzip", "-tq", zip.string()}).exitStatus == 0; }
 
-Bytes range(const Bytes& b, std::int64_t begin, std::int64_t end) {
-    return Bytes(b.begin() + begin, b.begin() + end);
-}
+Bytes range(const Bytes& b, std::int64_t begin, std::int64_t end) { return Bytes(b.begin() + begin, b.begin() + end); }
 
 }  // namespace
 
@@ -52,9 +34,7 @@ TEST(ZipArchiveTest, CreateWritesStoredEntriesThatListAndExtract) {
            dir / "a.zip");
     EXPECT_EQ(entryNames(dir / "a.zip"), (std::vector<std::string>{"[Content_Types].xml", "empty", "dir/é.txt"}));
     EXPECT_EQ(PptxArchive::readEntry(dir / "a.zip", "[Content_Types].xml"), "<Types/>");
-    if (test::haveProgram("unzip")) {
-        EXPECT_TRUE(unzipAccepts(dir / "a.zip"));
-    }
+    EXPECT_TRUE(!test::haveProgram("unzip") || unzipAccepts(dir / "a.zip"));
 }
 
 TEST(ZipArchiveTest, EndRecordIsFoundUnderLongCommentsAndStrayBytes) {
@@ -108,9 +88,7 @@ TEST(ZipArchiveTest, RewriteStoresReplacedEntriesAndKeepsNeighboursByteForByte) 
     EXPECT_EQ(u32(out, static_cast<std::size_t>(b1.localOffset + 10)), 0x12345678u);
     EXPECT_EQ(PptxArchive::readEntry(dir / "out.zip", "b.xml"), "new");
     EXPECT_EQ(PptxArchive::readEntry(dir / "out.zip", "a.xml"), std::string(500, 'a'));
-    if (test::haveProgram("unzip")) {
-        EXPECT_TRUE(unzipAccepts(dir / "out.zip"));
-    }
+    EXPECT_TRUE(!test::haveProgram("unzip") || unzipAccepts(dir / "out.zip"));
 }
 
 TEST(ZipArchiveTest, MalformedDirectoriesAreTypedErrors) {
@@ -138,37 +116,4 @@ TEST(ZipArchiveTest, MalformedDirectoriesAreTypedErrors) {
     writeFile(dir / "bad.zip", patched(cd + 42, 0x00FFFFFF, true));
     EXPECT_EQ(zipFailure([&] { rewrite(dir / "bad.zip", {}, dir / "out.zip"); }),
               ZipError::Case::badCentralDirectory);
-}
-
-TEST(ZipArchiveCorpusTest, ListsAndRewritesEveryDeckAsUnzipReadsIt) {
-    ORVANDEL_REQUIRE_CORPUS();
-    if (!test::haveProgram("unzip")) GTEST_SKIP() << "no unzip";
-    test::TempDir dir;
-    for (const auto& deck : test::corpusDecks()) {
-        SCOPED_TRACE(deck.filename().string());
-        if (test::isBrokenDeck(deck)) {
-            EXPECT_THROW(entryNames(deck), ZipError);
-            EXPECT_THROW(rewrite(deck, {}, dir / "broken.pptx"), ZipError);
-            continue;
-        }
-        const auto names = entryNames(deck);
-        EXPECT_EQ(names, lines(Subprocess::run({"unzip", "-Z1", deck.string()}).standardOutput));
-
-        // An empty rewrite reproduces the archive, less any stray bytes after the end record.
-        const Bytes src = readFile(deck);
-        const ParseResult parsed = parse(src);
-        rewrite(deck, {}, dir / "same.pptx");
-        EXPECT_EQ(readFile(dir / "same.pptx"), range(src, 0, parsed.eocd + 22 + parsed.commentLen));
-        EXPECT_TRUE(unzipAccepts(dir / "same.pptx"));
-
-        std::map<std::string, Bytes> slides;
-        for (const auto& name : names) {
-            if (name.starts_with("ppt/slides/slide") && name.ends_with(".xml")) {
-                slides[name] = toBytes(PptxArchive::readEntry(deck, name));
-            }
-        }
-        rewrite(deck, slides, dir / "slides.pptx");
-        EXPECT_TRUE(unzipAccepts(dir / "slides.pptx"));
-        for (const auto& [name, bytes] : slides) EXPECT_EQ(PptxArchive::readEntryBytes(dir / "slides.pptx", name), bytes);
-    }
 }

@@ -2,15 +2,12 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <thread>
 
 #include "Bytes.hpp"
@@ -26,34 +23,11 @@ using namespace orvandel::test;
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
-extern char** environ;
-
 namespace {
 
 SubprocessResult cli(std::vector<std::string> args) {
     args.insert(args.begin(), cliPath().string());
     return Subprocess::run(args, {.timeout = std::chrono::minutes(2)});
-}
-
-// `unzip -v`: the name and method of every entry, in archive order.
-std::vector<std::pair<std::string, std::string>> listing(const fs::path& orv) {
-    const auto r = Subprocess::run({"unzip", "-v", orv.string()});
-    std::vector<std::pair<std::string, std::string>> entries;
-    std::istringstream lines(r.standardOutput);
-    std::string line;
-    int rulers = 0;
-    while (std::getline(lines, line)) {
-        if (line.rfind("--------", 0) == 0) {
-            ++rulers;
-        } else if (rulers == 1) {
-            std::istringstream words(line);
-            std::string length, method, word, name;
-            words >> length >> method;
-            while (words >> word) name = word;
-            entries.emplace_back(name, method);
-        }
-    }
-    return entries;
 }
 
 // What one corpus deck must give: the package, or the error of the first check it fails.
@@ -68,6 +42,7 @@ void checkCorpusExport(const fs::path& deck, const fs::path& movie, const Bytes&
         EXPECT_FALSE(fs::exists(out));
         return;
     }
+    EXPECT_TRUE(Json::accept(cli({"notes", deck.string(), "--json"}).standardOutput));
     std::vector<std::int64_t> gifs, videos;
     std::vector<std::string> lengths;
     bool anyVisible = false;
@@ -95,8 +70,6 @@ void checkCorpusExport(const fs::path& deck, const fs::path& movie, const Bytes&
     const auto r = cli(args);
     ASSERT_EQ(r.exitStatus, 0) << r.standardError;
     EXPECT_EQ(Subprocess::run({"unzip", "-tq", out.string()}).exitStatus, 0);
-    EXPECT_EQ(listing(out), (std::vector<std::pair<std::string, std::string>>{{"manifest.json", "Stored"},
-                                                                             {"assets/master.mp4", "Stored"}}));
     EXPECT_TRUE(toBytes(Subprocess::run({"unzip", "-p", out.string(), "assets/master.mp4"}).standardOutput) ==
                 movieBytes);
     const Json manifest = Json::parse(Subprocess::run({"unzip", "-p", out.string(), "manifest.json"}).standardOutput);
@@ -107,24 +80,21 @@ void checkCorpusExport(const fs::path& deck, const fs::path& movie, const Bytes&
     fs::remove(out);
 }
 
-// Runs the CLI through env(1) with the variables `env` set, standard output
-// and error going to `log`; returns its pid (env execs the CLI in place).
-pid_t startCli(const std::vector<std::string>& env, const std::vector<std::string>& args, const fs::path& log) {
-    std::vector<std::string> argv{"env"};
-    argv.insert(argv.end(), env.begin(), env.end());
-    argv.push_back(cliPath().string());
+// Runs the CLI with standard output and error going to `log`.
+pid_t startCli(const std::vector<std::string>& args, const fs::path& log) {
+    std::vector<std::string> argv{cliPath().string()};
     argv.insert(argv.end(), args.begin(), args.end());
     std::vector<char*> argp;
     for (auto& a : argv) argp.push_back(a.data());
     argp.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    pid_t pid = -1;
-    const int rc = posix_spawnp(&pid, "env", &actions, nullptr, argp.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (rc != 0) throw std::runtime_error("cannot start the CLI");
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const int fd = ::open(log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        ::dup2(fd, 1);
+        ::dup2(fd, 2);
+        ::execv(argp[0], argp.data());
+        ::_exit(127);
+    }
     return pid;
 }
 
@@ -140,20 +110,7 @@ std::optional<int> exitStatusWithin(pid_t pid, std::chrono::seconds limit) {
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    if (!WIFEXITED(status)) return 128 + WTERMSIG(status);
-    return WEXITSTATUS(status);
-}
-
-// A process that no longer exists or has exited and awaits its reaper.
-bool processGone(pid_t pid) {
-    std::string stat;
-    try {
-        stat = toString(readFile("/proc/" + std::to_string(pid) + "/stat"));
-    } catch (const std::exception&) {
-        return true;
-    }
-    const auto close = stat.rfind(')');
-    return close != std::string::npos && close + 2 < stat.size() && stat[close + 2] == 'Z';
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 }  // namespace
@@ -184,25 +141,22 @@ TEST(ExportCommandTest, EveryCorpusDeckBecomesAPackageOrFailsWithItsError) {
 
 TEST(ExportCommandTest, AnInterruptStopsTheRenderAndLeavesNothingBehind) {
     TempDir dir;
-    fs::create_directories(dir / "bin");
-    fs::create_directories(dir / "tmp");
-    fs::create_directories(dir / "home");
-    DeckBuilder().addSlide(slideXml()).addSlide(slideXml()).write(dir / "aula.pptx");
+    for (const char* sub : {"bin", "tmp", "home"}) fs::create_directories(dir / sub);
+    const auto deck = DeckBuilder().addSlide(slideXml()).addSlide(slideXml()).write(dir / "aula.pptx");
     // A renderer stage that never ends by itself.
     writeFile(dir / "bin" / "soffice", "#!/bin/sh\necho $$ > '" + (dir / "soffice.pid").string() + "'\nexec sleep 300\n");
     fs::permissions(dir / "bin" / "soffice", fs::perms::owner_all);
     const char* path = std::getenv("PATH");
-    const std::vector<std::string> env{"PATH=" + (dir / "bin").string() + ":" + (path ? path : "/usr/bin:/bin"),
-                                       "TMPDIR=" + (dir / "tmp").string(), "HOME=" + (dir / "home").string()};
+    const ScopedEnv env{{{"PATH", (dir / "bin").string() + ":" + (path ? path : "/usr/bin:/bin")},
+                         {"TMPDIR", (dir / "tmp").string()},
+                         {"HOME", (dir / "home").string()}}};
 
     for (const int sig : {SIGINT, SIGTERM}) {
         SCOPED_TRACE(sig);
         writeFile(dir / "lesson.orv", std::string("old package"));
         fs::remove(dir / "soffice.pid");
-        const pid_t pid = startCli(env,
-                                   {"export", (dir / "aula.pptx").string(), "-o", (dir / "lesson.orv").string(),
-                                    "--renderer", "libreoffice"},
-                                   dir / "log");
+        const pid_t pid = startCli(
+            {"export", deck.string(), "-o", (dir / "lesson.orv").string(), "--renderer", "libreoffice"}, dir / "log");
         const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(60);
         while (!fs::exists(dir / "soffice.pid") && std::chrono::steady_clock::now() < until) {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -210,16 +164,14 @@ TEST(ExportCommandTest, AnInterruptStopsTheRenderAndLeavesNothingBehind) {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the pid is written
         ::kill(pid, sig);
         const auto status = exitStatusWithin(pid, std::chrono::seconds(10));
-        ASSERT_TRUE(fs::exists(dir / "soffice.pid")) << toString(readFile(dir / "log"));
         const std::string log = toString(readFile(dir / "log"));
+        ASSERT_TRUE(fs::exists(dir / "soffice.pid")) << log;
         EXPECT_EQ(status, 128 + sig) << log;
         EXPECT_NE(log.find("interrupted"), std::string::npos) << log;
         EXPECT_EQ(toString(readFile(dir / "lesson.orv")), "old package");
-        for (const auto& e : fs::directory_iterator(dir.path())) {
-            EXPECT_EQ(e.path().filename().string().find(".tmp-"), std::string::npos) << e.path();
-        }
+        EXPECT_TRUE(entriesNamed(dir.path(), ".tmp-").empty());
         EXPECT_TRUE(fs::is_empty(dir / "tmp"));
-        EXPECT_TRUE(processGone(std::stoi(toString(readFile(dir / "soffice.pid")))));
+        EXPECT_FALSE(isRunning(std::stoi(toString(readFile(dir / "soffice.pid")))));
     }
 }
 
