@@ -93,15 +93,3 @@ TEST(OrvPackagerTest, WriteFailuresKeepTheOldPackageAndLeaveNoTemporaryFile) {
     EXPECT_THROW(OrvPackager::package(kManifest, dir / "nope.mp4", dir / "lesson.orv"), FileError);
     EXPECT_EQ(toString(readFile(dir / "lesson.orv")), "old package");
 }
-
-TEST(OrvPackagerTest, ProbeReportsUnzipStatusesForUnreadablePackages) {
-    test::TempDir dir;
-    ZipArchive::create({{"other.txt", toBytes("x")}}, dir / "nomanifest.orv");
-    writeFile(dir / "garbage.orv", std::string("not a zip at all, just text"));
-    auto status = [](const std::filesystem::path& p) {
-        return test::thrown<ManifestReader::ReadError>([&] { ManifestReader::read(p); }).status();
-    };
-    EXPECT_EQ(status(dir / "nomanifest.orv"), 11);
-    EXPECT_EQ(status(dir / "garbage.orv"), 9);
-    EXPECT_EQ(status(dir / "absent.orv"), 9);
-}

@@ -2,6 +2,7 @@
 
 #include "MechanicalTransformer.hpp"
 #include "SlideXML.hpp"
+#include "TestSupport.hpp"
 #include "TimingFixtures.hpp"
 #include "TimingTransformer.hpp"
 #include "TimingTree.hpp"
@@ -19,12 +20,8 @@ std::string delayOf(const XmlElement& cTn) {
 }
 
 std::string transformError(const TimingPlan& plan, const std::string& steps, const std::string& seq = "mainSeq") {
-    try {
-        MechanicalTransformer::apply(plan, SlideXML::parseFragment(timing(steps, seq), "p:timing"));
-    } catch (const MechanicalTransformer::Error& e) {
-        return e.what();
-    }
-    return "no error";
+    const auto t = SlideXML::parseFragment(timing(steps, seq), "p:timing");
+    return thrown<MechanicalTransformer::Error>([&] { MechanicalTransformer::apply(plan, t); }).what();
 }
 
 }  // namespace

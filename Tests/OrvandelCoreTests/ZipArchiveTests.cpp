@@ -25,9 +25,7 @@ Bytes range(const Bytes& b, std::int64_t begin, std::int64_t end) { return Bytes
 TEST(ZipArchiveTest, CreateWritesStoredEntriesThatListAndExtract) {
     test::TempDir dir;
     create({}, dir / "empty.zip");
-    Bytes expectedEmpty = {'P', 'K', 5, 6};
-    expectedEmpty.resize(22, 0);
-    EXPECT_EQ(readFile(dir / "empty.zip"), expectedEmpty);
+    EXPECT_EQ(toString(readFile(dir / "empty.zip")), "PK\x05\x06" + std::string(18, '\0'));
     EXPECT_TRUE(entryNames(dir / "empty.zip").empty());
 
     create({{"[Content_Types].xml", toBytes("<Types/>")}, {"empty", {}}, {"dir/é.txt", toBytes("x")}},
@@ -74,14 +72,11 @@ TEST(ZipArchiveTest, RewriteStoresReplacedEntriesAndKeepsNeighboursByteForByte) 
     const Bytes out = readFile(dir / "out.zip");
     const ParseResult after = parse(out);
     ASSERT_EQ(after.entries.size(), 3u);
-    const auto& a0 = before.entries[0];
-    const auto& c0 = before.entries[2];
-    const auto& a1 = after.entries[0];
-    const auto& b1 = after.entries[1];
-    const auto& c1 = after.entries[2];
-    EXPECT_EQ(range(out, a1.localOffset, b1.localOffset), range(src, a0.localOffset, before.entries[1].localOffset));
-    EXPECT_EQ(range(out, c1.localOffset, after.cdOffset), range(src, c0.localOffset, before.cdOffset));
-    EXPECT_EQ(u16(out, static_cast<std::size_t>(c1.cdRange.begin + 10)), 8);  // neighbours stay deflated
+    const auto &was = before.entries, &now = after.entries;
+    const auto& b1 = now[1];
+    EXPECT_EQ(range(out, now[0].localOffset, b1.localOffset), range(src, was[0].localOffset, was[1].localOffset));
+    EXPECT_EQ(range(out, now[2].localOffset, after.cdOffset), range(src, was[2].localOffset, before.cdOffset));
+    EXPECT_EQ(u16(out, static_cast<std::size_t>(now[2].cdRange.begin + 10)), 8);  // neighbours stay deflated
     EXPECT_EQ(b1.flags, 0x0800);                                               // bit 3 cleared, bit 11 kept
     EXPECT_EQ(u16(out, static_cast<std::size_t>(b1.cdRange.begin + 10)), 0);
     EXPECT_EQ(u16(out, static_cast<std::size_t>(b1.localOffset + 6)), 0x0800);  // local agrees with central

@@ -1,7 +1,6 @@
 #include "TestSupport.hpp"
 
 #include <algorithm>
-#include <random>
 
 #include "Bytes.hpp"
 #include "Error.hpp"
@@ -75,16 +74,9 @@ ScopedEnv::~ScopedEnv() {
 }
 
 TempDir::TempDir() {
-    std::random_device rd;
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        auto candidate = std::filesystem::temp_directory_path() /
-                         ("orvandel-test-" + std::to_string(rd()) + std::to_string(rd()));
-        if (std::filesystem::create_directory(candidate)) {
-            path_ = candidate;
-            return;
-        }
-    }
-    throw std::runtime_error("could not create a temporary directory");
+    std::string pattern = (std::filesystem::temp_directory_path() / "orvandel-test-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("could not create a temporary directory");
+    path_ = pattern;
 }
 
 TempDir::~TempDir() {
