@@ -41,19 +41,16 @@ std::string clickVideo(const std::string& rootAttrs = "") {
 }
 
 // Renders by running `behaviour` on the output path, counting its calls.
-class FakeRenderer : public Mp4Exporting {
-public:
-    explicit FakeRenderer(std::function<void(const fs::path&)> behaviour) : behaviour_(std::move(behaviour)) {}
-    void export_(const fs::path& preparedDeck, const fs::path& to, const std::function<bool()>&,
+struct FakeRenderer : Mp4Exporting {
+    explicit FakeRenderer(std::function<void(const fs::path&)> b) : behaviour(std::move(b)) {}
+    void export_(const fs::path& deck, const fs::path& to, const std::function<bool()>&,
                  const RenderHooks&) const override {
         ++calls;
-        EXPECT_TRUE(fs::exists(preparedDeck));
-        behaviour_(to);
+        EXPECT_TRUE(fs::exists(deck));
+        behaviour(to);
     }
+    std::function<void(const fs::path&)> behaviour;
     mutable int calls = 0;
-
-private:
-    std::function<void(const fs::path&)> behaviour_;
 };
 
 FakeRenderer movieOf(std::int64_t ms) {

@@ -1,7 +1,6 @@
 #include "DeckBuilder.hpp"
 
 #include <algorithm>
-#include <map>
 #include <stdexcept>
 
 #include "XMLEmitter.hpp"
@@ -40,6 +39,10 @@ std::string slideXml(const std::string& spTreeInner, const std::string& afterCSl
 std::string notesSlideXml(const std::vector<std::string>& paragraphs) {
     std::string body;
     for (const auto& p : paragraphs) body += "<a:p><a:r><a:t>" + XMLEmitter::escapeAttribute(p) + "</a:t></a:r></a:p>";
+    return notesSlideWithBody(body);
+}
+
+std::string notesSlideWithBody(const std::string& body) {
     return std::string(kXmlDecl) + "<p:notes " + namespaces() + "><p:cSld><p:spTree>" + kGroupProps +
            "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"Slide Image Placeholder 1\"/><p:cNvSpPr/>"
            "<p:nvPr><p:ph type=\"sldImg\"/></p:nvPr></p:nvSpPr><p:spPr/></p:sp>"
@@ -105,21 +108,11 @@ std::vector<std::pair<std::string, Bytes>> DeckBuilder::entries() const {
                            toBytes(relationshipsXml({{"rId1", "slide", "../slides/slide" + n + ".xml"}})));
     }
 
-    std::map<std::string, std::string> defaults = {
-        {"rels", "application/vnd.openxmlformats-package.relationships+xml"}, {"xml", "application/xml"}};
-    static const std::map<std::string, std::string> media = {{"png", "image/png"}, {"gif", "image/gif"},
-                                                              {"jpg", "image/jpeg"}, {"mp4", "video/mp4"}};
-    for (const auto& [name, data] : extra_) {
-        std::string ext = std::filesystem::path(name).extension().string();
-        if (ext.size() < 2) continue;
-        ext.erase(0, 1);
-        defaults.emplace(ext, media.contains(ext) ? media.at(ext) : "application/octet-stream");
-    }
-    std::string contentTypes =
-        std::string(kXmlDecl) + "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">";
-    for (const auto& [ext, type] : defaults) {
-        contentTypes += "<Default Extension=\"" + ext + "\" ContentType=\"" + type + "\"/>";
-    }
+    // Parts only: extra entries such as media get no content type (nothing here reads them).
+    const std::string contentTypes =
+        std::string(kXmlDecl) + "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
+        "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
+        "<Default Extension=\"xml\" ContentType=\"application/xml\"/>";
 
     std::vector<std::pair<std::string, Bytes>> out{
         {"[Content_Types].xml", toBytes(contentTypes + overrides + "</Types>")},

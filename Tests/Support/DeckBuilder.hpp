@@ -32,6 +32,8 @@ std::string slideXml(const std::string& spTreeInner = "", const std::string& aft
 
 // A notes slide whose body placeholder holds one <a:p><a:r><a:t> per paragraph (text escaped).
 std::string notesSlideXml(const std::vector<std::string>& paragraphs);
+// The same with the body's paragraphs as raw XML.
+std::string notesSlideWithBody(const std::string& paragraphsXml);
 
 struct Relationship {
     std::string id;
