@@ -29,7 +29,9 @@ TEST(ManifestBuilderTest, WritesKeysInOrderWithExactDecimalsAndShiftedNotes) {
     // Pretty-printed, keys in their set order, slashes unescaped, times as exact decimals; notes keyed
     // from 0 for every slide, those beyond the deck dropped.
     EXPECT_TRUE(json.starts_with("{\n  \"version\": \"1.0\",\n")) << json;
-    for (const char* raw : {"assets/master.mp4", "0.001", "12.345"}) EXPECT_NE(json.find(raw), std::string::npos) << raw;
+    for (const char* raw : {"assets/master.mp4", "0.001", "12.345"}) {
+        EXPECT_NE(json.find(raw), std::string::npos) << raw;
+    }
     EXPECT_EQ(nlohmann::ordered_json::parse(json).dump(),
               R"({"version":"1.0","source":"orvandel-plugin","pluginVersion":"orvandel-core/0.1",)"
               R"("generatedAt":"2024-05-01T12:30:00Z","sourceFileName":"aula.pptx","slideCount":3,)"

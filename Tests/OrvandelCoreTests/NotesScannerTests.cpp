@@ -36,7 +36,8 @@ TEST(NotesScannerTest, ParagraphsBecomeLines) {
     EXPECT_EQ(text(para(run("a\nb")) + para(run("c"))), "c");
     EXPECT_EQ(text(para(run(" "))), "");
     // Only the body placeholder counts.
-    EXPECT_EQ(NotesScanner::bodyText("<p:notes><p:sp><p:txBody>" + para(run("x")) + "</p:txBody></p:sp></p:notes>"), "");
+    EXPECT_EQ(NotesScanner::bodyText("<p:notes><p:sp><p:txBody>" + para(run("x")) + "</p:txBody></p:sp></p:notes>"),
+              "");
 }
 
 TEST(NotesScannerTest, PathHelpers) {

@@ -65,7 +65,8 @@ TEST(OrvPackagerTest, WriteFailuresKeepTheOldPackageAndLeaveNoTemporaryFile) {
     writeFile(dir / "master.mp4", movieBytes(5000));
     auto expectWriteFailed = [&](const std::filesystem::path& to,
                                  const OrvPackager::ArchiveWriter& writer = ZipArchive::createStreaming) {
-        const auto e = test::thrown<DeckError>([&] { OrvPackager::package(kManifest, dir / "master.mp4", to, writer); });
+        const auto e =
+            test::thrown<DeckError>([&] { OrvPackager::package(kManifest, dir / "master.mp4", to, writer); });
         EXPECT_EQ(e.errorCase(), DeckError::Case::orvWriteFailed);
         EXPECT_EQ(e.path(), to.string());
         EXPECT_NE(std::string(e.what()).find(to.string()), std::string::npos);

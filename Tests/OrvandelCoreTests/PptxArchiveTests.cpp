@@ -67,7 +67,9 @@ TEST(PptxArchiveCorpusTest, EveryDeckListsReadsAndRewritesAsUnzipDoes) {
     ORVANDEL_REQUIRE_CORPUS();
     if (!test::haveProgram("unzip")) GTEST_SKIP() << "no unzip";
     test::TempDir dir;
-    const auto unzipAccepts = [](const fs::path& zip) { return Subprocess::run({"unzip", "-tq", zip.string()}).succeeded(); };
+    const auto unzipAccepts = [](const fs::path& zip) {
+        return Subprocess::run({"unzip", "-tq", zip.string()}).succeeded();
+    };
     for (const auto& deck : test::corpusDecks()) {
         SCOPED_TRACE(deck.filename().string());
         if (test::isBrokenDeck(deck)) {
@@ -100,7 +102,9 @@ TEST(PptxArchiveCorpusTest, EveryDeckListsReadsAndRewritesAsUnzipDoes) {
                 continue;
             }
             EXPECT_EQ(toString(PptxArchive::readEntryBytes(deck, name)), unzip.standardOutput);
-            if (name.starts_with("ppt/slides/slide") && name.ends_with(".xml")) slides[name] = toBytes(unzip.standardOutput);
+            if (name.starts_with("ppt/slides/slide") && name.ends_with(".xml")) {
+                slides[name] = toBytes(unzip.standardOutput);
+            }
             if (!name.ends_with(".xml") && !name.ends_with(".rels")) continue;
             if (isValidUtf8(unzip.standardOutput)) EXPECT_EQ(PptxArchive::readEntry(deck, name), unzip.standardOutput);
             else EXPECT_THROW(PptxArchive::readEntry(deck, name), ArchiveError);
@@ -108,7 +112,9 @@ TEST(PptxArchiveCorpusTest, EveryDeckListsReadsAndRewritesAsUnzipDoes) {
         // The slides replaced by themselves, now stored.
         ZipArchive::rewrite(deck, slides, dir / "slides.pptx");
         EXPECT_TRUE(unzipAccepts(dir / "slides.pptx"));
-        for (const auto& [name, bytes] : slides) EXPECT_EQ(PptxArchive::readEntryBytes(dir / "slides.pptx", name), bytes);
+        for (const auto& [name, bytes] : slides) {
+            EXPECT_EQ(PptxArchive::readEntryBytes(dir / "slides.pptx", name), bytes) << name;
+        }
     }
 }
 
@@ -121,7 +127,9 @@ TEST(PptxArchiveTest, ReadsBuiltDecksAndReportsMissingPartsWithTheToolsStatuses)
         .addEntry("ppt/bom.xml", toBytes("\xEF\xBB\xBF<x/>"))
         .addEntry("ppt/latin1.xml", toBytes("caf\xE9"));
     const auto deck = builder.write(dir / "deck.pptx");
-    for (const auto& [name, bytes] : builder.entries()) EXPECT_EQ(PptxArchive::readEntryBytes(deck, name), bytes) << name;
+    for (const auto& [name, bytes] : builder.entries()) {
+        EXPECT_EQ(PptxArchive::readEntryBytes(deck, name), bytes) << name;
+    }
     EXPECT_EQ(PptxArchive::readEntry(deck, "ppt/empty.xml"), "");
     EXPECT_EQ(PptxArchive::readEntry(deck, "ppt/bom.xml"), "\xEF\xBB\xBF<x/>");
     const auto latin1 = failure(deck, "ppt/latin1.xml");
