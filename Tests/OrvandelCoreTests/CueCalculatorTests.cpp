@@ -3,109 +3,90 @@
 #include "CueCalculator.hpp"
 #include "CueInputAssembler.hpp"
 #include "DeckError.hpp"
+#include "TestSupport.hpp"
 
 using namespace orvandel;
+using Strings = std::vector<std::string>;
 
 namespace {
 
-using Kinds = std::vector<ClickGroupKind>;
 constexpr auto entry = ClickGroupKind::entry;
 constexpr auto exit_ = ClickGroupKind::exit;
 
-CueInput slide(std::int64_t n, std::int64_t advanceTimeMs = 1500) {
-    CueInput input;
-    input.slideIndex = n;
-    input.advanceTimeMs = advanceTimeMs;
-    return input;
-}
-
+// A slide of 1500 ms, or of 10 s with click steps of the given entrance durations.
+CueInput slide(std::int64_t n) { return {.slideIndex = n, .advanceTimeMs = 1500}; }
 CueInput steps(std::int64_t n, std::int64_t count, std::vector<std::int64_t> dursMs) {
-    CueInput input = slide(n, 10000);
-    input.bulletCount = count;
-    input.bulletDursMs = std::move(dursMs);
-    return input;
+    return {.slideIndex = n, .advanceTimeMs = 10000, .bulletCount = count, .bulletDursMs = std::move(dursMs)};
 }
 
-Cue slideCue(std::int64_t index, std::int64_t n, std::int64_t timeMs) {
-    return {index, n, CueKind::slide, "Slide " + std::to_string(n), timeMs};
-}
-
-Cue bulletCue(std::int64_t index, std::int64_t n, std::int64_t timeMs, const std::string& suffix = " - bullet") {
-    return {index, n, CueKind::bullet, "Slide " + std::to_string(n) + suffix, timeMs};
+// "label@ms" per cue. Indexes must run from 0, and only "Slide N" labels are slide cues.
+Strings cues(const std::vector<CueInput>& inputs) {
+    Strings out;
+    for (const auto& c : CueCalculator::calculateCues(inputs)) {
+        EXPECT_EQ(c.cueIndex, std::int64_t(out.size()));
+        EXPECT_EQ(c.kind == CueKind::slide, c.label == "Slide " + std::to_string(c.slideIndex)) << c.label;
+        EXPECT_TRUE(c.label.starts_with("Slide " + std::to_string(c.slideIndex))) << c.label;
+        out.push_back(c.label + "@" + std::to_string(c.timeMs));
+    }
+    return out;
 }
 
 }  // namespace
 
 TEST(CueCalculatorTest, SlidesFollowEachOtherAndHiddenOnesTakeNoTime) {
-    EXPECT_EQ(CueCalculator::calculateCues({slide(1), slide(2), slide(3)}),
-              (std::vector<Cue>{slideCue(0, 1, 1000), slideCue(1, 2, 2500), slideCue(2, 3, 4000)}));
-
-    CueInput hidden = slide(2, 9000);
+    EXPECT_EQ(cues({slide(1), slide(2), slide(3)}), (Strings{"Slide 1@1000", "Slide 2@2500", "Slide 3@4000"}));
+    CueInput hidden = slide(2);
     hidden.isHidden = true;
-    EXPECT_EQ(CueCalculator::calculateCues({slide(1), hidden, slide(3)}),
-              (std::vector<Cue>{slideCue(0, 1, 1000), slideCue(1, 3, 2500)}));
+    hidden.advanceTimeMs = 9000;
+    EXPECT_EQ(cues({slide(1), hidden, slide(3)}), (Strings{"Slide 1@1000", "Slide 3@2500"}));
 }
 
 TEST(CueCalculatorTest, StepsCountTheirAnimationAndAutoAnimationsShiftThem) {
-    EXPECT_EQ(CueCalculator::calculateCues({steps(1, 2, {500, 500})}),
-              (std::vector<Cue>{bulletCue(0, 1, 500), bulletCue(1, 1, 2500), slideCue(2, 1, 4000)}));
-
-    // 2000 ms counts 3000; a missing duration counts as 500, that is 1500.
+    EXPECT_EQ(cues({steps(1, 2, {500, 500})}),
+              (Strings{"Slide 1 - bullet@500", "Slide 1 - bullet@2500", "Slide 1@4000"}));
+    // From the slide's start at 1500, after 800 ms of automatic animation: 2000 ms counts 3000;
+    // a missing duration counts as 500, that is 1500.
     CueInput shifted = steps(2, 2, {2000});
     shifted.autoDurationMs = 800;
-    EXPECT_EQ(CueCalculator::calculateCues({slide(1), shifted}),
-              (std::vector<Cue>{slideCue(0, 1, 1000), bulletCue(1, 2, 1500 + 800 + 500),
-                                bulletCue(2, 2, 1500 + 800 + 4000), slideCue(3, 2, 1500 + 800 + 5500)}));
+    EXPECT_EQ(cues({slide(1), shifted}),
+              (Strings{"Slide 1@1000", "Slide 2 - bullet@2800", "Slide 2 - bullet@6300", "Slide 2@7800"}));
 }
 
 TEST(CueCalculatorTest, MediaEndsTheSlideWithItsOwnCue) {
     CueInput video = slide(1);
     video.videoDurationMs = 10000;
-    EXPECT_EQ(CueCalculator::calculateCues({video}), (std::vector<Cue>{bulletCue(0, 1, 11000, " - fim do video")}));
-
+    EXPECT_EQ(cues({video}), Strings{"Slide 1 - fim do video@11000"});
     // No lead-in, the last step stays a bullet, and the video is timed from the slide's start.
-    CueInput stepAndVideo = steps(1, 1, {500});
-    stepAndVideo.videoDurationMs = 10000;
-    EXPECT_EQ(CueCalculator::calculateCues({stepAndVideo}),
-              (std::vector<Cue>{bulletCue(0, 1, 2500), bulletCue(1, 1, 11000, " - fim do video")}));
-
-    CueInput gif = steps(1, 1, {500});
-    gif.gifDurationMs = 3000;
-    gif.videoDurationMs = 2000;
-    EXPECT_EQ(CueCalculator::calculateCues({gif}),
-              (std::vector<Cue>{bulletCue(0, 1, 2500), bulletCue(1, 1, 3000, " - fim do video"),
-                                bulletCue(2, 1, 4000, " - fim do GIF")}));
+    video = steps(1, 1, {500});
+    video.videoDurationMs = 10000;
+    EXPECT_EQ(cues({video}), (Strings{"Slide 1 - bullet@2500", "Slide 1 - fim do video@11000"}));
+    video.gifDurationMs = 3000;
+    video.videoDurationMs = 2000;
+    EXPECT_EQ(cues({video}),
+              (Strings{"Slide 1 - bullet@2500", "Slide 1 - fim do video@3000", "Slide 1 - fim do GIF@4000"}));
 }
 
 TEST(CueCalculatorTest, ExitGroupsKeepTheirOwnSlots) {
-    CueInput exitThenEntry = steps(1, 1, {500});
-    exitThenEntry.exitGroupCount = 1;
-    exitThenEntry.orderedGroupKinds = Kinds{exit_, entry};
-    EXPECT_EQ(CueCalculator::calculateCues({exitThenEntry}),
-              (std::vector<Cue>{bulletCue(0, 1, 500), slideCue(1, 1, 4000)}));
-
+    CueInput groups = steps(1, 1, {500});
+    groups.exitGroupCount = 1;
+    groups.orderedGroupKinds = {exit_, entry};
+    EXPECT_EQ(cues({groups}), (Strings{"Slide 1 - bullet@500", "Slide 1@4000"}));
     // Times within a slide need not increase.
-    CueInput entryThenExit = exitThenEntry;
-    entryThenExit.orderedGroupKinds = Kinds{entry, exit_};
-    EXPECT_EQ(CueCalculator::calculateCues({entryThenExit}),
-              (std::vector<Cue>{bulletCue(0, 1, 500), bulletCue(1, 1, 2500), bulletCue(2, 1, 2000)}));
-
+    groups.orderedGroupKinds = {entry, exit_};
+    EXPECT_EQ(cues({groups}), (Strings{"Slide 1 - bullet@500", "Slide 1 - bullet@2500", "Slide 1 - bullet@2000"}));
     CueInput exitsOnly = slide(1);
     exitsOnly.exitGroupCount = 2;
-    EXPECT_EQ(CueCalculator::calculateCues({exitsOnly}),
-              (std::vector<Cue>{bulletCue(0, 1, 500), bulletCue(1, 1, 2000), slideCue(2, 1, 4000)}));
+    EXPECT_EQ(cues({exitsOnly}), (Strings{"Slide 1 - bullet@500", "Slide 1 - bullet@2000", "Slide 1@4000"}));
 }
 
 TEST(CueCalculatorDeathTest, NoVisibleSlideIsAFault) {
-    CueInput hidden = slide(1);
-    hidden.isHidden = true;
-    EXPECT_DEATH(CueCalculator::calculateCues({hidden}), "no visible slide");
+    EXPECT_DEATH(CueCalculator::calculateCues({{.slideIndex = 1, .isHidden = true}}), "no visible slide");
 }
 
 TEST(CueInputAssemblerTest, VisibleSlidesNeedAnAdvanceTimeAndUserDurationsWin) {
-    SlideReport visible{.displayIndex = 1, .autoDurationMs = 0, .advTmMs = 1500, .videoDurationMs = 4000};
-    SlideReport hidden{.displayIndex = 2, .isHidden = true};
-    const auto inputs = CueInputAssembler::cueInputs({visible, hidden}, {{1, 7000}}, {{2, 3000}});
+    const SlideReport visible{.displayIndex = 1, .autoDurationMs = 0, .advTmMs = 1500, .videoDurationMs = 4000};
+    const auto inputs = CueInputAssembler::cueInputs({visible, {.displayIndex = 2, .isHidden = true}}, {{1, 7000}},
+                                                     {{2, 3000}});
     ASSERT_EQ(inputs.size(), 2u);
     EXPECT_EQ(inputs[0].videoDurationMs, 7000);
     EXPECT_EQ(inputs[0].autoDurationMs, std::nullopt);
@@ -113,12 +94,8 @@ TEST(CueInputAssemblerTest, VisibleSlidesNeedAnAdvanceTimeAndUserDurationsWin) {
     EXPECT_EQ(inputs[1].advanceTimeMs, 0);
     EXPECT_EQ(inputs[1].gifDurationMs, 3000);
 
-    SlideReport unknownVideo{.displayIndex = 3};
-    try {
-        CueInputAssembler::cueInputs({visible, unknownVideo}, {}, {});
-        FAIL() << "expected missingVideoDuration";
-    } catch (const DeckError& e) {
-        EXPECT_EQ(e.errorCase(), DeckError::Case::missingVideoDuration);
-        EXPECT_EQ(e.slide(), 3);
-    }
+    const auto e =
+        test::thrown<DeckError>([&] { CueInputAssembler::cueInputs({visible, {.displayIndex = 3}}, {}, {}); });
+    EXPECT_EQ(e.errorCase(), DeckError::Case::missingVideoDuration);
+    EXPECT_EQ(e.slide(), 3);
 }

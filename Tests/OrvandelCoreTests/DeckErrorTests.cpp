@@ -33,13 +33,3 @@ TEST(DeckErrorTest, SlideListsAreBracketedAndCommaSeparated) {
                  "Os slides [2] têm mais de um vídeo. Cada vídeo precisa ficar em seu próprio slide para a "
                  "exportação funcionar. Separe os vídeos em slides individuais e exporte novamente.");
 }
-
-TEST(DeckErrorTest, InvalidOutputListsEveryFailureInOrder) {
-    const auto e = DeckError::invalidOutput({{2, "not well-formed XML"}, {5, "expected exactly one transition "
-                                                                             "<mc:AlternateContent>, found 2"}});
-    EXPECT_STREQ(e.what(),
-                 "prepared output failed validation: slide 2 (not well-formed XML); slide 5 (expected exactly one "
-                 "transition <mc:AlternateContent>, found 2)");
-    EXPECT_EQ(e.errorCase(), DeckError::Case::invalidOutput);
-    EXPECT_EQ(e.failures().size(), 2u);
-}

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "CueInputAssembler.hpp"
 #include "DeckBuilder.hpp"
-#include "DeckError.hpp"
 #include "DeckScanner.hpp"
 #include "NotesScanner.hpp"
 #include "PptxArchive.hpp"
@@ -18,25 +16,8 @@ using PptxArchive::ArchiveError;
 namespace {
 
 const std::string click = "nodeType=\"clickEffect\"";
-const std::string with = "nodeType=\"withEffect\"";
+const std::string withMedia = "nodeType=\"withEffect\" presetClass=\"mediacall\"";
 const std::string clickMedia = click + " presetClass=\"mediacall\"";
-const std::string withMedia = with + " presetClass=\"mediacall\"";
-
-const std::string textBox =
-    "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"Texto\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/></p:sp>";
-
-std::string picture(const std::string& id, const std::string& embed, const std::string& nvPr = "") {
-    return "<p:pic><p:nvPicPr><p:cNvPr id=\"" + id + "\" name=\"Imagem\"/><p:cNvPicPr/><p:nvPr>" + nvPr +
-           "</p:nvPr></p:nvPicPr><p:blipFill><a:blip r:embed=\"" + embed +
-           "\"/></p:blipFill><p:spPr/></p:pic>";
-}
-// A video on shape 3 whose poster frame is media/poster.gif (rId9).
-const std::string video = picture("3", "rId9", "<a:videoFile r:link=\"rId2\"/>");
-
-std::string presentationXml(const std::string& sldIds, const std::string& more = "") {
-    return std::string("<?xml version=\"1.0\"?><p:presentation xmlns:a=\"") + kNsA + "\" xmlns:r=\"" + kNsR +
-           "\" xmlns:p=\"" + kNsP + "\"><p:sldIdLst>" + sldIds + "</p:sldIdLst>" + more + "</p:presentation>";
-}
 
 }  // namespace
 
@@ -46,24 +27,25 @@ TEST(DeckScannerTest, SlidesFollowTheSldIdOrderAndTheirTargets) {
     for (int i = 0; i < 3; ++i) deck.addSlide(slideXml());
     // A section list names slides by p14:sldId too; those carry no r:id.
     deck.addEntry("ppt/presentation.xml",
-                  presentationXml("<p:sldId id=\"258\" r:id=\"rId3\"/><p:sldId id=\"300\" r:id=\"rId7\"/>"
-                                  "<p:sldId id=\"256\" r:id=\"rId1\"/><p:sldId id=\"257\" r:id=\"rId2\"/>",
-                                  "<p:extLst><p:ext uri=\"{521415D9-36F7-43E2-AB2F-B90AF26B5E84}\"><p14:sectionLst "
-                                  "xmlns:p14=\"http://schemas.microsoft.com/office/powerpoint/2010/main\">"
-                                  "<p14:section name=\"Um\" id=\"{A}\"><p14:sldIdLst><p14:sldId id=\"256\"/>"
-                                  "<p14:sldId id=\"257\"/><p14:sldId id=\"258\"/></p14:sldIdLst></p14:section>"
-                                  "</p14:sectionLst></p:ext></p:extLst>"));
+                  std::string("<?xml version=\"1.0\"?><p:presentation xmlns:r=\"") + kNsR + "\" xmlns:p=\"" + kNsP +
+                      "\"><p:sldIdLst><p:sldId id=\"258\" r:id=\"rId3\"/><p:sldId id=\"300\" r:id=\"rId7\"/>"
+                      "<p:sldId id=\"256\" r:id=\"rId1\"/><p:sldId id=\"257\" r:id=\"rId2\"/></p:sldIdLst>"
+                      "<p:extLst><p:ext uri=\"{521415D9-36F7-43E2-AB2F-B90AF26B5E84}\"><p14:sectionLst "
+                      "xmlns:p14=\"http://schemas.microsoft.com/office/powerpoint/2010/main\">"
+                      "<p14:section name=\"Um\" id=\"{A}\"><p14:sldIdLst><p14:sldId id=\"256\"/>"
+                      "<p14:sldId id=\"257\"/><p14:sldId id=\"258\"/></p14:sldIdLst></p14:section>"
+                      "</p14:sectionLst></p:ext></p:extLst></p:presentation>");
     deck.addEntry("ppt/_rels/presentation.xml.rels",
-                  "\xEF\xBB\xBF" + relationshipsXml({{"rId2", "slide", "slides/slide9.xml", ""},
-                                                     {"rId1", "slide", "/ppt/slides/slide1.xml", ""},
-                                                     {"rId4", "slideLayout", "slideLayouts/slideLayout1.xml", ""},
-                                                     {"rId3", "slide", "slides/slide3.xml", ""},
-                                                     {"rId2", "slide", "slides/slide2.xml", ""}}));
-    deck.write(dir / "order.pptx");
+                  "\xEF\xBB\xBF" + relationshipsXml({{"rId2", "slide", "slides/slide9.xml"},
+                                                     {"rId1", "slide", "/ppt/slides/slide1.xml"},
+                                                     {"rId4", "slideLayout", "slideLayouts/slideLayout1.xml"},
+                                                     {"rId3", "slide", "slides/slide3.xml"},
+                                                     {"rId2", "slide", "slides/slide2.xml"}}));
     // rId7 has no relationship and is skipped; the later rId2 wins.
-    EXPECT_EQ(DeckScanner::orderedSlideFiles(dir / "order.pptx"),
+    const auto order = deck.write(dir / "order.pptx");
+    EXPECT_EQ(DeckScanner::orderedSlideFiles(order),
               (std::vector<std::string>{"ppt/slides/slide3.xml", "ppt/slides/slide1.xml", "ppt/slides/slide2.xml"}));
-    const auto reports = DeckScanner::report(dir / "order.pptx", {}, {});
+    const auto reports = DeckScanner::report(order, {}, {});
     ASSERT_EQ(reports.size(), 3u);
     EXPECT_EQ(reports[2].displayIndex, 3);
     EXPECT_EQ(reports[2].file, "ppt/slides/slide2.xml");
@@ -72,56 +54,40 @@ TEST(DeckScannerTest, SlidesFollowTheSldIdOrderAndTheirTargets) {
     deck.addEntry("ppt/_rels/presentation.xml.rels",
                   "<Relationships><Relationship Type=\"x/slide\" Target=\"slides/slide2.xml\" Id=\"rId1\"/>"
                   "<Relationship Target=\"slides/slide1.xml\" Id=\"rId3\"/></Relationships>");
-    deck.write(dir / "target-first.pptx");
-    EXPECT_EQ(DeckScanner::orderedSlideFiles(dir / "target-first.pptx"),
+    EXPECT_EQ(DeckScanner::orderedSlideFiles(deck.write(dir / "target-first.pptx")),
               (std::vector<std::string>{"ppt/slides/slide1.xml", "ppt/slides/slide2.xml"}));
 
-    DeckBuilder empty;
-    empty.write(dir / "empty.pptx");
-    EXPECT_TRUE(DeckScanner::report(dir / "empty.pptx", {}, {}).empty());
-    EXPECT_EQ(DeckScanner::formatTable({}), "idx file                      bullets  autoDurMs  video  advTm");
+    EXPECT_TRUE(DeckScanner::report(DeckBuilder().write(dir / "empty.pptx"), {}, {}).empty());
 }
 
 TEST(DeckScannerTest, MissingPartsAndUnreadableTimingFailTheReport) {
     TempDir dir;
-    DeckBuilder deck;
-    deck.addSlide(slideXml(textBox, timing(step(effect(click, "0", "500")))));
-    auto entries = deck.entries();
-    std::erase_if(entries, [](const auto& e) { return e.first == "ppt/_rels/presentation.xml.rels"; });
-    ZipArchive::create(entries, dir / "norels.pptx");
-    try {
-        DeckScanner::orderedSlideFiles(dir / "norels.pptx");
-        FAIL() << "no error";
-    } catch (const ArchiveError& e) {
-        EXPECT_EQ(e.entry(), "ppt/_rels/presentation.xml.rels");
-    }
-
-    entries = deck.entries();
-    std::erase_if(entries, [](const auto& e) { return e.first == "ppt/slides/slide1.xml"; });
-    ZipArchive::create(entries, dir / "noslide.pptx");
-    EXPECT_THROW(DeckScanner::report(dir / "noslide.pptx", {}, {}), ArchiveError);
-
-    DeckBuilder broken;
-    broken.addSlide(slideXml(textBox, "<p:timing><p:tnLst><q:par/></p:tnLst></p:timing>"));
-    broken.write(dir / "broken.pptx");
-    EXPECT_THROW(DeckScanner::report(dir / "broken.pptx", {}, {}), SlideXMLError);
+    const auto without = [&](const std::string& entry) {
+        auto entries = DeckBuilder().addSlide(slideXml(kTextBox, timing(step(effect(click, "0", "500"))))).entries();
+        std::erase_if(entries, [&](const auto& e) { return e.first == entry; });
+        ZipArchive::create(entries, dir / "deck.pptx");
+        return dir / "deck.pptx";
+    };
+    const auto noRels = without("ppt/_rels/presentation.xml.rels");
+    EXPECT_EQ(thrown<ArchiveError>([&] { DeckScanner::orderedSlideFiles(noRels); }).entry(),
+              "ppt/_rels/presentation.xml.rels");
+    EXPECT_THROW(DeckScanner::report(without("ppt/slides/slide1.xml"), {}, {}), ArchiveError);
+    const auto broken = DeckBuilder()
+                            .addSlide(slideXml(kTextBox, "<p:timing><p:tnLst><q:par/></p:tnLst></p:timing>"))
+                            .write(dir / "broken.pptx");
+    EXPECT_THROW(DeckScanner::report(broken, {}, {}), SlideXMLError);
 }
 
 TEST(DeckScannerTest, HiddenIsReadFromTheRootStartTagOnly) {
     const auto hidden = [](const std::string& attrs) { return DeckScanner::isSlideHidden(slideXml("", "", attrs)); };
-    EXPECT_TRUE(hidden("show=\"0\""));
-    EXPECT_TRUE(hidden("show='false'"));
-    EXPECT_TRUE(hidden("show = \"FALSE\""));
-    EXPECT_FALSE(hidden("show=\"1\""));
-    EXPECT_FALSE(hidden("show=\"\""));
-    EXPECT_FALSE(hidden(""));
-    EXPECT_FALSE(hidden("xshow=\"0\""));
+    for (const char* attrs : {"show=\"0\"", "show='false'", "show = \"FALSE\""}) EXPECT_TRUE(hidden(attrs)) << attrs;
+    for (const char* attrs : {"show=\"1\"", "show=\"\"", "", "xshow=\"0\""}) EXPECT_FALSE(hidden(attrs)) << attrs;
     EXPECT_FALSE(DeckScanner::isSlideHidden(slideXml("<p:sp show=\"0\"/>")));
     EXPECT_FALSE(DeckScanner::isSlideHidden("<p:sld show=\"0\""));
 }
 
 TEST(DeckScannerTest, VideoProbesReadTheTiming) {
-    const auto slideWith = [](const std::string& timingXml) { return slideXml(textBox + video, timingXml); };
+    const auto slideWith = [](const std::string& timingXml) { return slideXml(kTextBox + kVideo, timingXml); };
     const std::string onClick = slideWith(timing(step(effect(clickMedia, "0", "7250", "3"))));
     EXPECT_FALSE(DeckScanner::hasVideoAutoplay(onClick));
     EXPECT_EQ(DeckScanner::mainSeqVideo(onClick), (MainSeqVideo{true, true, 7250}));
@@ -142,46 +108,43 @@ TEST(DeckScannerTest, VideoProbesReadTheTiming) {
 }
 
 TEST(DeckScannerTest, GifsAreNonVideoPicturesWithAGifTarget) {
-    const std::string rels = relationshipsXml({{"rId2", "video", "../media/media1.mp4", ""},
-                                               {"rId9", "image", "../media/poster.gif", ""},
-                                               {"rId5", "image", "../media/image1.GIF", ""},
-                                               {"rId6", "image", "../media/image2.png", ""}});
-    EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(video), rels));
-    EXPECT_TRUE(DeckScanner::slideHasGif(slideXml(video + picture("4", "rId5")), rels));
+    // The video's poster frame (rId9) is a GIF too, but belongs to the video.
+    const std::string rels = relationshipsXml({{"rId2", "video", "../media/media1.mp4"},
+                                               {"rId9", "image", "../media/poster.gif"},
+                                               {"rId5", "image", "../media/image1.GIF"},
+                                               {"rId6", "image", "../media/image2.png"}});
+    EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(kVideo), rels));
+    EXPECT_TRUE(DeckScanner::slideHasGif(slideXml(kVideo + picture("4", "rId5")), rels));
     EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId6")), rels));
     EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId5")), ""));
 }
 
 TEST(DeckScannerTest, ReportsEverySlideWithItsAdvanceTime) {
     TempDir dir;
-    const std::string mediaRels = relationshipsXml(
-        {{"rId2", "video", "../media/media1.mp4", ""}, {"rId9", "image", "../media/poster.gif", ""}});
-    DeckBuilder deck;
-    deck.addSlide(slideXml(textBox, timing(step(effect(click, "0", "500")) + step(effect(click, "0", "2000")))))
-        .addSlide(slideXml(textBox + video, timing(step(effect(clickMedia, "0", "indefinite", "3")))), mediaRels)
-        .addSlide(slideXml(textBox, "", "show=\"0\""))
-        .addSlide(slideXml(picture("4", "rId5")),
-                  relationshipsXml({{"rId5", "image", "../media/image1.GIF", ""}}))
-        .addSlide(slideXml(textBox + video + video, timing(step(effect(withMedia, "0", "10000", "3")))), mediaRels);
-    deck.write(dir / "deck.pptx");
+    const std::vector<Relationship> mediaRels{{"rId2", "video", "../media/media1.mp4"},
+                                              {"rId9", "image", "../media/poster.gif"}};
+    const auto deck =
+        DeckBuilder()
+            .addSlide(slideXml(kTextBox, timing(step(effect(click, "0", "500")) + step(effect(click, "0", "2000")))))
+            .addSlide(slideXml(kTextBox + kVideo, timing(step(effect(clickMedia, "0", "indefinite", "3")))), mediaRels)
+            .addSlide(slideXml(kTextBox, "", "show=\"0\""))
+            .addSlide(slideXml(picture("4", "rId5")), {{"rId5", "image", "../media/image1.GIF"}})
+            .addSlide(slideXml(kTextBox + kVideo + kVideo, timing(step(effect(withMedia, "0", "10000", "3")))),
+                      mediaRels)
+            .write(dir / "deck.pptx");
 
-    const auto reports = DeckScanner::report(dir / "deck.pptx", {{3, 2000}}, {{4, 3000}});
+    const auto reports = DeckScanner::report(deck, {{3, 2000}}, {{4, 3000}});
     ASSERT_EQ(reports.size(), 5u);
     EXPECT_EQ(reports[0].bulletDursMs, (std::vector<std::int64_t>{500, 2000}));
-    EXPECT_EQ(reports[0].advTmMs, 6000);
     EXPECT_TRUE(reports[1].hasOnClickVideo);
     EXPECT_EQ(reports[1].videoDurationMs, std::nullopt);
-    EXPECT_EQ(reports[1].advTmMs, std::nullopt);
     // A hidden slide keeps its number; a user video length counts without a video.
     EXPECT_TRUE(reports[2].isHidden);
-    EXPECT_EQ(reports[2].advTmMs, 3500);
     EXPECT_EQ(reports[3].displayIndex, 4);
     EXPECT_TRUE(reports[3].hasGif);
-    EXPECT_EQ(reports[3].advTmMs, 4500);
     EXPECT_FALSE(reports[4].hasGif);
     EXPECT_EQ(reports[4].videoCount, 2);
     EXPECT_EQ(reports[4].videoDurationMs, 10000);
-    EXPECT_EQ(reports[4].advTmMs, 11500);
     EXPECT_EQ(DeckScanner::validateMedia(reports), MediaValidation{{5}});
     EXPECT_TRUE(DeckScanner::validateMedia(reports).needsAttention());
     EXPECT_EQ(DeckScanner::formatTable(reports),
@@ -193,25 +156,16 @@ TEST(DeckScannerTest, ReportsEverySlideWithItsAdvanceTime) {
               "5   slide5.xml                      0          0    yes  11500");
 
     // The user's lengths win over the deck's own.
-    const auto given = DeckScanner::report(dir / "deck.pptx", {{2, 8000}, {5, 4000}}, {});
-    EXPECT_EQ(given[1].advTmMs, 9500);
-    EXPECT_EQ(given[3].advTmMs, 1500);
-    EXPECT_EQ(given[4].advTmMs, 5500);
-    EXPECT_EQ(CueInputAssembler::cueInputs(dir / "deck.pptx", {{2, 8000}}, {})[1].advanceTimeMs, 9500);
-    try {
-        CueInputAssembler::cueInputs(dir / "deck.pptx", {}, {});
-        FAIL() << "no error";
-    } catch (const DeckError& e) {
-        EXPECT_EQ(e.slide(), 2);
-    }
+    std::vector<std::optional<std::int64_t>> given;
+    for (const auto& r : DeckScanner::report(deck, {{2, 8000}, {5, 4000}}, {})) given.push_back(r.advTmMs);
+    EXPECT_EQ(given, (std::vector<std::optional<std::int64_t>>{6000, 9500, 1500, 1500, 5500}));
 }
 
 TEST(DeckScannerTest, TableColumnsGrowWithLongValues) {
-    SlideReport r;
-    r.displayIndex = 12345;
-    r.file = "ppt/slides/nested/ppt/slides/introducao-slide9.xml";
-    r.bulletCount = 1234567890;
-    r.advTmMs = 1500;
+    const SlideReport r{.displayIndex = 12345,
+                        .file = "ppt/slides/nested/ppt/slides/introducao-slide9.xml",
+                        .bulletCount = 1234567890,
+                        .advTmMs = 1500};
     EXPECT_EQ(DeckScanner::formatTable({r}),
               "idx file                      bullets  autoDurMs  video  advTm\n"
               "12345nested/introducao-slide9.xml1234567890          0     no  1500");
@@ -222,9 +176,8 @@ TEST(DeckScannerTest, EveryCorpusDeckScansOrFailsWithATypedError) {
     for (const auto& deck : corpusDecks()) {
         SCOPED_TRACE(deck.filename().string());
         try {
-            const auto reports = DeckScanner::report(deck, {}, {});
+            DeckScanner::formatTable(DeckScanner::report(deck, {}, {}));
             NotesScanner::notesBySlide(deck);
-            DeckScanner::formatTable(reports);
             EXPECT_FALSE(isBrokenDeck(deck));
         } catch (const ArchiveError&) {
             // Damaged archives; the broken decks must end here.
@@ -246,7 +199,5 @@ TEST(DeckScannerTest, TheExampleDeckNeedsOnlyTheGifLength) {
     EXPECT_TRUE(reports[6].isHidden);
     EXPECT_EQ(reports[1].bulletCount, 3);
     EXPECT_FALSE(DeckScanner::validateMedia(reports).needsAttention());
-    const auto notes = NotesScanner::notesBySlide(deck);
-    EXPECT_GE(notes.size(), 5u);
-    EXPECT_NE(notes.at(3).find("água & gás"), std::string::npos);
+    EXPECT_NE(NotesScanner::notesBySlide(deck).at(3).find("água & gás"), std::string::npos);
 }

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#include "Bytes.hpp"
 #include "DeckBuilder.hpp"
-#include "DeckError.hpp"
 #include "DeckScanner.hpp"
 #include "DeckTransformer.hpp"
 #include "PptxArchive.hpp"
@@ -22,11 +20,6 @@ using namespace orvandel::test;
 using Branch = DeckTransformer::Branch;
 
 namespace {
-
-const std::string textBox = "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"t\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/></p:sp>";
-const std::string videoShape =
-    "<p:pic><p:nvPicPr><p:cNvPr id=\"3\" name=\"v\"/><p:cNvPicPr/><p:nvPr><a:videoFile r:link=\"rId2\"/></p:nvPr>"
-    "</p:nvPicPr><p:blipFill/><p:spPr/></p:pic>";
 
 std::string click(const std::string& dur, const std::string& cls = "entr") {
     return effect("presetClass=\"" + cls + "\" nodeType=\"clickEffect\"", "0", dur);
@@ -50,20 +43,19 @@ std::string untouchedPart(std::string xml) {
 
 TEST(DeckTransformerTest, EachKindOfSlideTakesItsBranchAndGetsItsAdvanceTime) {
     TempDir dir;
-    DeckBuilder()
-        .addSlide(slideXml(textBox, timing(step(click("500")) + step(click("2000")))))
-        .addSlide(slideXml(textBox, timing(step(click("500")) + step(click("500", "exit")))))
-        .addSlide(slideXml(videoShape, timing(step(video("clickEffect", "10000")))))
-        .addSlide(slideXml(videoShape, timing(step(video("afterEffect", "10000")))))
-        .addSlide(slideXml(textBox, timing(step(click("500", "exit")) + step(click("500", "exit")))))
-        .addSlide(slideXml(textBox, "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr>", "show=\"0\""))
-        .addSlide(slideXml(textBox))
-        .addEntry("ppt/media/media1.mp4", Bytes{1, 2, 3})
-        .write(dir / "in.pptx");
-
+    const auto in =
+        DeckBuilder()
+            .addSlide(slideXml(kTextBox, timing(step(click("500")) + step(click("2000")))))
+            .addSlide(slideXml(kTextBox, timing(step(click("500")) + step(click("500", "exit")))))
+            .addSlide(slideXml(kVideo, timing(step(video("clickEffect", "10000")))))
+            .addSlide(slideXml(kVideo, timing(step(video("afterEffect", "10000")))))
+            .addSlide(slideXml(kTextBox, timing(step(click("500", "exit")) + step(click("500", "exit")))))
+            .addSlide(slideXml(kTextBox, "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr>", "show=\"0\""))
+            .addSlide(slideXml(kTextBox))
+            .addEntry("ppt/media/media1.mp4", Bytes{1, 2, 3})
+            .write(dir / "in.pptx");
     std::vector<Branch> branches;
-    const auto reports = DeckTransformer::prepare(dir / "in.pptx", dir / "out.pptx", {{4, 4000}}, {{7, 3000}}, 1000,
-                                                  1500, branches);
+    const auto reports = DeckTransformer::prepare(in, dir / "out.pptx", {{4, 4000}}, {{7, 3000}}, 1000, 1500, branches);
     EXPECT_EQ(branches, (std::vector<Branch>{Branch::bullets, Branch::bulletsWithExits, Branch::clickVideo,
                                              Branch::autoplayVideo, Branch::exits, Branch::static_, Branch::static_}));
     std::vector<std::int64_t> advTm, videoDur, hidden;
@@ -87,9 +79,8 @@ TEST(DeckTransformerTest, ErrorsLeaveNoOutputAndRejectedSlidesAreReportedTogethe
     TempDir dir;
     writeFile(dir / "out.pptx", toBytes("earlier"));
     const auto prepareError = [&](const DeckBuilder& deck, const SlideDurations& videoMs = {}) -> std::string {
-        deck.write(dir / "in.pptx");
         try {
-            DeckTransformer::prepare(dir / "in.pptx", dir / "out.pptx", videoMs, {}, 1000, 1500);
+            DeckTransformer::prepare(deck.write(dir / "in.pptx"), dir / "out.pptx", videoMs, {}, 1000, 1500);
         } catch (const DeckError& e) {
             EXPECT_EQ(toString(readFile(dir / "out.pptx")), "earlier");
             EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 2);
@@ -97,19 +88,19 @@ TEST(DeckTransformerTest, ErrorsLeaveNoOutputAndRejectedSlidesAreReportedTogethe
         }
         return "no error";
     };
-    const std::string unknownLength = slideXml(videoShape, timing(step(video("clickEffect", "x"))));
-    EXPECT_EQ(prepareError(DeckBuilder().addSlide(slideXml(textBox)).addSlide(unknownLength)),
+    const std::string unknownLength = slideXml(kVideo, timing(step(video("clickEffect", "x"))));
+    EXPECT_EQ(prepareError(DeckBuilder().addSlide(slideXml(kTextBox)).addSlide(unknownLength)),
               "slide 2 has an autoplay video but no duration was provided (videoMs)");
-    EXPECT_EQ(prepareError(DeckBuilder().addSlide(slideXml(videoShape))),
+    EXPECT_EQ(prepareError(DeckBuilder().addSlide(slideXml(kVideo))),
               "slide 1 has a video but no autoplay/onClick media-call in the main sequence to convert");
     const std::string otherBlock = "<mc:AlternateContent xmlns:mc=\"" + std::string(OOXML::mc) +
                                    "\"><mc:Choice Requires=\"p14\"/><mc:Fallback/></mc:AlternateContent>";
     EXPECT_EQ(prepareError(DeckBuilder()
-                               .addSlide(slideXml(textBox))
-                               .addSlide(slideXml(textBox + "<x:y/>"))
-                               .addSlide(slideXml(textBox))
-                               .addSlide(slideXml(textBox, timing(step(click("500")))))
-                               .addSlide(slideXml(textBox, TransitionWriter::block(1) + otherBlock))),
+                               .addSlide(slideXml(kTextBox))
+                               .addSlide(slideXml(kTextBox + "<x:y/>"))
+                               .addSlide(slideXml(kTextBox))
+                               .addSlide(slideXml(kTextBox, timing(step(click("500")))))
+                               .addSlide(slideXml(kTextBox, TransitionWriter::block(1) + otherBlock))),
               "prepared output failed validation: slide 2 (not well-formed XML); "
               "slide 5 (expected exactly one transition <mc:AlternateContent>, found 2)");
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "MediaWriter.hpp"
+#include "TestSupport.hpp"
 #include "TimingFixtures.hpp"
 
 using namespace orvandel;
@@ -29,12 +30,9 @@ TEST(MediaWriterTest, AClickStartedVideoStartsWithTheSlideAfterItsPreroll) {
 }
 
 TEST(MediaWriterTest, OnlyAClickStartedMainSequenceCallCanBeConverted) {
-    try {
-        MediaWriter::convertOnClickToAutoplay(video("afterEffect", "0"));
-        FAIL() << "no error";
-    } catch (const MediaWriter::MediaError& e) {
-        EXPECT_STREQ(e.what(), "no mainSeq mediacall effect to convert to autoplay");
-    }
+    const auto e =
+        thrown<MediaWriter::MediaError>([] { MediaWriter::convertOnClickToAutoplay(video("afterEffect", "0")); });
+    EXPECT_STREQ(e.what(), "no mainSeq mediacall effect to convert to autoplay");
     EXPECT_THROW(MediaWriter::convertOnClickToAutoplay(slide("")), MediaWriter::MediaError);
     EXPECT_EQ(MediaWriter::setAutoplayPreroll(slide(""), 500), slide(""));
 }

@@ -21,10 +21,8 @@ TEST(NumbersTest, FormattingIgnoresTheLocale) {
     EXPECT_EQ(formatFixed(0.5999, 1), "0.6");
     EXPECT_EQ(parseDouble("12.5"), 12.5);
     std::setlocale(LC_ALL, "C");
-    EXPECT_EQ(msAsDecimalSeconds(0), "0");
-    EXPECT_EQ(msAsDecimalSeconds(2000), "2");
-    EXPECT_EQ(msAsDecimalSeconds(1500), "1.5");
-    EXPECT_EQ(msAsDecimalSeconds(12345), "12.345");
-    EXPECT_EQ(msAsDecimalSeconds(1), "0.001");
-    EXPECT_EQ(msAsDecimalSeconds(10010), "10.01");
+    for (const auto& [ms, text] : std::vector<std::pair<std::int64_t, std::string>>{
+             {0, "0"}, {2000, "2"}, {1500, "1.5"}, {12345, "12.345"}, {1, "0.001"}, {10010, "10.01"}}) {
+        EXPECT_EQ(msAsDecimalSeconds(ms), text);
+    }
 }

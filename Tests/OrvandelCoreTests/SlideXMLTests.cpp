@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "SlideXML.hpp"
+#include "TestSupport.hpp"
 
 using namespace orvandel;
 
@@ -10,14 +13,10 @@ std::string cut(std::string_view xml, std::optional<SlideXML::Range> r) {
     return r ? std::string(xml.substr(r->first, r->second - r->first)) : "<absent>";
 }
 
-template <typename F>
-std::string errorOf(F&& f) {
-    try {
-        f();
-    } catch (const SlideXMLError& e) {
-        return std::string(e.errorCase() == SlideXMLError::Case::parseFailed ? "P|" : "F|") + e.what();
-    }
-    return "no error";
+// "P|" for a parse failure, "F|" for a missing fragment, then the description.
+std::string errorOf(const std::function<void()>& f) {
+    const auto e = test::thrown<SlideXMLError>(f);
+    return std::string(e.errorCase() == SlideXMLError::Case::parseFailed ? "P|" : "F|") + e.what();
 }
 
 }  // namespace

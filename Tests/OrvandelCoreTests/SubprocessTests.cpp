@@ -3,27 +3,13 @@
 #include <chrono>
 #include <thread>
 
-#include "Subprocess.hpp"
 #include "Bytes.hpp"
+#include "Subprocess.hpp"
 #include "TestSupport.hpp"
-
 
 using namespace orvandel;
 using namespace std::chrono_literals;
 
-namespace {
-// A killed process whose parent is gone may linger as a zombie until init
-// reaps it; only a running one counts.
-bool isRunning(int pid) {
-    try {
-        const auto stat = toString(readFile("/proc/" + std::to_string(pid) + "/stat"));
-        const auto close = stat.rfind(')');
-        return close != std::string::npos && stat.at(close + 2) != 'Z';
-    } catch (const Error&) {
-        return false;
-    }
-}
-}  // namespace
 
 TEST(SubprocessTest, CapturesBothStreamsAndStatusWithoutDeadlock) {
     // 1 MiB on each stream: a reader that drained one pipe after the other
@@ -54,7 +40,7 @@ TEST(SubprocessTest, TimeoutAndCancellationKillTheWholeGroup) {
     EXPECT_TRUE(r.timedOut);
     std::this_thread::sleep_for(100ms);
     const auto pid = std::stoi(toString(readFile(marker)));
-    EXPECT_FALSE(isRunning(pid)) << "grandchild still alive";
+    EXPECT_FALSE(test::isRunning(pid)) << "grandchild still alive";
 
     CancellationToken token;
     std::thread canceller([token] {

@@ -2,6 +2,7 @@
 
 #include "MechanicalTransformer.hpp"
 #include "SlideXML.hpp"
+#include "TestSupport.hpp"
 #include "TimingFixtures.hpp"
 #include "TimingTransformer.hpp"
 #include "TimingTree.hpp"
@@ -19,12 +20,8 @@ std::string delayOf(const XmlElement& cTn) {
 }
 
 std::string transformError(const TimingPlan& plan, const std::string& steps, const std::string& seq = "mainSeq") {
-    try {
-        MechanicalTransformer::apply(plan, SlideXML::parseFragment(timing(steps, seq), "p:timing"));
-    } catch (const MechanicalTransformer::Error& e) {
-        return e.what();
-    }
-    return "no error";
+    const auto t = SlideXML::parseFragment(timing(steps, seq), "p:timing");
+    return thrown<MechanicalTransformer::Error>([&] { MechanicalTransformer::apply(plan, t); }).what();
 }
 
 }  // namespace
@@ -57,10 +54,8 @@ TEST(TimingTransformerTest, ThreeClickStepsBecomeOneTimedStepThatStartsOnSlideBe
     }
     EXPECT_EQ(ids, (std::vector<std::string>{"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "14"}));
     EXPECT_EQ(durs, (std::vector<std::string>{"500", "400", "0", "2000"}));
-    const auto conds = steps[0].firstChildElement("p:cTn").firstChildElement("p:stCondLst").childElements();
-    ASSERT_EQ(conds.size(), 2u);
-    EXPECT_EQ(conds[1].attribute("evt"), "onBegin");
-    EXPECT_EQ(conds[1].firstChildElement("p:tn").attribute("val"), "2");
+    const std::string onBegin = "<p:cond delay=\"indefinite\"/><p:cond evt=\"onBegin\" delay=\"0\"><p:tn val=\"2\"/>";
+    EXPECT_NE(out.find(onBegin), std::string::npos);
 }
 
 TEST(TimingTransformerTest, StructureErrorsAreTyped) {

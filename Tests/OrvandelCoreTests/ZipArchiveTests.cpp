@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
+#include <functional>
 
 #include "PptxArchive.hpp"
 #include "Subprocess.hpp"
@@ -14,47 +14,25 @@ namespace fs = std::filesystem;
 
 namespace {
 
-template <typename F>
-ZipError::Case zipFailure(F&& f) {
-    try {
-        f();
-    } catch (const ZipError& e) {
-        return e.errorCase();
-    }
-    ADD_FAILURE() << "no ZipError thrown";
-    return ZipError::Case::entryNotFound;
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
-}
+ZipError::Case zipFailure(const std::function<void()>& f) { return test::thrown<ZipError>(f).errorCase(); }
 
 bool unzipAccepts(const fs::path& zip) { return Subprocess::run({"unzip", "-tq", zip.string()}).exitStatus == 0; }
 
-Bytes range(const Bytes& b, std::int64_t begin, std::int64_t end) {
-    return Bytes(b.begin() + begin, b.begin() + end);
-}
+Bytes range(const Bytes& b, std::int64_t begin, std::int64_t end) { return Bytes(b.begin() + begin, b.begin() + end); }
 
 }  // namespace
 
 TEST(ZipArchiveTest, CreateWritesStoredEntriesThatListAndExtract) {
     test::TempDir dir;
     create({}, dir / "empty.zip");
-    Bytes expectedEmpty = {'P', 'K', 5, 6};
-    expectedEmpty.resize(22, 0);
-    EXPECT_EQ(readFile(dir / "empty.zip"), expectedEmpty);
+    EXPECT_EQ(toString(readFile(dir / "empty.zip")), "PK\x05\x06" + std::string(18, '\0'));
     EXPECT_TRUE(entryNames(dir / "empty.zip").empty());
 
     create({{"[Content_Types].xml", toBytes("<Types/>")}, {"empty", {}}, {"dir/é.txt", toBytes("x")}},
            dir / "a.zip");
     EXPECT_EQ(entryNames(dir / "a.zip"), (std::vector<std::string>{"[Content_Types].xml", "empty", "dir/é.txt"}));
     EXPECT_EQ(PptxArchive::readEntry(dir / "a.zip", "[Content_Types].xml"), "<Types/>");
-    if (test::haveProgram("unzip")) {
-        EXPECT_TRUE(unzipAccepts(dir / "a.zip"));
-    }
+    EXPECT_TRUE(!test::haveProgram("unzip") || unzipAccepts(dir / "a.zip"));
 }
 
 TEST(ZipArchiveTest, EndRecordIsFoundUnderLongCommentsAndStrayBytes) {
@@ -94,23 +72,18 @@ TEST(ZipArchiveTest, RewriteStoresReplacedEntriesAndKeepsNeighboursByteForByte) 
     const Bytes out = readFile(dir / "out.zip");
     const ParseResult after = parse(out);
     ASSERT_EQ(after.entries.size(), 3u);
-    const auto& a0 = before.entries[0];
-    const auto& c0 = before.entries[2];
-    const auto& a1 = after.entries[0];
-    const auto& b1 = after.entries[1];
-    const auto& c1 = after.entries[2];
-    EXPECT_EQ(range(out, a1.localOffset, b1.localOffset), range(src, a0.localOffset, before.entries[1].localOffset));
-    EXPECT_EQ(range(out, c1.localOffset, after.cdOffset), range(src, c0.localOffset, before.cdOffset));
-    EXPECT_EQ(u16(out, static_cast<std::size_t>(c1.cdRange.begin + 10)), 8);  // neighbours stay deflated
+    const auto &was = before.entries, &now = after.entries;
+    const auto& b1 = now[1];
+    EXPECT_EQ(range(out, now[0].localOffset, b1.localOffset), range(src, was[0].localOffset, was[1].localOffset));
+    EXPECT_EQ(range(out, now[2].localOffset, after.cdOffset), range(src, was[2].localOffset, before.cdOffset));
+    EXPECT_EQ(u16(out, static_cast<std::size_t>(now[2].cdRange.begin + 10)), 8);  // neighbours stay deflated
     EXPECT_EQ(b1.flags, 0x0800);                                               // bit 3 cleared, bit 11 kept
     EXPECT_EQ(u16(out, static_cast<std::size_t>(b1.cdRange.begin + 10)), 0);
     EXPECT_EQ(u16(out, static_cast<std::size_t>(b1.localOffset + 6)), 0x0800);  // local agrees with central
     EXPECT_EQ(u32(out, static_cast<std::size_t>(b1.localOffset + 10)), 0x12345678u);
     EXPECT_EQ(PptxArchive::readEntry(dir / "out.zip", "b.xml"), "new");
     EXPECT_EQ(PptxArchive::readEntry(dir / "out.zip", "a.xml"), std::string(500, 'a'));
-    if (test::haveProgram("unzip")) {
-        EXPECT_TRUE(unzipAccepts(dir / "out.zip"));
-    }
+    EXPECT_TRUE(!test::haveProgram("unzip") || unzipAccepts(dir / "out.zip"));
 }
 
 TEST(ZipArchiveTest, MalformedDirectoriesAreTypedErrors) {
@@ -138,37 +111,4 @@ TEST(ZipArchiveTest, MalformedDirectoriesAreTypedErrors) {
     writeFile(dir / "bad.zip", patched(cd + 42, 0x00FFFFFF, true));
     EXPECT_EQ(zipFailure([&] { rewrite(dir / "bad.zip", {}, dir / "out.zip"); }),
               ZipError::Case::badCentralDirectory);
-}
-
-TEST(ZipArchiveCorpusTest, ListsAndRewritesEveryDeckAsUnzipReadsIt) {
-    ORVANDEL_REQUIRE_CORPUS();
-    if (!test::haveProgram("unzip")) GTEST_SKIP() << "no unzip";
-    test::TempDir dir;
-    for (const auto& deck : test::corpusDecks()) {
-        SCOPED_TRACE(deck.filename().string());
-        if (test::isBrokenDeck(deck)) {
-            EXPECT_THROW(entryNames(deck), ZipError);
-            EXPECT_THROW(rewrite(deck, {}, dir / "broken.pptx"), ZipError);
-            continue;
-        }
-        const auto names = entryNames(deck);
-        EXPECT_EQ(names, lines(Subprocess::run({"unzip", "-Z1", deck.string()}).standardOutput));
-
-        // An empty rewrite reproduces the archive, less any stray bytes after the end record.
-        const Bytes src = readFile(deck);
-        const ParseResult parsed = parse(src);
-        rewrite(deck, {}, dir / "same.pptx");
-        EXPECT_EQ(readFile(dir / "same.pptx"), range(src, 0, parsed.eocd + 22 + parsed.commentLen));
-        EXPECT_TRUE(unzipAccepts(dir / "same.pptx"));
-
-        std::map<std::string, Bytes> slides;
-        for (const auto& name : names) {
-            if (name.starts_with("ppt/slides/slide") && name.ends_with(".xml")) {
-                slides[name] = toBytes(PptxArchive::readEntry(deck, name));
-            }
-        }
-        rewrite(deck, slides, dir / "slides.pptx");
-        EXPECT_TRUE(unzipAccepts(dir / "slides.pptx"));
-        for (const auto& [name, bytes] : slides) EXPECT_EQ(PptxArchive::readEntryBytes(dir / "slides.pptx", name), bytes);
-    }
 }

@@ -12,7 +12,8 @@
 
 namespace orvandel::test {
 
-inline Bytes rawDeflate(const Bytes& data) {
+// Z_FULL_FLUSH instead of Z_FINISH leaves the stream open, so that copies of it can follow each other.
+inline Bytes rawDeflate(const Bytes& data, int flush = Z_FINISH) {
     z_stream zs{};
     deflateInit2(&zs, Z_BEST_COMPRESSION, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY);
     Bytes out(deflateBound(&zs, static_cast<uLong>(data.size())));
@@ -20,7 +21,7 @@ inline Bytes rawDeflate(const Bytes& data) {
     zs.avail_in = static_cast<uInt>(data.size());
     zs.next_out = out.data();
     zs.avail_out = static_cast<uInt>(out.size());
-    deflate(&zs, Z_FINISH);
+    deflate(&zs, flush);
     out.resize(zs.total_out);
     deflateEnd(&zs);
     return out;
@@ -51,43 +52,32 @@ inline Bytes buildZip(const std::vector<RawEntry>& entries, const std::string& c
         const std::uint32_t usize = e.declaredSize.value_or(static_cast<std::uint32_t>(e.data.size()));
         const auto offset = static_cast<std::uint32_t>(out.size());
         auto header = [&](Bytes& b, bool central) {
+            const bool zeros = !central && e.descriptor;
             putU32(b, central ? 0x02014b50 : 0x04034b50);
             if (central) putU16(b, 20);
-            putU16(b, 20);
-            putU16(b, flags);
-            putU16(b, method);
-            putU32(b, 0);
-            const bool zeros = !central && e.descriptor;
-            putU32(b, zeros ? 0 : crc);
-            putU32(b, zeros ? 0 : csize);
-            putU32(b, zeros ? 0 : usize);
-            putU16(b, static_cast<std::uint16_t>(e.name.size()));
-            putU16(b, 0);
+            for (const std::uint16_t v : {std::uint16_t(20), flags, method}) putU16(b, v);
+            putU32(b, 0);  // time and date
+            for (const std::uint32_t v : {crc, csize, usize}) putU32(b, zeros ? 0 : v);
+            putU32(b, static_cast<std::uint32_t>(e.name.size()));  // with an empty extra field
             if (central) {
-                for (int k = 0; k < 3; ++k) putU16(b, 0);  // comment length, disk, internal attributes
-                putU32(b, 0);
-                putU32(b, offset);
+                putU16(b, 0);  // comment length, then disk, internal and external attributes
+                for (const std::uint32_t v : {0u, 0u, offset}) putU32(b, v);
             }
             b.insert(b.end(), e.name.begin(), e.name.end());
         };
         header(out, false);
         out.insert(out.end(), payload.begin(), payload.end());
         if (e.descriptor) {
-            putU32(out, 0x08074b50);
-            putU32(out, crc);
-            putU32(out, csize);
-            putU32(out, usize);
+            for (const std::uint32_t v : {0x08074b50u, crc, csize, usize}) putU32(out, v);
         }
         header(cd, true);
     }
     const auto cdOffset = static_cast<std::uint32_t>(out.size());
     out.insert(out.end(), cd.begin(), cd.end());
-    putU32(out, 0x06054b50);
-    putU32(out, 0);
-    putU16(out, static_cast<std::uint16_t>(entries.size()));
-    putU16(out, static_cast<std::uint16_t>(entries.size()));
-    putU32(out, static_cast<std::uint32_t>(cd.size()));
-    putU32(out, cdOffset);
+    const auto count = static_cast<std::uint32_t>(entries.size());
+    for (const std::uint32_t v : {0x06054b50u, 0u, count | count << 16, std::uint32_t(cd.size()), cdOffset}) {
+        putU32(out, v);
+    }
     putU16(out, static_cast<std::uint16_t>(comment.size()));
     out.insert(out.end(), comment.begin(), comment.end());
     return out;

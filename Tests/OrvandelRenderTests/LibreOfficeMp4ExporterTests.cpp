@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
+#include <sstream>
 #include <thread>
 
 #include "Bytes.hpp"
@@ -39,41 +41,15 @@ void writeDeck(const std::filesystem::path& path, const std::vector<std::int64_t
 }
 
 std::vector<std::int64_t> frameTimesMs(const std::filesystem::path& movie) {
-    const auto r = Subprocess::run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
-                                    "frame=pts_time", "-of", "csv=p=0", movie.string()});
+    std::istringstream lines(Subprocess::run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
+                                              "frame=pts_time", "-of", "csv=p=0", movie.string()})
+                                 .standardOutput);
     std::vector<std::int64_t> out;
-    std::size_t at = 0;
-    while (at < r.standardOutput.size()) {
-        auto eol = r.standardOutput.find('\n', at);
-        if (eol == std::string::npos) eol = r.standardOutput.size();
-        std::string line = r.standardOutput.substr(at, eol - at);
-        line = line.substr(0, line.find(','));
-        if (const auto s = parseDouble(line)) out.push_back(static_cast<std::int64_t>(*s * 1000 + 0.5));
-        at = eol + 1;
+    for (std::string line; std::getline(lines, line);) {
+        if (const auto s = parseDouble(line.substr(0, line.find(',')))) out.push_back(std::llround(*s * 1000));
     }
     return out;
 }
-
-std::vector<std::filesystem::path> scratchLeftovers(const std::filesystem::path& dir) {
-    std::vector<std::filesystem::path> out;
-    for (const auto& e : std::filesystem::directory_iterator(dir)) {
-        if (e.path().filename().string().rfind(".render-", 0) == 0) out.push_back(e.path());
-    }
-    return out;
-}
-
-// Puts `dir` first on PATH for the lifetime of the guard.
-class PathPrefix {
-public:
-    explicit PathPrefix(const std::filesystem::path& dir, bool replace = false) : old_(std::getenv("PATH")) {
-        const std::string value = replace ? dir.string() : dir.string() + ":" + old_;
-        ::setenv("PATH", value.c_str(), 1);
-    }
-    ~PathPrefix() { ::setenv("PATH", old_.c_str(), 1); }
-
-private:
-    std::string old_;
-};
 
 }  // namespace
 
@@ -97,7 +73,7 @@ TEST(LibreOfficeMp4ExporterTest, MovieLastsThePlanAndEverySlideStartsOnItsMillis
     EXPECT_EQ(stages, (std::vector<std::string>{LibreOfficeMp4Exporter::kStageRead, LibreOfficeMp4Exporter::kStagePdf,
                                                 LibreOfficeMp4Exporter::kStageDraw,
                                                 LibreOfficeMp4Exporter::kStageEncode}));
-    EXPECT_TRUE(scratchLeftovers(dir.path()).empty());
+    EXPECT_TRUE(test::entriesNamed(dir.path(), ".render-").empty());
 
     // Two renders at once (each with its own LibreOffice profile) both succeed.
     writeDeck(dir / "other.pptx", {1500, 1500});
@@ -117,39 +93,27 @@ TEST(LibreOfficeMp4ExporterTest, HangingOrMissingLibreOfficeEndsInAClearErrorAnd
     writeFile(dir / "bin" / "soffice", "#!/bin/sh\necho $$ >> '" + pids.string() + "'\nsleep 300\n");
     std::filesystem::permissions(dir / "bin" / "soffice", std::filesystem::perms::owner_all);
     {
-        PathPrefix path(dir / "bin");
+        const char* oldPath = std::getenv("PATH");
+        const test::ScopedEnv path{{{"PATH", (dir / "bin").string() + ":" + (oldPath ? oldPath : "")}}};
         LibreOfficeMp4Exporter::Options options;
         options.libreOfficeTimeout = std::chrono::milliseconds(700);
-        try {
-            LibreOfficeMp4Exporter(options).export_(dir / "prepared.pptx", dir / "master.mp4", {});
-            ADD_FAILURE() << "a hanging LibreOffice was not reported";
-        } catch (const RenderError& e) {
-            EXPECT_EQ(e.errorCase(), RenderError::Case::timedOut);
-            EXPECT_NE(std::string(e.what()).find("twice"), std::string::npos) << e.what();
-        }
+        const auto e = test::thrown<RenderError>(
+            [&] { LibreOfficeMp4Exporter(options).export_(dir / "prepared.pptx", dir / "master.mp4", {}); });
+        EXPECT_EQ(e.errorCase(), RenderError::Case::timedOut);
+        EXPECT_NE(std::string(e.what()).find("twice"), std::string::npos) << e.what();
     }
     // Both attempts ran, and neither is still running.
-    const std::string started = toString(readFile(pids));
-    EXPECT_EQ(std::count(started.begin(), started.end(), '\n'), 2);
-    for (std::size_t at = 0; at < started.size();) {
-        const auto eol = started.find('\n', at);
-        const std::string pid = started.substr(at, eol - at);
-        at = eol + 1;
-        std::error_code ec;
-        const bool running = std::filesystem::exists("/proc/" + pid, ec) &&
-                             toString(readFile("/proc/" + pid + "/stat")).find(") Z") == std::string::npos;
-        EXPECT_FALSE(running) << "soffice " << pid << " still running";
-    }
-    EXPECT_TRUE(scratchLeftovers(dir.path()).empty());
+    std::istringstream started(toString(readFile(pids)));
+    int attempts = 0;
+    for (int pid; started >> pid; ++attempts) EXPECT_FALSE(test::isRunning(pid)) << "soffice " << pid;
+    EXPECT_EQ(attempts, 2);
+    EXPECT_TRUE(test::entriesNamed(dir.path(), ".render-").empty());
     EXPECT_FALSE(std::filesystem::exists(dir / "master.mp4"));
 
     std::filesystem::create_directories(dir / "empty-bin");
-    PathPrefix nothing(dir / "empty-bin", /*replace=*/true);
-    try {
-        LibreOfficeMp4Exporter().export_(dir / "prepared.pptx", dir / "master.mp4", {});
-        ADD_FAILURE() << "a missing soffice was not reported";
-    } catch (const RenderError& e) {
-        EXPECT_EQ(e.errorCase(), RenderError::Case::missingTool);
-        EXPECT_NE(std::string(e.what()).find("libreoffice-impress-nogui"), std::string::npos) << e.what();
-    }
+    const test::ScopedEnv nothing{{{"PATH", (dir / "empty-bin").string()}}};
+    const auto e = test::thrown<RenderError>(
+        [&] { LibreOfficeMp4Exporter().export_(dir / "prepared.pptx", dir / "master.mp4", {}); });
+    EXPECT_EQ(e.errorCase(), RenderError::Case::missingTool);
+    EXPECT_NE(std::string(e.what()).find("libreoffice-impress-nogui"), std::string::npos) << e.what();
 }

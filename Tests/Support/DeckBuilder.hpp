@@ -4,7 +4,6 @@
 // entries). Slide N lives at ppt/slides/slideN.xml with relationship id "rIdN"
 // from the presentation; its notes at ppt/notesSlides/notesSlideN.xml.
 #include <filesystem>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,7 +15,14 @@ namespace orvandel::test {
 inline constexpr const char* kNsA = "http://schemas.openxmlformats.org/drawingml/2006/main";
 inline constexpr const char* kNsR = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 inline constexpr const char* kNsP = "http://schemas.openxmlformats.org/presentationml/2006/main";
-inline constexpr const char* kRelTypeBase = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/";
+
+// Shape 2, a text box.
+inline const std::string kTextBox =
+    "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"t\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/></p:sp>";
+// A picture: shape `id` showing image relationship `embed`, `nvPr` inside its p:nvPr.
+std::string picture(const std::string& id, const std::string& embed, const std::string& nvPr = "");
+// Shape 3, a video linked through rId2 (poster frame rId9).
+inline const std::string kVideo = picture("3", "rId9", "<a:videoFile r:link=\"rId2\"/>");
 
 // A complete <p:sld> (with the a/p/r namespace declarations plus rootAttrs):
 // <p:cSld><p:spTree> group properties, spTreeInner </p:spTree></p:cSld>,
@@ -26,12 +32,13 @@ std::string slideXml(const std::string& spTreeInner = "", const std::string& aft
 
 // A notes slide whose body placeholder holds one <a:p><a:r><a:t> per paragraph (text escaped).
 std::string notesSlideXml(const std::vector<std::string>& paragraphs);
+// The same with the body's paragraphs as raw XML.
+std::string notesSlideWithBody(const std::string& paragraphsXml);
 
 struct Relationship {
     std::string id;
-    std::string type;  // a short type such as "video" is prefixed with kRelTypeBase
+    std::string type;  // a short type such as "video" gets the officeDocument relationships prefix
     std::string target;
-    std::string targetMode;  // "External" or empty
 };
 // A complete relationships part.
 std::string relationshipsXml(const std::vector<Relationship>& relationships);
@@ -39,9 +46,8 @@ std::string relationshipsXml(const std::vector<Relationship>& relationships);
 class DeckBuilder {
 public:
     // Adds ppt/slides/slideN.xml (N = slides so far + 1), its sldId and
-    // relationship; slideRels (a whole relationships part) goes to
-    // ppt/slides/_rels/slideN.xml.rels when not empty.
-    DeckBuilder& addSlide(const std::string& slideXml, const std::string& slideRels = "");
+    // relationship, and the slide's own relationships.
+    DeckBuilder& addSlide(const std::string& slideXml, const std::vector<Relationship>& slideRels = {});
     // The notes part of slide `slideNumber` (1-based) and the slide's notesSlide relationship.
     DeckBuilder& addNotes(int slideNumber, const std::string& notesSlideXml);
     // Any other entry (media, or a raw replacement of a generated part of the same name).
@@ -50,12 +56,13 @@ public:
 
     // The entries in the order write() stores them.
     std::vector<std::pair<std::string, Bytes>> entries() const;
-    void write(const std::filesystem::path& path) const;
+    // Writes the deck and returns `path`.
+    std::filesystem::path write(const std::filesystem::path& path) const;
 
 private:
     struct Slide {
         std::string xml;
-        std::string rels;
+        std::vector<Relationship> rels;
         std::string notes;
     };
     std::vector<Slide> slides_;

@@ -1,8 +1,9 @@
 #include "TestSupport.hpp"
 
 #include <algorithm>
-#include <random>
 
+#include "Bytes.hpp"
+#include "Error.hpp"
 #include "Subprocess.hpp"
 
 namespace orvandel::test {
@@ -39,17 +40,43 @@ bool slowTestsSkipped() {
 
 bool haveProgram(const std::string& name) { return Subprocess::findOnPath(name).has_value(); }
 
-TempDir::TempDir() {
-    std::random_device rd;
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        auto candidate = std::filesystem::temp_directory_path() /
-                         ("orvandel-test-" + std::to_string(rd()) + std::to_string(rd()));
-        if (std::filesystem::create_directory(candidate)) {
-            path_ = candidate;
-            return;
-        }
+bool isRunning(int pid) {
+    try {
+        const auto stat = toString(readFile("/proc/" + std::to_string(pid) + "/stat"));
+        const auto close = stat.rfind(')');
+        return close != std::string::npos && close + 2 < stat.size() && stat[close + 2] != 'Z';
+    } catch (const Error&) {
+        return false;
     }
-    throw std::runtime_error("could not create a temporary directory");
+}
+
+std::vector<std::string> entriesNamed(const std::filesystem::path& dir, const std::string& part) {
+    std::vector<std::string> out;
+    for (const auto& e : std::filesystem::directory_iterator(dir)) {
+        if (e.path().filename().string().find(part) != std::string::npos) out.push_back(e.path().string());
+    }
+    return out;
+}
+
+ScopedEnv::ScopedEnv(const std::vector<std::pair<std::string, std::string>>& values) {
+    for (const auto& [name, value] : values) {
+        const char* old = std::getenv(name.c_str());
+        saved_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
+        ::setenv(name.c_str(), value.c_str(), 1);
+    }
+}
+
+ScopedEnv::~ScopedEnv() {
+    for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
+        if (it->second) ::setenv(it->first.c_str(), it->second->c_str(), 1);
+        else ::unsetenv(it->first.c_str());
+    }
+}
+
+TempDir::TempDir() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "orvandel-test-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("could not create a temporary directory");
+    path_ = pattern;
 }
 
 TempDir::~TempDir() {

@@ -3,7 +3,11 @@
 // temporary directories, and the switch that skips slow end-to-end tests.
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -22,6 +26,35 @@ std::filesystem::path cliPath();
 // Set under the sanitizer build: tests that mostly wait on other programs skip.
 bool slowTestsSkipped();
 bool haveProgram(const std::string& name);
+
+// A process still running: gone or a zombie awaiting its reaper counts as ended.
+bool isRunning(int pid);
+// The entries of `dir` whose file name contains `part`.
+std::vector<std::string> entriesNamed(const std::filesystem::path& dir, const std::string& part);
+
+// The E that f throws. Any other exception propagates and fails the test; so
+// does throwing nothing.
+template <class E, class F>
+E thrown(F&& f) {
+    try {
+        f();
+    } catch (const E& e) {
+        return e;
+    }
+    throw std::logic_error(std::string("nothing thrown, expected ") + typeid(E).name());
+}
+
+// Environment variables set for the guard's lifetime, then restored.
+class ScopedEnv {
+public:
+    explicit ScopedEnv(const std::vector<std::pair<std::string, std::string>>& values);
+    ~ScopedEnv();
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+private:
+    std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
+};
 
 // A fresh directory under the system temporary directory, removed with its contents.
 class TempDir {

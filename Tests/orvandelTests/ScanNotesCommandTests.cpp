@@ -29,23 +29,17 @@ Outcome runCli(std::vector<std::string> args) {
     return {status, out.str(), err.str()};
 }
 
-const std::string textBox = "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"T\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr></p:sp>";
-const std::string videoPic =
-    "<p:pic><p:nvPicPr><p:cNvPr id=\"3\" name=\"V\"/><p:cNvPicPr/><p:nvPr><a:videoFile r:link=\"rId2\"/></p:nvPr>"
-    "</p:nvPicPr></p:pic>";
-
 // 1: a bullet then an exit; 2: a click video of unknown length (hidden 3 has notes).
 std::filesystem::path writeDeck(const TempDir& dir) {
-    DeckBuilder deck;
-    deck.addSlide(slideXml(textBox, timing(step(effect("nodeType=\"clickEffect\"", "0", "500")) +
-                                           step(effect("nodeType=\"clickEffect\" presetClass=\"exit\"", "0", "500")))))
+    return DeckBuilder()
+        .addSlide(slideXml(kTextBox, timing(step(effect("nodeType=\"clickEffect\"", "0", "500")) +
+                                            step(effect("nodeType=\"clickEffect\" presetClass=\"exit\"", "0", "500")))))
         .addNotes(1, notesSlideXml({"Um", "Dois"}))
-        .addSlide(slideXml(textBox + videoPic,
+        .addSlide(slideXml(kTextBox + kVideo,
                            timing(step(effect("nodeType=\"clickEffect\" presetClass=\"mediacall\"", "0", "x", "3")))))
         .addSlide(slideXml("", "", "show=\"0\""))
-        .addNotes(3, notesSlideXml({"Três \"aspas\""}));
-    deck.write(dir / "aula.pptx");
-    return dir / "aula.pptx";
+        .addNotes(3, notesSlideXml({"Três \"aspas\""}))
+        .write(dir / "aula.pptx");
 }
 
 }  // namespace
@@ -66,14 +60,11 @@ TEST(ScanCommandTest, TableAndJson) {
     ASSERT_EQ(unknown.status, 0);
     const Json reports = Json::parse(unknown.out);
     ASSERT_EQ(reports.size(), 3u);
-    std::vector<std::string> keys;
-    for (const auto& [key, value] : reports[0].items()) keys.push_back(key);
-    EXPECT_EQ(keys, (std::vector<std::string>{"displayIndex", "file", "bulletCount", "bulletDursMs", "autoDurationMs",
-                                              "hasVideoAutoplay", "videoCount", "advTmMs", "isHidden",
-                                              "videoDurationMs", "hasOnClickVideo", "hasGif", "hasExitEffect",
-                                              "exitGroupCount", "orderedGroupKinds"}));
-    EXPECT_EQ(reports[0]["orderedGroupKinds"], Json::parse(R"(["entry", "exit"])"));
-    EXPECT_EQ(reports[0]["bulletDursMs"], Json::parse("[500]"));
+    EXPECT_EQ(reports[0].dump(),
+              R"({"displayIndex":1,"file":"ppt/slides/slide1.xml","bulletCount":1,"bulletDursMs":[500],)"
+              R"("autoDurationMs":0,"hasVideoAutoplay":false,"videoCount":0,"advTmMs":4500,"isHidden":false,)"
+              R"("videoDurationMs":null,"hasOnClickVideo":false,"hasGif":false,"hasExitEffect":true,)"
+              R"("exitGroupCount":1,"orderedGroupKinds":["entry","exit"]})");
     EXPECT_TRUE(reports[1]["advTmMs"].is_null());
     EXPECT_TRUE(reports[1]["videoDurationMs"].is_null());
     EXPECT_EQ(reports[2]["isHidden"], true);
@@ -95,10 +86,8 @@ TEST(NotesCommandTest, TextAndJson) {
     EXPECT_EQ(json.status, 0);
     EXPECT_EQ(json.out, "{\n  \"1\": \"Um\\nDois\",\n  \"3\": \"Três \\\"aspas\\\"\"\n}\n");
 
-    DeckBuilder silent;
-    silent.addSlide(slideXml());
-    silent.write(dir / "silent.pptx");
-    EXPECT_EQ(runCli({"notes", (dir / "silent.pptx").string(), "--json"}).out, "{}\n");
+    EXPECT_EQ(runCli({"notes", DeckBuilder().addSlide(slideXml()).write(dir / "silent.pptx").string(), "--json"}).out,
+              "{}\n");
 }
 
 TEST(ScanCommandTest, FailuresAndUsage) {
@@ -115,21 +104,4 @@ TEST(ScanCommandTest, FailuresAndUsage) {
     const Outcome help = runCli({"notes", "--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.out.find("Example:"), std::string::npos);
-}
-
-TEST(ScanCommandTest, EveryCorpusDeckGivesJsonOrAnError) {
-    ORVANDEL_REQUIRE_CORPUS();
-    for (const auto& deck : corpusDecks()) {
-        SCOPED_TRACE(deck.filename().string());
-        for (const std::string command : {"scan", "notes"}) {
-            const Outcome r = runCli({command, deck.string(), "--json"});
-            if (r.status == 0) {
-                EXPECT_FALSE(isBrokenDeck(deck));
-                EXPECT_TRUE(Json::accept(r.out)) << command;
-            } else {
-                EXPECT_EQ(r.status, 1) << command;
-                EXPECT_EQ(r.err.rfind("orvandel: ", 0), 0u) << r.err;
-            }
-        }
-    }
 }
