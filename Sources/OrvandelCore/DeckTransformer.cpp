@@ -1,13 +1,12 @@
 #include "DeckTransformer.hpp"
 
-#include <cerrno>
 #include <map>
 #include <optional>
 #include <string>
-#include <system_error>
 
 #include "AdvanceTimeCalculator.hpp"
 #include "AdvanceTimeScanner.hpp"
+#include "AtomicFile.hpp"
 #include "Bytes.hpp"
 #include "DeckError.hpp"
 #include "DeckScanner.hpp"
@@ -17,7 +16,6 @@
 #include "SlideValidator.hpp"
 #include "TimingTransformer.hpp"
 #include "TransitionWriter.hpp"
-#include "Uuid.hpp"
 #include "ZipArchive.hpp"
 
 namespace orvandel::DeckTransformer {
@@ -66,28 +64,6 @@ Rewritten rewriteSlide(const std::string& xml, std::int64_t slide, const ScanRes
         return {TransitionWriter::insert(ExitWriter::convertExitToAfterEffect(xml), advTm), Branch::exits};
     }
     return {TransitionWriter::insert(xml, advTm), Branch::static_};
-}
-
-// Writes beside the destination under a hidden name, then renames into place,
-// so that a failed write never leaves a half-written or missing file behind.
-void writeCopy(const std::filesystem::path& input, const std::map<std::string, Bytes>& replacing,
-               const std::filesystem::path& output) {
-    const std::filesystem::path temporary =
-        output.parent_path() / ("." + output.filename().string() + "." + makeUuid() + ".tmp");
-    try {
-        ZipArchive::rewrite(input, replacing, temporary);
-    } catch (...) {
-        std::error_code ignored;
-        std::filesystem::remove(temporary, ignored);
-        throw;
-    }
-    std::error_code ec;
-    std::filesystem::rename(temporary, output, ec);
-    if (ec) {
-        std::error_code ignored;
-        std::filesystem::remove(temporary, ignored);
-        throw FileError("rename", output.string(), ec.value());
-    }
 }
 
 }  // namespace
@@ -161,7 +137,11 @@ std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const st
     }
 
     if (!failures.empty()) throw DeckError::invalidOutput(std::move(failures));
-    writeCopy(inputURL, replacing, outputURL);
+    // Written beside the destination and renamed into place: a failed write
+    // never leaves a half-written or missing file behind.
+    AtomicFile::replace(outputURL, [&](const std::filesystem::path& temporary) {
+        ZipArchive::rewrite(inputURL, replacing, temporary);
+    });
     branches = std::move(taken);
     return reports;
 }

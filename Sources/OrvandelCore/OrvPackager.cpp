@@ -1,20 +1,15 @@
 #include "OrvPackager.hpp"
 
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "AtomicFile.hpp"
 #include "Bytes.hpp"
 #include "Cancellation.hpp"
 #include "DeckError.hpp"
-#include "Uuid.hpp"
 
 namespace orvandel::OrvPackager {
-
-std::filesystem::path temporaryPath(const std::filesystem::path& to) {
-    return to.parent_path() / ("." + to.filename().string() + ".tmp-" + makeUuid());
-}
 
 void package(const std::string& manifestJSON, const std::filesystem::path& masterMp4,
              const std::filesystem::path& to, const ArchiveWriter& writer) {
@@ -26,20 +21,14 @@ void package(const std::string& manifestJSON, const std::filesystem::path& maste
         ::close(fd);
         if (std::filesystem::is_directory(masterMp4)) throw FileError("read", masterMp4.string(), EISDIR);
     }
-    const auto temporary = temporaryPath(to);
     try {
-        writer({{"manifest.json", toBytes(manifestJSON), std::nullopt}, {"assets/master.mp4", {}, masterMp4}},
-               temporary);
-        // rename(2) within one directory replaces an existing file atomically.
-        if (std::rename(temporary.c_str(), to.c_str()) != 0) throw FileError("move into place", to.string(), errno);
+        AtomicFile::replace(to, [&](const std::filesystem::path& temporary) {
+            writer({{"manifest.json", toBytes(manifestJSON), std::nullopt}, {"assets/master.mp4", {}, masterMp4}},
+                   temporary);
+        });
     } catch (const CancelledError&) {
-        // Stopping on request is not a failure to write.
-        std::error_code ec;
-        std::filesystem::remove(temporary, ec);
-        throw;
+        throw;  // stopping on request is not a failure to write
     } catch (const std::exception&) {
-        std::error_code ec;
-        std::filesystem::remove(temporary, ec);
         throw DeckError::orvWriteFailed(to.string());
     }
 }

@@ -24,7 +24,5 @@ using ArchiveWriter =
 void package(const std::string& manifestJSON, const std::filesystem::path& masterMp4,
              const std::filesystem::path& to, const ArchiveWriter& writer = ZipArchive::createStreaming);
 
-// ".<name>.tmp-<UUID>" in the destination's directory.
-std::filesystem::path temporaryPath(const std::filesystem::path& to);
 
 }  // namespace orvandel::OrvPackager
