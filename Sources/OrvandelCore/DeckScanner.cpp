@@ -149,8 +149,13 @@ std::string withoutSlidesFolder(std::string_view file) {
 }  // namespace
 
 std::vector<std::string> orderedSlideFiles(const std::filesystem::path& url) {
-    const std::string presentation = PptxArchive::readEntry(url, "ppt/presentation.xml");
-    const std::string rels = PptxArchive::readEntry(url, "ppt/_rels/presentation.xml.rels");
+    PptxArchive::Deck deck(url);
+    return orderedSlideFiles(deck);
+}
+
+std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck) {
+    const std::string presentation = deck.readEntry("ppt/presentation.xml");
+    const std::string rels = deck.readEntry("ppt/_rels/presentation.xml.rels");
 
     auto targets = relationshipMap(rels, slideRelPattern());
     for (auto& [target, id] : matches2(rels, slideRelTargetFirstPattern())) targets.try_emplace(id, target);
@@ -196,13 +201,15 @@ bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
 
 std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const SlideDurations& videoMs,
                                 const SlideDurations& gifMs) {
-    const auto files = orderedSlideFiles(pptxURL);
+    // One open deck: its directory is parsed once, not once per part.
+    PptxArchive::Deck deck(pptxURL);
+    const auto files = orderedSlideFiles(deck);
     std::vector<SlideReport> reports;
     reports.reserve(files.size());
     std::int64_t displayIndex = 0;
     for (const auto& file : files) {
         ++displayIndex;
-        const std::string xml = PptxArchive::readEntry(pptxURL, file);
+        const std::string xml = deck.readEntry(file);
         const ScanResult scan = AdvanceTimeScanner::scan(xml);
         // Both timing probes share one parse of the fragment.
         const auto timing = parsedTiming(xml);
@@ -210,7 +217,7 @@ std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const Slid
 
         std::string rels;
         try {
-            rels = PptxArchive::readEntry(pptxURL, NotesScanner::relsPath(file));
+            rels = deck.readEntry(NotesScanner::relsPath(file));
         } catch (const PptxArchive::ArchiveError&) {
             // No relationships part: the slide simply has no GIF.
         }

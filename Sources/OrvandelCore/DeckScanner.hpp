@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "PptxArchive.hpp"
 #include "SlideReport.hpp"
 
 namespace orvandel {
@@ -41,6 +42,8 @@ namespace DeckScanner {
 // without a slide relationship are skipped. Throws PptxArchive::ArchiveError
 // when the presentation part or its relationships cannot be read.
 std::vector<std::string> orderedSlideFiles(const std::filesystem::path& url);
+// The same, on a deck already open for further reads.
+std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck);
 
 // One report per slide. videoMs and gifMs are keyed by display index; a
 // videoMs entry wins over the duration the slide's own timing states. Throws

@@ -83,7 +83,8 @@ std::string_view toString(Branch branch) {
 std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
                                  const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
                                  std::int64_t espacamentoMs, std::vector<Branch>& branches) {
-    const std::vector<std::string> files = DeckScanner::orderedSlideFiles(inputURL);
+    PptxArchive::Deck deck(inputURL);
+    const std::vector<std::string> files = DeckScanner::orderedSlideFiles(deck);
     std::map<std::string, Bytes> replacing;
     std::vector<DeckError::SlideFailure> failures;
     std::vector<SlideReport> reports;
@@ -94,7 +95,7 @@ std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const st
     std::int64_t n = 0;
     for (const std::string& file : files) {
         ++n;
-        const std::string xml = PptxArchive::readEntry(inputURL, file);
+        const std::string xml = deck.readEntry(file);
         const ScanResult scan = AdvanceTimeScanner::scan(xml);
         const bool autoplay = DeckScanner::hasVideoAutoplay(xml);
         const auto video = DeckScanner::mainSeqVideo(xml);

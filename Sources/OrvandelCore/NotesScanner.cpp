@@ -195,9 +195,9 @@ std::optional<std::string_view> bodyPlaceholderSp(std::string_view xml) {
     return xml.substr(start, end + close.size() - start);
 }
 
-std::optional<std::string> readOptional(const std::filesystem::path& url, const std::string& entry) {
+std::optional<std::string> readOptional(PptxArchive::Deck& deck, const std::string& entry) {
     try {
-        return PptxArchive::readEntry(url, entry);
+        return deck.readEntry(entry);
     } catch (const PptxArchive::ArchiveError&) {
         return std::nullopt;
     }
@@ -255,13 +255,14 @@ std::string bodyText(std::string_view notesSlideXML) {
 std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& pptxURL) {
     std::map<std::int64_t, std::string> notes;
     std::int64_t displayIndex = 0;
-    for (const auto& slide : DeckScanner::orderedSlideFiles(pptxURL)) {
+    PptxArchive::Deck deck(pptxURL);
+    for (const auto& slide : DeckScanner::orderedSlideFiles(deck)) {
         ++displayIndex;
-        const auto rels = readOptional(pptxURL, relsPath(slide));
+        const auto rels = readOptional(deck, relsPath(slide));
         if (!rels) continue;
         const auto target = notesTarget(*rels);
         if (!target) continue;
-        const auto notesXml = readOptional(pptxURL, resolveEntry(*target, slide));
+        const auto notesXml = readOptional(deck, resolveEntry(*target, slide));
         if (!notesXml) continue;
         std::string text = bodyText(*notesXml);
         if (!text.empty()) notes.emplace(displayIndex, std::move(text));

@@ -3,8 +3,9 @@
 // process: the end of the file and the central directory are read and parsed
 // with ZipArchive's parser, then only that entry's bytes are read and, when
 // deflated, inflated. The whole file is never read; no buffer is sized from a
-// length the file declares until the data bears it out. Stateless: every call
-// opens the deck anew and caches nothing; calls may run on any thread.
+// length the file declares until the data bears it out. The free functions
+// open the deck anew on every call; a Deck keeps it open with its directory
+// parsed, for callers that read many entries of one deck.
 //
 // Failures keep the statuses of the classic extractor tool so that callers
 // and users see familiar codes: 9 the deck cannot be opened or is not a ZIP
@@ -13,6 +14,7 @@
 // unknown method). The message names the file and says what to do.
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include "Bytes.hpp"
@@ -43,6 +45,27 @@ private:
     std::string entry_;
     std::int32_t status_;
     std::string message_;
+};
+
+// One deck opened for many reads: the file is opened and its central
+// directory parsed on the first read, and both are kept. A failure to open
+// or parse is reported by every read, naming the entry asked for, exactly as
+// the free functions do. Not for use by several threads at once.
+class Deck {
+public:
+    explicit Deck(std::filesystem::path url);
+    ~Deck();
+    Deck(const Deck&) = delete;
+    Deck& operator=(const Deck&) = delete;
+
+    const std::filesystem::path& path() const { return url_; }
+    Bytes readEntryBytes(const std::string& entry);
+    std::string readEntry(const std::string& entry);
+
+private:
+    struct Open;
+    std::filesystem::path url_;
+    std::unique_ptr<Open> open_;
 };
 
 // The entry's bytes, CRC checked. `entry` is the name exactly as the archive

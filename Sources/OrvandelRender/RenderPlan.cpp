@@ -49,15 +49,16 @@ std::optional<std::int64_t> advanceTimeMs(const std::string& slideXml) {
 
 RenderPlan read(const std::filesystem::path& preparedDeck) {
     RenderPlan plan;
-    const std::string presentation = PptxArchive::readEntry(preparedDeck, "ppt/presentation.xml");
+    PptxArchive::Deck deck(preparedDeck);
+    const std::string presentation = deck.readEntry("ppt/presentation.xml");
     if (const auto m = Regex(R"(<p:sldSz\b[^>]*>)").firstMatch(presentation)) {
         const std::string tag(m->group(presentation, 0));
         plan.slideWidthEmu = attributeNumber(tag, R"re(\bcx="(\d+)")re").value_or(0);
         plan.slideHeightEmu = attributeNumber(tag, R"re(\bcy="(\d+)")re").value_or(0);
     }
-    const auto files = DeckScanner::orderedSlideFiles(preparedDeck);
+    const auto files = DeckScanner::orderedSlideFiles(deck);
     for (std::size_t i = 0; i < files.size(); ++i) {
-        const std::string xml = PptxArchive::readEntry(preparedDeck, files[i]);
+        const std::string xml = deck.readEntry(files[i]);
         RenderSlide slide{static_cast<std::int64_t>(i) + 1, files[i], DeckScanner::isSlideHidden(xml), 0};
         const auto advTm = advanceTimeMs(xml);
         if (!advTm && !slide.hidden) {
