@@ -199,6 +199,40 @@ bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
     return false;
 }
 
+SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std::string_view xml,
+                        std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
+    const ScanResult scan = AdvanceTimeScanner::scan(xml);
+    // Both timing probes share one parse of the fragment.
+    const auto timing = parsedTiming(xml);
+    const MainSeqVideo video = mainSeqVideo(timing);
+
+    std::optional<std::int64_t> videoDurationMs = lookup(videoMs, displayIndex);
+    if (!videoDurationMs) videoDurationMs = video.durationMs;
+    const std::optional<std::int64_t> gifDurationMs = lookup(gifMs, displayIndex);
+
+    SlideReport r;
+    r.displayIndex = displayIndex;
+    r.file = file;
+    r.bulletCount = scan.bulletCount;
+    r.bulletDursMs = scan.bulletDursMs;
+    r.autoDurationMs = scan.autoDurationMs;
+    r.hasVideoAutoplay = hasVideoAutoplay(timing);
+    r.videoCount = occurrences(xml, "<a:videoFile");
+    if (!video.present || videoDurationMs) {
+        r.advTmMs = AdvanceTimeCalculator::advanceTimeMs(
+            scan.bulletDursMs, scan.autoDurationMs >= 1, scan.autoDurationMs, videoDurationMs.has_value(),
+            videoDurationMs.value_or(0), gifDurationMs.has_value(), gifDurationMs.value_or(0), scan.exitGroupCount);
+    }
+    r.isHidden = isSlideHidden(xml);
+    r.videoDurationMs = videoDurationMs;
+    r.hasOnClickVideo = video.present && video.isOnClick;
+    r.hasGif = slideHasGif(xml, relsXML);
+    r.hasExitEffect = scan.hasExitEffect;
+    r.exitGroupCount = scan.exitGroupCount;
+    r.orderedGroupKinds = scan.orderedGroupKinds;
+    return r;
+}
+
 std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const SlideDurations& videoMs,
                                 const SlideDurations& gifMs) {
     // One open deck: its directory is parsed once, not once per part.
@@ -210,44 +244,13 @@ std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const Slid
     for (const auto& file : files) {
         ++displayIndex;
         const std::string xml = deck.readEntry(file);
-        const ScanResult scan = AdvanceTimeScanner::scan(xml);
-        // Both timing probes share one parse of the fragment.
-        const auto timing = parsedTiming(xml);
-        const MainSeqVideo video = mainSeqVideo(timing);
-
         std::string rels;
         try {
             rels = deck.readEntry(NotesScanner::relsPath(file));
         } catch (const PptxArchive::ArchiveError&) {
             // No relationships part: the slide simply has no GIF.
         }
-
-        std::optional<std::int64_t> videoDurationMs = lookup(videoMs, displayIndex);
-        if (!videoDurationMs) videoDurationMs = video.durationMs;
-        const std::optional<std::int64_t> gifDurationMs = lookup(gifMs, displayIndex);
-
-        SlideReport r;
-        r.displayIndex = displayIndex;
-        r.file = file;
-        r.bulletCount = scan.bulletCount;
-        r.bulletDursMs = scan.bulletDursMs;
-        r.autoDurationMs = scan.autoDurationMs;
-        r.hasVideoAutoplay = hasVideoAutoplay(timing);
-        r.videoCount = occurrences(xml, "<a:videoFile");
-        if (!video.present || videoDurationMs) {
-            r.advTmMs = AdvanceTimeCalculator::advanceTimeMs(
-                scan.bulletDursMs, scan.autoDurationMs >= 1, scan.autoDurationMs, videoDurationMs.has_value(),
-                videoDurationMs.value_or(0), gifDurationMs.has_value(), gifDurationMs.value_or(0),
-                scan.exitGroupCount);
-        }
-        r.isHidden = isSlideHidden(xml);
-        r.videoDurationMs = videoDurationMs;
-        r.hasOnClickVideo = video.present && video.isOnClick;
-        r.hasGif = slideHasGif(xml, rels);
-        r.hasExitEffect = scan.hasExitEffect;
-        r.exitGroupCount = scan.exitGroupCount;
-        r.orderedGroupKinds = scan.orderedGroupKinds;
-        reports.push_back(std::move(r));
+        reports.push_back(slideReport(displayIndex, file, xml, rels, videoMs, gifMs));
     }
     return reports;
 }

@@ -52,6 +52,12 @@ std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck);
 std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const SlideDurations& videoMs,
                                 const SlideDurations& gifMs);
 
+// The report of one slide from its XML and its relationships part (empty when
+// it has none: then it has no GIF). advTmMs is absent exactly when the slide
+// has a main-sequence video whose length neither videoMs nor the slide gives.
+SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std::string_view xml,
+                        std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs);
+
 MediaValidation validateMedia(const std::vector<SlideReport>& reports);
 
 // A plain-text table, one line per slide after a header; no final line feed.

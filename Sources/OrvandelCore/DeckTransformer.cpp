@@ -4,8 +4,6 @@
 #include <optional>
 #include <string>
 
-#include "AdvanceTimeCalculator.hpp"
-#include "AdvanceTimeScanner.hpp"
 #include "AtomicFile.hpp"
 #include "Bytes.hpp"
 #include "DeckError.hpp"
@@ -24,43 +22,30 @@ namespace {
 
 constexpr std::int64_t kVideoPreMs = 500;
 constexpr std::int64_t kExitHeadOffsetMs = 500;
-constexpr std::string_view kVideoFile = "<a:videoFile";
-
-std::int64_t occurrences(std::string_view text, std::string_view needle) {
-    std::int64_t count = 0;
-    for (std::size_t at = text.find(needle); at != std::string_view::npos; at = text.find(needle, at + needle.size())) {
-        ++count;
-    }
-    return count;
-}
-
-std::optional<std::int64_t> lookUp(const SlideDurations& map, std::int64_t slide) {
-    const auto it = map.find(slide);
-    return it == map.end() ? std::nullopt : std::optional(it->second);
-}
 
 struct Rewritten {
     std::string xml;
     Branch branch;
 };
 
-Rewritten rewriteSlide(const std::string& xml, std::int64_t slide, const ScanResult& scan, bool autoplay,
-                       bool onClickVideo, std::int64_t advTm, std::int64_t respiroMs, std::int64_t espacamentoMs) {
-    if (scan.bulletCount >= 1) {
+Rewritten rewriteSlide(const std::string& xml, std::int64_t slide, const SlideReport& report, std::int64_t respiroMs,
+                       std::int64_t espacamentoMs) {
+    const std::int64_t advTm = *report.advTmMs;
+    if (report.bulletCount >= 1) {
         std::string out = TimingTransformer::transformBulletSlide(xml, {advTm, respiroMs, espacamentoMs});
-        if (scan.exitGroupCount < 1) return {std::move(out), Branch::bullets};
+        if (report.exitGroupCount < 1) return {std::move(out), Branch::bullets};
         return {ExitWriter::retimeExitHeads(std::move(out), kExitHeadOffsetMs), Branch::bulletsWithExits};
     }
-    if (onClickVideo) {
+    if (report.hasOnClickVideo) {
         std::string out = MediaWriter::setAutoplayPreroll(MediaWriter::convertOnClickToAutoplay(xml), kVideoPreMs);
         return {TransitionWriter::insert(std::move(out), advTm), Branch::clickVideo};
     }
-    if (autoplay) {
+    if (report.hasVideoAutoplay) {
         return {TransitionWriter::insert(MediaWriter::setAutoplayPreroll(xml, kVideoPreMs), advTm),
                 Branch::autoplayVideo};
     }
-    if (xml.find(kVideoFile) != std::string::npos) throw DeckError::videoWithoutMediaCall(slide);
-    if (scan.exitGroupCount >= 1) {
+    if (report.videoCount > 0) throw DeckError::videoWithoutMediaCall(slide);
+    if (report.exitGroupCount >= 1) {
         return {TransitionWriter::insert(ExitWriter::convertExitToAfterEffect(xml), advTm), Branch::exits};
     }
     return {TransitionWriter::insert(xml, advTm), Branch::static_};
@@ -96,44 +81,17 @@ std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const st
     for (const std::string& file : files) {
         ++n;
         const std::string xml = deck.readEntry(file);
-        const ScanResult scan = AdvanceTimeScanner::scan(xml);
-        const bool autoplay = DeckScanner::hasVideoAutoplay(xml);
-        const auto video = DeckScanner::mainSeqVideo(xml);
-        const auto gif = lookUp(gifMs, n);
+        // The same analysis as the deck report, without the GIF probe: a
+        // GIF's length only enters the advance time.
+        SlideReport report = DeckScanner::slideReport(n, file, xml, "", videoMs, gifMs);
+        if (!report.advTmMs) throw DeckError::missingVideoDuration(n);
 
-        std::optional<std::int64_t> videoDuration = lookUp(videoMs, n);
-        if (!videoDuration) videoDuration = video.durationMs;
-        if (video.present && !videoDuration) throw DeckError::missingVideoDuration(n);
-
-        const std::int64_t advTm = AdvanceTimeCalculator::advanceTimeMs(
-            scan.bulletDursMs, scan.autoDurationMs >= 1, scan.autoDurationMs, videoDuration.has_value(),
-            videoDuration.value_or(0), gif.has_value(), gif.value_or(0), scan.exitGroupCount);
-
-        const bool onClickVideo = video.present && video.isOnClick;
-        Rewritten rewritten =
-            rewriteSlide(xml, n, scan, autoplay, onClickVideo, advTm, respiroMs, espacamentoMs);
+        Rewritten rewritten = rewriteSlide(xml, n, report, respiroMs, espacamentoMs);
         if (auto reason = SlideValidator::validationFailure(rewritten.xml)) {
             failures.push_back({n, std::move(*reason)});
         }
         replacing[file] = toBytes(rewritten.xml);
         taken.push_back(rewritten.branch);
-
-        SlideReport report;
-        report.displayIndex = n;
-        report.file = file;
-        report.bulletCount = scan.bulletCount;
-        report.bulletDursMs = scan.bulletDursMs;
-        report.autoDurationMs = scan.autoDurationMs;
-        report.hasVideoAutoplay = autoplay;
-        report.videoCount = occurrences(xml, kVideoFile);
-        report.advTmMs = advTm;
-        report.isHidden = DeckScanner::isSlideHidden(xml);
-        report.videoDurationMs = videoDuration;
-        report.hasOnClickVideo = onClickVideo;
-        report.hasGif = false;
-        report.hasExitEffect = scan.hasExitEffect;
-        report.exitGroupCount = scan.exitGroupCount;
-        report.orderedGroupKinds = scan.orderedGroupKinds;
         reports.push_back(std::move(report));
     }
 
