@@ -13,10 +13,10 @@
 #include <nlohmann/json.hpp>
 
 #include "BenchDecks.hpp"
-#include "Bytes.hpp"
-#include "DeckTransformer.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
-#include "Numbers.hpp"
+#include "base/Bytes.hpp"
+#include "base/Numbers.hpp"
+#include "rewrite/DeckTransformer.hpp"
 
 using namespace orvandel;
 namespace fs = std::filesystem;

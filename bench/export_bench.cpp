@@ -16,10 +16,10 @@
 
 #include "BenchDecks.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
-#include "ManifestReader.hpp"
-#include "Numbers.hpp"
-#include "OrvExporter.hpp"
-#include "Uuid.hpp"
+#include "base/Numbers.hpp"
+#include "base/Uuid.hpp"
+#include "package/ManifestReader.hpp"
+#include "package/OrvExporter.hpp"
 
 using namespace orvandel;
 namespace fs = std::filesystem;

@@ -1,8 +1,8 @@
 // Cue calculation and manifest writing for decks of growing size.
 #include <benchmark/benchmark.h>
 
-#include "CueCalculator.hpp"
-#include "ManifestBuilder.hpp"
+#include "package/CueCalculator.hpp"
+#include "package/ManifestBuilder.hpp"
 
 using namespace orvandel;
 

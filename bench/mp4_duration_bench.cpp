@@ -9,8 +9,8 @@
 #include <string>
 #include <unistd.h>
 
-#include "Bytes.hpp"
-#include "Mp4Duration.hpp"
+#include "base/Bytes.hpp"
+#include "render/Mp4Duration.hpp"
 
 namespace {
 

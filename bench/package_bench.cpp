@@ -11,7 +11,7 @@
 #include <fstream>
 #include <vector>
 
-#include "OrvPackager.hpp"
+#include "package/OrvPackager.hpp"
 
 namespace fs = std::filesystem;
 

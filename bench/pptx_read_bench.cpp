@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "PptxArchive.hpp"
 #include "BenchDecks.hpp"
-#include "Subprocess.hpp"
-#include "ZipArchive.hpp"
+#include "base/Subprocess.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/ZipArchive.hpp"
 
 using namespace orvandel;
 namespace fs = std::filesystem;

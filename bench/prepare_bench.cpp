@@ -16,8 +16,8 @@
 
 #include "BenchDecks.hpp"
 #include "DeckBuilder.hpp"
-#include "DeckError.hpp"
-#include "DeckTransformer.hpp"
+#include "deck/DeckError.hpp"
+#include "rewrite/DeckTransformer.hpp"
 
 using namespace orvandel;
 namespace fs = std::filesystem;

@@ -10,8 +10,8 @@
 
 #include "BenchDecks.hpp"
 #include "DeckBuilder.hpp"
-#include "DeckScanner.hpp"
-#include "NotesScanner.hpp"
+#include "deck/DeckScanner.hpp"
+#include "deck/NotesScanner.hpp"
 
 using namespace orvandel;
 namespace fs = std::filesystem;

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "Bytes.hpp"
+#include "base/Bytes.hpp"
 
 namespace orvandel::example {
 

@@ -1,6 +1,6 @@
 #include "PresentationParts.hpp"
 
-#include "XMLEmitter.hpp"
+#include "container/XMLEmitter.hpp"
 
 namespace orvandel::example {
 

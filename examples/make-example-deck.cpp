@@ -23,13 +23,13 @@
 #include <vector>
 
 #include "AnimatedGif.hpp"
-#include "Bytes.hpp"
-#include "Mp4Duration.hpp"
 #include "PresentationParts.hpp"
-#include "Subprocess.hpp"
-#include "Uuid.hpp"
-#include "XMLEmitter.hpp"
-#include "ZipArchive.hpp"
+#include "base/Bytes.hpp"
+#include "base/Subprocess.hpp"
+#include "base/Uuid.hpp"
+#include "container/XMLEmitter.hpp"
+#include "container/ZipArchive.hpp"
+#include "render/Mp4Duration.hpp"
 
 using namespace orvandel;
 using namespace orvandel::example;

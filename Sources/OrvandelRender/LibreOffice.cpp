@@ -2,11 +2,11 @@
 
 #include <system_error>
 
-#include "Bytes.hpp"
 #include "RenderError.hpp"
 #include "RenderTools.hpp"
-#include "Subprocess.hpp"
-#include "XMLEmitter.hpp"
+#include "base/Bytes.hpp"
+#include "base/Subprocess.hpp"
+#include "container/XMLEmitter.hpp"
 
 namespace orvandel::LibreOffice {
 

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "Cancellation.hpp"
+#include "base/Cancellation.hpp"
 
 namespace orvandel::LibreOffice {
 

@@ -2,15 +2,15 @@
 
 #include <thread>
 
-#include "Bytes.hpp"
 #include "LibreOffice.hpp"
 #include "MovieEncoder.hpp"
-#include "Mp4Duration.hpp"
 #include "PageRasterizer.hpp"
 #include "RenderError.hpp"
 #include "RenderPlan.hpp"
 #include "Timeline.hpp"
-#include "TemporaryDirectory.hpp"
+#include "base/Bytes.hpp"
+#include "base/TemporaryDirectory.hpp"
+#include "render/Mp4Duration.hpp"
 
 namespace orvandel {
 

@@ -13,7 +13,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "Mp4Exporting.hpp"
+#include "render/Mp4Exporting.hpp"
 
 namespace orvandel {
 

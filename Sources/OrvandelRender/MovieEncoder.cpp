@@ -2,11 +2,11 @@
 
 #include <cstdio>
 
-#include "Bytes.hpp"
-#include "Numbers.hpp"
 #include "RenderError.hpp"
-#include "Timeline.hpp"
 #include "RenderTools.hpp"
+#include "Timeline.hpp"
+#include "base/Bytes.hpp"
+#include "base/Numbers.hpp"
 
 namespace orvandel::MovieEncoder {
 

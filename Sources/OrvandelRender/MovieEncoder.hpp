@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "Cancellation.hpp"
 #include "FrameSize.hpp"
+#include "base/Cancellation.hpp"
 
 namespace orvandel::MovieEncoder {
 

@@ -6,11 +6,11 @@
 #include <mutex>
 #include <thread>
 
-#include "Numbers.hpp"
-#include "Regex.hpp"
 #include "RenderError.hpp"
 #include "RenderTools.hpp"
-#include "Subprocess.hpp"
+#include "base/Numbers.hpp"
+#include "base/Regex.hpp"
+#include "base/Subprocess.hpp"
 
 namespace orvandel::PageRasterizer {
 

@@ -10,8 +10,8 @@
 #include <optional>
 #include <vector>
 
-#include "Cancellation.hpp"
 #include "FrameSize.hpp"
+#include "base/Cancellation.hpp"
 
 namespace orvandel::PageRasterizer {
 

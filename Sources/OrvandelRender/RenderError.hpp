@@ -3,7 +3,7 @@
 // failed, what happened and what the user can do about it.
 #include <string>
 
-#include "Error.hpp"
+#include "base/Error.hpp"
 
 namespace orvandel {
 

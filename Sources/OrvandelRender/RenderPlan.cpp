@@ -1,12 +1,12 @@
 #include "RenderPlan.hpp"
 
-#include "Checked.hpp"
-#include "DeckScanner.hpp"
-#include "Numbers.hpp"
-#include "PptxArchive.hpp"
-#include "Regex.hpp"
 #include "RenderError.hpp"
-#include "SlideXML.hpp"
+#include "base/Checked.hpp"
+#include "base/Numbers.hpp"
+#include "base/Regex.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/SlideXML.hpp"
+#include "deck/DeckScanner.hpp"
 
 namespace orvandel {
 

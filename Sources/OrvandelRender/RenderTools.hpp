@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Subprocess.hpp"
+#include "base/Subprocess.hpp"
 
 namespace orvandel::RenderTools {
 

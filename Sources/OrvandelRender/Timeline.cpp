@@ -1,6 +1,6 @@
 #include "Timeline.hpp"
 
-#include "Numbers.hpp"
+#include "base/Numbers.hpp"
 
 namespace orvandel::Timeline {
 

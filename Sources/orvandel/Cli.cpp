@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 
 #include "Commands.hpp"
-#include "Error.hpp"
-#include "Numbers.hpp"
+#include "base/Error.hpp"
+#include "base/Numbers.hpp"
 
 namespace orvandel::cli {
 

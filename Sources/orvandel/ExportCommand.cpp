@@ -9,10 +9,11 @@
 #include "Commands.hpp"
 #include "Interrupt.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
-#include "ManifestReader.hpp"
+#include "DefaultMp4Exporter.hpp"
 #include "Mp4Exporter.hpp"
-#include "Numbers.hpp"
-#include "OrvExporter.hpp"
+#include "base/Numbers.hpp"
+#include "package/ManifestReader.hpp"
+#include "package/OrvExporter.hpp"
 
 namespace orvandel::cli {
 

@@ -5,7 +5,7 @@
 // and the command exits with 128 + the signal number.
 #include <optional>
 
-#include "Cancellation.hpp"
+#include "base/Cancellation.hpp"
 
 namespace orvandel::cli {
 

@@ -5,8 +5,8 @@
 
 #include "Cli.hpp"
 #include "Commands.hpp"
-#include "Numbers.hpp"
-#include "NotesScanner.hpp"
+#include "base/Numbers.hpp"
+#include "deck/NotesScanner.hpp"
 
 namespace orvandel::cli {
 

@@ -3,11 +3,11 @@
 #include <iomanip>
 #include <memory>
 
-#include "Checked.hpp"
 #include "Cli.hpp"
 #include "Commands.hpp"
-#include "DeckTransformer.hpp"
-#include "Numbers.hpp"
+#include "base/Checked.hpp"
+#include "base/Numbers.hpp"
+#include "rewrite/DeckTransformer.hpp"
 
 namespace orvandel::cli {
 

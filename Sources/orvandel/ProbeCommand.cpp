@@ -3,8 +3,8 @@
 
 #include "Cli.hpp"
 #include "Commands.hpp"
-#include "ManifestReader.hpp"
-#include "Numbers.hpp"
+#include "base/Numbers.hpp"
+#include "package/ManifestReader.hpp"
 
 namespace orvandel::cli {
 

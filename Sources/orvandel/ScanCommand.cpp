@@ -5,7 +5,7 @@
 
 #include "Cli.hpp"
 #include "Commands.hpp"
-#include "DeckScanner.hpp"
+#include "deck/DeckScanner.hpp"
 
 namespace orvandel::cli {
 

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "DeckScanner.hpp"
 #include "LibreOffice.hpp"
 #include "PageRasterizer.hpp"
-#include "Subprocess.hpp"
 #include "TestSupport.hpp"
+#include "base/Subprocess.hpp"
+#include "deck/DeckScanner.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;

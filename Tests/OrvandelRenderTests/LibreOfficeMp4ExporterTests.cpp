@@ -5,14 +5,14 @@
 #include <sstream>
 #include <thread>
 
-#include "Bytes.hpp"
 #include "DeckBuilder.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
-#include "Mp4Duration.hpp"
-#include "Numbers.hpp"
 #include "RenderError.hpp"
-#include "Subprocess.hpp"
 #include "TestSupport.hpp"
+#include "base/Bytes.hpp"
+#include "base/Numbers.hpp"
+#include "base/Subprocess.hpp"
+#include "render/Mp4Duration.hpp"
 
 using namespace orvandel;
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "XMLEmitter.hpp"
-#include "ZipArchive.hpp"
+#include "container/XMLEmitter.hpp"
+#include "container/ZipArchive.hpp"
 
 namespace orvandel::test {
 

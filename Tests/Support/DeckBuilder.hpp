@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "Bytes.hpp"
+#include "base/Bytes.hpp"
 
 namespace orvandel::test {
 

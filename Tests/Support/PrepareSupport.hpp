@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "DeckError.hpp"
-#include "DeckTransformer.hpp"
+#include "deck/DeckError.hpp"
+#include "rewrite/DeckTransformer.hpp"
 
 namespace orvandel::test {
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "Bytes.hpp"
-#include "Error.hpp"
-#include "Subprocess.hpp"
+#include "base/Bytes.hpp"
+#include "base/Error.hpp"
+#include "base/Subprocess.hpp"
 
 namespace orvandel::test {
 

@@ -7,13 +7,13 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
-#include "Bytes.hpp"
 #include "DeckBuilder.hpp"
-#include "DeckError.hpp"
-#include "Numbers.hpp"
-#include "Subprocess.hpp"
 #include "TestSupport.hpp"
-#include "ZipArchive.hpp"
+#include "base/Bytes.hpp"
+#include "base/Numbers.hpp"
+#include "base/Subprocess.hpp"
+#include "container/ZipArchive.hpp"
+#include "deck/DeckError.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;

@@ -3,10 +3,10 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "TimingFixtures.hpp"
 #include "Cli.hpp"
 #include "DeckBuilder.hpp"
 #include "TestSupport.hpp"
-#include "../OrvandelCoreTests/TimingFixtures.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;

@@ -1,0 +1,111 @@
+#include "base/Bytes.hpp"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/Error.hpp"
+
+namespace orvandel {
+
+Bytes toBytes(std::string_view text) { return Bytes(text.begin(), text.end()); }
+
+std::string toString(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
+
+bool isValidUtf8(std::string_view text) {
+    const auto* s = reinterpret_cast<const unsigned char*>(text.data());
+    const std::size_t n = text.size();
+    std::size_t i = 0;
+    while (i < n) {
+        const unsigned char c = s[i];
+        if (c < 0x80) {
+            ++i;
+            continue;
+        }
+        std::size_t len;
+        std::uint32_t cp;
+        if (c >= 0xC2 && c <= 0xDF) {
+            len = 2;
+            cp = c & 0x1F;
+        } else if (c >= 0xE0 && c <= 0xEF) {
+            len = 3;
+            cp = c & 0x0F;
+        } else if (c >= 0xF0 && c <= 0xF4) {
+            len = 4;
+            cp = c & 0x07;
+        } else {
+            return false;
+        }
+        if (n - i < len) return false;
+        for (std::size_t k = 1; k < len; ++k) {
+            if ((s[i + k] & 0xC0) != 0x80) return false;
+            cp = (cp << 6) | (s[i + k] & 0x3F);
+        }
+        if ((len == 3 && (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF))) ||
+            (len == 4 && (cp < 0x10000 || cp > 0x10FFFF))) {
+            return false;
+        }
+        i += len;
+    }
+    return true;
+}
+
+namespace {
+
+struct Fd {
+    int fd;
+    ~Fd() {
+        if (fd >= 0) ::close(fd);
+    }
+};
+
+void writeAll(const std::filesystem::path& path, const std::uint8_t* data, std::size_t size) {
+    Fd f{::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)};
+    if (f.fd < 0) throw FileError("open for writing", path.string(), errno);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t w = ::write(f.fd, data + done, size - done);
+        if (w < 0) {
+            if (errno == EINTR) continue;
+            throw FileError("write", path.string(), errno);
+        }
+        done += static_cast<std::size_t>(w);
+    }
+    const int fd = f.fd;
+    f.fd = -1;
+    if (::close(fd) != 0) throw FileError("write", path.string(), errno);
+}
+
+}  // namespace
+
+Bytes readFile(const std::filesystem::path& path) {
+    Fd f{::open(path.c_str(), O_RDONLY | O_CLOEXEC)};
+    if (f.fd < 0) throw FileError("open", path.string(), errno);
+    struct stat st {};
+    if (::fstat(f.fd, &st) != 0) throw FileError("read", path.string(), errno);
+    if (S_ISDIR(st.st_mode)) throw FileError("read", path.string(), EISDIR);
+    Bytes out;
+    if (st.st_size > 0) out.reserve(static_cast<std::size_t>(st.st_size));
+    std::uint8_t buf[1 << 16];
+    for (;;) {
+        const ssize_t r = ::read(f.fd, buf, sizeof buf);
+        if (r < 0) {
+            if (errno == EINTR) continue;
+            throw FileError("read", path.string(), errno);
+        }
+        if (r == 0) break;
+        out.insert(out.end(), buf, buf + r);
+    }
+    return out;
+}
+
+void writeFile(const std::filesystem::path& path, const Bytes& bytes) {
+    writeAll(path, bytes.data(), bytes.size());
+}
+
+void writeFile(const std::filesystem::path& path, std::string_view text) {
+    writeAll(path, reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+}
+
+}  // namespace orvandel

@@ -1,0 +1,229 @@
+#include "base/Subprocess.hpp"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+
+extern char** environ;
+
+namespace orvandel {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Pipe {
+    int read = -1;
+    int write = -1;
+    ~Pipe() { closeBoth(); }
+    void closeBoth() {
+        if (read >= 0) ::close(read);
+        if (write >= 0) ::close(write);
+        read = write = -1;
+    }
+};
+
+void openPipe(Pipe& p) {
+    int fds[2];
+    if (::pipe2(fds, O_CLOEXEC) != 0) throw FileError("create a pipe for", "a child process", errno);
+    p.read = fds[0];
+    p.write = fds[1];
+}
+
+std::vector<std::string> mergedEnvironment(const std::vector<std::string>& overrides) {
+    std::map<std::string, std::string> byName;
+    std::vector<std::string> order;
+    auto put = [&](const std::string& entry) {
+        const auto eq = entry.find('=');
+        const std::string name = entry.substr(0, eq);
+        if (!byName.count(name)) order.push_back(name);
+        byName[name] = entry;
+    };
+    for (char** e = environ; e && *e; ++e) put(*e);
+    for (const auto& entry : overrides) put(entry);
+    std::vector<std::string> out;
+    out.reserve(order.size());
+    for (const auto& name : order) out.push_back(byName[name]);
+    return out;
+}
+
+// Reads what is available on fd into sink; returns false at end of file.
+bool drain(int fd, std::string& sink, std::size_t limit,
+           const std::function<void(std::string_view)>& onChunk = {}) {
+    char buf[65536];
+    for (;;) {
+        const ssize_t r = ::read(fd, buf, sizeof buf);
+        if (r > 0) {
+            if (onChunk) onChunk(std::string_view(buf, static_cast<std::size_t>(r)));
+            const std::size_t room = sink.size() < limit ? limit - sink.size() : 0;
+            sink.append(buf, std::min<std::size_t>(room, static_cast<std::size_t>(r)));
+            continue;
+        }
+        if (r == 0) return false;
+        if (errno == EINTR) continue;
+        if (errno == EAGAIN) return true;
+        return false;
+    }
+}
+
+}  // namespace
+
+namespace Subprocess {
+
+std::optional<std::filesystem::path> findOnPath(const std::string& program) {
+    if (program.find('/') != std::string::npos) {
+        if (::access(program.c_str(), X_OK) == 0) return std::filesystem::path(program);
+        return std::nullopt;
+    }
+    const char* path = std::getenv("PATH");
+    std::string dirs = path ? path : "/usr/local/bin:/usr/bin:/bin";
+    std::size_t start = 0;
+    while (start <= dirs.size()) {
+        auto end = dirs.find(':', start);
+        if (end == std::string::npos) end = dirs.size();
+        const std::string dir = end > start ? dirs.substr(start, end - start) : std::string(".");
+        std::filesystem::path candidate = std::filesystem::path(dir) / program;
+        struct stat st {};
+        if (::stat(candidate.c_str(), &st) == 0 && S_ISREG(st.st_mode) &&
+            ::access(candidate.c_str(), X_OK) == 0) {
+            return candidate;
+        }
+        start = end + 1;
+    }
+    return std::nullopt;
+}
+
+SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptions& options) {
+    if (argv.empty()) throw LaunchError("(nothing)", EINVAL);
+    Pipe out, err;
+    openPipe(out);
+    openPipe(err);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, out.write, 1);
+    posix_spawn_file_actions_adddup2(&actions, err.write, 2);
+    if (options.workingDirectory) {
+        posix_spawn_file_actions_addchdir_np(&actions, options.workingDirectory->c_str());
+    }
+
+    posix_spawnattr_t attr;
+    posix_spawnattr_init(&attr);
+    posix_spawnattr_setpgroup(&attr, 0);
+    sigset_t empty, defaults;
+    sigemptyset(&empty);
+    sigemptyset(&defaults);
+    for (int s : {SIGINT, SIGTERM, SIGPIPE, SIGCHLD, SIGHUP, SIGQUIT}) sigaddset(&defaults, s);
+    posix_spawnattr_setsigmask(&attr, &empty);
+    posix_spawnattr_setsigdefault(&attr, &defaults);
+    posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+
+    std::vector<char*> args;
+    for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    const std::vector<std::string> env = mergedEnvironment(options.environment);
+    std::vector<char*> envp;
+    for (const auto& e : env) envp.push_back(const_cast<char*>(e.c_str()));
+    envp.push_back(nullptr);
+
+    pid_t pid = -1;
+    const bool searchPath = argv[0].find('/') == std::string::npos;
+    const int rc = searchPath ? ::posix_spawnp(&pid, argv[0].c_str(), &actions, &attr, args.data(), envp.data())
+                              : ::posix_spawn(&pid, argv[0].c_str(), &actions, &attr, args.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attr);
+    if (rc != 0) throw LaunchError(argv[0], rc);
+
+    ::close(out.write);
+    ::close(err.write);
+    out.write = err.write = -1;
+    ::fcntl(out.read, F_SETFL, O_NONBLOCK);
+    ::fcntl(err.read, F_SETFL, O_NONBLOCK);
+
+    SubprocessResult result;
+    const auto start = Clock::now();
+    bool outOpen = true, errOpen = true, exited = false, killed = false;
+    std::optional<Clock::time_point> drainDeadline;
+    siginfo_t info{};
+    unsigned idleSleepUs = 100;
+
+    auto killGroup = [&] {
+        ::kill(-pid, SIGKILL);
+        killed = true;
+    };
+
+    while (outOpen || errOpen || !exited) {
+        if (!killed) {
+            if (options.cancel && options.cancel->isCancelled()) {
+                result.cancelled = true;
+                killGroup();
+            } else if (options.timeout && Clock::now() - start >= *options.timeout) {
+                result.timedOut = true;
+                killGroup();
+            }
+        }
+        if (!exited) {
+            // WNOWAIT keeps the zombie, so the process group id stays ours
+            // until the leftovers of the group are killed below.
+            info.si_pid = 0;
+            if (::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+                info.si_pid == pid) {
+                exited = true;
+                // Leftover members of the group (helpers that outlive the
+                // leader) would hold our pipes open: they go too.
+                ::kill(-pid, SIGKILL);
+                drainDeadline = Clock::now() + std::chrono::seconds(2);
+            }
+        }
+        if (drainDeadline && Clock::now() > *drainDeadline) break;
+        if (!outOpen && !errOpen) {
+            // Both pipes are closed, so the child is normally about to exit:
+            // look again soon, backing off to 10 ms for one that lingers.
+            if (!exited) {
+                ::usleep(idleSleepUs);
+                idleSleepUs = std::min(idleSleepUs * 2, 10000u);
+            }
+            continue;
+        }
+        pollfd fds[2];
+        nfds_t n = 0;
+        if (outOpen) fds[n++] = {out.read, POLLIN, 0};
+        if (errOpen) fds[n++] = {err.read, POLLIN, 0};
+        const int pr = ::poll(fds, n, 50);
+        if (pr < 0 && errno != EINTR) break;
+        if (pr <= 0) continue;
+        for (nfds_t i = 0; i < n; ++i) {
+            if (!(fds[i].revents & (POLLIN | POLLHUP | POLLERR))) continue;
+            if (fds[i].fd == out.read) {
+                outOpen = drain(out.read, result.standardOutput, options.maxCapture, options.onStandardOutput);
+            } else {
+                errOpen = drain(err.read, result.standardError, options.maxCapture);
+            }
+        }
+    }
+
+    int status = 0;
+    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (WIFEXITED(status)) {
+        result.exitStatus = WEXITSTATUS(status);
+    } else if (WIFSIGNALED(status)) {
+        result.termSignal = WTERMSIG(status);
+        result.exitStatus = 128 + result.termSignal;
+    }
+    return result;
+}
+
+}  // namespace Subprocess
+
+}  // namespace orvandel

@@ -1,0 +1,54 @@
+#pragma once
+// Runs one child process with posix_spawn: its own process group, standard
+// input from /dev/null, standard output and standard error captured through
+// pipes drained together with poll (so that neither can fill and block the
+// child). An optional time limit and cancellation token kill the whole process
+// group, so grandchildren go too.
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Cancellation.hpp"
+
+namespace orvandel {
+
+struct SubprocessOptions {
+    // Extra "NAME=value" entries; they override inherited ones of the same name.
+    std::vector<std::string> environment;
+    std::optional<std::filesystem::path> workingDirectory;
+    std::optional<std::chrono::milliseconds> timeout;
+    std::optional<CancellationToken> cancel;
+    // Captured output beyond this many bytes (per stream) is read and dropped.
+    std::size_t maxCapture = std::size_t(256) << 20;
+    // Called with each chunk of standard output as it arrives (for progress
+    // reports); the chunk is captured as well.
+    std::function<void(std::string_view)> onStandardOutput;
+};
+
+struct SubprocessResult {
+    int exitStatus = -1;     // exit code when the child exited normally
+    int termSignal = 0;      // signal number when it was killed by a signal
+    bool timedOut = false;   // killed because the time limit passed
+    bool cancelled = false;  // killed because the token was cancelled
+    std::string standardOutput;
+    std::string standardError;
+
+    bool succeeded() const { return termSignal == 0 && exitStatus == 0 && !timedOut && !cancelled; }
+};
+
+namespace Subprocess {
+
+// argv[0] is the program: an absolute path, or a name looked up on PATH.
+// Throws LaunchError when the program cannot be started.
+SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptions& options = {});
+
+// The absolute path of a program on PATH, or nothing.
+std::optional<std::filesystem::path> findOnPath(const std::string& program);
+
+}  // namespace Subprocess
+
+}  // namespace orvandel

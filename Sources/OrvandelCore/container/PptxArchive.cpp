@@ -1,0 +1,278 @@
+#include "container/PptxArchive.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <unordered_map>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include "container/ZipArchive.hpp"
+
+namespace orvandel::PptxArchive {
+
+ArchiveError::ArchiveError(Case c, std::string entry, std::int32_t status, std::string message,
+                           const std::string& description)
+    : Error(description), case_(c), entry_(std::move(entry)), status_(status), message_(std::move(message)) {}
+
+ArchiveError ArchiveError::unzipFailed(const std::string& entry, std::int32_t status, const std::string& message) {
+    return ArchiveError(Case::unzipFailed, entry, status, message,
+                        "unzip failed for " + entry + " (status " + std::to_string(status) + "): " + message);
+}
+
+ArchiveError ArchiveError::decodeFailed(const std::string& entry) {
+    return ArchiveError(Case::decodeFailed, entry, 0, "", "could not decode " + entry + " as UTF-8");
+}
+
+namespace {
+
+using ZipArchive::ZipError;
+
+constexpr std::int64_t kLocalHeaderSize = 30;
+constexpr std::int64_t kTailSize = 22 + 65535;  // end record plus the longest comment
+constexpr std::size_t kChunk = std::size_t(64) << 10;
+
+struct Record {
+    std::int64_t flags = 0;
+    std::int64_t method = 0;
+    std::uint32_t crc = 0;
+    std::int64_t compressedSize = 0;
+    std::int64_t declaredSize = 0;
+    std::int64_t localOffset = 0;
+};
+
+[[noreturn]] void fail(const std::string& entry, std::int32_t status, const std::string& message) {
+    throw ArchiveError::unzipFailed(entry, status, message);
+}
+
+}  // namespace
+
+// The open file and its parsed directory. Failures name the entry being read.
+struct Deck::Open {
+    std::string path;
+    struct Fd {
+        int fd = -1;
+        Fd() = default;
+        Fd(const Fd&) = delete;
+        Fd& operator=(const Fd&) = delete;
+        ~Fd() {
+            if (fd >= 0) ::close(fd);
+        }
+    } fd;
+    std::int64_t size = 0;
+    std::unordered_map<std::string, Record> records;  // the first record of a name wins
+
+    Open(const std::filesystem::path& url, const std::string& entry);
+    Bytes read(const std::string& entry) const;
+
+    [[noreturn]] void damaged(const std::string& entry, const std::string& reason) const {
+        fail(entry, statusDamaged,
+             "entry " + entry + " of " + path + " is damaged (" + reason +
+                 "); the deck may be corrupt: open it in your presentation program and save it again");
+    }
+    [[noreturn]] void archiveFailure(const std::string& entry, const ZipError& error) const;
+    // Exactly n bytes at offset; the caller has checked the range against the file size.
+    void readAt(const std::string& entry, std::int64_t offset, std::uint8_t* dst, std::size_t n) const;
+    Bytes readRange(const std::string& entry, std::int64_t offset, std::int64_t length) const {
+        Bytes out(static_cast<std::size_t>(length));
+        readAt(entry, offset, out.data(), out.size());
+        return out;
+    }
+    Bytes inflateEntry(const std::string& entry, std::int64_t dataStart, std::int64_t compressedSize,
+                       std::int64_t declaredSize) const;
+};
+
+Deck::Open::Open(const std::filesystem::path& url, const std::string& entry) : path(url.string()) {
+    fd.fd = ::open(url.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd.fd < 0) fail(entry, statusCannotOpen, "cannot open " + path + ": " + std::strerror(errno));
+    struct stat st {};
+    if (::fstat(fd.fd, &st) != 0) fail(entry, statusCannotOpen, "cannot open " + path + ": " + std::strerror(errno));
+    if (!S_ISREG(st.st_mode)) fail(entry, statusCannotOpen, "cannot open " + path + ": not a regular file");
+    size = st.st_size;
+
+    // The end record lies in the last 64 KiB or so; the directory usually does too.
+    const std::int64_t tailStart = std::max<std::int64_t>(0, size - kTailSize);
+    Bytes window = readRange(entry, tailStart, size - tailStart);
+    std::int64_t windowStart = tailStart;
+    ZipArchive::ParseResult parsed;
+    try {
+        const auto end = ZipArchive::readEndRecord({window, windowStart});
+        if (end.entryCount > 0 && end.cdOffset < windowStart) {
+            Bytes more = readRange(entry, end.cdOffset, windowStart - end.cdOffset);
+            more.insert(more.end(), window.begin(), window.end());
+            window = std::move(more);
+            windowStart = end.cdOffset;
+        }
+        parsed = ZipArchive::parse({window, windowStart}, end);
+    } catch (const ZipError& error) {
+        archiveFailure(entry, error);
+    }
+    records.reserve(parsed.entries.size());
+    for (const auto& e : parsed.entries) {
+        if (e.name.empty()) continue;  // an undecodable name can never be asked for
+        const auto record = std::span<const std::uint8_t>(window).subspan(
+            static_cast<std::size_t>(e.cdRange.begin - windowStart));
+        records.try_emplace(e.name, Record{e.flags, ZipArchive::u16(record, 10), ZipArchive::u32(record, 16),
+                                           ZipArchive::u32(record, 20), ZipArchive::u32(record, 24), e.localOffset});
+    }
+}
+
+void Deck::Open::readAt(const std::string& entry, std::int64_t offset, std::uint8_t* dst, std::size_t n) const {
+    std::size_t done = 0;
+    while (done < n) {
+        const ssize_t r = ::pread(fd.fd, dst + done, n - done, static_cast<off_t>(offset) + static_cast<off_t>(done));
+        if (r < 0) {
+            if (errno == EINTR) continue;
+            fail(entry, statusCannotOpen, "cannot read " + path + ": " + std::strerror(errno));
+        }
+        if (r == 0) damaged(entry, "the file ends early");
+        done += static_cast<std::size_t>(r);
+    }
+}
+
+void Deck::Open::archiveFailure(const std::string& entry, const ZipError& error) const {
+    switch (error.errorCase()) {
+        case ZipError::Case::notAZip: {
+            std::uint8_t magic[4] = {};
+            if (size >= 4) readAt(entry, 0, magic, 4);
+            if (magic[0] == 0xD0 && magic[1] == 0xCF && magic[2] == 0x11 && magic[3] == 0xE0) {
+                fail(entry, statusCannotOpen,
+                     path + " is an encrypted (password-protected) document, not a ZIP archive; "
+                            "open it in your presentation program, save it again without a password and retry");
+            }
+            fail(entry, statusCannotOpen,
+                 path + " is not a ZIP archive (no end-of-central-directory record); the file is "
+                        "incomplete, damaged or not a .pptx deck");
+        }
+        case ZipError::Case::zip64Unsupported:
+            fail(entry, statusDamaged,
+                 path + " is a ZIP64 archive, which is not supported; save the deck again as a regular .pptx and retry");
+        case ZipError::Case::badCentralDirectory:
+        case ZipError::Case::entryNotFound:
+            break;
+    }
+    fail(entry, statusDamaged,
+         path + " has a malformed central directory; the deck is damaged: open it in your presentation program and "
+                "save it again");
+}
+
+Bytes Deck::Open::read(const std::string& entry) const {
+    const auto found = records.find(entry);
+    if (found == records.end()) fail(entry, statusNoSuchEntry, "entry " + entry + " not found in " + path);
+    const Record& r = found->second;
+    if (r.flags & 1) {
+        fail(entry, statusDamaged,
+             "entry " + entry + " of " + path + " is encrypted; save the deck again without a password and retry");
+    }
+    if (r.compressedSize == 0xFFFFFFFF || r.declaredSize == 0xFFFFFFFF || r.localOffset == 0xFFFFFFFF) {
+        fail(entry, statusDamaged,
+             "entry " + entry + " of " + path +
+                 " has ZIP64 sizes, which are not supported; save the deck again as a regular .pptx");
+    }
+    if (r.method != 0 && r.method != 8) {
+        fail(entry, statusDamaged,
+             "entry " + entry + " of " + path + " uses compression method " + std::to_string(r.method) +
+                 ", which is not supported; save the deck again from your presentation program");
+    }
+    // Sizes and CRC come from the central record: with a data descriptor
+    // (flag bit 3) the local header holds zeros.
+    if (r.localOffset + kLocalHeaderSize > size) damaged(entry, "its local header lies beyond the end of the file");
+    std::uint8_t local[kLocalHeaderSize];
+    readAt(entry, r.localOffset, local, sizeof local);
+    if (ZipArchive::u32(local, 0) != 0x04034b50) damaged(entry, "no local header where the directory points");
+    const std::int64_t dataStart =
+        r.localOffset + kLocalHeaderSize + ZipArchive::u16(local, 26) + ZipArchive::u16(local, 28);
+    if (dataStart + r.compressedSize > size) damaged(entry, "its data runs past the end of the file");
+
+    Bytes data;
+    if (r.method == 0) {
+        if (r.compressedSize != r.declaredSize) damaged(entry, "stored size differs from the declared size");
+        data = readRange(entry, dataStart, r.compressedSize);
+    } else {
+        data = inflateEntry(entry, dataStart, r.compressedSize, r.declaredSize);
+    }
+    if (ZipArchive::crc32(data) != r.crc) damaged(entry, "CRC mismatch");
+    return data;
+}
+
+Bytes Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart, std::int64_t compressedSize,
+                               std::int64_t declaredSize) const {
+    z_stream zs{};
+    if (inflateInit2(&zs, -15) != Z_OK) throw std::bad_alloc();
+    struct Guard {
+        z_stream* zs;
+        ~Guard() { inflateEnd(zs); }
+    } guard{&zs};
+
+    Bytes input(static_cast<std::size_t>(std::min<std::int64_t>(compressedSize, kChunk)));
+    std::int64_t inputPos = dataStart;
+    std::int64_t inputLeft = compressedSize;
+    // The output grows as it fills, never beyond the declared size: a stream
+    // that would go on is damaged, however much it claims.
+    Bytes out;
+    std::size_t produced = 0;
+    const auto limit = static_cast<std::size_t>(declaredSize);
+    for (;;) {
+        if (zs.avail_in == 0 && inputLeft > 0) {
+            const auto n = static_cast<std::size_t>(std::min<std::int64_t>(inputLeft, kChunk));
+            readAt(entry, inputPos, input.data(), n);
+            inputPos += static_cast<std::int64_t>(n);
+            inputLeft -= static_cast<std::int64_t>(n);
+            zs.next_in = input.data();
+            zs.avail_in = static_cast<uInt>(n);
+        }
+        if (produced == out.size() && out.size() < limit) {
+            out.resize(std::min(limit, std::max(kChunk, out.size() * 2)));
+        }
+        std::uint8_t probe = 0;
+        const bool atLimit = produced == out.size();
+        zs.next_out = atLimit ? &probe : out.data() + produced;
+        zs.avail_out = atLimit ? 1u : static_cast<uInt>(std::min<std::size_t>(out.size() - produced, 1u << 30));
+        const uInt offered = zs.avail_out;
+        const int rc = inflate(&zs, Z_NO_FLUSH);
+        const std::size_t got = offered - zs.avail_out;
+        if (atLimit && got > 0) {
+            damaged(entry, "it inflates past its declared size of " + std::to_string(declaredSize) + " bytes");
+        }
+        produced += got;
+        if (rc == Z_STREAM_END) break;
+        // No progress possible: with input left that cannot happen in a sound stream.
+        if (rc == Z_BUF_ERROR && (inputLeft == 0 || zs.avail_in > 0)) damaged(entry, "its compressed data ends early");
+        if (rc != Z_OK && rc != Z_BUF_ERROR) {
+            damaged(entry, std::string("invalid compressed data: ") + (zs.msg ? zs.msg : "inflate error"));
+        }
+    }
+    if (produced != limit) {
+        damaged(entry, "it inflates to " + std::to_string(produced) + " bytes, not the declared " +
+                std::to_string(declaredSize));
+    }
+    out.resize(produced);
+    return out;
+}
+
+Deck::Deck(std::filesystem::path url) : url_(std::move(url)) {}
+
+Deck::~Deck() = default;
+
+Bytes Deck::readEntryBytes(const std::string& entry) {
+    // Until the deck opens and parses, every read tries again and reports
+    // the failure under its own entry name.
+    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    return open_->read(entry);
+}
+
+std::string Deck::readEntry(const std::string& entry) {
+    Bytes bytes = readEntryBytes(entry);
+    std::string text(bytes.begin(), bytes.end());
+    if (!isValidUtf8(text)) throw ArchiveError::decodeFailed(entry);
+    return text;
+}
+
+Bytes readEntryBytes(const std::filesystem::path& url, const std::string& entry) { return Deck(url).readEntryBytes(entry); }
+
+std::string readEntry(const std::filesystem::path& url, const std::string& entry) { return Deck(url).readEntry(entry); }
+
+}  // namespace orvandel::PptxArchive

@@ -1,0 +1,79 @@
+#pragma once
+// Reads one entry (a part such as "ppt/presentation.xml") out of a deck, in
+// process: the end of the file and the central directory are read and parsed
+// with ZipArchive's parser, then only that entry's bytes are read and, when
+// deflated, inflated. The whole file is never read; no buffer is sized from a
+// length the file declares until the data bears it out. The free functions
+// open the deck anew on every call; a Deck keeps it open with its directory
+// parsed, for callers that read many entries of one deck.
+//
+// Failures keep the statuses of the classic extractor tool so that callers
+// and users see familiar codes: 9 the deck cannot be opened or is not a ZIP
+// archive, 11 no such entry, 2 a damaged archive or entry (bad directory,
+// ZIP64, sizes out of bounds, bad compressed data, CRC mismatch, encryption,
+// unknown method). The message names the file and says what to do.
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "base/Bytes.hpp"
+#include "base/Error.hpp"
+
+namespace orvandel::PptxArchive {
+
+inline constexpr std::int32_t statusDamaged = 2;
+inline constexpr std::int32_t statusCannotOpen = 9;
+inline constexpr std::int32_t statusNoSuchEntry = 11;
+
+class ArchiveError : public Error {
+public:
+    enum class Case { unzipFailed, decodeFailed };
+
+    static ArchiveError unzipFailed(const std::string& entry, std::int32_t status, const std::string& message);
+    static ArchiveError decodeFailed(const std::string& entry);
+
+    Case errorCase() const { return case_; }
+    const std::string& entry() const { return entry_; }
+    std::int32_t status() const { return status_; }          // unzipFailed only
+    const std::string& message() const { return message_; }  // unzipFailed only
+
+private:
+    ArchiveError(Case c, std::string entry, std::int32_t status, std::string message,
+                 const std::string& description);
+    Case case_;
+    std::string entry_;
+    std::int32_t status_;
+    std::string message_;
+};
+
+// One deck opened for many reads: the file is opened and its central
+// directory parsed on the first read, and both are kept. A failure to open
+// or parse is reported by every read, naming the entry asked for, exactly as
+// the free functions do. Not for use by several threads at once.
+class Deck {
+public:
+    explicit Deck(std::filesystem::path url);
+    ~Deck();
+    Deck(const Deck&) = delete;
+    Deck& operator=(const Deck&) = delete;
+
+    const std::filesystem::path& path() const { return url_; }
+    Bytes readEntryBytes(const std::string& entry);
+    std::string readEntry(const std::string& entry);
+
+private:
+    struct Open;
+    std::filesystem::path url_;
+    std::unique_ptr<Open> open_;
+};
+
+// The entry's bytes, CRC checked. `entry` is the name exactly as the archive
+// writes it (no patterns). Throws ArchiveError (unzipFailed).
+Bytes readEntryBytes(const std::filesystem::path& url, const std::string& entry);
+
+// The entry decoded as UTF-8 text (a byte-order mark is kept). Throws
+// ArchiveError (unzipFailed, decodeFailed).
+std::string readEntry(const std::filesystem::path& url, const std::string& entry);
+
+}  // namespace orvandel::PptxArchive

@@ -1,0 +1,71 @@
+#pragma once
+// The error of the export path: raised while preparing the deck, assembling
+// cues, running the export flow and writing the package. what() is the text
+// the user finally sees when the application has no wording of its own, so it
+// must not change.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/Error.hpp"
+
+namespace orvandel {
+
+class DeckError : public Error {
+public:
+    enum class Case {
+        missingVideoDuration,
+        invalidOutput,
+        videoWithoutMediaCall,
+        gifWithoutDuration,
+        multipleVideosOnSlide,
+        masterDurationMismatch,
+        orvWriteFailed,
+        noVisibleSlides,
+    };
+
+    // One rejected slide of the prepared deck and why it was rejected.
+    struct SlideFailure {
+        std::int64_t slide = 0;
+        std::string reason;
+        bool operator==(const SlideFailure&) const = default;
+    };
+
+    static DeckError missingVideoDuration(std::int64_t slide);
+    // Failures in slide order; all of them are listed in the description.
+    static DeckError invalidOutput(std::vector<SlideFailure> failures);
+    static DeckError videoWithoutMediaCall(std::int64_t slide);
+    static DeckError gifWithoutDuration(std::vector<std::int64_t> slides);
+    static DeckError multipleVideosOnSlide(std::vector<std::int64_t> slides);
+    // Both in milliseconds; the description shows them in seconds, measured first.
+    static DeckError masterDurationMismatch(std::int64_t expectedMs, std::int64_t measuredMs);
+    static DeckError orvWriteFailed(std::string path);
+    // Every slide is hidden (or there are none): there is nothing to put on a timeline.
+    static DeckError noVisibleSlides();
+
+    Case errorCase() const { return case_; }
+    // missingVideoDuration, videoWithoutMediaCall; 0 otherwise.
+    std::int64_t slide() const { return slide_; }
+    // invalidOutput; empty otherwise.
+    const std::vector<SlideFailure>& failures() const { return failures_; }
+    // gifWithoutDuration, multipleVideosOnSlide; empty otherwise.
+    const std::vector<std::int64_t>& slides() const { return slides_; }
+    // masterDurationMismatch; 0 otherwise.
+    std::int64_t expectedMs() const { return expectedMs_; }
+    std::int64_t measuredMs() const { return measuredMs_; }
+    // orvWriteFailed; empty otherwise.
+    const std::string& path() const { return path_; }
+
+private:
+    DeckError(Case c, const std::string& description);
+
+    Case case_;
+    std::int64_t slide_ = 0;
+    std::vector<SlideFailure> failures_;
+    std::vector<std::int64_t> slides_;
+    std::int64_t expectedMs_ = 0;
+    std::int64_t measuredMs_ = 0;
+    std::string path_;
+};
+
+}  // namespace orvandel

@@ -1,0 +1,279 @@
+#include "deck/DeckScanner.hpp"
+
+#include <map>
+#include <utility>
+
+#include "base/Numbers.hpp"
+#include "base/Regex.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/SlideXML.hpp"
+#include "deck/AdvanceTimeCalculator.hpp"
+#include "deck/AdvanceTimeScanner.hpp"
+#include "deck/NotesScanner.hpp"
+#include "deck/TimingTree.hpp"
+
+namespace orvandel::DeckScanner {
+
+namespace {
+
+// Patterns are compiled once; one that does not compile matches nothing.
+const Regex& sldIdPattern() {
+    static const Regex re(R"re(<p:sldId[^>]*r:id="(rId\d+)")re");
+    return re;
+}
+const Regex& slideRelPattern() {
+    static const Regex re(R"re(Id="(rId\d+)"[^>]*Target="([^"]*slide\d+\.xml)")re");
+    return re;
+}
+// Some writers (ISO Strict decks among them) put Target before Id; the pattern
+// above cannot see those relationships, and the deck would seem to have no
+// slides. Used only for slide ids the first pattern left unmapped.
+const Regex& slideRelTargetFirstPattern() {
+    static const Regex re(R"re(<Relationship\b[^>]*Target="([^"]*slide\d+\.xml)"[^>]*\bId="(rId\d+)")re");
+    return re;
+}
+const Regex& showPattern() {
+    static const Regex re(R"re(\sshow\s*=\s*["']([^"']*)["'])re");
+    return re;
+}
+const Regex& anyRelPattern() {
+    static const Regex re(R"re(Id="(rId\d+)"[^>]*Target="([^"]*)")re");
+    return re;
+}
+const Regex& picturePattern() {
+    static const Regex re(R"re(<p:pic\b[\s\S]*?</p:pic>)re");
+    return re;
+}
+const Regex& blipPattern() {
+    static const Regex re(R"re(<a:blip\b[^>]*?r:embed="(rId\d+)")re");
+    return re;
+}
+
+// Capture `group` of every match, in order (0 = the whole match).
+std::vector<std::string> matches(std::string_view in, const Regex& pattern, std::size_t group) {
+    return pattern.captures(in, group);
+}
+
+// Groups 1 and 2 of every match, in order.
+std::vector<std::pair<std::string, std::string>> matches2(std::string_view in, const Regex& pattern) {
+    std::vector<std::pair<std::string, std::string>> out;
+    for (const auto& m : pattern.allMatches(in)) out.emplace_back(m.group(in, 1), m.group(in, 2));
+    return out;
+}
+
+// Id -> target; a later relationship with the same id replaces the earlier one.
+std::map<std::string, std::string> relationshipMap(std::string_view relsXML, const Regex& pattern) {
+    std::map<std::string, std::string> map;
+    for (auto& [id, target] : matches2(relsXML, pattern)) map[std::move(id)] = std::move(target);
+    return map;
+}
+
+std::string asciiLower(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return out;
+}
+
+std::int64_t occurrences(std::string_view text, std::string_view needle) {
+    std::int64_t count = 0;
+    for (auto at = text.find(needle); at != std::string_view::npos; at = text.find(needle, at + needle.size())) {
+        ++count;
+    }
+    return count;
+}
+
+// The slide's p:timing as a tree, or nothing when it is missing or malformed.
+std::optional<XmlElement> parsedTiming(std::string_view xml) {
+    try {
+        return SlideXML::parseElement(xml, "p:timing");
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+}
+
+bool hasVideoAutoplay(const std::optional<XmlElement>& timing) {
+    if (!timing) return false;
+    for (const auto& node : TimingTree::allCTnInDocumentOrder(*timing)) {
+        if (node.attribute("presetClass") == "mediacall" && node.attribute("nodeType") != "clickEffect") return true;
+    }
+    return false;
+}
+
+MainSeqVideo mainSeqVideo(const std::optional<XmlElement>& timing) {
+    if (!timing) return {};
+    const auto call = TimingTree::mainSeqMediaCall(*timing);
+    if (!call) return {};
+    MainSeqVideo video;
+    video.present = true;
+    video.isOnClick = call->attribute("nodeType") == "clickEffect";
+    if (const auto ms = TimingTree::effectDurationMs(*call); ms > 0) video.durationMs = ms;
+    return video;
+}
+
+std::optional<std::int64_t> lookup(const SlideDurations& durations, std::int64_t slide) {
+    const auto it = durations.find(slide);
+    if (it == durations.end()) return std::nullopt;
+    return it->second;
+}
+
+// Pads with spaces to `width` characters (code points); never truncates.
+std::string padRight(std::string text, std::size_t width) {
+    std::size_t length = 0;
+    for (const char c : text) length += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+    if (length < width) text.append(width - length, ' ');
+    return text;
+}
+
+std::string padLeft(const std::string& text, std::size_t width) {
+    std::size_t length = 0;
+    for (const char c : text) length += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+    return length < width ? std::string(width - length, ' ') + text : text;
+}
+
+// Every occurrence of "ppt/slides/" removed, in one left-to-right pass (text
+// that the removal brings together is not searched again).
+std::string withoutSlidesFolder(std::string_view file) {
+    static constexpr std::string_view folder = "ppt/slides/";
+    std::string out;
+    std::size_t from = 0;
+    for (auto at = file.find(folder); at != std::string_view::npos; at = file.find(folder, from)) {
+        out.append(file.substr(from, at - from));
+        from = at + folder.size();
+    }
+    out.append(file.substr(from));
+    return out;
+}
+
+}  // namespace
+
+std::vector<std::string> orderedSlideFiles(const std::filesystem::path& url) {
+    PptxArchive::Deck deck(url);
+    return orderedSlideFiles(deck);
+}
+
+std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck) {
+    const std::string presentation = deck.readEntry("ppt/presentation.xml");
+    const std::string rels = deck.readEntry("ppt/_rels/presentation.xml.rels");
+
+    auto targets = relationshipMap(rels, slideRelPattern());
+    for (auto& [target, id] : matches2(rels, slideRelTargetFirstPattern())) targets.try_emplace(id, target);
+    std::vector<std::string> files;
+    for (const auto& id : matches(presentation, sldIdPattern(), 1)) {
+        const auto it = targets.find(id);
+        if (it == targets.end()) continue;
+        const std::string& target = it->second;
+        files.push_back(target.starts_with('/') ? target.substr(1) : "ppt/" + target);
+    }
+    return files;
+}
+
+bool isSlideHidden(std::string_view xml) {
+    const auto start = xml.find("<p:sld");
+    if (start == std::string_view::npos) return false;
+    const auto close = xml.find('>', start + 6);
+    if (close == std::string_view::npos) return false;
+    const std::string_view rootTag = xml.substr(start, close + 1 - start);
+    const auto match = showPattern().firstMatch(rootTag);
+    if (!match) return false;
+    const std::string_view value = match->group(rootTag, 1);
+    return value == "0" || asciiLower(value) == "false";
+}
+
+bool hasVideoAutoplay(std::string_view xml) { return hasVideoAutoplay(parsedTiming(xml)); }
+
+MainSeqVideo mainSeqVideo(std::string_view xml) { return mainSeqVideo(parsedTiming(xml)); }
+
+bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
+    const auto targets = relationshipMap(relsXML, anyRelPattern());
+    if (targets.empty()) return false;
+    for (const auto& picture : matches(slideXML, picturePattern(), 0)) {
+        // A video's poster frame is a picture too, but not a GIF to time.
+        if (picture.find("<a:videoFile") != std::string::npos) continue;
+        for (const auto& id : matches(picture, blipPattern(), 1)) {
+            const auto it = targets.find(id);
+            if (it != targets.end() && asciiLower(it->second).ends_with(".gif")) return true;
+        }
+    }
+    return false;
+}
+
+SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std::string_view xml,
+                        std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
+    const ScanResult scan = AdvanceTimeScanner::scan(xml);
+    // Both timing probes share one parse of the fragment.
+    const auto timing = parsedTiming(xml);
+    const MainSeqVideo video = mainSeqVideo(timing);
+
+    std::optional<std::int64_t> videoDurationMs = lookup(videoMs, displayIndex);
+    if (!videoDurationMs) videoDurationMs = video.durationMs;
+    const std::optional<std::int64_t> gifDurationMs = lookup(gifMs, displayIndex);
+
+    SlideReport r;
+    r.displayIndex = displayIndex;
+    r.file = file;
+    r.bulletCount = scan.bulletCount;
+    r.bulletDursMs = scan.bulletDursMs;
+    r.autoDurationMs = scan.autoDurationMs;
+    r.hasVideoAutoplay = hasVideoAutoplay(timing);
+    r.videoCount = occurrences(xml, "<a:videoFile");
+    if (!video.present || videoDurationMs) {
+        r.advTmMs = AdvanceTimeCalculator::advanceTimeMs(
+            scan.bulletDursMs, scan.autoDurationMs >= 1, scan.autoDurationMs, videoDurationMs.has_value(),
+            videoDurationMs.value_or(0), gifDurationMs.has_value(), gifDurationMs.value_or(0), scan.exitGroupCount);
+    }
+    r.isHidden = isSlideHidden(xml);
+    r.videoDurationMs = videoDurationMs;
+    r.hasOnClickVideo = video.present && video.isOnClick;
+    r.hasGif = slideHasGif(xml, relsXML);
+    r.hasExitEffect = scan.hasExitEffect;
+    r.exitGroupCount = scan.exitGroupCount;
+    r.orderedGroupKinds = scan.orderedGroupKinds;
+    return r;
+}
+
+std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const SlideDurations& videoMs,
+                                const SlideDurations& gifMs) {
+    // One open deck: its directory is parsed once, not once per part.
+    PptxArchive::Deck deck(pptxURL);
+    const auto files = orderedSlideFiles(deck);
+    std::vector<SlideReport> reports;
+    reports.reserve(files.size());
+    std::int64_t displayIndex = 0;
+    for (const auto& file : files) {
+        ++displayIndex;
+        const std::string xml = deck.readEntry(file);
+        std::string rels;
+        try {
+            rels = deck.readEntry(NotesScanner::relsPath(file));
+        } catch (const PptxArchive::ArchiveError&) {
+            // No relationships part: the slide simply has no GIF.
+        }
+        reports.push_back(slideReport(displayIndex, file, xml, rels, videoMs, gifMs));
+    }
+    return reports;
+}
+
+MediaValidation validateMedia(const std::vector<SlideReport>& reports) {
+    MediaValidation validation;
+    for (const auto& r : reports) {
+        if (r.videoCount > 1) validation.slidesWithMultipleVideos.push_back(r.displayIndex);
+    }
+    return validation;
+}
+
+std::string formatTable(const std::vector<SlideReport>& reports) {
+    std::string table = padRight("idx", 4) + padRight("file", 24) + padLeft("bullets", 9) + padLeft("autoDurMs", 11) +
+                        padLeft("video", 7) + "  advTm";
+    for (const auto& r : reports) {
+        table += "\n";
+        table += padRight(formatInt(r.displayIndex), 4) + padRight(withoutSlidesFolder(r.file), 24) +
+                 padLeft(formatInt(r.bulletCount), 9) + padLeft(formatInt(r.autoDurationMs), 11) +
+                 padLeft(r.hasVideoAutoplay ? "yes" : "no", 7) + "  " +
+                 (r.advTmMs ? formatInt(*r.advTmMs) : "needs videoMs");
+    }
+    return table;
+}
+
+}  // namespace orvandel::DeckScanner

@@ -1,0 +1,77 @@
+#pragma once
+// Turns a deck into one SlideReport per slide, in presentation order: which
+// entry holds the slide, whether it is hidden, its click steps and exit
+// groups, its videos and GIFs, and the advance time it needs to play all of
+// it by itself. Stateless; slide XML is searched as text, and only the
+// p:timing fragment is parsed.
+//
+// The per-slide probes take the slide's XML text and never throw: timing that
+// is missing or does not parse reads as "no video".
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "container/PptxArchive.hpp"
+#include "deck/SlideReport.hpp"
+
+namespace orvandel {
+
+// The media-call effect of a slide's main sequence. The default value means
+// there is none.
+struct MainSeqVideo {
+    bool present = false;
+    bool isOnClick = false;                 // its nodeType is exactly "clickEffect"
+    std::optional<std::int64_t> durationMs;  // the largest dur below it, when above 0
+
+    bool operator==(const MainSeqVideo&) const = default;
+};
+
+struct MediaValidation {
+    std::vector<std::int64_t> slidesWithMultipleVideos;  // display indices, report order
+
+    bool needsAttention() const { return !slidesWithMultipleVideos.empty(); }
+    bool operator==(const MediaValidation&) const = default;
+};
+
+namespace DeckScanner {
+
+// The slide entry paths ("ppt/slides/slide3.xml") in p:sldId order. Slide ids
+// without a slide relationship are skipped. Throws PptxArchive::ArchiveError
+// when the presentation part or its relationships cannot be read.
+std::vector<std::string> orderedSlideFiles(const std::filesystem::path& url);
+// The same, on a deck already open for further reads.
+std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck);
+
+// One report per slide. videoMs and gifMs are keyed by display index; a
+// videoMs entry wins over the duration the slide's own timing states. Throws
+// ArchiveError (presentation parts, a slide) and SlideXMLError (a slide whose
+// timing cannot be scanned); nothing partial is returned.
+std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const SlideDurations& videoMs,
+                                const SlideDurations& gifMs);
+
+// The report of one slide from its XML and its relationships part (empty when
+// it has none: then it has no GIF). advTmMs is absent exactly when the slide
+// has a main-sequence video whose length neither videoMs nor the slide gives.
+SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std::string_view xml,
+                        std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs);
+
+MediaValidation validateMedia(const std::vector<SlideReport>& reports);
+
+// A plain-text table, one line per slide after a header; no final line feed.
+std::string formatTable(const std::vector<SlideReport>& reports);
+
+// The root start tag's show attribute is "0" or, in any case, "false".
+bool isSlideHidden(std::string_view xml);
+// Some media call of the timing starts without a click.
+bool hasVideoAutoplay(std::string_view xml);
+MainSeqVideo mainSeqVideo(std::string_view xml);
+// A picture that is not a video embeds an image whose target ends in ".gif"
+// (any case); relsXML is the slide's relationships part, or "".
+bool slideHasGif(std::string_view slideXML, std::string_view relsXML);
+
+}  // namespace DeckScanner
+
+}  // namespace orvandel

@@ -1,0 +1,143 @@
+#include "package/CueCalculator.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "base/Checked.hpp"
+#include "base/Numbers.hpp"
+
+namespace orvandel {
+
+std::optional<CueKind> cueKindFromString(std::string_view raw) {
+    if (raw == "slide") return CueKind::slide;
+    if (raw == "bullet") return CueKind::bullet;
+    return std::nullopt;
+}
+
+namespace CueCalculator {
+
+namespace {
+
+// The same constants as the advance-time plan, so that cues land where the
+// rendered movie shows each step.
+constexpr std::int64_t kLeadInMs = 500;            // before the first step, and around a video or GIF
+constexpr std::int64_t kDefaultAnimationMs = 500;  // a step whose animation length is unknown
+constexpr std::int64_t kPauseMs = 1000;            // after an animation
+constexpr std::int64_t kMinimumStepMs = 1500;      // shortest step, and the fixed step of an exit group
+
+class CueList {
+public:
+    CueList(std::vector<Cue>& cues, std::int64_t nextIndex, std::int64_t slide)
+        : cues_(cues), nextIndex_(nextIndex), slide_(slide), prefix_("Slide " + formatInt(slide)) {}
+
+    void slideCue(std::int64_t timeMs) { append(CueKind::slide, prefix_, timeMs); }
+    void stepCue(std::int64_t timeMs) { append(CueKind::bullet, prefix_ + " - bullet", timeMs); }
+    void videoEndCue(std::int64_t timeMs) { append(CueKind::bullet, prefix_ + " - fim do video", timeMs); }
+    void gifEndCue(std::int64_t timeMs) { append(CueKind::bullet, prefix_ + " - fim do GIF", timeMs); }
+
+    std::int64_t nextIndex() const { return nextIndex_; }
+
+private:
+    void append(CueKind kind, std::string label, std::int64_t timeMs) {
+        cues_.push_back(Cue{nextIndex_, slide_, kind, std::move(label), timeMs});
+        nextIndex_ = checkedAdd(nextIndex_, 1);
+    }
+
+    std::vector<Cue>& cues_;
+    std::int64_t nextIndex_;
+    std::int64_t slide_;
+    std::string prefix_;
+};
+
+// Appends the cues of one visible slide that starts at slideStartMs and
+// returns the next free cue index.
+std::int64_t addCuesForSlide(std::vector<Cue>& cues, std::int64_t nextIndex, const CueInput& input,
+                             std::int64_t slideStartMs) {
+    CueList list(cues, nextIndex, input.slideIndex);
+    const bool hasMedia = input.videoDurationMs || input.gifDurationMs;
+    const std::int64_t base = checkedAdd(slideStartMs, input.autoDurationMs.value_or(0));
+
+    if (input.bulletCount > 0) {
+        if (input.exitGroupCount >= 1 && !input.orderedGroupKinds.empty() && !hasMedia) {
+            // Entry and exit groups interleave: each group has its own fixed slot.
+            const auto& kinds = input.orderedGroupKinds;
+            if (kinds.front() == ClickGroupKind::entry) list.stepCue(checkedAdd(base, kLeadInMs));
+            for (std::size_t i = 0; i < kinds.size(); ++i) {
+                const std::int64_t j = checkedAdd(static_cast<std::int64_t>(i), 1);
+                if (kinds[i] == ClickGroupKind::exit) {
+                    list.stepCue(checkedAdd(checkedAdd(base, checkedMul(j - 1, kMinimumStepMs)), kLeadInMs));
+                } else {
+                    const std::int64_t t = checkedAdd(checkedAdd(base, checkedMul(j, kMinimumStepMs)), kPauseMs);
+                    if (i + 1 == kinds.size()) {
+                        list.slideCue(t);
+                    } else {
+                        list.stepCue(t);
+                    }
+                }
+            }
+            return list.nextIndex();
+        }
+
+        // With media the slide ends on the media's own cue, so no lead-in and
+        // no slide cue.
+        if (!hasMedia) list.stepCue(checkedAdd(base, kLeadInMs));
+        std::int64_t sum = 0;
+        for (std::int64_t i = 0; i < input.bulletCount; ++i) {
+            const auto index = static_cast<std::size_t>(i);
+            const std::int64_t d = index < input.bulletDursMs.size() ? input.bulletDursMs[index] : kDefaultAnimationMs;
+            sum = checkedAdd(sum, std::max(checkedAdd(d, kPauseMs), kMinimumStepMs));
+            const std::int64_t t = checkedAdd(checkedAdd(base, sum), kPauseMs);
+            if (i == input.bulletCount - 1 && !hasMedia) {
+                list.slideCue(t);
+            } else {
+                list.stepCue(t);
+            }
+        }
+    }
+
+    // Measured from base: the video starts with the slide, not after the steps.
+    if (input.videoDurationMs) {
+        list.videoEndCue(checkedAdd(checkedAdd(checkedAdd(base, kLeadInMs), *input.videoDurationMs), kLeadInMs));
+    }
+
+    if (!input.gifDurationMs) {
+        if (input.videoDurationMs || input.bulletCount != 0) return list.nextIndex();
+        if (input.exitGroupCount < 1) {
+            list.slideCue(checkedAdd(base, kPauseMs));
+            return list.nextIndex();
+        }
+        for (std::int64_t k = 0; k < input.exitGroupCount; ++k) {
+            list.stepCue(checkedAdd(checkedAdd(base, checkedMul(k, kMinimumStepMs)), kLeadInMs));
+        }
+        list.slideCue(checkedAdd(checkedAdd(base, checkedMul(input.exitGroupCount, kMinimumStepMs)), kPauseMs));
+        return list.nextIndex();
+    }
+
+    list.gifEndCue(checkedAdd(checkedAdd(checkedAdd(base, kLeadInMs), *input.gifDurationMs), kLeadInMs));
+    return list.nextIndex();
+}
+
+}  // namespace
+
+std::vector<Cue> calculateCues(const std::vector<CueInput>& inputs) {
+    std::vector<Cue> cues;
+    std::int64_t nextIndex = 0;
+    std::int64_t slideStartMs = 0;
+    for (const CueInput& input : inputs) {
+        if (input.isHidden) continue;
+        nextIndex = addCuesForSlide(cues, nextIndex, input, slideStartMs);
+        slideStartMs = checkedAdd(slideStartMs, input.advanceTimeMs);
+    }
+    if (cues.empty()) {
+        // Callers check for visible slides first (DeckError::noVisibleSlides);
+        // reaching this is a programming fault, like an overflow.
+        std::fprintf(stderr, "orvandel: fatal: calculateCues was given no visible slide\n");
+        std::abort();
+    }
+    return cues;
+}
+
+}  // namespace CueCalculator
+
+}  // namespace orvandel

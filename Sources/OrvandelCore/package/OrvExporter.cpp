@@ -1,0 +1,116 @@
+#include "package/OrvExporter.hpp"
+
+#include <algorithm>
+
+#include "base/Checked.hpp"
+#include "base/TemporaryDirectory.hpp"
+#include "deck/DeckError.hpp"
+#include "deck/DeckScanner.hpp"
+#include "deck/NotesScanner.hpp"
+#include "package/CueCalculator.hpp"
+#include "package/CueInputAssembler.hpp"
+#include "package/ManifestBuilder.hpp"
+#include "package/OrvPackager.hpp"
+#include "render/MasterDurationGuard.hpp"
+#include "render/Mp4Duration.hpp"
+#include "rewrite/DeckTransformer.hpp"
+
+namespace orvandel::OrvExporter {
+
+FlowError::FlowError(const Mp4Exporter::ExportError& error)
+    : Error(std::string("Não foi possível automatizar o export do MP4 (motivo: ") + error.what() + "). " +
+            "Exporte manualmente no PowerPoint (Arquivo → Exportar → Criar Vídeo, " +
+            "1080p, 'Usar Narrações e Temporizações Gravadas' marcado) e rode de novo " +
+            "passando --mp4 <arquivo>."),
+      exportError_(error) {}
+
+FlowError FlowError::automationFailed(const Mp4Exporter::ExportError& error) { return FlowError(error); }
+
+namespace {
+
+Result resultOf(const std::vector<SlideReport>& reports, bool movieHandedIn) {
+    Result r;
+    for (const auto& s : reports) {
+        if (s.hasOnClickVideo && !movieHandedIn) r.convertedOnClickVideoSlides.push_back(s.displayIndex);
+        if (s.hasExitEffect && !s.isHidden) r.slidesWithExitEffects.push_back(s.displayIndex);
+        if (!s.isHidden) r.maxBulletsPerSlide = std::max(r.maxBulletsPerSlide, s.bulletCount);
+    }
+    return r;
+}
+
+}  // namespace
+
+std::int64_t expectedDurationMs(const std::vector<SlideReport>& preparedReports) {
+    std::int64_t total = 0;
+    for (const auto& s : preparedReports) {
+        if (!s.isHidden && s.advTmMs) total = checkedAdd(total, *s.advTmMs);
+    }
+    return total;
+}
+
+Result export_(const std::filesystem::path& originalPptx, const std::optional<std::filesystem::path>& masterMp4,
+               const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
+               std::chrono::system_clock::time_point generatedAt, const std::string& source,
+               const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
+               const Mp4Exporting& exporter, const RenderHooks& hooks) {
+    hooks.report(kStageScan, 0);
+    const auto reports = DeckScanner::report(originalPptx, videoMs, gifMs);
+    if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
+        throw DeckError::noVisibleSlides();
+    }
+    const auto media = DeckScanner::validateMedia(reports);
+    if (media.needsAttention()) throw DeckError::multipleVideosOnSlide(media.slidesWithMultipleVideos);
+    std::vector<std::int64_t> gifsWithoutDuration;
+    for (const auto& s : reports) {
+        if (s.hasGif && !s.isHidden && !gifMs.count(s.displayIndex)) gifsWithoutDuration.push_back(s.displayIndex);
+    }
+    if (!gifsWithoutDuration.empty()) throw DeckError::gifWithoutDuration(gifsWithoutDuration);
+    hooks.throwIfCancelled();
+
+    // Removed with everything in it when the flow ends, however it ends.
+    std::optional<TemporaryDirectory> work;
+    std::filesystem::path movie;
+    std::int64_t expectedMs = 0;
+    if (masterMp4) {
+        movie = *masterMp4;
+    } else {
+        work.emplace(exporter.workDirectoryBase(), "orv-chain-");
+        const auto prepared = work->path() / "prepared.pptx";
+        hooks.report(kStagePrepare, 0);
+        const auto preparedReports =
+            DeckTransformer::prepare(originalPptx, prepared, videoMs, gifMs, /*respiroMs=*/1000, /*espacamentoMs=*/1500);
+        expectedMs = expectedDurationMs(preparedReports);
+        hooks.throwIfCancelled();
+        movie = work->path() / "master.mp4";
+        try {
+            exporter.export_(prepared, movie, isRenderAlive, hooks);
+        } catch (const Mp4Exporter::ExportError& e) {
+            throw FlowError::automationFailed(e);
+        }
+    }
+
+    const auto cues = CueCalculator::calculateCues(CueInputAssembler::cueInputs(reports, videoMs, gifMs));
+    const auto notes = NotesScanner::notesBySlide(originalPptx);
+    const std::int64_t measuredMs = Mp4Duration::measureMs(movie);
+    if (!masterMp4 && !MasterDurationGuard::check(expectedMs, measuredMs).isOk()) {
+        throw DeckError::masterDurationMismatch(expectedMs, measuredMs);
+    }
+    hooks.throwIfCancelled();
+
+    hooks.report(kStagePackage, 0);
+    const ManifestMetadata metadata{originalPptx.filename().string(), static_cast<std::int64_t>(reports.size()),
+                                    measuredMs, generatedAt, source, pluginVersion};
+    // A cancel that arrives while the archive is written still keeps an
+    // existing package: the token is looked at once more before the rename.
+    const auto writeUnlessCancelled = [&hooks](const std::vector<ZipArchive::StreamedEntry>& entries,
+                                               const std::filesystem::path& to) {
+        ZipArchive::createStreaming(entries, to);
+        hooks.throwIfCancelled();
+    };
+    OrvPackager::package(ManifestBuilder::buildManifestV3(cues, notes, metadata), movie, outOrv,
+                         writeUnlessCancelled);
+    hooks.report(kStagePackage, 1);
+    return resultOf(reports, masterMp4.has_value());
+}
+
+}  // namespace orvandel::OrvExporter

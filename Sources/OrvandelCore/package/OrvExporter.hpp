@@ -1,0 +1,67 @@
+#pragma once
+// The export flow: a deck becomes one .orv package end to end. It scans the
+// deck and refuses decks that cannot be exported, prepares a self-playing
+// copy, has a renderer turn it into the master movie (unless a movie is
+// handed in), measures the movie against the plan, computes the cues, reads
+// the speaker notes and writes the package. Its work directory is removed on
+// every exit.
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Error.hpp"
+#include "deck/SlideReport.hpp"
+#include "render/ExportError.hpp"
+#include "render/Mp4Exporting.hpp"
+
+namespace orvandel::OrvExporter {
+
+struct Result {
+    std::vector<std::int64_t> convertedOnClickVideoSlides;
+    std::vector<std::int64_t> slidesWithExitEffects;
+    std::int64_t maxBulletsPerSlide = 0;
+    bool operator==(const Result&) const = default;
+};
+
+// Rendering failed with the renderer's ExportError.
+class FlowError : public Error {
+public:
+    enum class Case { automationFailed };
+
+    static FlowError automationFailed(const Mp4Exporter::ExportError& error);
+
+    Case errorCase() const { return Case::automationFailed; }
+    const Mp4Exporter::ExportError& exportError() const { return exportError_; }
+
+private:
+    explicit FlowError(const Mp4Exporter::ExportError& error);
+    Mp4Exporter::ExportError exportError_;
+};
+
+// The flow's own stages, reported through RenderHooks::progress besides the
+// renderer's.
+inline constexpr const char* kStageScan = "scanning the deck";
+inline constexpr const char* kStagePrepare = "preparing the deck";
+inline constexpr const char* kStagePackage = "writing the package";
+
+// The arguments of one export. masterMp4 present: the deck is neither
+// prepared nor rendered and the duration check is skipped. isRenderAlive is
+// handed to the renderer as it is (empty: the renderer's own default). The
+// work directory goes into exporter.workDirectoryBase(). hooks reach the
+// renderer; a cancelled token ends the flow with CancelledError, cleaned up
+// like any other failure.
+Result export_(const std::filesystem::path& originalPptx, const std::optional<std::filesystem::path>& masterMp4,
+               const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
+               std::chrono::system_clock::time_point generatedAt, const std::string& source,
+               const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
+               const Mp4Exporting& exporter, const RenderHooks& hooks = {});
+
+// The expected movie length of a prepared deck: the advance times of its
+// visible slides.
+std::int64_t expectedDurationMs(const std::vector<SlideReport>& preparedReports);
+
+}  // namespace orvandel::OrvExporter

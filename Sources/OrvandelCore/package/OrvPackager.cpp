@@ -1,0 +1,36 @@
+#include "package/OrvPackager.hpp"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "base/AtomicFile.hpp"
+#include "base/Bytes.hpp"
+#include "base/Cancellation.hpp"
+#include "deck/DeckError.hpp"
+
+namespace orvandel::OrvPackager {
+
+void package(const std::string& manifestJSON, const std::filesystem::path& masterMp4,
+             const std::filesystem::path& to, const ArchiveWriter& writer) {
+    // The movie is checked before anything is written: an unreadable movie is
+    // the file system's error, not a failure to write the package.
+    {
+        const int fd = ::open(masterMp4.c_str(), O_RDONLY | O_CLOEXEC);
+        if (fd < 0) throw FileError("open", masterMp4.string(), errno);
+        ::close(fd);
+        if (std::filesystem::is_directory(masterMp4)) throw FileError("read", masterMp4.string(), EISDIR);
+    }
+    try {
+        AtomicFile::replace(to, [&](const std::filesystem::path& temporary) {
+            writer({{"manifest.json", toBytes(manifestJSON), std::nullopt}, {"assets/master.mp4", {}, masterMp4}},
+                   temporary);
+        });
+    } catch (const CancelledError&) {
+        throw;  // stopping on request is not a failure to write
+    } catch (const std::exception&) {
+        throw DeckError::orvWriteFailed(to.string());
+    }
+}
+
+}  // namespace orvandel::OrvPackager

@@ -1,0 +1,203 @@
+#include "render/Mp4Duration.hpp"
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fcntl.h>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/Numbers.hpp"
+
+namespace orvandel::Mp4Duration {
+
+Mp4Error::Mp4Error(std::filesystem::path url, std::string underlying)
+    : Error("cannot measure duration of " + url.filename().string() + ": " + underlying),
+      url_(std::move(url)),
+      underlying_(std::move(underlying)) {}
+
+Mp4Error Mp4Error::cannotMeasure(std::filesystem::path url, std::string underlying) {
+    return Mp4Error(std::move(url), std::move(underlying));
+}
+
+namespace {
+
+// Real movies hold a handful of top-level boxes (a fragmented one a few per
+// second of film); far more means garbage, which must not cost minutes of reads.
+constexpr std::int64_t kMaxBoxesPerLevel = 1'000'000;
+
+struct Fd {
+    int fd = -1;
+    ~Fd() {
+        if (fd >= 0) ::close(fd);
+    }
+};
+
+struct Box {
+    std::int64_t offset = 0;
+    std::int64_t size = 0;        // header included
+    std::int64_t headerSize = 0;  // 8, or 16 with a 64-bit size
+    std::string type;
+};
+
+std::uint32_t be32(const unsigned char* p) {
+    return (std::uint32_t(p[0]) << 24) | (std::uint32_t(p[1]) << 16) | (std::uint32_t(p[2]) << 8) | p[3];
+}
+
+std::uint64_t be64(const unsigned char* p) { return (std::uint64_t(be32(p)) << 32) | be32(p + 4); }
+
+bool isPrintableType(const std::string& type) {
+    for (unsigned char c : type) {
+        if (c < 0x20 || c > 0x7E) return false;
+    }
+    return true;
+}
+
+// Boxes an MP4 or QuickTime movie may begin with.
+bool isLeadingType(const std::string& type) {
+    static const char* const kTypes[] = {"ftyp", "moov", "mdat", "free", "skip", "wide", "pnot", "uuid", "styp"};
+    for (const char* t : kTypes) {
+        if (type == t) return true;
+    }
+    return false;
+}
+
+class MovieFile {
+public:
+    explicit MovieFile(const std::filesystem::path& url) : url_(url) {
+        // O_NONBLOCK: opening a FIFO must not hang; it is refused below.
+        fd_.fd = ::open(url.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+        if (fd_.fd < 0) fail(std::strerror(errno));
+        struct stat st {};
+        if (::fstat(fd_.fd, &st) != 0) fail(std::strerror(errno));
+        if (!S_ISREG(st.st_mode)) fail("not a regular file");
+        size_ = st.st_size;
+    }
+
+    std::int64_t size() const { return size_; }
+
+    [[noreturn]] void fail(const std::string& text) const { throw Mp4Error::cannotMeasure(url_, text); }
+
+    // Reads exactly n bytes at offset; the caller has checked they lie inside the file.
+    void readAt(std::int64_t offset, unsigned char* buffer, std::size_t n) const {
+        std::size_t done = 0;
+        while (done < n) {
+            const ssize_t r = ::pread(fd_.fd, buffer + done, n - done, static_cast<off_t>(offset) + off_t(done));
+            if (r < 0 && errno == EINTR) continue;
+            if (r < 0) fail(std::string("read failed: ") + std::strerror(errno));
+            if (r == 0) fail("file shrank while being read");
+            done += static_cast<std::size_t>(r);
+        }
+    }
+
+    // The box whose header starts at offset, checked to lie inside [offset, end).
+    // `where` names the enclosing box in failure texts ("" at the top level).
+    Box boxAt(std::int64_t offset, std::int64_t end, const std::string& where) const {
+        const std::string at = " at offset " + formatInt(offset);
+        if (end - offset < 8) fail("truncated box header" + at + where);
+        unsigned char header[16];
+        readAt(offset, header, 8);
+        Box box;
+        box.offset = offset;
+        box.type.assign(reinterpret_cast<const char*>(header + 4), 4);
+        const std::uint32_t size32 = be32(header);
+        std::uint64_t size = size32;
+        box.headerSize = 8;
+        if (size32 == 1) {
+            if (end - offset < 16) fail("truncated box header" + at + where);
+            readAt(offset + 8, header + 8, 8);
+            size = be64(header + 8);
+            box.headerSize = 16;
+        } else if (size32 == 0) {
+            size = static_cast<std::uint64_t>(end - offset);  // runs to the end of its container
+        }
+        // Top-level types are plain ASCII; anything else means the walk has
+        // left the box structure. (Some boxes deeper in are named with byte 0xA9.)
+        if (where.empty() && !isPrintableType(box.type)) fail("invalid box type" + at);
+        const std::string named = "'" + box.type + "' box" + at;
+        if (size < static_cast<std::uint64_t>(box.headerSize)) {
+            fail("invalid size " + std::to_string(size) + " of " + named + where);
+        }
+        if (size > static_cast<std::uint64_t>(end - offset)) {
+            fail((where.empty() ? "file is cut short: " : "") + named + " needs " + std::to_string(size) +
+                 " bytes, only " + formatInt(end - offset) + " remain" + where);
+        }
+        box.size = static_cast<std::int64_t>(size);
+        return box;
+    }
+
+    // The first box of the given type among the boxes filling [begin, end).
+    std::optional<Box> find(const std::string& type, std::int64_t begin, std::int64_t end,
+                            const std::string& where) const {
+        std::int64_t count = 0;
+        for (std::int64_t offset = begin; offset < end; ++count) {
+            if (count == kMaxBoxesPerLevel) fail("too many boxes" + where);
+            const Box box = boxAt(offset, end, where);
+            if (box.type == type) return box;
+            offset += box.size;  // size >= 8, so the walk always moves on
+        }
+        return std::nullopt;
+    }
+
+private:
+    std::filesystem::path url_;
+    Fd fd_;
+    std::int64_t size_ = 0;
+};
+
+}  // namespace
+
+std::int64_t measureMs(const std::filesystem::path& url) {
+    const MovieFile file(url);
+    if (file.size() == 0) file.fail("empty file");
+
+    // A file that does not open with a box a movie starts with is no movie at
+    // all, which says more than a complaint about some box further on.
+    if (file.size() < 8) file.fail("not an MP4 movie (too short)");
+    unsigned char first[8];
+    file.readAt(0, first, 8);
+    if (!isLeadingType(std::string(reinterpret_cast<const char*>(first + 4), 4))) {
+        file.fail("not an MP4 movie (unrecognised data at the start of the file)");
+    }
+
+    const auto moov = file.find("moov", 0, file.size(), "");
+    if (!moov) file.fail("no movie box ('moov') in the file");
+    const auto mvhd = file.find("mvhd", moov->offset + moov->headerSize, moov->offset + moov->size, " inside 'moov'");
+    if (!mvhd) file.fail("no movie header ('mvhd') inside 'moov'");
+
+    // version(1) flags(3), then creation and modification times, timescale and
+    // duration: 32-bit times and duration in version 0, 64-bit in version 1.
+    const std::int64_t payload = mvhd->size - mvhd->headerSize;
+    unsigned char body[32] = {};
+    if (payload < 1) file.fail("truncated movie header ('mvhd')");
+    file.readAt(mvhd->offset + mvhd->headerSize, body, 1);
+    const int version = body[0];
+    if (version > 1) file.fail("unsupported movie header ('mvhd') version " + std::to_string(version));
+    const std::int64_t needed = version == 0 ? 20 : 32;
+    if (payload < needed) file.fail("truncated movie header ('mvhd')");
+    file.readAt(mvhd->offset + mvhd->headerSize, body, static_cast<std::size_t>(needed));
+
+    std::uint32_t timescale = 0;
+    std::uint64_t duration = 0;
+    bool indefinite = false;
+    if (version == 0) {
+        timescale = be32(body + 12);
+        duration = be32(body + 16);
+        indefinite = duration == UINT32_MAX;
+    } else {
+        timescale = be32(body + 20);
+        duration = be64(body + 24);
+        indefinite = duration == UINT64_MAX;
+    }
+    if (timescale == 0) file.fail("zero timescale in the movie header ('mvhd')");
+
+    const double seconds = indefinite ? INFINITY : static_cast<double>(duration) / static_cast<double>(timescale);
+    if (!std::isfinite(seconds) || !(seconds > 0)) file.fail("non-finite or zero duration");
+    const double ms = std::trunc(seconds * 1000.0);
+    // A crafted header can claim more than 64 bits of milliseconds; that is bad input, not a fault.
+    if (ms >= 9.2e18) file.fail("duration out of range");
+    return static_cast<std::int64_t>(ms);
+}
+
+}  // namespace orvandel::Mp4Duration

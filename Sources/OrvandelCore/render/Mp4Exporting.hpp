@@ -1,0 +1,39 @@
+#pragma once
+// The renderer interface shared by the export flow and its implementations
+// (PowerPoint through AppleScript, and the headless renderer). A renderer
+// that cannot make the movie throws Mp4Exporter::ExportError (or an error of
+// its own, which the flow passes on unchanged).
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "base/Cancellation.hpp"
+
+namespace orvandel {
+
+struct RenderHooks {
+    ProgressCallback progress;                 // may be empty
+    std::optional<CancellationToken> cancel;   // may be absent
+
+    void report(const std::string& stage, double fraction) const {
+        if (progress) progress(stage, fraction);
+    }
+    void throwIfCancelled() const {
+        if (cancel && cancel->isCancelled()) throw CancelledError();
+    }
+};
+
+class Mp4Exporting {
+public:
+    virtual ~Mp4Exporting() = default;
+    // Renders preparedDeck into a movie at `to`, or throws. isRenderAlive may be empty (absent).
+    virtual void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+                         const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const = 0;
+    // Where the export flow makes its work directory (the prepared deck and
+    // the movie go there): the system temporary directory unless the
+    // renderer can only reach some other place.
+    virtual std::filesystem::path workDirectoryBase() const { return std::filesystem::temp_directory_path(); }
+};
+
+}  // namespace orvandel

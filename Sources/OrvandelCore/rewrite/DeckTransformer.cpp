@@ -1,0 +1,115 @@
+#include "rewrite/DeckTransformer.hpp"
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "base/AtomicFile.hpp"
+#include "base/Bytes.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/ZipArchive.hpp"
+#include "deck/DeckError.hpp"
+#include "deck/DeckScanner.hpp"
+#include "rewrite/ExitWriter.hpp"
+#include "rewrite/MediaWriter.hpp"
+#include "rewrite/SlideValidator.hpp"
+#include "rewrite/TimingTransformer.hpp"
+#include "rewrite/TransitionWriter.hpp"
+
+namespace orvandel::DeckTransformer {
+
+namespace {
+
+constexpr std::int64_t kVideoPreMs = 500;
+constexpr std::int64_t kExitHeadOffsetMs = 500;
+
+struct Rewritten {
+    std::string xml;
+    Branch branch;
+};
+
+Rewritten rewriteSlide(const std::string& xml, std::int64_t slide, const SlideReport& report, std::int64_t respiroMs,
+                       std::int64_t espacamentoMs) {
+    const std::int64_t advTm = *report.advTmMs;
+    if (report.bulletCount >= 1) {
+        std::string out = TimingTransformer::transformBulletSlide(xml, {advTm, respiroMs, espacamentoMs});
+        if (report.exitGroupCount < 1) return {std::move(out), Branch::bullets};
+        return {ExitWriter::retimeExitHeads(std::move(out), kExitHeadOffsetMs), Branch::bulletsWithExits};
+    }
+    if (report.hasOnClickVideo) {
+        std::string out = MediaWriter::setAutoplayPreroll(MediaWriter::convertOnClickToAutoplay(xml), kVideoPreMs);
+        return {TransitionWriter::insert(std::move(out), advTm), Branch::clickVideo};
+    }
+    if (report.hasVideoAutoplay) {
+        return {TransitionWriter::insert(MediaWriter::setAutoplayPreroll(xml, kVideoPreMs), advTm),
+                Branch::autoplayVideo};
+    }
+    if (report.videoCount > 0) throw DeckError::videoWithoutMediaCall(slide);
+    if (report.exitGroupCount >= 1) {
+        return {TransitionWriter::insert(ExitWriter::convertExitToAfterEffect(xml), advTm), Branch::exits};
+    }
+    return {TransitionWriter::insert(xml, advTm), Branch::static_};
+}
+
+}  // namespace
+
+std::string_view toString(Branch branch) {
+    switch (branch) {
+        case Branch::bullets: return "bullets";
+        case Branch::bulletsWithExits: return "bullets+exits";
+        case Branch::clickVideo: return "click video";
+        case Branch::autoplayVideo: return "autoplay video";
+        case Branch::exits: return "exits";
+        case Branch::static_: return "static";
+    }
+    return "static";
+}
+
+std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
+                                 const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
+                                 std::int64_t espacamentoMs, std::vector<Branch>& branches) {
+    PptxArchive::Deck deck(inputURL);
+    const std::vector<std::string> files = DeckScanner::orderedSlideFiles(deck);
+    std::map<std::string, Bytes> replacing;
+    std::vector<DeckError::SlideFailure> failures;
+    std::vector<SlideReport> reports;
+    std::vector<Branch> taken;
+    reports.reserve(files.size());
+    taken.reserve(files.size());
+
+    std::int64_t n = 0;
+    for (const std::string& file : files) {
+        ++n;
+        const std::string xml = deck.readEntry(file);
+        // The same analysis as the deck report, without the GIF probe: a
+        // GIF's length only enters the advance time.
+        SlideReport report = DeckScanner::slideReport(n, file, xml, "", videoMs, gifMs);
+        if (!report.advTmMs) throw DeckError::missingVideoDuration(n);
+
+        Rewritten rewritten = rewriteSlide(xml, n, report, respiroMs, espacamentoMs);
+        if (auto reason = SlideValidator::validationFailure(rewritten.xml)) {
+            failures.push_back({n, std::move(*reason)});
+        }
+        replacing[file] = toBytes(rewritten.xml);
+        taken.push_back(rewritten.branch);
+        reports.push_back(std::move(report));
+    }
+
+    if (!failures.empty()) throw DeckError::invalidOutput(std::move(failures));
+    // Written beside the destination and renamed into place: a failed write
+    // never leaves a half-written or missing file behind.
+    AtomicFile::replace(outputURL, [&](const std::filesystem::path& temporary) {
+        ZipArchive::rewrite(inputURL, replacing, temporary);
+    });
+    branches = std::move(taken);
+    return reports;
+}
+
+std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
+                                 const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
+                                 std::int64_t espacamentoMs) {
+    std::vector<Branch> ignored;
+    return prepare(inputURL, outputURL, videoMs, gifMs, respiroMs, espacamentoMs, ignored);
+}
+
+}  // namespace orvandel::DeckTransformer

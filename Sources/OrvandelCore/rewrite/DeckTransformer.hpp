@@ -1,0 +1,47 @@
+#pragma once
+// Turns a deck into the prepared copy that is rendered as a movie: every slide
+// is read, analysed and rewritten so that it plays by itself (timed bullets,
+// autoplaying video, chained exits, an automatic advance), checked, and put
+// into a copy of the package. Hidden slides are numbered and rewritten like
+// the others.
+//
+// The copy is written only when every slide succeeded, under a hidden
+// temporary name beside outputURL and then renamed into place: on any error
+// nothing is left behind and an earlier file at outputURL is untouched.
+#include <cstdint>
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+#include "deck/SlideReport.hpp"
+
+namespace orvandel::DeckTransformer {
+
+// Which writer chain a slide went through.
+enum class Branch {
+    bullets,          // timed click groups
+    bulletsWithExits, // timed click groups, then retimed exits
+    clickVideo,       // a click-started video made to autoplay
+    autoplayVideo,    // a video that already starts by itself
+    exits,            // click-started exits chained after each other
+    static_,          // nothing to time: only the advance
+};
+
+// "bullets", "bullets+exits", "click video", "autoplay video", "exits", "static".
+std::string_view toString(Branch branch);
+
+// One report per slide in slide order, advTmMs always set. videoMs and gifMs
+// are keyed by slide number (1-based, hidden slides counted). Throws
+// DeckError (missingVideoDuration, videoWithoutMediaCall, invalidOutput with
+// every rejected slide in order) and passes on the errors of the package
+// reader, the scanners, the writers and the archive writer.
+std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
+                                 const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
+                                 std::int64_t espacamentoMs);
+
+// The same, also telling which branch each slide took (replaced, in slide order).
+std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
+                                 const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
+                                 std::int64_t espacamentoMs, std::vector<Branch>& branches);
+
+}  // namespace orvandel::DeckTransformer

@@ -1,0 +1,28 @@
+#include <gtest/gtest.h>
+
+#include <clocale>
+
+#include "base/Numbers.hpp"
+
+using namespace orvandel;
+
+TEST(NumbersTest, IntegersAcceptSignsAndNothingElse) {
+    EXPECT_EQ(parseInt64("+500"), 500);
+    EXPECT_EQ(parseInt64("-20"), -20);
+    EXPECT_EQ(parseInt64("0"), 0);
+    for (const char* bad : {"", "+", "+-1", " 1", "1 ", "1.5", "indefinite", "99999999999999999999"}) {
+        EXPECT_EQ(parseInt64(bad), std::nullopt) << bad;
+    }
+}
+
+TEST(NumbersTest, FormattingIgnoresTheLocale) {
+    std::setlocale(LC_ALL, "pt_BR.UTF-8");  // may be missing; the point is it must not matter
+    EXPECT_EQ(formatFixed(12.345, 1), "12.3");
+    EXPECT_EQ(formatFixed(0.5999, 1), "0.6");
+    EXPECT_EQ(parseDouble("12.5"), 12.5);
+    std::setlocale(LC_ALL, "C");
+    for (const auto& [ms, text] : std::vector<std::pair<std::int64_t, std::string>>{
+             {0, "0"}, {2000, "2"}, {1500, "1.5"}, {12345, "12.345"}, {1, "0.001"}, {10010, "10.01"}}) {
+        EXPECT_EQ(msAsDecimalSeconds(ms), text);
+    }
+}

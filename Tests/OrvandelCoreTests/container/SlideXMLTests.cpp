@@ -1,0 +1,88 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "TestSupport.hpp"
+#include "container/SlideXML.hpp"
+
+using namespace orvandel;
+
+namespace {
+
+std::string cut(std::string_view xml, std::optional<SlideXML::Range> r) {
+    return r ? std::string(xml.substr(r->first, r->second - r->first)) : "<absent>";
+}
+
+// "P|" for a parse failure, "F|" for a missing fragment, then the description.
+std::string errorOf(const std::function<void()>& f) {
+    const auto e = test::thrown<SlideXMLError>(f);
+    return std::string(e.errorCase() == SlideXMLError::Case::parseFailed ? "P|" : "F|") + e.what();
+}
+
+}  // namespace
+
+TEST(SlideXMLTest, ElementRangeIsALiteralSearchWithoutNesting) {
+    const std::string selfClosed = "<p:sld><p:timing/></p:sld>";
+    EXPECT_FALSE(SlideXML::elementRange(selfClosed, "p:timing"));
+    EXPECT_EQ(errorOf([&] { SlideXML::extractElement(selfClosed, "p:timing"); }), "F|fragment not found: p:timing");
+
+    const std::string twice = "a<p:timing>1</p:timing>b<p:timing>2</p:timing>";
+    EXPECT_EQ(SlideXML::extractElement(twice, "p:timing"), "<p:timing>1</p:timing>");
+    EXPECT_EQ(SlideXML::replaceElement(twice, "p:timing", "X"), "aXb<p:timing>2</p:timing>");
+    // No word boundary: a longer name that begins the same way is matched.
+    EXPECT_EQ(cut("<p:timingX/><y/></p:timing>", SlideXML::elementRange("<p:timingX/><y/></p:timing>", "p:timing")),
+              "<p:timingX/><y/></p:timing>");
+}
+
+TEST(SlideXMLTest, InsertionsGoBeforeTheFirstOccurrence) {
+    const std::string xml = "<r><p:x>1</p:x><p:x>2</p:x></r>";
+    EXPECT_EQ(SlideXML::insertBefore(xml, "p:x", "B"), "<r>B<p:x>1</p:x><p:x>2</p:x></r>");
+    EXPECT_EQ(SlideXML::insertBeforeClosing(xml, "p:x", "B"), "<r><p:x>1B</p:x><p:x>2</p:x></r>");
+    EXPECT_EQ(errorOf([&] { SlideXML::insertBefore(xml, "p:y", "B"); }), "F|fragment not found: p:y");
+    EXPECT_EQ(errorOf([&] { SlideXML::insertBeforeClosing(xml, "p:y", "B"); }), "F|fragment not found: </p:y>");
+}
+
+TEST(SlideXMLTest, TransitionBlockRangeTakesTheWrapperAndIgnoresMisplacedTransitions) {
+    const std::string bare = "<p:cSld></p:cSld><p:transition spd=\"slow\"/><p:timing/>";
+    EXPECT_EQ(cut(bare, SlideXML::transitionBlockRange(bare)), "<p:transition spd=\"slow\"/>");
+    const std::string full = "</p:cSld><p:transition><p:fade/></p:transition>";
+    EXPECT_EQ(cut(full, SlideXML::transitionBlockRange(full)), "<p:transition><p:fade/></p:transition>");
+    const std::string wrapped = "</p:cSld><p:clrMapOvr/><mc:AlternateContent><mc:Choice><p:transition p14:dur=\"0\"/>"
+                                "</mc:Choice></mc:AlternateContent><p:timing/>";
+    EXPECT_EQ(cut(wrapped, SlideXML::transitionBlockRange(wrapped)),
+              "<mc:AlternateContent><mc:Choice><p:transition p14:dur=\"0\"/></mc:Choice></mc:AlternateContent>");
+    EXPECT_FALSE(SlideXML::transitionBlockRange("<p:transition/></p:cSld><p:timing/>"));
+    EXPECT_FALSE(SlideXML::transitionBlockRange("</p:cSld><mc:AlternateContent><p:transition/>"));
+}
+
+TEST(SlideXMLTest, ParseFragmentDeclaresTheSlidePrefixesAndKeepsWhitespace) {
+    const auto timing = SlideXML::parseFragment("<p:timing>\n  <p:tnLst/> </p:timing>", "p:timing");
+    int texts = 0;
+    timing.visitChildren([&](XmlElement::NodeKind kind, const XmlElement&, std::string_view) {
+        texts += kind == XmlElement::NodeKind::text;
+    });
+    EXPECT_EQ(texts, 2);
+    EXPECT_NO_THROW(SlideXML::parseFragment("<p:x a:b=\"1\" r:id=\"2\" p14:c=\"3\" mc:Ignorable=\"\"/>", "p:x"));
+
+    const std::string undeclared = errorOf([] { SlideXML::parseFragment("<p:timing><q:x/></p:timing>", "p:timing"); });
+    EXPECT_EQ(undeclared.rfind("P|parse failed: ", 0), 0u) << undeclared;
+    EXPECT_NE(undeclared.find("q"), std::string::npos) << undeclared;
+    EXPECT_EQ(errorOf([] { SlideXML::parseFragment("<p:bldLst/>", "p:timing"); }),
+              "P|parse failed: could not locate <p:timing> in wrapped fragment");
+}
+
+TEST(SlideXMLTest, ShapeIsMediaLooksInsideTheShapeThatOwnsTheId) {
+    const std::string slide =
+        "<p:sld><p:cSld><p:spTree><p:grpSpPr/>"
+        "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"t\"/></p:nvSpPr></p:sp>"
+        "<p:pic><p:nvPicPr><p:cNvPr id=\"4\" name=\"v\"/><p:nvPr><a:videoFile r:link=\"rId1\"/></p:nvPr></p:nvPicPr></p:pic>"
+        "<p:grpSp><p:nvGrpSpPr><p:cNvPr id=\"5\"/></p:nvGrpSpPr>"
+        "<p:sp><p:nvSpPr><p:cNvPr id=\"6\"/><p:nvPr><a:audioFile r:link=\"rId2\"/></p:nvPr></p:nvSpPr></p:sp></p:grpSp>"
+        "</p:spTree></p:cSld></p:sld>";
+    EXPECT_TRUE(SlideXML::shapeIsMedia(slide, "4"));
+    EXPECT_FALSE(SlideXML::shapeIsMedia(slide, "2"));
+    EXPECT_FALSE(SlideXML::shapeIsMedia(slide, "99"));
+    EXPECT_TRUE(SlideXML::shapeIsMedia(slide, "5"));  // the group holds the audio shape
+    EXPECT_TRUE(SlideXML::shapeIsMedia(slide, "6"));
+    EXPECT_EQ(errorOf([] { SlideXML::shapeIsMedia("<p:sld/>", "4"); }), "F|fragment not found: p:spTree");
+}

@@ -1,0 +1,203 @@
+#include <gtest/gtest.h>
+
+#include "DeckBuilder.hpp"
+#include "TestSupport.hpp"
+#include "TimingFixtures.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/SlideXML.hpp"
+#include "container/ZipArchive.hpp"
+#include "deck/DeckScanner.hpp"
+#include "deck/NotesScanner.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+using PptxArchive::ArchiveError;
+
+namespace {
+
+const std::string click = "nodeType=\"clickEffect\"";
+const std::string withMedia = "nodeType=\"withEffect\" presetClass=\"mediacall\"";
+const std::string clickMedia = click + " presetClass=\"mediacall\"";
+
+}  // namespace
+
+TEST(DeckScannerTest, SlidesFollowTheSldIdOrderAndTheirTargets) {
+    TempDir dir;
+    DeckBuilder deck;
+    for (int i = 0; i < 3; ++i) deck.addSlide(slideXml());
+    // A section list names slides by p14:sldId too; those carry no r:id.
+    deck.addEntry("ppt/presentation.xml",
+                  std::string("<?xml version=\"1.0\"?><p:presentation xmlns:r=\"") + kNsR + "\" xmlns:p=\"" + kNsP +
+                      "\"><p:sldIdLst><p:sldId id=\"258\" r:id=\"rId3\"/><p:sldId id=\"300\" r:id=\"rId7\"/>"
+                      "<p:sldId id=\"256\" r:id=\"rId1\"/><p:sldId id=\"257\" r:id=\"rId2\"/></p:sldIdLst>"
+                      "<p:extLst><p:ext uri=\"{521415D9-36F7-43E2-AB2F-B90AF26B5E84}\"><p14:sectionLst "
+                      "xmlns:p14=\"http://schemas.microsoft.com/office/powerpoint/2010/main\">"
+                      "<p14:section name=\"Um\" id=\"{A}\"><p14:sldIdLst><p14:sldId id=\"256\"/>"
+                      "<p14:sldId id=\"257\"/><p14:sldId id=\"258\"/></p14:sldIdLst></p14:section>"
+                      "</p14:sectionLst></p:ext></p:extLst></p:presentation>");
+    deck.addEntry("ppt/_rels/presentation.xml.rels",
+                  "\xEF\xBB\xBF" + relationshipsXml({{"rId2", "slide", "slides/slide9.xml"},
+                                                     {"rId1", "slide", "/ppt/slides/slide1.xml"},
+                                                     {"rId4", "slideLayout", "slideLayouts/slideLayout1.xml"},
+                                                     {"rId3", "slide", "slides/slide3.xml"},
+                                                     {"rId2", "slide", "slides/slide2.xml"}}));
+    // rId7 has no relationship and is skipped; the later rId2 wins.
+    const auto order = deck.write(dir / "order.pptx");
+    EXPECT_EQ(DeckScanner::orderedSlideFiles(order),
+              (std::vector<std::string>{"ppt/slides/slide3.xml", "ppt/slides/slide1.xml", "ppt/slides/slide2.xml"}));
+    const auto reports = DeckScanner::report(order, {}, {});
+    ASSERT_EQ(reports.size(), 3u);
+    EXPECT_EQ(reports[2].displayIndex, 3);
+    EXPECT_EQ(reports[2].file, "ppt/slides/slide2.xml");
+
+    // Writers that put Target before Id (ISO Strict decks) still list their slides.
+    deck.addEntry("ppt/_rels/presentation.xml.rels",
+                  "<Relationships><Relationship Type=\"x/slide\" Target=\"slides/slide2.xml\" Id=\"rId1\"/>"
+                  "<Relationship Target=\"slides/slide1.xml\" Id=\"rId3\"/></Relationships>");
+    EXPECT_EQ(DeckScanner::orderedSlideFiles(deck.write(dir / "target-first.pptx")),
+              (std::vector<std::string>{"ppt/slides/slide1.xml", "ppt/slides/slide2.xml"}));
+
+    EXPECT_TRUE(DeckScanner::report(DeckBuilder().write(dir / "empty.pptx"), {}, {}).empty());
+}
+
+TEST(DeckScannerTest, MissingPartsAndUnreadableTimingFailTheReport) {
+    TempDir dir;
+    const auto without = [&](const std::string& entry) {
+        auto entries = DeckBuilder().addSlide(slideXml(kTextBox, timing(step(effect(click, "0", "500"))))).entries();
+        std::erase_if(entries, [&](const auto& e) { return e.first == entry; });
+        ZipArchive::create(entries, dir / "deck.pptx");
+        return dir / "deck.pptx";
+    };
+    const auto noRels = without("ppt/_rels/presentation.xml.rels");
+    EXPECT_EQ(thrown<ArchiveError>([&] { DeckScanner::orderedSlideFiles(noRels); }).entry(),
+              "ppt/_rels/presentation.xml.rels");
+    EXPECT_THROW(DeckScanner::report(without("ppt/slides/slide1.xml"), {}, {}), ArchiveError);
+    const auto broken = DeckBuilder()
+                            .addSlide(slideXml(kTextBox, "<p:timing><p:tnLst><q:par/></p:tnLst></p:timing>"))
+                            .write(dir / "broken.pptx");
+    EXPECT_THROW(DeckScanner::report(broken, {}, {}), SlideXMLError);
+}
+
+TEST(DeckScannerTest, HiddenIsReadFromTheRootStartTagOnly) {
+    const auto hidden = [](const std::string& attrs) { return DeckScanner::isSlideHidden(slideXml("", "", attrs)); };
+    for (const char* attrs : {"show=\"0\"", "show='false'", "show = \"FALSE\""}) EXPECT_TRUE(hidden(attrs)) << attrs;
+    for (const char* attrs : {"show=\"1\"", "show=\"\"", "", "xshow=\"0\""}) EXPECT_FALSE(hidden(attrs)) << attrs;
+    EXPECT_FALSE(DeckScanner::isSlideHidden(slideXml("<p:sp show=\"0\"/>")));
+    EXPECT_FALSE(DeckScanner::isSlideHidden("<p:sld show=\"0\""));
+}
+
+TEST(DeckScannerTest, VideoProbesReadTheTiming) {
+    const auto slideWith = [](const std::string& timingXml) { return slideXml(kTextBox + kVideo, timingXml); };
+    const std::string onClick = slideWith(timing(step(effect(clickMedia, "0", "7250", "3"))));
+    EXPECT_FALSE(DeckScanner::hasVideoAutoplay(onClick));
+    EXPECT_EQ(DeckScanner::mainSeqVideo(onClick), (MainSeqVideo{true, true, 7250}));
+
+    const std::string automatic = slideWith(timing(step(effect(withMedia, "0", "indefinite", "3"))));
+    EXPECT_TRUE(DeckScanner::hasVideoAutoplay(automatic));
+    EXPECT_EQ(DeckScanner::mainSeqVideo(automatic), (MainSeqVideo{true, false, std::nullopt}));
+    EXPECT_TRUE(DeckScanner::hasVideoAutoplay(slideWith(timing(step(effect("presetClass=\"mediacall\"", "0", "1"))))));
+
+    // A media call outside the main sequence still autoplays, but is no main-sequence video.
+    const std::string interactive = slideWith(timing(step(effect(withMedia, "0", "500", "3")), "interactiveSeq"));
+    EXPECT_TRUE(DeckScanner::hasVideoAutoplay(interactive));
+    EXPECT_EQ(DeckScanner::mainSeqVideo(interactive), MainSeqVideo{});
+
+    const std::string malformed = slideWith("<p:timing><p:cTn presetClass=\"mediacall\"></p:timing>");
+    EXPECT_FALSE(DeckScanner::hasVideoAutoplay(malformed));
+    EXPECT_EQ(DeckScanner::mainSeqVideo(malformed), MainSeqVideo{});
+}
+
+TEST(DeckScannerTest, GifsAreNonVideoPicturesWithAGifTarget) {
+    // The video's poster frame (rId9) is a GIF too, but belongs to the video.
+    const std::string rels = relationshipsXml({{"rId2", "video", "../media/media1.mp4"},
+                                               {"rId9", "image", "../media/poster.gif"},
+                                               {"rId5", "image", "../media/image1.GIF"},
+                                               {"rId6", "image", "../media/image2.png"}});
+    EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(kVideo), rels));
+    EXPECT_TRUE(DeckScanner::slideHasGif(slideXml(kVideo + picture("4", "rId5")), rels));
+    EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId6")), rels));
+    EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId5")), ""));
+}
+
+TEST(DeckScannerTest, ReportsEverySlideWithItsAdvanceTime) {
+    TempDir dir;
+    const std::vector<Relationship> mediaRels{{"rId2", "video", "../media/media1.mp4"},
+                                              {"rId9", "image", "../media/poster.gif"}};
+    const auto deck =
+        DeckBuilder()
+            .addSlide(slideXml(kTextBox, timing(step(effect(click, "0", "500")) + step(effect(click, "0", "2000")))))
+            .addSlide(slideXml(kTextBox + kVideo, timing(step(effect(clickMedia, "0", "indefinite", "3")))), mediaRels)
+            .addSlide(slideXml(kTextBox, "", "show=\"0\""))
+            .addSlide(slideXml(picture("4", "rId5")), {{"rId5", "image", "../media/image1.GIF"}})
+            .addSlide(slideXml(kTextBox + kVideo + kVideo, timing(step(effect(withMedia, "0", "10000", "3")))),
+                      mediaRels)
+            .write(dir / "deck.pptx");
+
+    const auto reports = DeckScanner::report(deck, {{3, 2000}}, {{4, 3000}});
+    ASSERT_EQ(reports.size(), 5u);
+    EXPECT_EQ(reports[0].bulletDursMs, (std::vector<std::int64_t>{500, 2000}));
+    EXPECT_TRUE(reports[1].hasOnClickVideo);
+    EXPECT_EQ(reports[1].videoDurationMs, std::nullopt);
+    // A hidden slide keeps its number; a user video length counts without a video.
+    EXPECT_TRUE(reports[2].isHidden);
+    EXPECT_EQ(reports[3].displayIndex, 4);
+    EXPECT_TRUE(reports[3].hasGif);
+    EXPECT_FALSE(reports[4].hasGif);
+    EXPECT_EQ(reports[4].videoCount, 2);
+    EXPECT_EQ(reports[4].videoDurationMs, 10000);
+    EXPECT_EQ(DeckScanner::validateMedia(reports), MediaValidation{{5}});
+    EXPECT_TRUE(DeckScanner::validateMedia(reports).needsAttention());
+    EXPECT_EQ(DeckScanner::formatTable(reports),
+              "idx file                      bullets  autoDurMs  video  advTm\n"
+              "1   slide1.xml                      2          0     no  6000\n"
+              "2   slide2.xml                      0          0     no  needs videoMs\n"
+              "3   slide3.xml                      0          0     no  3500\n"
+              "4   slide4.xml                      0          0     no  4500\n"
+              "5   slide5.xml                      0          0    yes  11500");
+
+    // The user's lengths win over the deck's own.
+    std::vector<std::optional<std::int64_t>> given;
+    for (const auto& r : DeckScanner::report(deck, {{2, 8000}, {5, 4000}}, {})) given.push_back(r.advTmMs);
+    EXPECT_EQ(given, (std::vector<std::optional<std::int64_t>>{6000, 9500, 1500, 1500, 5500}));
+}
+
+TEST(DeckScannerTest, TableColumnsGrowWithLongValues) {
+    const SlideReport r{.displayIndex = 12345,
+                        .file = "ppt/slides/nested/ppt/slides/introducao-slide9.xml",
+                        .bulletCount = 1234567890,
+                        .advTmMs = 1500};
+    EXPECT_EQ(DeckScanner::formatTable({r}),
+              "idx file                      bullets  autoDurMs  video  advTm\n"
+              "12345nested/introducao-slide9.xml1234567890          0     no  1500");
+}
+
+TEST(DeckScannerTest, EveryCorpusDeckScansOrFailsWithATypedError) {
+    ORVANDEL_REQUIRE_CORPUS();
+    for (const auto& deck : corpusDecks()) {
+        SCOPED_TRACE(deck.filename().string());
+        try {
+            DeckScanner::formatTable(DeckScanner::report(deck, {}, {}));
+            NotesScanner::notesBySlide(deck);
+            EXPECT_FALSE(isBrokenDeck(deck));
+        } catch (const ArchiveError&) {
+            // Damaged archives; the broken decks must end here.
+        } catch (const SlideXMLError& e) {
+            EXPECT_FALSE(isBrokenDeck(deck)) << e.what();
+        }
+    }
+}
+
+TEST(DeckScannerTest, TheExampleDeckNeedsOnlyTheGifLength) {
+    const auto deck = sourceDir() / "examples" / "aula-exemplo.pptx";
+    const auto reports = DeckScanner::report(deck, {}, {{4, 3000}});
+    ASSERT_EQ(reports.size(), 8u);
+    for (const auto& r : reports) EXPECT_TRUE(r.advTmMs.has_value()) << r.displayIndex;
+    EXPECT_TRUE(reports[3].hasGif);
+    EXPECT_TRUE(reports[4].hasOnClickVideo);
+    EXPECT_GT(reports[4].videoDurationMs.value_or(0), 0);
+    EXPECT_EQ(reports[5].exitGroupCount, 1);
+    EXPECT_TRUE(reports[6].isHidden);
+    EXPECT_EQ(reports[1].bulletCount, 3);
+    EXPECT_FALSE(DeckScanner::validateMedia(reports).needsAttention());
+    EXPECT_NE(NotesScanner::notesBySlide(deck).at(3).find("água & gás"), std::string::npos);
+}

@@ -1,0 +1,77 @@
+#include <gtest/gtest.h>
+
+#include "DeckBuilder.hpp"
+#include "TestSupport.hpp"
+#include "deck/NotesScanner.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+
+namespace {
+
+std::string para(const std::string& runs) { return "<a:p>" + runs + "</a:p>"; }
+std::string run(const std::string& text) { return "<a:r><a:rPr lang=\"pt-BR\"/><a:t>" + text + "</a:t></a:r>"; }
+std::string text(const std::string& paragraphs) { return NotesScanner::bodyText(notesSlideWithBody(paragraphs)); }
+
+}  // namespace
+
+TEST(NotesScannerTest, BodyTextDecodesEntitiesOnce) {
+    for (const auto& [raw, decoded] : std::vector<std::pair<std::string, std::string>>{
+             {"Fotoss&#237;ntese &amp; luz", "Fotossíntese & luz"},
+             {"&amp;lt;b&amp;gt; &lt;i&gt; &quot;x&quot; &apos;y&apos;", "&lt;b&gt; <i> \"x\" 'y'"},
+             {"caf&#233; caf&#xE9; &#xD800; &#x110000; &#1A;", "café café &#xD800; &#x110000; &#1A;"},
+             // A decoded "&" that forms a new reference is decoded by a later equal reference.
+             {"&#38;#38; &#38;", "& &"},
+             {"&#38;#38;", "&#38;"}}) {
+        EXPECT_EQ(text(para(run(raw))), decoded) << raw;
+    }
+}
+
+TEST(NotesScannerTest, ParagraphsBecomeLines) {
+    EXPECT_EQ(text(para(run("Um")) + para("") + para(run("Do") + run("is"))), "Um\n\nDois");
+    // A self-closing paragraph runs on to the next paragraph's end and takes its text.
+    EXPECT_EQ(text(para(run("Um")) + "<a:p/>" + para(run("Dois"))), "Um\nDois");
+    EXPECT_EQ(text(para(run("  ")) + para(run("\xC2\xA0texto\xE3\x80\x80")) + para(run(" "))), "texto");
+    // "." stops at a line break: such a paragraph or run is not matched at all.
+    EXPECT_EQ(text(para(run("a\nb")) + para(run("c"))), "c");
+    EXPECT_EQ(text(para(run(" "))), "");
+    // Only the body placeholder counts.
+    EXPECT_EQ(NotesScanner::bodyText("<p:notes><p:sp><p:txBody>" + para(run("x")) + "</p:txBody></p:sp></p:notes>"),
+              "");
+}
+
+TEST(NotesScannerTest, PathHelpers) {
+    EXPECT_EQ(NotesScanner::relsPath("ppt/slides/slide3.xml"), "ppt/slides/_rels/slide3.xml.rels");
+    EXPECT_EQ(NotesScanner::relsPath("/ppt//slide3.xml"), "ppt/_rels/slide3.xml.rels");
+    EXPECT_EQ(NotesScanner::relsPath("slide3.xml"), "_rels/slide3.xml.rels");
+
+    EXPECT_EQ(NotesScanner::resolveEntry("../notesSlides/notesSlide3.xml", "ppt/slides/slide3.xml"),
+              "ppt/notesSlides/notesSlide3.xml");
+    EXPECT_EQ(NotesScanner::resolveEntry("/ppt/notesSlides/n.xml", "ppt/slides/slide3.xml"), "ppt/notesSlides/n.xml");
+    EXPECT_EQ(NotesScanner::resolveEntry("./a/../../../../b.xml", "ppt/slides/slide3.xml"), "b.xml");
+
+    EXPECT_EQ(NotesScanner::notesTarget(
+                  relationshipsXml({{"rId1", "notesMaster", "../m.xml"}, {"rId2", "notesSlide", "../n.xml"}})),
+              "../n.xml");
+    EXPECT_EQ(NotesScanner::notesTarget("<Relationship\n Target=\"../a.xml\"\n Type=\"http://x/notesSlide\"\n Id=\"r\"/>"),
+              "../a.xml");
+    EXPECT_EQ(NotesScanner::notesTarget(relationshipsXml({{"rId1", "slideLayout", "../l.xml"}})), std::nullopt);
+}
+
+TEST(NotesScannerTest, NotesBySlideKeyedByDisplayIndex) {
+    TempDir dir;
+    const auto deck = DeckBuilder()
+                      .addSlide(slideXml())
+                      .addNotes(1, notesSlideXml({"Introdução", "Água & luz"}))
+                      .addSlide(slideXml())
+                      .addSlide(slideXml("", "", "show=\"0\""))
+                      .addNotes(3, notesSlideXml({"Oculto"}))
+                      .addSlide(slideXml())
+                      .addNotes(4, notesSlideWithBody(para(run("")) + para("<a:r><a:t/></a:r>")))
+                      .addSlide(slideXml(), {{"rId1", "notesSlide", "/ppt/notes/absoluto.xml"}})
+                      .addEntry("ppt/notes/absoluto.xml", notesSlideXml({"Absoluto"}))
+                      .addSlide(slideXml(), {{"rId1", "notesSlide", "../notesSlides/ausente.xml"}})
+                      .write(dir / "deck.pptx");
+    EXPECT_EQ(NotesScanner::notesBySlide(deck),
+              (std::map<std::int64_t, std::string>{{1, "Introdução\nÁgua & luz"}, {3, "Oculto"}, {5, "Absoluto"}}));
+}

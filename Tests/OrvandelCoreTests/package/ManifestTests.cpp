@@ -1,0 +1,69 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "package/ManifestBuilder.hpp"
+#include "package/ManifestReader.hpp"
+
+using namespace orvandel;
+
+namespace {
+
+ManifestMetadata metadata(std::int64_t slideCount, std::int64_t durationMs) {
+    return {.sourceFileName = "aula.pptx",
+            .slideCount = slideCount,
+            .masterVideoDurationMs = durationMs,
+            .generatedAt = std::chrono::system_clock::from_time_t(1714566600) + std::chrono::milliseconds(999),
+            .source = "orvandel-plugin",
+            .pluginVersion = "orvandel-core/0.1"};
+}
+
+}  // namespace
+
+TEST(ManifestBuilderTest, WritesKeysInOrderWithExactDecimalsAndShiftedNotes) {
+    const std::vector<Cue> cues = {{0, 1, CueKind::bullet, "Slide 1 - bullet", 1},
+                                   {1, 1, CueKind::slide, "Slide 1", 1500},
+                                   {2, 2, CueKind::slide, "Slide 2", 2000}};
+    const std::string json =
+        ManifestBuilder::buildManifestV3(cues, {{2, "Ação — ñ \"/\"\n"}, {9, "beyond"}}, metadata(3, 12345));
+    // Pretty-printed, keys in their set order, slashes unescaped, times as exact decimals; notes keyed
+    // from 0 for every slide, those beyond the deck dropped.
+    EXPECT_TRUE(json.starts_with("{\n  \"version\": \"1.0\",\n")) << json;
+    for (const char* raw : {"assets/master.mp4", "0.001", "12.345"}) {
+        EXPECT_NE(json.find(raw), std::string::npos) << raw;
+    }
+    EXPECT_EQ(nlohmann::ordered_json::parse(json).dump(),
+              R"({"version":"1.0","source":"orvandel-plugin","pluginVersion":"orvandel-core/0.1",)"
+              R"("generatedAt":"2024-05-01T12:30:00Z","sourceFileName":"aula.pptx","slideCount":3,)"
+              R"("masterVideoPath":"assets/master.mp4","masterVideoDuration":12.345,"cues":[)"
+              R"({"cueIndex":0,"slideIndex":1,"kind":"bullet","label":"Slide 1 - bullet","time":0.001},)"
+              R"({"cueIndex":1,"slideIndex":1,"kind":"slide","label":"Slide 1","time":1.5},)"
+              R"({"cueIndex":2,"slideIndex":2,"kind":"slide","label":"Slide 2","time":2}],)"
+              R"("notesBySlide":{"0":"","1":"Ação — ñ \"/\"\n","2":""}})");
+
+    const auto probe = ManifestReader::decode(json);
+    EXPECT_EQ(probe.cues.size(), 3u);
+    EXPECT_EQ(probe.masterVideoDuration, 12.345);
+}
+
+TEST(ManifestBuilderTest, EmptyDeckAndUnencodableText) {
+    const std::string json = ManifestBuilder::buildManifestV3({}, {{1, "orphan"}}, metadata(0, 0));
+    EXPECT_NE(json.find("\"masterVideoDuration\": 0,\n  \"cues\": [],\n  \"notesBySlide\": {}\n}"), std::string::npos)
+        << json;
+    const auto probe = ManifestReader::decode(json);
+    EXPECT_TRUE(probe.cues.empty());
+    EXPECT_EQ(probe.masterVideoDuration, 0.0);
+
+    auto bad = metadata(1, 0);
+    bad.sourceFileName = "aula\xff.pptx";  // a file name that is not UTF-8
+    EXPECT_THROW(ManifestBuilder::buildManifestV3({}, {}, bad), ManifestBuilder::ManifestError);
+}
+
+TEST(ManifestReaderTest, RejectsManifestsWithoutTheTwoFacts) {
+    EXPECT_EQ(ManifestReader::decode(R"({"extra": {}, "cues": [{}, 1], "masterVideoDuration": 7})").cues.size(), 2u);
+    for (const char* bad : {R"({"masterVideoDuration": 1.5})", R"({"cues": [], "masterVideoDuration": "1.5"})",
+                            R"({"cues": {}, "masterVideoDuration": 1})", R"({"cues": [], "masterVideoDuration": true})",
+                            R"([])", "{\"cues\": [", ""}) {
+        EXPECT_THROW(ManifestReader::decode(bad), ManifestReader::DecodeError) << bad;
+    }
+}

@@ -1,0 +1,87 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "MovieFixtures.hpp"
+#include "TestSupport.hpp"
+#include "base/Numbers.hpp"
+#include "base/Subprocess.hpp"
+#include "render/Mp4Duration.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+using Mp4Duration::measureMs;
+
+namespace {
+
+Bytes ffmpegMovie(const TempDir& dir, const std::string& flags, std::int64_t& ffprobeMs) {
+    const auto movie = (dir / "ffmpeg.mp4").string();
+    const auto made = Subprocess::run({"ffmpeg", "-v", "error", "-y", "-f", "lavfi", "-i", "color=s=32x32:r=25:d=2.5",
+                                       "-f", "lavfi", "-i", "sine=d=2.345", "-c:v", "mpeg4", "-movflags", flags, movie});
+    EXPECT_TRUE(made.succeeded()) << made.standardError;
+    const auto probe = Subprocess::run({"ffprobe", "-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", movie});
+    ffprobeMs = std::int64_t(std::trunc(parseDouble(probe.standardOutput.substr(0, 8)).value_or(-1) * 1000));
+    return readFile(movie);
+}
+
+std::filesystem::path saved(const TempDir& dir, const std::string& name, const Bytes& bytes) {
+    writeFile(dir / name, bytes);
+    return dir / name;
+}
+
+auto failsWith(const std::string& text) {
+    return testing::ThrowsMessage<Mp4Duration::Mp4Error>(testing::StartsWith("cannot measure duration of " + text));
+}
+
+}  // namespace
+
+TEST(Mp4DurationTest, MeasuresMoviesAsTheyAreWritten) {
+    if (!haveProgram("ffmpeg") || !haveProgram("ffprobe")) GTEST_SKIP() << "no ffmpeg";
+    TempDir dir;
+    std::int64_t reference = 0;
+    EXPECT_EQ(measureMs(saved(dir, "faststart.mp4", ffmpegMovie(dir, "+faststart", reference))), reference);
+    Bytes m = ffmpegMovie(dir, "-faststart", reference);  // moov last, after mdat
+    ASSERT_GT(reference, 2000);
+    EXPECT_EQ(measureMs(saved(dir, "plain.mp4", m)), reference);
+
+    m.resize(m.size() / 2);  // cut inside the media, before the movie box
+    EXPECT_THAT([&] { measureMs(saved(dir, "cut.mp4", m)); }, failsWith("cut.mp4: file is cut short: 'mdat' box"));
+}
+
+TEST(Mp4DurationTest, RefusesWhatIsNoMeasurableMovie) {
+    TempDir dir;
+    const auto measured = [&](const std::string& name, const Bytes& bytes) { return measureMs(saved(dir, name, bytes)); };
+    EXPECT_THAT([&] { measureMs(dir / "missing.mp4"); }, failsWith("missing.mp4: No such file or directory"));
+    EXPECT_THAT([&] { measured("notes.txt", toBytes("hello, this is text")); },
+                failsWith("notes.txt: not an MP4 movie (unrecognised data at the start of the file)"));
+    EXPECT_THAT([&] { measured("zero.mp4", craftedMovie(1000, 0)); }, failsWith("zero.mp4: non-finite or zero duration"));
+    EXPECT_THAT([&] { measured("scale.mp4", craftedMovie(0, 5)); },
+                failsWith("scale.mp4: zero timescale in the movie header ('mvhd')"));
+    EXPECT_EQ(measured("exact.mp4", craftedMovie(90000, 1111101)), 12345);  // 12.34556 s
+
+    // A box too small to move the walk on.
+    Bytes tiny = craftedMovie(1000, 5000);
+    tiny[15] = 4;  // the size of moov, after the 12 bytes of ftyp
+    EXPECT_THAT([&] { measured("tiny.mp4", tiny); }, failsWith("tiny.mp4: invalid size 4"));
+}
+
+// The 5 GiB media needs a 64-bit box size, and comes with a version-1 movie header.
+TEST(Mp4DurationTest, ReadsPastHugeMediaWithoutReadingIt) {
+    TempDir dir;
+    for (const std::int64_t media : {std::int64_t(1) << 30, std::int64_t(5) << 30}) {
+        const bool large = media >> 32;
+        Bytes head = box("ftyp", toBytes("isom"));
+        putBe(head, large ? 1 : media + 8, 4);
+        putBe(head, 0x6d646174, 4);  // "mdat"
+        if (large) putBe(head, media + 16, 8);
+        const auto movie = saved(dir, "sparse.mp4", head);
+        const Bytes moov = box("moov", mvhd(600, 4500, large));
+        const int fd = ::open(movie.c_str(), O_WRONLY);
+        ASSERT_EQ(::pwrite(fd, moov.data(), moov.size(), off_t(head.size() + media)), ssize_t(moov.size()));
+        ::close(fd);
+        EXPECT_EQ(measureMs(movie), 7500);
+    }
+}
