@@ -81,7 +81,8 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
         } catch (const LaunchError& e) {
             throw RenderError(RenderError::Case::missingTool, kStage,
                               std::string(kStage) + ": " + e.what() +
-                                  ". Reinstall LibreOffice (Debian package libreoffice-impress-nogui).");
+                                  ". Reinstall LibreOffice (Debian package libreoffice-impress-nogui).",
+                              e.cause(), e.errnoValue());
         }
         std::filesystem::remove_all(profile, ec);
         if (r.cancelled) throw CancelledError();

@@ -11,8 +11,10 @@ class RenderError : public Error {
 public:
     enum class Case { missingTool, toolFailed, timedOut, badOutput, badDeck };
 
-    RenderError(Case c, std::string stage, const std::string& description)
-        : Error(description), case_(c), stage_(std::move(stage)) {}
+    // cause: what the tool or the system said, when it said something.
+    RenderError(Case c, std::string stage, const std::string& description, std::string cause = {},
+                int causeErrno = 0)
+        : Error(description, std::move(cause), causeErrno), case_(c), stage_(std::move(stage)) {}
 
     Case errorCase() const { return case_; }
     const std::string& stage() const { return stage_; }

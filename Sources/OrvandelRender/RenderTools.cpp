@@ -18,6 +18,12 @@ std::string tail(const std::string& text, std::size_t maxChars) {
     return t;
 }
 
+std::string lastLine(const std::string& text) {
+    std::string t = tail(text, std::string::npos);
+    const auto newline = t.find_last_of('\n');
+    return newline == std::string::npos ? t : t.substr(newline + 1);
+}
+
 SubprocessResult runTool(const std::string& stage, const std::string& program, const std::string& debianPackage,
                          const std::vector<std::string>& args, const SubprocessOptions& options) {
     const auto path = Subprocess::findOnPath(program);
@@ -33,7 +39,8 @@ SubprocessResult runTool(const std::string& stage, const std::string& program, c
         r = Subprocess::run(argv, options);
     } catch (const LaunchError& e) {
         throw RenderError(RenderError::Case::missingTool, stage,
-                          stage + ": " + e.what() + ". Reinstall the Debian package " + debianPackage + ".");
+                          stage + ": " + e.what() + ". Reinstall the Debian package " + debianPackage + ".", e.cause(),
+                          e.errnoValue());
     }
     if (r.cancelled) throw CancelledError();
     if (r.timedOut) {
@@ -47,7 +54,8 @@ SubprocessResult runTool(const std::string& stage, const std::string& program, c
         const std::string detail = tail(r.standardError);
         throw RenderError(RenderError::Case::toolFailed, stage,
                           stage + ": " + program + " failed (exit status " + std::to_string(r.exitStatus) + ")" +
-                              (detail.empty() ? std::string(".") : ": " + detail));
+                              (detail.empty() ? std::string(".") : ": " + detail),
+                          lastLine(r.standardError));
     }
     return r;
 }

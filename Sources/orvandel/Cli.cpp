@@ -63,7 +63,7 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
         const int code = app.exit(e, out, err);
         return code == 0 ? kExitOk : kExitUsage;
     } catch (const std::exception& e) {
-        err << "orvandel: " << e.what() << "\n";
+        err << "orvandel: " << describe(e) << "\n";
         return kExitFailure;
     }
 }

@@ -84,7 +84,11 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
 
     InterruptGuard interrupt;
     ProgressLine line(err);
-    RenderHooks hooks{[&](const std::string& stage, double f) { line.update(stage, f); }, interrupt.token()};
+    RenderHooks hooks{[&](const std::string& stage, double f) { line.update(stage, f); }, interrupt.token(),
+                      [&](const Warning& w) {
+                          line.finish();
+                          err << "warning: " << w.text << "\n";
+                      }};
     OrvExporter::Result result;
     try {
         result = OrvExporter::export_(deck, movie, destination, videoMs, gifMs, std::chrono::system_clock::now(),

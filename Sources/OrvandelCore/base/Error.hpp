@@ -1,7 +1,11 @@
 #pragma once
 // The one base of every error the library throws. Each component derives its
 // own error type carrying a Case enum and the payload; what() is the exact
-// English description that component documents.
+// English description that component documents. Where the system or a
+// library said why something failed (strerror of a failed call, a parser's
+// message, a tool's last error line), the error also keeps those words as its
+// cause, so that a caller can show them after the description.
+#include <exception>
 #include <stdexcept>
 #include <string>
 
@@ -9,8 +13,26 @@ namespace orvandel {
 
 class Error : public std::runtime_error {
 public:
-    explicit Error(const std::string& description) : std::runtime_error(description) {}
+    explicit Error(const std::string& description, std::string cause = {}, int causeErrno = 0)
+        : std::runtime_error(description), cause_(std::move(cause)), causeErrno_(causeErrno) {}
+
+    // The system's or a library's own words; empty when there are none.
+    const std::string& cause() const { return cause_; }
+    // The errno behind cause(); 0 when the cause is not a system call's.
+    int causeErrno() const { return causeErrno_; }
+
+    // Takes the cause of the error this one replaces: its own cause when it
+    // has one, else its description.
+    void keepCause(const std::exception& replaced);
+
+private:
+    std::string cause_;
+    int causeErrno_ = 0;
 };
+
+// The description followed by the cause in parentheses, unless the
+// description already says it.
+std::string describe(const std::exception& error);
 
 // A child process could not be started (the launch failure, unchanged).
 class LaunchError : public Error {

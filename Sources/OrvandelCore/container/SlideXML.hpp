@@ -41,7 +41,7 @@ public:
 
 private:
     SlideXMLError(Case c, std::string detail, const std::string& description)
-        : Error(description), case_(c), detail_(std::move(detail)) {}
+        : Error(description, c == Case::parseFailed ? detail : std::string()), case_(c), detail_(std::move(detail)) {}
 
     Case case_;
     std::string detail_;

@@ -20,7 +20,7 @@ namespace orvandel {
 
 class XmlParseError : public Error {
 public:
-    explicit XmlParseError(const std::string& message) : Error(message) {}
+    explicit XmlParseError(const std::string& message) : Error(message, message) {}
 };
 
 namespace detail {

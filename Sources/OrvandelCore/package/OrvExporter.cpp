@@ -52,7 +52,14 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
-               const Mp4Exporting& exporter, const RenderHooks& hooks) {
+               const Mp4Exporting& exporter, const RenderHooks& callerHooks) {
+    // Every warning, whoever notices it, reaches the caller and the result.
+    std::vector<Warning> warnings;
+    RenderHooks hooks = callerHooks;
+    hooks.warn = [&](const Warning& w) {
+        warnings.push_back(w);
+        callerHooks.warning(w);
+    };
     hooks.report(kStageScan, 0);
     const auto reports = DeckScanner::report(originalPptx, videoMs, gifMs);
     if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
@@ -110,7 +117,9 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     OrvPackager::package(ManifestBuilder::buildManifestV3(cues, notes, metadata), movie, outOrv,
                          writeUnlessCancelled);
     hooks.report(kStagePackage, 1);
-    return resultOf(reports, masterMp4.has_value());
+    Result result = resultOf(reports, masterMp4.has_value());
+    result.warnings = std::move(warnings);
+    return result;
 }
 
 }  // namespace orvandel::OrvExporter

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "base/Error.hpp"
+#include "base/Warning.hpp"
 #include "deck/SlideReport.hpp"
 #include "render/ExportError.hpp"
 #include "render/Mp4Exporting.hpp"
@@ -24,6 +25,9 @@ struct Result {
     std::vector<std::int64_t> convertedOnClickVideoSlides;
     std::vector<std::int64_t> slidesWithExitEffects;
     std::int64_t maxBulletsPerSlide = 0;
+    // What the export went on past (damaged notes, a medium shown still...),
+    // in the order it was noticed.
+    std::vector<Warning> warnings;
     bool operator==(const Result&) const = default;
 };
 
@@ -48,7 +52,8 @@ inline constexpr const char* kStageScan = "scanning the deck";
 inline constexpr const char* kStagePrepare = "preparing the deck";
 inline constexpr const char* kStagePackage = "writing the package";
 
-// The arguments of one export. masterMp4 present: the deck is neither
+// The arguments of one export. Warnings reach hooks.warn as they are noticed
+// and are also returned in Result::warnings. masterMp4 present: the deck is neither
 // prepared nor rendered and the duration check is skipped. isRenderAlive is
 // handed to the renderer as it is (empty: the renderer's own default). The
 // work directory goes into exporter.workDirectoryBase(). hooks reach the

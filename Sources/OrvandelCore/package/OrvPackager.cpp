@@ -28,8 +28,10 @@ void package(const std::string& manifestJSON, const std::filesystem::path& maste
         });
     } catch (const CancelledError&) {
         throw;  // stopping on request is not a failure to write
-    } catch (const std::exception&) {
-        throw DeckError::orvWriteFailed(to.string());
+    } catch (const std::exception& e) {
+        auto failure = DeckError::orvWriteFailed(to.string());
+        failure.keepCause(e);  // a full disk or a missing folder says so
+        throw failure;
     }
 }
 

@@ -9,12 +9,18 @@
 #include <string>
 
 #include "base/Cancellation.hpp"
+#include "base/Warning.hpp"
 
 namespace orvandel {
 
 struct RenderHooks {
     ProgressCallback progress;                 // may be empty
     std::optional<CancellationToken> cancel;   // may be absent
+    WarningCallback warn;                      // may be empty
+
+    void warning(const Warning& w) const {
+        if (warn) warn(w);
+    }
 
     void report(const std::string& stage, double fraction) const {
         if (progress) progress(stage, fraction);

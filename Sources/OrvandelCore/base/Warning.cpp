@@ -1,0 +1,45 @@
+#include "base/Warning.hpp"
+
+namespace orvandel {
+
+namespace {
+
+Warning make(Warning::Kind kind, std::int64_t slide, std::string detail, std::string text) {
+    return Warning{kind, slide, std::move(detail), std::move(text)};
+}
+
+std::string slideName(std::int64_t slide) { return "slide " + std::to_string(slide); }
+
+}  // namespace
+
+Warning Warning::notesUnreadable(std::int64_t slide, std::string reason) {
+    std::string text = slideName(slide) + ": the speaker notes could not be read (" + reason +
+                       "); the package has no notes for this slide";
+    return make(Kind::notesUnreadable, slide, std::move(reason), std::move(text));
+}
+
+Warning Warning::notesTextRepaired(std::int64_t slide) {
+    return make(Kind::notesTextRepaired, slide, "invalid UTF-8",
+                slideName(slide) +
+                    ": the speaker notes are not valid UTF-8; the characters that could not be read were replaced");
+}
+
+Warning Warning::slidePartMissing(std::int64_t position, std::string part) {
+    std::string text = "the slide at position " + std::to_string(position) + " of the deck (" + part +
+                       ") cannot be found and is left out; the slides after it move up one number";
+    return make(Kind::slidePartMissing, position, std::move(part), std::move(text));
+}
+
+Warning Warning::mediaNotPlayed(std::int64_t slide, std::string medium, std::string reason) {
+    std::string text = slideName(slide) + ": the " + medium + " could not be decoded (" + reason +
+                       "); its first frame is shown";
+    return make(Kind::mediaNotPlayed, slide, std::move(reason), std::move(text));
+}
+
+Warning Warning::graphicBuildShownWhole(std::int64_t slide, std::string reason) {
+    std::string text = slideName(slide) + ": the chart or diagram cannot be built step by step (" + reason +
+                       "); it appears whole at its first step";
+    return make(Kind::graphicBuildShownWhole, slide, std::move(reason), std::move(text));
+}
+
+}  // namespace orvandel

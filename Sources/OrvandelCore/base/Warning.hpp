@@ -1,0 +1,36 @@
+#pragma once
+// Something an export noticed and went on past: a part it could not read, a
+// medium it could not play. The export still succeeds and the user is told;
+// the command line prints text, the app shows its own words for each kind.
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace orvandel {
+
+struct Warning {
+    enum class Kind {
+        notesUnreadable,       // the slide's notes part could not be read: no notes for it
+        notesTextRepaired,     // the notes are not valid UTF-8: bad bytes became U+FFFD
+        slidePartMissing,      // a listed slide's part is missing: later slides renumber
+        mediaNotPlayed,        // a video, audio clip or GIF could not be decoded: its first frame shows
+        graphicBuildShownWhole,  // a chart or diagram build could not be drawn step by step
+    };
+
+    Kind kind = Kind::notesUnreadable;
+    std::int64_t slide = 0;  // display number (1-based), or the slide's position for slidePartMissing
+    std::string detail;      // the reason, in the system's, the parser's or the tool's words
+    std::string text;        // one English sentence
+
+    static Warning notesUnreadable(std::int64_t slide, std::string reason);
+    static Warning notesTextRepaired(std::int64_t slide);
+    static Warning slidePartMissing(std::int64_t position, std::string part);
+    static Warning mediaNotPlayed(std::int64_t slide, std::string medium, std::string reason);
+    static Warning graphicBuildShownWhole(std::int64_t slide, std::string reason);
+
+    bool operator==(const Warning&) const = default;
+};
+
+using WarningCallback = std::function<void(const Warning&)>;
+
+}  // namespace orvandel
