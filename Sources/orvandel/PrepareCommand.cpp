@@ -7,16 +7,12 @@
 #include "Commands.hpp"
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
+#include "deck/TimingPolicy.hpp"
 #include "rewrite/DeckTransformer.hpp"
 
 namespace orvandel::cli {
 
 namespace {
-
-// The pause after each bullet and the least spacing between bullet starts,
-// as the export uses them.
-constexpr std::int64_t kRespiroMs = 1000;
-constexpr std::int64_t kEspacamentoMs = 1500;
 
 struct PrepareOptions {
     std::string deck;
@@ -31,7 +27,8 @@ int runPrepare(const PrepareOptions& options, std::ostream& out) {
 
     std::vector<DeckTransformer::Branch> branches;
     const auto reports =
-        DeckTransformer::prepare(options.deck, options.output, videoMs, gifMs, kRespiroMs, kEspacamentoMs, branches);
+        DeckTransformer::prepare(options.deck, options.output, videoMs, gifMs, TimingPolicy::respiroMs,
+                                TimingPolicy::espacamentoMs, branches);
 
     out << std::left << std::setw(7) << "slide" << std::setw(16) << "branch" << std::setw(8) << "hidden"
         << "advance (s)\n";

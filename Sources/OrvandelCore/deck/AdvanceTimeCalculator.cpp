@@ -3,10 +3,13 @@
 #include <algorithm>
 
 #include "base/Checked.hpp"
+#include "deck/TimingPolicy.hpp"
 
 namespace orvandel::AdvanceTimeCalculator {
 
 namespace {
+
+using namespace TimingPolicy;
 
 std::int64_t total(std::int64_t stepsMs, bool haveSteps, bool autoFound, std::int64_t autoDurationMs,
                    bool videoFound, std::int64_t videoDurationMs, bool gifFound, std::int64_t gifDurationMs,
@@ -40,7 +43,7 @@ std::int64_t advanceTimeMs(const std::vector<std::int64_t>& bulletDursMs, bool a
 
 std::int64_t advanceTimeMs(std::int64_t bulletCount, bool autoFound, std::int64_t autoDurationMs, bool videoFound,
                            std::int64_t videoDurationMs, bool gifFound, std::int64_t gifDurationMs) {
-    const std::int64_t stepsMs = bulletCount > 0 ? checkedMul(bulletCount, bulletStepMs(500)) : 0;
+    const std::int64_t stepsMs = bulletCount > 0 ? checkedMul(bulletCount, bulletStepMs(DEFAULT_ANIMATION)) : 0;
     return total(stepsMs, bulletCount > 0, autoFound, autoDurationMs, videoFound, videoDurationMs, gifFound,
                  gifDurationMs, 0);
 }

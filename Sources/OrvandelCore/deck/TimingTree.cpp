@@ -4,6 +4,7 @@
 
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
+#include "deck/TimingPolicy.hpp"
 
 namespace orvandel::TimingTree {
 
@@ -97,7 +98,7 @@ std::int64_t entranceDurationMs(const XmlElement& container) {
         if (hasAttribute(effect, "nodeType", "afterEffect")) base = end;
         base = checkedAdd(base, effectStartDelayMs(effect));
         std::int64_t duration = effectDurationMs(effect);
-        if (duration == 1000) duration = 500;
+        if (duration == TimingPolicy::ONE_SECOND_EFFECT) duration = TimingPolicy::ONE_SECOND_EFFECT_PLAYED;
         end = checkedAdd(base, duration);
         result = std::max(result, end);
     }

@@ -6,6 +6,7 @@
 
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
+#include "deck/TimingPolicy.hpp"
 
 namespace orvandel {
 
@@ -19,12 +20,13 @@ namespace CueCalculator {
 
 namespace {
 
-// The same constants as the advance-time plan, so that cues land where the
-// rendered movie shows each step.
-constexpr std::int64_t kLeadInMs = 500;            // before the first step, and around a video or GIF
-constexpr std::int64_t kDefaultAnimationMs = 500;  // a step whose animation length is unknown
-constexpr std::int64_t kPauseMs = 1000;            // after an animation
-constexpr std::int64_t kMinimumStepMs = 1500;      // shortest step, and the fixed step of an exit group
+// The advance times' own values, so that cues land where the rendered movie
+// shows each step.
+using TimingPolicy::BULLET;
+using TimingPolicy::DEFAULT_ANIMATION;
+using TimingPolicy::LEAD_IN;
+using TimingPolicy::RESPIRO;
+using TimingPolicy::STEP;
 
 class CueList {
 public:
@@ -62,13 +64,13 @@ std::int64_t addCuesForSlide(std::vector<Cue>& cues, std::int64_t nextIndex, con
         if (input.exitGroupCount >= 1 && !input.orderedGroupKinds.empty() && !hasMedia) {
             // Entry and exit groups interleave: each group has its own fixed slot.
             const auto& kinds = input.orderedGroupKinds;
-            if (kinds.front() == ClickGroupKind::entry) list.stepCue(checkedAdd(base, kLeadInMs));
+            if (kinds.front() == ClickGroupKind::entry) list.stepCue(checkedAdd(base, LEAD_IN));
             for (std::size_t i = 0; i < kinds.size(); ++i) {
                 const std::int64_t j = checkedAdd(static_cast<std::int64_t>(i), 1);
                 if (kinds[i] == ClickGroupKind::exit) {
-                    list.stepCue(checkedAdd(checkedAdd(base, checkedMul(j - 1, kMinimumStepMs)), kLeadInMs));
+                    list.stepCue(checkedAdd(checkedAdd(base, checkedMul(j - 1, STEP)), LEAD_IN));
                 } else {
-                    const std::int64_t t = checkedAdd(checkedAdd(base, checkedMul(j, kMinimumStepMs)), kPauseMs);
+                    const std::int64_t t = checkedAdd(checkedAdd(base, checkedMul(j, STEP)), RESPIRO);
                     if (i + 1 == kinds.size()) {
                         list.slideCue(t);
                     } else {
@@ -81,13 +83,13 @@ std::int64_t addCuesForSlide(std::vector<Cue>& cues, std::int64_t nextIndex, con
 
         // With media the slide ends on the media's own cue, so no lead-in and
         // no slide cue.
-        if (!hasMedia) list.stepCue(checkedAdd(base, kLeadInMs));
+        if (!hasMedia) list.stepCue(checkedAdd(base, LEAD_IN));
         std::int64_t sum = 0;
         for (std::int64_t i = 0; i < input.bulletCount; ++i) {
             const auto index = static_cast<std::size_t>(i);
-            const std::int64_t d = index < input.bulletDursMs.size() ? input.bulletDursMs[index] : kDefaultAnimationMs;
-            sum = checkedAdd(sum, std::max(checkedAdd(d, kPauseMs), kMinimumStepMs));
-            const std::int64_t t = checkedAdd(checkedAdd(base, sum), kPauseMs);
+            const std::int64_t d = index < input.bulletDursMs.size() ? input.bulletDursMs[index] : DEFAULT_ANIMATION;
+            sum = checkedAdd(sum, std::max(checkedAdd(d, RESPIRO), BULLET));
+            const std::int64_t t = checkedAdd(checkedAdd(base, sum), RESPIRO);
             if (i == input.bulletCount - 1 && !hasMedia) {
                 list.slideCue(t);
             } else {
@@ -98,23 +100,23 @@ std::int64_t addCuesForSlide(std::vector<Cue>& cues, std::int64_t nextIndex, con
 
     // Measured from base: the video starts with the slide, not after the steps.
     if (input.videoDurationMs) {
-        list.videoEndCue(checkedAdd(checkedAdd(checkedAdd(base, kLeadInMs), *input.videoDurationMs), kLeadInMs));
+        list.videoEndCue(checkedAdd(checkedAdd(checkedAdd(base, LEAD_IN), *input.videoDurationMs), LEAD_IN));
     }
 
     if (!input.gifDurationMs) {
         if (input.videoDurationMs || input.bulletCount != 0) return list.nextIndex();
         if (input.exitGroupCount < 1) {
-            list.slideCue(checkedAdd(base, kPauseMs));
+            list.slideCue(checkedAdd(base, RESPIRO));
             return list.nextIndex();
         }
         for (std::int64_t k = 0; k < input.exitGroupCount; ++k) {
-            list.stepCue(checkedAdd(checkedAdd(base, checkedMul(k, kMinimumStepMs)), kLeadInMs));
+            list.stepCue(checkedAdd(checkedAdd(base, checkedMul(k, STEP)), LEAD_IN));
         }
-        list.slideCue(checkedAdd(checkedAdd(base, checkedMul(input.exitGroupCount, kMinimumStepMs)), kPauseMs));
+        list.slideCue(checkedAdd(checkedAdd(base, checkedMul(input.exitGroupCount, STEP)), RESPIRO));
         return list.nextIndex();
     }
 
-    list.gifEndCue(checkedAdd(checkedAdd(checkedAdd(base, kLeadInMs), *input.gifDurationMs), kLeadInMs));
+    list.gifEndCue(checkedAdd(checkedAdd(checkedAdd(base, LEAD_IN), *input.gifDurationMs), LEAD_IN));
     return list.nextIndex();
 }
 

@@ -7,6 +7,7 @@
 #include "deck/DeckError.hpp"
 #include "deck/DeckScanner.hpp"
 #include "deck/NotesScanner.hpp"
+#include "deck/TimingPolicy.hpp"
 #include "package/CueCalculator.hpp"
 #include "package/CueInputAssembler.hpp"
 #include "package/ManifestBuilder.hpp"
@@ -84,8 +85,8 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         work.emplace(exporter.workDirectoryBase(), "orv-chain-");
         const auto prepared = work->path() / "prepared.pptx";
         hooks.report(kStagePrepare, 0);
-        const auto preparedReports =
-            DeckTransformer::prepare(originalPptx, prepared, videoMs, gifMs, /*respiroMs=*/1000, /*espacamentoMs=*/1500);
+        const auto preparedReports = DeckTransformer::prepare(originalPptx, prepared, videoMs, gifMs,
+                                                              TimingPolicy::respiroMs, TimingPolicy::espacamentoMs);
         expectedMs = expectedDurationMs(preparedReports);
         hooks.throwIfCancelled();
         movie = work->path() / "master.mp4";

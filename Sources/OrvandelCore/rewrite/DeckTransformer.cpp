@@ -10,6 +10,7 @@
 #include "container/ZipArchive.hpp"
 #include "deck/DeckError.hpp"
 #include "deck/DeckScanner.hpp"
+#include "deck/TimingPolicy.hpp"
 #include "rewrite/ExitWriter.hpp"
 #include "rewrite/MediaWriter.hpp"
 #include "rewrite/SlideValidator.hpp"
@@ -19,9 +20,6 @@
 namespace orvandel::DeckTransformer {
 
 namespace {
-
-constexpr std::int64_t kVideoPreMs = 500;
-constexpr std::int64_t kExitHeadOffsetMs = 500;
 
 struct Rewritten {
     std::string xml;
@@ -34,14 +32,14 @@ Rewritten rewriteSlide(const std::string& xml, std::int64_t slide, const SlideRe
     if (report.bulletCount >= 1) {
         std::string out = TimingTransformer::transformBulletSlide(xml, {advTm, respiroMs, espacamentoMs});
         if (report.exitGroupCount < 1) return {std::move(out), Branch::bullets};
-        return {ExitWriter::retimeExitHeads(std::move(out), kExitHeadOffsetMs), Branch::bulletsWithExits};
+        return {ExitWriter::retimeExitHeads(std::move(out), TimingPolicy::EXIT_OFFSET), Branch::bulletsWithExits};
     }
     if (report.hasOnClickVideo) {
-        std::string out = MediaWriter::setAutoplayPreroll(MediaWriter::convertOnClickToAutoplay(xml), kVideoPreMs);
+        std::string out = MediaWriter::setAutoplayPreroll(MediaWriter::convertOnClickToAutoplay(xml), TimingPolicy::VIDEO_PRE);
         return {TransitionWriter::insert(std::move(out), advTm), Branch::clickVideo};
     }
     if (report.hasVideoAutoplay) {
-        return {TransitionWriter::insert(MediaWriter::setAutoplayPreroll(xml, kVideoPreMs), advTm),
+        return {TransitionWriter::insert(MediaWriter::setAutoplayPreroll(xml, TimingPolicy::VIDEO_PRE), advTm),
                 Branch::autoplayVideo};
     }
     if (report.videoCount > 0) throw DeckError::videoWithoutMediaCall(slide);

@@ -4,6 +4,7 @@
 #include "base/Numbers.hpp"
 #include "container/SlideXML.hpp"
 #include "container/XMLEmitter.hpp"
+#include "deck/TimingPolicy.hpp"
 #include "deck/TimingTree.hpp"
 
 namespace orvandel::ExitWriter {
@@ -49,7 +50,7 @@ std::string convertExitToAfterEffect(std::string xml) {
         auto cond = startCondition(*head);
         if (!cond) continue;
         head->replaceAttribute("nodeType", "afterEffect");
-        cond->replaceAttribute("delay", formatInt(checkedAdd(EXIT_OFFSET, checkedMul(converted, STEP))));
+        cond->replaceAttribute("delay", formatInt(checkedAdd(TimingPolicy::EXIT_OFFSET, checkedMul(converted, TimingPolicy::STEP))));
         converted = checkedAdd(converted, 1);
     }
     if (converted == 0) return xml;

@@ -10,14 +10,11 @@
 
 namespace orvandel::ExitWriter {
 
-inline constexpr std::int64_t EXIT_OFFSET = 500;  // delay before the first converted exit
-inline constexpr std::int64_t STEP = 1500;        // spacing between consecutive converted exits
-
 // Throws SlideXMLError when the timing cannot be parsed.
 std::string retimeExitHeads(std::string xml, std::int64_t offsetMs);
 
 // Click heads of presetClass "exit" become afterEffect with the delays
-// EXIT_OFFSET + k * STEP, and the main sequence starts on slide begin. A head
+// TimingPolicy::EXIT_OFFSET + k * TimingPolicy::STEP, and the main sequence starts on slide begin. A head
 // without a start condition to carry its delay is left alone. Throws
 // SlideXMLError when the timing cannot be parsed.
 std::string convertExitToAfterEffect(std::string xml);

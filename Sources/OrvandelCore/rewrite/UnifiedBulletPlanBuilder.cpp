@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "base/Checked.hpp"
+#include "base/Numbers.hpp"
+#include "deck/TimingPolicy.hpp"
 #include "deck/TimingTree.hpp"
 #include "rewrite/MechanicalTransformer.hpp"
 
@@ -43,7 +45,8 @@ TimingPlan buildPlan(const XmlElement& timing, const TimingTransformer::Params& 
         cursor = checkedAdd(cursor, std::max(played, params.espacamentoMs));
     }
     // A one-second effect plays in half a second, as entranceDurationMs counts it.
-    plan.durationOverrides = {{"1000", "500"}};
+    plan.durationOverrides = {
+        {formatInt(TimingPolicy::ONE_SECOND_EFFECT), formatInt(TimingPolicy::ONE_SECOND_EFFECT_PLAYED)}};
     return plan;
 }
 
