@@ -1,7 +1,7 @@
 #include "render/Mp4Duration.hpp"
 
 #include <cerrno>
-#include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
@@ -192,12 +192,17 @@ std::int64_t measureMs(const std::filesystem::path& url) {
     }
     if (timescale == 0) file.fail("zero timescale in the movie header ('mvhd')");
 
-    const double seconds = indefinite ? INFINITY : static_cast<double>(duration) / static_cast<double>(timescale);
-    if (!std::isfinite(seconds) || !(seconds > 0)) file.fail("non-finite or zero duration");
-    const double ms = std::trunc(seconds * 1000.0);
-    // A crafted header can claim more than 64 bits of milliseconds; that is bad input, not a fault.
-    if (ms >= 9.2e18) file.fail("duration out of range");
-    return static_cast<std::int64_t>(ms);
+    if (indefinite || duration == 0) file.fail("non-finite or zero duration");
+    // In integers, so that 1009 units at time scale 1000 are 1009 ms (through
+    // a double they were 1008); a remainder of a millisecond is truncated.
+    constexpr std::uint64_t kMsPerSecond = 1000;
+    const std::uint64_t wholeSeconds = duration / timescale;
+    const std::uint64_t restMs = duration % timescale * kMsPerSecond / timescale;
+    // A crafted header can claim more than 63 bits of milliseconds; that is bad input, not a fault.
+    if (wholeSeconds > (static_cast<std::uint64_t>(INT64_MAX) - restMs) / kMsPerSecond) {
+        file.fail("duration out of range");
+    }
+    return static_cast<std::int64_t>(wholeSeconds * kMsPerSecond + restMs);
 }
 
 }  // namespace orvandel::Mp4Duration
