@@ -16,9 +16,10 @@ set(units
   "OrvandelCore/package|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render"
   "OrvandelPowerPoint|OrvandelCore/base OrvandelCore/render"
   "OrvandelRender|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render"
+  "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelPowerPoint"
   "orvandel|*"
   "../App/Sources/OrvandelApp|*")
-set(roots OrvandelCore OrvandelRender OrvandelPowerPoint orvandel ../App/Sources/OrvandelApp)
+set(roots OrvandelCore OrvandelRender OrvandelPowerPoint OrvandelRenderers orvandel ../App/Sources/OrvandelApp)
 
 set(sources "${ROOT}/Sources")
 set(failures "")

@@ -8,9 +8,7 @@
 #include "Cli.hpp"
 #include "Commands.hpp"
 #include "Interrupt.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
-#include "DefaultMp4Exporter.hpp"
-#include "Mp4Exporter.hpp"
+#include "RendererChoice.hpp"
 #include "base/Numbers.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
@@ -65,13 +63,6 @@ private:
     std::size_t width_ = 0;
 };
 
-std::unique_ptr<Mp4Exporting> chooseRenderer(const std::string& name) {
-    if (name == "powerpoint" || (name == "auto" && Mp4Exporter::isPowerPointAvailable())) {
-        return std::make_unique<DefaultMp4Exporter>();
-    }
-    return std::make_unique<LibreOfficeMp4Exporter>();
-}
-
 int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err) {
     const auto videoMs = parseSlideDurations(options.video, "--video");
     const auto gifMs = parseSlideDurations(options.gif, "--gif");
@@ -80,7 +71,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");
     std::optional<std::filesystem::path> movie;
     if (!options.mp4.empty()) movie = options.mp4;
-    const auto renderer = chooseRenderer(options.renderer);
+    const auto renderer = RendererChoice::make(*RendererChoice::fromName(options.renderer));
 
     InterruptGuard interrupt;
     ProgressLine line(err);

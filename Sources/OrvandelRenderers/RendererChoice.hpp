@@ -1,0 +1,23 @@
+#pragma once
+// Which renderer makes the movie, the same for the command line and the app:
+// `automatic` means PowerPoint for Mac where it is installed, the headless
+// renderer everywhere else.
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "render/Mp4Exporting.hpp"
+
+namespace orvandel::RendererChoice {
+
+enum class Renderer { automatic, headless, powerPoint };
+
+// "auto", "libreoffice", "powerpoint"; nothing for any other name.
+std::optional<Renderer> fromName(std::string_view name);
+
+// The renderer `automatic` stands for on this machine; the others as they are.
+Renderer resolve(Renderer requested);
+
+std::unique_ptr<Mp4Exporting> make(Renderer requested);
+
+}  // namespace orvandel::RendererChoice
