@@ -1,10 +1,14 @@
 #include "Cli.hpp"
 
 #include <CLI/CLI.hpp>
+#include <sys/stat.h>
 
 #include "Commands.hpp"
 #include "base/Error.hpp"
 #include "base/Numbers.hpp"
+#include "container/PptxArchive.hpp"
+#include "deck/DeckScanner.hpp"
+#include "deck/TimingPolicy.hpp"
 
 namespace orvandel::cli {
 
@@ -15,13 +19,51 @@ std::map<std::int64_t, std::int64_t> parseSlideDurations(const std::vector<std::
         const auto colon = pair.find(':');
         const auto slide = colon == std::string::npos ? std::nullopt : parseInt64(pair.substr(0, colon));
         const auto ms = colon == std::string::npos ? std::nullopt : parseInt64(pair.substr(colon + 1));
-        if (!slide || !ms || *slide < 1 || *ms < 0) {
+        if (!slide || !ms || *slide < 1) {
             throw CLI::ValidationError(optionName, "expected SLIDE:MILLISECONDS (for example 3:12000), got \"" +
                                                        pair + "\"");
+        }
+        if (*ms < 1 || *ms > TimingPolicy::LONGEST_TIMING) {
+            throw CLI::ValidationError(optionName, "the length in \"" + pair +
+                                                       "\" must be from 1 to 86400000 milliseconds (24 hours)");
         }
         out[*slide] = *ms;
     }
     return out;
+}
+
+void checkSlidesExist(const std::map<std::int64_t, std::int64_t>& videoMs,
+                      const std::map<std::int64_t, std::int64_t>& gifMs, const std::string& deck) {
+    if (videoMs.empty() && gifMs.empty()) return;
+    std::int64_t slideCount = 0;
+    try {
+        PptxArchive::Deck opened{std::filesystem::path(deck)};
+        slideCount = static_cast<std::int64_t>(DeckScanner::orderedSlideFiles(opened).size());
+    } catch (const std::exception&) {
+        return;
+    }
+    for (const auto& [optionName, durations] : {std::pair{"--video", &videoMs}, {"--gif", &gifMs}}) {
+        for (const auto& [slide, ms] : *durations) {
+            if (slide <= slideCount) continue;
+            throw CLI::ValidationError(optionName, "slide " + formatInt(slide) + " in \"" + formatInt(slide) + ":" +
+                                                       formatInt(ms) + "\" does not exist: the deck has " +
+                                                       formatInt(slideCount) + " slides");
+        }
+    }
+}
+
+const CLI::Validator RegularFile(
+    [](std::string& path) -> std::string {
+        struct stat st {};
+        if (::stat(path.c_str(), &st) != 0) return "no such file: " + path;
+        if (S_ISDIR(st.st_mode)) return path + " is a folder, not a file";
+        if (!S_ISREG(st.st_mode)) return path + " is not a regular file (a FIFO, a socket or a device)";
+        return {};
+    },
+    "FILE");
+
+WarningCallback printWarnings(std::ostream& err) {
+    return [&err](const Warning& w) { err << "warning: " << w.text << "\n"; };
 }
 
 void addSlideDurationOptions(CLI::App& command, std::vector<std::string>& video, std::vector<std::string>& gif) {

@@ -3,14 +3,15 @@
 // and maps the outcome to an exit status (0 success, 1 failure with the
 // error's description on standard error, 2 usage error, 130/143 interrupted).
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <ostream>
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-}
+#include <CLI/CLI.hpp>
+
+#include "base/Warning.hpp"
 
 namespace orvandel::cli {
 
@@ -27,8 +28,22 @@ inline constexpr int kExitUsage = 2;
 void addSlideDurationOptions(CLI::App& command, std::vector<std::string>& video, std::vector<std::string>& gif);
 
 // "N:MS" pairs (slide display number : milliseconds) from repeated options.
-// Throws CLI::ValidationError on a malformed pair.
+// Throws CLI::ValidationError on a malformed pair, a slide number below 1 or
+// a length outside 1 ms ... 24 h.
 std::map<std::int64_t, std::int64_t> parseSlideDurations(const std::vector<std::string>& pairs,
                                                          const std::string& optionName);
+
+// Throws CLI::ValidationError naming the option and the pair when a slide
+// number of --video or --gif is beyond the deck's last slide. A deck that
+// cannot be read is left for the command itself to report.
+void checkSlidesExist(const std::map<std::int64_t, std::int64_t>& videoMs,
+                      const std::map<std::int64_t, std::int64_t>& gifMs, const std::string& deck);
+
+// An existing regular file: a missing path, a folder, a FIFO, a socket or a
+// device is a usage error before anything opens it.
+extern const CLI::Validator RegularFile;
+
+// Prints each warning on its own line as "warning: <text>".
+WarningCallback printWarnings(std::ostream& err);
 
 }  // namespace orvandel::cli

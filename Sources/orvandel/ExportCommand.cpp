@@ -66,6 +66,7 @@ private:
 int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err) {
     const auto videoMs = parseSlideDurations(options.video, "--video");
     const auto gifMs = parseSlideDurations(options.gif, "--gif");
+    checkSlidesExist(videoMs, gifMs, options.deck);
     std::filesystem::path deck = options.deck;
     std::filesystem::path destination = options.output;
     if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");
@@ -76,9 +77,9 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     InterruptGuard interrupt;
     ProgressLine line(err);
     RenderHooks hooks{[&](const std::string& stage, double f) { line.update(stage, f); }, interrupt.token(),
-                      [&](const Warning& w) {
+                      [&, print = printWarnings(err)](const Warning& w) {
                           line.finish();
-                          err << "warning: " << w.text << "\n";
+                          print(w);
                       }};
     OrvExporter::Result result;
     try {
@@ -123,11 +124,11 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
         "export",
         "Turn a deck into a lesson package (.orv): prepare a self-playing copy, render it to one movie, compute "
         "the cue of every slide and bullet, and write manifest.json and assets/master.mp4.");
-    cmd->add_option("DECK", options->deck, "the deck (.pptx)")->required()->check(CLI::ExistingFile);
+    cmd->add_option("DECK", options->deck, "the deck (.pptx)")->required()->check(RegularFile);
     cmd->add_option("-o,--output", options->output, "where the package goes (default: the deck's name with .orv)");
     cmd->add_option("--mp4", options->mp4,
                     "a movie of the deck rendered by hand; the deck is then neither prepared nor rendered")
-        ->check(CLI::ExistingFile);
+        ->check(RegularFile);
     addSlideDurationOptions(*cmd, options->video, options->gif);
     cmd->add_option("--renderer", options->renderer,
                     "who renders the movie: libreoffice (headless, this machine), powerpoint (PowerPoint for Mac) "

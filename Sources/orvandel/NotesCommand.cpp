@@ -18,7 +18,7 @@ struct NotesOptions {
 };
 
 int runNotes(const NotesOptions& options, std::ostream& out, std::ostream& err) {
-    const auto notes = NotesScanner::notesBySlide(options.deck);
+    const auto notes = NotesScanner::notesBySlide(options.deck, printWarnings(err));
     if (options.json) {
         nlohmann::ordered_json object = nlohmann::ordered_json::object();
         for (const auto& [slide, text] : notes) object[formatInt(slide)] = text;

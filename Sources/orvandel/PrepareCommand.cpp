@@ -7,6 +7,8 @@
 #include "Commands.hpp"
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
+#include "container/PptxArchive.hpp"
+#include "deck/DeckScanner.hpp"
 #include "deck/TimingPolicy.hpp"
 #include "rewrite/DeckTransformer.hpp"
 
@@ -21,9 +23,19 @@ struct PrepareOptions {
     std::vector<std::string> gif;
 };
 
-int runPrepare(const PrepareOptions& options, std::ostream& out) {
+int runPrepare(const PrepareOptions& options, std::ostream& out, std::ostream& err) {
     const auto videoMs = parseSlideDurations(options.video, "--video");
     const auto gifMs = parseSlideDurations(options.gif, "--gif");
+    checkSlidesExist(videoMs, gifMs, options.deck);
+    {
+        // The prepared deck keeps a missing slide's place; say that it has none.
+        PptxArchive::Deck deck{std::filesystem::path(options.deck)};
+        try {
+            for (const auto& w : DeckScanner::slideList(deck).warnings) printWarnings(err)(w);
+        } catch (const std::exception&) {
+            // prepare itself reports an unreadable deck
+        }
+    }
 
     std::vector<DeckTransformer::Branch> branches;
     const auto reports =
@@ -68,8 +80,7 @@ void setupPrepareCommand(CLI::App& app, std::function<int()>& action, std::ostre
     addSlideDurationOptions(*cmd, options->video, options->gif);
     cmd->footer("Example:\n  orvandel prepare examples/aula-exemplo.pptx -o /tmp/preparado.pptx --gif 4:3000\n");
     cmd->callback([&action, &out, &err, options] {
-        (void)err;
-        action = [&out, options]() -> int { return runPrepare(*options, out); };
+        action = [&out, &err, options]() -> int { return runPrepare(*options, out, err); };
     });
 }
 

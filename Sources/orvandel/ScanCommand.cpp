@@ -44,10 +44,11 @@ nlohmann::ordered_json reportJson(const SlideReport& r) {
     };
 }
 
-int runScan(const ScanOptions& options, std::ostream& out) {
+int runScan(const ScanOptions& options, std::ostream& out, std::ostream& err) {
     const auto videoMs = parseSlideDurations(options.video, "--video");
     const auto gifMs = parseSlideDurations(options.gif, "--gif");
-    const auto reports = DeckScanner::report(options.deck, videoMs, gifMs);
+    checkSlidesExist(videoMs, gifMs, options.deck);
+    const auto reports = DeckScanner::report(options.deck, videoMs, gifMs, printWarnings(err));
     if (options.json) {
         nlohmann::ordered_json array = nlohmann::ordered_json::array();
         for (const auto& r : reports) array.push_back(reportJson(r));
@@ -75,8 +76,7 @@ void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream&
     addSlideDurationOptions(*cmd, options->video, options->gif);
     cmd->footer("Example:\n  orvandel scan examples/aula-exemplo.pptx --gif 4:3000\n");
     cmd->callback([&action, &out, &err, options] {
-        (void)err;
-        action = [&out, options]() -> int { return runScan(*options, out); };
+        action = [&out, &err, options]() -> int { return runScan(*options, out, err); };
     });
 }
 

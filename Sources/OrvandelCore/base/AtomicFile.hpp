@@ -2,19 +2,55 @@
 // Replacing a file so that readers see either the old file or the whole new
 // one: the new contents go to a hidden temporary file beside the destination
 // (".<name>.tmp-<UUID>", same directory, so rename(2) is atomic), which is
-// renamed over it. On any failure the temporary file is removed and the
-// destination is left as it was.
+// flushed to disk and renamed over it, and the directory is flushed after the
+// rename. On any failure the temporary file is removed and the destination is
+// left as it was. An existing destination keeps its permission bits; a new
+// one gets the default mode under the process umask.
 #include <filesystem>
 #include <functional>
+#include <string>
+#include <vector>
 
-namespace orvandel::AtomicFile {
+#include "base/Error.hpp"
+
+namespace orvandel {
+
+// A destination that must not be written: one of the inputs of the same
+// operation, or something that is not a regular file (a folder, a device).
+class OutputError : public Error {
+public:
+    enum class Case { sameAsInput, notARegularFile };
+
+    static OutputError sameAsInput(const std::filesystem::path& destination, const std::filesystem::path& input);
+    static OutputError notARegularFile(const std::filesystem::path& destination);
+
+    Case errorCase() const { return case_; }
+    const std::filesystem::path& destination() const { return destination_; }
+
+private:
+    OutputError(Case c, std::filesystem::path destination, const std::string& description);
+    Case case_;
+    std::filesystem::path destination_;
+};
+
+namespace AtomicFile {
 
 // ".<name>.tmp-<UUID>" in the destination's directory.
 std::filesystem::path temporaryPath(const std::filesystem::path& destination);
 
-// Calls write(temporary), then renames the temporary over the destination.
-// Rethrows what write throws; a failed rename throws FileError.
-void replace(const std::filesystem::path& destination,
-             const std::function<void(const std::filesystem::path& temporary)>& write);
+// Throws OutputError when the destination exists and is not a regular file,
+// or is the same file as one of the inputs (same device and inode, whatever
+// the names: a link, "./x" and "x" are all caught). Inputs that do not exist
+// are ignored.
+void checkDestination(const std::filesystem::path& destination, const std::vector<std::filesystem::path>& inputs);
 
-}  // namespace orvandel::AtomicFile
+// checkDestination, then write(temporary), then the temporary replaces the
+// destination. Rethrows what write throws; a failed flush or rename throws
+// FileError.
+void replace(const std::filesystem::path& destination,
+             const std::function<void(const std::filesystem::path& temporary)>& write,
+             const std::vector<std::filesystem::path>& inputs = {});
+
+}  // namespace AtomicFile
+
+}  // namespace orvandel

@@ -13,42 +13,65 @@ Bytes toBytes(std::string_view text) { return Bytes(text.begin(), text.end()); }
 
 std::string toString(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
-bool isValidUtf8(std::string_view text) {
+namespace {
+
+// The length of the well-formed UTF-8 sequence at s[i] (no overlongs, no
+// surrogates, <= U+10FFFF), or 0 when the bytes there are not one.
+std::size_t sequenceAt(std::string_view text, std::size_t i) {
     const auto* s = reinterpret_cast<const unsigned char*>(text.data());
     const std::size_t n = text.size();
-    std::size_t i = 0;
-    while (i < n) {
-        const unsigned char c = s[i];
-        if (c < 0x80) {
-            ++i;
-            continue;
-        }
-        std::size_t len;
-        std::uint32_t cp;
-        if (c >= 0xC2 && c <= 0xDF) {
-            len = 2;
-            cp = c & 0x1F;
-        } else if (c >= 0xE0 && c <= 0xEF) {
-            len = 3;
-            cp = c & 0x0F;
-        } else if (c >= 0xF0 && c <= 0xF4) {
-            len = 4;
-            cp = c & 0x07;
-        } else {
-            return false;
-        }
-        if (n - i < len) return false;
-        for (std::size_t k = 1; k < len; ++k) {
-            if ((s[i + k] & 0xC0) != 0x80) return false;
-            cp = (cp << 6) | (s[i + k] & 0x3F);
-        }
-        if ((len == 3 && (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF))) ||
-            (len == 4 && (cp < 0x10000 || cp > 0x10FFFF))) {
-            return false;
-        }
+    const unsigned char c = s[i];
+    if (c < 0x80) return 1;
+    std::size_t len;
+    std::uint32_t cp;
+    if (c >= 0xC2 && c <= 0xDF) {
+        len = 2;
+        cp = c & 0x1F;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+        len = 3;
+        cp = c & 0x0F;
+    } else if (c >= 0xF0 && c <= 0xF4) {
+        len = 4;
+        cp = c & 0x07;
+    } else {
+        return 0;
+    }
+    if (n - i < len) return 0;
+    for (std::size_t k = 1; k < len; ++k) {
+        if ((s[i + k] & 0xC0) != 0x80) return 0;
+        cp = (cp << 6) | (s[i + k] & 0x3F);
+    }
+    if ((len == 3 && (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF))) ||
+        (len == 4 && (cp < 0x10000 || cp > 0x10FFFF))) {
+        return 0;
+    }
+    return len;
+}
+
+}  // namespace
+
+bool isValidUtf8(std::string_view text) {
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t len = sequenceAt(text, i);
+        if (len == 0) return false;
         i += len;
     }
     return true;
+}
+
+std::string repairedUtf8(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size();) {
+        if (const std::size_t len = sequenceAt(text, i)) {
+            out.append(text.substr(i, len));
+            i += len;
+        } else {
+            out.append("\xEF\xBF\xBD");  // U+FFFD for each byte that starts no character
+            ++i;
+        }
+    }
+    return out;
 }
 
 namespace {
@@ -61,7 +84,7 @@ struct Fd {
 };
 
 void writeAll(const std::filesystem::path& path, const std::uint8_t* data, std::size_t size) {
-    Fd f{::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)};
+    Fd f{::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)};
     if (f.fd < 0) throw FileError("open for writing", path.string(), errno);
     std::size_t done = 0;
     while (done < size) {

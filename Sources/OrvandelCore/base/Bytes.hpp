@@ -17,6 +17,9 @@ std::string toString(const Bytes& bytes);
 
 // Whether the bytes are well-formed UTF-8 (no overlongs, no surrogates, <= U+10FFFF).
 bool isValidUtf8(std::string_view text);
+// The text with every byte that starts no well-formed character replaced by
+// U+FFFD, so that the readable rest survives.
+std::string repairedUtf8(std::string_view text);
 
 // Reads a whole file. Throws FileError.
 Bytes readFile(const std::filesystem::path& path);

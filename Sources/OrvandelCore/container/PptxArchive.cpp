@@ -86,7 +86,9 @@ struct Deck::Open {
 };
 
 Deck::Open::Open(const std::filesystem::path& url, const std::string& entry) : path(url.string()) {
-    fd.fd = ::open(url.c_str(), O_RDONLY | O_CLOEXEC);
+    // Non-blocking, so that a FIFO or a device given as the deck cannot hang
+    // the open; anything but a regular file is refused just below.
+    fd.fd = ::open(url.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd.fd < 0) fail(entry, statusCannotOpen, "cannot open " + path + ": " + std::strerror(errno));
     struct stat st {};
     if (::fstat(fd.fd, &st) != 0) fail(entry, statusCannotOpen, "cannot open " + path + ": " + std::strerror(errno));
@@ -262,6 +264,11 @@ Bytes Deck::readEntryBytes(const std::string& entry) {
     // the failure under its own entry name.
     if (!open_) open_ = std::make_unique<Open>(url_, entry);
     return open_->read(entry);
+}
+
+bool Deck::contains(const std::string& entry) {
+    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    return open_->records.count(entry) > 0;
 }
 
 std::string Deck::readEntry(const std::string& entry) {

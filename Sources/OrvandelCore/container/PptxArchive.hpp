@@ -61,6 +61,9 @@ public:
     const std::filesystem::path& path() const { return url_; }
     Bytes readEntryBytes(const std::string& entry);
     std::string readEntry(const std::string& entry);
+    // Whether the archive has an entry of that name. Throws as a read does when
+    // the deck cannot be opened.
+    bool contains(const std::string& entry);
 
 private:
     struct Open;

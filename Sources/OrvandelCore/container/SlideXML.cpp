@@ -16,6 +16,13 @@ SlideXMLError SlideXMLError::parseFailed(const std::string& message) {
     return SlideXMLError(Case::parseFailed, message, "parse failed: " + message);
 }
 
+SlideXMLError SlideXMLError::inPart(const std::string& part) const {
+    SlideXMLError e(case_, detail_,
+                    part + ": " + (case_ == Case::parseFailed ? detail_ : std::string(what())));
+    e.part_ = part;
+    return e;
+}
+
 namespace SlideXML {
 
 namespace {

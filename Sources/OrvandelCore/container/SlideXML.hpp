@@ -36,8 +36,14 @@ public:
     // The parser's own message, or the message saying the root was not found.
     static SlideXMLError parseFailed(const std::string& message);
 
+    // The same error, its description led by the part it was found in:
+    // "ppt/slides/slide3.xml: expected '>' (line 1)".
+    SlideXMLError inPart(const std::string& part) const;
+
     Case errorCase() const { return case_; }
     const std::string& detail() const { return detail_; }
+    // The part named by inPart; empty otherwise.
+    const std::string& part() const { return part_; }
 
 private:
     SlideXMLError(Case c, std::string detail, const std::string& description)
@@ -45,6 +51,7 @@ private:
 
     Case case_;
     std::string detail_;
+    std::string part_;
 };
 
 namespace SlideXML {

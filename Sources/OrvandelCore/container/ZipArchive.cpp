@@ -335,7 +335,7 @@ void create(const std::vector<std::pair<std::string, Bytes>>& entries, const std
 
 void createStreaming(const std::vector<StreamedEntry>& entries, const std::filesystem::path& to) {
     if (entries.size() >= 0xFFFF) limitFault("entry count", static_cast<std::int64_t>(entries.size()));
-    const int fd = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    const int fd = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (fd < 0) throw FileError("open for writing", to.string(), errno);
     struct Closer {
         int fd;

@@ -91,6 +91,13 @@ DeckError DeckError::orvWriteFailed(std::string path) {
     return e;
 }
 
+DeckError DeckError::durationTooLong(std::int64_t slide, std::string what) {
+    DeckError e(Case::durationTooLong, "slide " + formatInt(slide) + ": " + what +
+                                           " is longer than a day; the deck may be damaged");
+    e.slide_ = slide;
+    return e;
+}
+
 DeckError DeckError::noVisibleSlides() {
     return DeckError(Case::noVisibleSlides, "the deck has no visible slides to export");
 }

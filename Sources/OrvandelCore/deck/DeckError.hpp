@@ -22,6 +22,7 @@ public:
         masterDurationMismatch,
         orvWriteFailed,
         noVisibleSlides,
+        durationTooLong,
     };
 
     // One rejected slide of the prepared deck and why it was rejected.
@@ -42,9 +43,12 @@ public:
     static DeckError orvWriteFailed(std::string path);
     // Every slide is hidden (or there are none): there is nothing to put on a timeline.
     static DeckError noVisibleSlides();
+    // A delay or duration of the slide (in its timing, or given for its video
+    // or GIF) is longer than a day; what says which.
+    static DeckError durationTooLong(std::int64_t slide, std::string what);
 
     Case errorCase() const { return case_; }
-    // missingVideoDuration, videoWithoutMediaCall; 0 otherwise.
+    // missingVideoDuration, videoWithoutMediaCall, durationTooLong; 0 otherwise.
     std::int64_t slide() const { return slide_; }
     // invalidOutput; empty otherwise.
     const std::vector<SlideFailure>& failures() const { return failures_; }

@@ -9,7 +9,9 @@
 #include "container/SlideXML.hpp"
 #include "deck/AdvanceTimeCalculator.hpp"
 #include "deck/AdvanceTimeScanner.hpp"
+#include "deck/DeckError.hpp"
 #include "deck/NotesScanner.hpp"
+#include "deck/TimingPolicy.hpp"
 #include "deck/TimingTree.hpp"
 
 namespace orvandel::DeckScanner {
@@ -17,21 +19,6 @@ namespace orvandel::DeckScanner {
 namespace {
 
 // Patterns are compiled once; one that does not compile matches nothing.
-const Regex& sldIdPattern() {
-    static const Regex re(R"re(<p:sldId[^>]*r:id="(rId\d+)")re");
-    return re;
-}
-const Regex& slideRelPattern() {
-    static const Regex re(R"re(Id="(rId\d+)"[^>]*Target="([^"]*slide\d+\.xml)")re");
-    return re;
-}
-// Some writers (ISO Strict decks among them) put Target before Id; the pattern
-// above cannot see those relationships, and the deck would seem to have no
-// slides. Used only for slide ids the first pattern left unmapped.
-const Regex& slideRelTargetFirstPattern() {
-    static const Regex re(R"re(<Relationship\b[^>]*Target="([^"]*slide\d+\.xml)"[^>]*\bId="(rId\d+)")re");
-    return re;
-}
 const Regex& showPattern() {
     static const Regex re(R"re(\sshow\s*=\s*["']([^"']*)["'])re");
     return re;
@@ -47,6 +34,22 @@ const Regex& picturePattern() {
 const Regex& blipPattern() {
     static const Regex re(R"re(<a:blip\b[^>]*?r:embed="(rId\d+)")re");
     return re;
+}
+
+// "p:sldId" -> "sldId"; a name without a prefix stays as it is.
+std::string_view localName(std::string_view qualifiedName) {
+    const auto colon = qualifiedName.find(':');
+    return colon == std::string_view::npos ? qualifiedName : qualifiedName.substr(colon + 1);
+}
+
+// A part of the deck parsed as a document; a parse error names the part.
+XmlElement parsedPart(PptxArchive::Deck& deck, const std::string& part) {
+    const std::string text = deck.readEntry(part);
+    try {
+        return XmlElement::parseDocument(text);
+    } catch (const XmlParseError& e) {
+        throw SlideXMLError::parseFailed(e.what()).inPart(part);
+    }
 }
 
 // Capture `group` of every match, in order (0 = the whole match).
@@ -153,20 +156,51 @@ std::vector<std::string> orderedSlideFiles(const std::filesystem::path& url) {
     return orderedSlideFiles(deck);
 }
 
-std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck) {
-    const std::string presentation = deck.readEntry("ppt/presentation.xml");
-    const std::string rels = deck.readEntry("ppt/_rels/presentation.xml.rels");
+std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck) { return slideList(deck).files; }
 
-    auto targets = relationshipMap(rels, slideRelPattern());
-    for (auto& [target, id] : matches2(rels, slideRelTargetFirstPattern())) targets.try_emplace(id, target);
-    std::vector<std::string> files;
-    for (const auto& id : matches(presentation, sldIdPattern(), 1)) {
-        const auto it = targets.find(id);
-        if (it == targets.end()) continue;
-        const std::string& target = it->second;
-        files.push_back(target.starts_with('/') ? target.substr(1) : "ppt/" + target);
+SlideList slideList(PptxArchive::Deck& deck) {
+    static const std::string presentationPart = "ppt/presentation.xml";
+    const XmlElement presentation = parsedPart(deck, presentationPart);
+    const XmlElement rels = parsedPart(deck, "ppt/_rels/presentation.xml.rels");
+
+    // Slide relationships by id; a later one with the same id wins.
+    std::map<std::string, std::string> targets;
+    for (const auto& relationship : rels.childElements()) {
+        if (localName(relationship.name()) != "Relationship") continue;
+        const auto type = relationship.attribute("Type").value_or("");
+        if (!type.ends_with("/slide") || relationship.attribute("TargetMode") == "External") continue;
+        if (auto id = relationship.attribute("Id")) targets[*id] = relationship.attribute("Target").value_or("");
     }
-    return files;
+
+    SlideList list;
+    std::int64_t position = 0;
+    for (const auto& idList : presentation.childElements()) {
+        if (localName(idList.name()) != "sldIdLst") continue;
+        for (const auto& slideId : idList.childElements()) {
+            if (localName(slideId.name()) != "sldId") continue;
+            ++position;
+            // The relationship id is the namespaced "id" (r:id); the plain one is the slide's number.
+            std::optional<std::string> relationshipId;
+            for (const auto& [name, value] : slideId.attributes()) {
+                if (name.find(':') != std::string::npos && localName(name) == "id") relationshipId = value;
+            }
+            const auto target = relationshipId ? targets.find(*relationshipId) : targets.end();
+            if (target == targets.end()) {
+                list.warnings.push_back(
+                    Warning::slidePartMissing(position, "relationship " + relationshipId.value_or("(none)")));
+                list.droppedIds.push_back(relationshipId.value_or(""));
+                continue;
+            }
+            std::string file = NotesScanner::resolveEntry(target->second, presentationPart);
+            if (!deck.contains(file)) {
+                list.warnings.push_back(Warning::slidePartMissing(position, std::move(file)));
+                list.droppedIds.push_back(*relationshipId);
+                continue;
+            }
+            list.files.push_back(std::move(file));
+        }
+    }
+    return list;
 }
 
 bool isSlideHidden(std::string_view xml) {
@@ -199,8 +233,16 @@ bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
     return false;
 }
 
-SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std::string_view xml,
-                        std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
+namespace {
+
+SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, std::string_view xml,
+                          std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
+    for (const auto& [given, what] : {std::pair{&videoMs, "the video length given"}, {&gifMs, "the GIF length given"}}) {
+        const auto ms = lookup(*given, displayIndex);
+        if (ms && (*ms > TimingPolicy::LONGEST_TIMING || *ms < 0)) {
+            throw DeckError::durationTooLong(displayIndex, std::string(what) + " (" + formatInt(*ms) + " ms)");
+        }
+    }
     const ScanResult scan = AdvanceTimeScanner::scan(xml);
     // Both timing probes share one parse of the fragment.
     const auto timing = parsedTiming(xml);
@@ -233,11 +275,31 @@ SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std:
     return r;
 }
 
+}  // namespace
+
+SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std::string_view xml,
+                        std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
+    try {
+        return slideReportOf(displayIndex, file, xml, relsXML, videoMs, gifMs);
+    } catch (const SlideXMLError& e) {
+        throw e.inPart(file);
+    } catch (const TimingValueError& e) {
+        auto failure = DeckError::durationTooLong(displayIndex, "its timing value " + e.attribute() + "=\"" +
+                                                                    e.value() + "\"");
+        failure.keepCause(e);
+        throw failure;
+    }
+}
+
 std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const SlideDurations& videoMs,
-                                const SlideDurations& gifMs) {
+                                const SlideDurations& gifMs, const WarningCallback& warn) {
     // One open deck: its directory is parsed once, not once per part.
     PptxArchive::Deck deck(pptxURL);
-    const auto files = orderedSlideFiles(deck);
+    const SlideList list = slideList(deck);
+    const auto& files = list.files;
+    if (warn) {
+        for (const auto& w : list.warnings) warn(w);
+    }
     std::vector<SlideReport> reports;
     reports.reserve(files.size());
     std::int64_t displayIndex = 0;

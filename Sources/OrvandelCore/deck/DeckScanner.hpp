@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/Warning.hpp"
 #include "container/PptxArchive.hpp"
 #include "deck/SlideReport.hpp"
 
@@ -36,21 +37,34 @@ struct MediaValidation {
     bool operator==(const MediaValidation&) const = default;
 };
 
+// The slides a deck lists, as found.
+struct SlideList {
+    std::vector<std::string> files;  // entry paths ("ppt/slides/slide3.xml"), in p:sldId order
+    // A listed slide whose relationship or part is missing is left out, and
+    // the slides after it take the numbers one lower: said here.
+    std::vector<Warning> warnings;
+    // The relationship ids (r:id) of the p:sldId entries left out.
+    std::vector<std::string> droppedIds;
+};
+
 namespace DeckScanner {
 
-// The slide entry paths ("ppt/slides/slide3.xml") in p:sldId order. Slide ids
-// without a slide relationship are skipped. Throws PptxArchive::ArchiveError
-// when the presentation part or its relationships cannot be read.
+// The slides in p:sldId order, read with the XML parser (comments, either
+// quote, any relationship id and any namespace prefix are fine). Throws
+// PptxArchive::ArchiveError when the presentation part or its relationships
+// cannot be read, SlideXMLError naming the part when one does not parse.
+SlideList slideList(PptxArchive::Deck& deck);
+// Only the files, as the renderer and the notes need them.
 std::vector<std::string> orderedSlideFiles(const std::filesystem::path& url);
-// The same, on a deck already open for further reads.
 std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck);
 
 // One report per slide. videoMs and gifMs are keyed by display index; a
 // videoMs entry wins over the duration the slide's own timing states. Throws
-// ArchiveError (presentation parts, a slide) and SlideXMLError (a slide whose
-// timing cannot be scanned); nothing partial is returned.
+// ArchiveError (presentation parts, a slide), SlideXMLError naming the part (a
+// slide whose timing cannot be scanned) and DeckError::durationTooLong;
+// nothing partial is returned. The slide list's warnings go to warn.
 std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const SlideDurations& videoMs,
-                                const SlideDurations& gifMs);
+                                const SlideDurations& gifMs, const WarningCallback& warn = {});
 
 // The report of one slide from its XML and its relationships part (empty when
 // it has none: then it has no GIF). advTmMs is absent exactly when the slide

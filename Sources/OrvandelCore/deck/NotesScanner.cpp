@@ -5,6 +5,7 @@
 #include <map>
 #include <vector>
 
+#include "base/Bytes.hpp"
 #include "base/Regex.hpp"
 #include "container/PptxArchive.hpp"
 #include "deck/DeckScanner.hpp"
@@ -195,10 +196,38 @@ std::optional<std::string_view> bodyPlaceholderSp(std::string_view xml) {
     return xml.substr(start, end + close.size() - start);
 }
 
-std::optional<std::string> readOptional(PptxArchive::Deck& deck, const std::string& entry) {
+// A slide's relationships part: none is no notes; one that cannot be read
+// (damaged) hides the notes, which is said.
+std::optional<std::string> readRelationships(PptxArchive::Deck& deck, const std::string& entry,
+                                             std::int64_t slide, const WarningCallback& warn) {
+    if (!deck.contains(entry)) return std::nullopt;
     try {
         return deck.readEntry(entry);
-    } catch (const PptxArchive::ArchiveError&) {
+    } catch (const PptxArchive::ArchiveError& e) {
+        if (warn) warn(Warning::notesUnreadable(slide, e.what()));
+        return std::nullopt;
+    }
+}
+
+// The notes part the slide lists: missing or damaged, it is said; text that
+// is not valid UTF-8 is repaired and said.
+std::optional<std::string> readNotes(PptxArchive::Deck& deck, const std::string& entry, std::int64_t slide,
+                                     const WarningCallback& warn) {
+    const auto say = [&](const Warning& w) {
+        if (warn) warn(w);
+    };
+    if (!deck.contains(entry)) {
+        say(Warning::notesUnreadable(slide, entry + " is listed but not in the deck"));
+        return std::nullopt;
+    }
+    try {
+        const Bytes bytes = deck.readEntryBytes(entry);
+        std::string text(bytes.begin(), bytes.end());
+        if (isValidUtf8(text)) return text;
+        say(Warning::notesTextRepaired(slide));
+        return repairedUtf8(text);
+    } catch (const PptxArchive::ArchiveError& e) {
+        say(Warning::notesUnreadable(slide, e.what()));
         return std::nullopt;
     }
 }
@@ -252,17 +281,17 @@ std::string bodyText(std::string_view notesSlideXML) {
     return trimmed(text);
 }
 
-std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& pptxURL) {
+std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& pptxURL, const WarningCallback& warn) {
     std::map<std::int64_t, std::string> notes;
     std::int64_t displayIndex = 0;
     PptxArchive::Deck deck(pptxURL);
     for (const auto& slide : DeckScanner::orderedSlideFiles(deck)) {
         ++displayIndex;
-        const auto rels = readOptional(deck, relsPath(slide));
+        const auto rels = readRelationships(deck, relsPath(slide), displayIndex, warn);
         if (!rels) continue;
         const auto target = notesTarget(*rels);
         if (!target) continue;
-        const auto notesXml = readOptional(deck, resolveEntry(*target, slide));
+        const auto notesXml = readNotes(deck, resolveEntry(*target, slide), displayIndex, warn);
         if (!notesXml) continue;
         std::string text = bodyText(*notesXml);
         if (!text.empty()) notes.emplace(displayIndex, std::move(text));

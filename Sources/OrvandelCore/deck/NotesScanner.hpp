@@ -10,12 +10,18 @@
 #include <string>
 #include <string_view>
 
+#include "base/Warning.hpp"
+
 namespace orvandel::NotesScanner {
 
 // Display index (1-based, hidden slides counted) -> notes text. Slides without
-// notes, or whose notes part cannot be read, have no entry. Throws only what
-// DeckScanner::orderedSlideFiles throws.
-std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& pptxURL);
+// notes have no entry. A notes part that is listed but cannot be read (missing,
+// damaged) gives no entry and a warning naming the slide and the reason; notes
+// that are not valid UTF-8 keep their readable text (the bad bytes become
+// U+FFFD) and give a warning too. Throws only what DeckScanner::slideList
+// throws; its own warnings are the deck report's to give, not repeated here.
+std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& pptxURL,
+                                                 const WarningCallback& warn = {});
 
 // "ppt/slides/slide3.xml" -> "ppt/slides/_rels/slide3.xml.rels".
 std::string relsPath(std::string_view path);

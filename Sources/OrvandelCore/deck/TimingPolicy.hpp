@@ -28,6 +28,11 @@ inline constexpr std::int64_t DEFAULT_ANIMATION = LEAD_IN;
 inline constexpr std::int64_t respiroMs = RESPIRO;
 inline constexpr std::int64_t espacamentoMs = BULLET;
 
+// No delay or duration in a deck, and no video or GIF length, is longer than
+// a day: a larger one is damage (or malice), refused as bad input before any
+// sum could overflow.
+inline constexpr std::int64_t LONGEST_TIMING = 86'400'000;
+
 // An entrance of exactly one second is played, and counted, as half a second.
 inline constexpr std::int64_t ONE_SECOND_EFFECT = 2 * LEAD_IN;
 inline constexpr std::int64_t ONE_SECOND_EFFECT_PLAYED = LEAD_IN;

@@ -6,6 +6,14 @@
 #include "base/Numbers.hpp"
 #include "deck/TimingPolicy.hpp"
 
+namespace orvandel {
+
+TimingValueError::TimingValueError(std::string attribute, std::string value)
+    : Error(attribute + "=\"" + value + "\" is longer than a day"), attribute_(std::move(attribute)),
+      value_(std::move(value)) {}
+
+}  // namespace orvandel
+
 namespace orvandel::TimingTree {
 
 namespace {
@@ -13,6 +21,15 @@ namespace {
 std::optional<std::int64_t> intAttribute(const XmlElement& element, std::string_view name) {
     const auto text = element.attribute(name);
     return text ? parseInt64(*text) : std::nullopt;
+}
+
+// A delay or a duration, bounded so that sums of them cannot overflow.
+std::optional<std::int64_t> timeAttribute(const XmlElement& element, std::string_view name) {
+    const auto value = intAttribute(element, name);
+    if (value && (*value > TimingPolicy::LONGEST_TIMING || *value < -TimingPolicy::LONGEST_TIMING)) {
+        throw TimingValueError(std::string(name), *element.attribute(name));
+    }
+    return value;
 }
 
 bool hasAttribute(const XmlElement& element, std::string_view name, std::string_view value) {
@@ -80,14 +97,14 @@ std::int64_t effectStartDelayMs(const XmlElement& effect) {
     if (!conditions) return 0;
     const auto cond = firstChild(*conditions, "p:cond");
     if (!cond) return 0;
-    return intAttribute(*cond, "delay").value_or(0);
+    return timeAttribute(*cond, "delay").value_or(0);
 }
 
 std::int64_t effectDurationMs(const XmlElement& effect) {
     std::optional<std::int64_t> longest;
     effect.walk([&](const XmlElement& e) {
         if (e == effect || e.name() != "p:cTn") return;
-        if (const auto dur = intAttribute(e, "dur")) longest = std::max(longest.value_or(*dur), *dur);
+        if (const auto dur = timeAttribute(e, "dur")) longest = std::max(longest.value_or(*dur), *dur);
     });
     return longest.value_or(0);
 }

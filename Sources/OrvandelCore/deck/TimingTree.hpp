@@ -10,7 +10,9 @@
 //
 // Names are qualified names compared exactly ("p:cTn", not "cTn"). Numbers in
 // delay, dur, id and val are decimal integers; one that does not parse (a word
-// such as "indefinite") counts as absent. Sums are checked: overflow aborts.
+// such as "indefinite") counts as absent. A delay or dur longer than
+// TimingPolicy::LONGEST_TIMING throws TimingValueError, so that no sum of
+// them can overflow.
 // Edits work in place on the caller's tree.
 #include <cstdint>
 #include <map>
@@ -20,6 +22,22 @@
 #include <vector>
 
 #include "container/XmlElement.hpp"
+
+namespace orvandel {
+
+class TimingValueError : public Error {
+public:
+    // e.g. attribute "dur", value "4611686018427387904"
+    TimingValueError(std::string attribute, std::string value);
+    const std::string& attribute() const { return attribute_; }
+    const std::string& value() const { return value_; }
+
+private:
+    std::string attribute_;
+    std::string value_;
+};
+
+}  // namespace orvandel
 
 namespace orvandel::TimingTree {
 

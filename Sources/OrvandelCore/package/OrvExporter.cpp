@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/AtomicFile.hpp"
 #include "base/Checked.hpp"
 #include "base/TemporaryDirectory.hpp"
 #include "deck/DeckError.hpp"
@@ -61,8 +62,13 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         warnings.push_back(w);
         callerHooks.warning(w);
     };
+    // A destination that is an input (the deck or the movie), or a folder, is
+    // refused before minutes of rendering.
+    std::vector<std::filesystem::path> inputs{originalPptx};
+    if (masterMp4) inputs.push_back(*masterMp4);
+    AtomicFile::checkDestination(outOrv, inputs);
     hooks.report(kStageScan, 0);
-    const auto reports = DeckScanner::report(originalPptx, videoMs, gifMs);
+    const auto reports = DeckScanner::report(originalPptx, videoMs, gifMs, hooks.warn);
     if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
         throw DeckError::noVisibleSlides();
     }
@@ -98,7 +104,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     }
 
     const auto cues = CueCalculator::calculateCues(CueInputAssembler::cueInputs(reports, videoMs, gifMs));
-    const auto notes = NotesScanner::notesBySlide(originalPptx);
+    const auto notes = NotesScanner::notesBySlide(originalPptx, hooks.warn);
     const std::int64_t measuredMs = Mp4Duration::measureMs(movie);
     if (!masterMp4 && !MasterDurationGuard::check(expectedMs, measuredMs).isOk()) {
         throw DeckError::masterDurationMismatch(expectedMs, measuredMs);

@@ -52,13 +52,15 @@ inline constexpr const char* kStageScan = "scanning the deck";
 inline constexpr const char* kStagePrepare = "preparing the deck";
 inline constexpr const char* kStagePackage = "writing the package";
 
-// The arguments of one export. Warnings reach hooks.warn as they are noticed
-// and are also returned in Result::warnings. masterMp4 present: the deck is neither
-// prepared nor rendered and the duration check is skipped. isRenderAlive is
-// handed to the renderer as it is (empty: the renderer's own default). The
-// work directory goes into exporter.workDirectoryBase(). hooks reach the
-// renderer; a cancelled token ends the flow with CancelledError, cleaned up
-// like any other failure.
+// The arguments of one export. masterMp4 present: the deck is neither
+// prepared nor rendered and the duration check is skipped. An outOrv that is
+// the deck or the movie, or is not a regular file, throws OutputError before
+// anything else. isRenderAlive is handed to the renderer as it is (empty: the
+// renderer's own default). The work directory goes into
+// exporter.workDirectoryBase(). hooks reach the renderer; a cancelled token
+// ends the flow with CancelledError, cleaned up like any other failure.
+// Warnings reach hooks.warn as they are noticed and are also returned in
+// Result::warnings.
 Result export_(const std::filesystem::path& originalPptx, const std::optional<std::filesystem::path>& masterMp4,
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,

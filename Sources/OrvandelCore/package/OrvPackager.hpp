@@ -17,6 +17,8 @@ namespace orvandel::OrvPackager {
 using ArchiveWriter =
     std::function<void(const std::vector<ZipArchive::StreamedEntry>&, const std::filesystem::path&)>;
 
+// A destination that is the movie itself, or is not a regular file, throws
+// OutputError before anything is written.
 // The movie must be readable (its FileError is thrown as it is, before
 // anything is written). A failure to write the archive or to move it into
 // place throws DeckError::orvWriteFailed(to) and leaves no temporary file; a

@@ -1,5 +1,6 @@
 #include "rewrite/DeckTransformer.hpp"
 
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <string>
@@ -7,6 +8,7 @@
 #include "base/AtomicFile.hpp"
 #include "base/Bytes.hpp"
 #include "container/PptxArchive.hpp"
+#include "container/SlideXML.hpp"
 #include "container/ZipArchive.hpp"
 #include "deck/DeckError.hpp"
 #include "deck/DeckScanner.hpp"
@@ -20,6 +22,19 @@
 namespace orvandel::DeckTransformer {
 
 namespace {
+
+// The presentation part without the p:sldId entries of the slides that cannot
+// be found, so that the prepared deck holds exactly the slides the reports
+// number. Nothing when the list cannot be edited this way.
+std::optional<std::string> presentationWithout(std::string xml, const std::vector<std::string>& droppedIds) {
+    auto list = SlideXML::parseElement(xml, "p:sldIdLst");
+    if (!list) return std::nullopt;
+    for (auto& slideId : list->childElements("p:sldId")) {
+        const auto id = slideId.attribute("r:id");
+        if (std::find(droppedIds.begin(), droppedIds.end(), id.value_or("")) != droppedIds.end()) slideId.detach();
+    }
+    return SlideXML::replaceElement(std::move(xml), "p:sldIdLst", *list);
+}
 
 struct Rewritten {
     std::string xml;
@@ -66,9 +81,18 @@ std::string_view toString(Branch branch) {
 std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
                                  const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
                                  std::int64_t espacamentoMs, std::vector<Branch>& branches) {
+    // Refused before any work: the deck itself, or a folder, as the output.
+    AtomicFile::checkDestination(outputURL, {inputURL});
     PptxArchive::Deck deck(inputURL);
-    const std::vector<std::string> files = DeckScanner::orderedSlideFiles(deck);
+    const SlideList list = DeckScanner::slideList(deck);
+    const std::vector<std::string>& files = list.files;
     std::map<std::string, Bytes> replacing;
+    if (!list.droppedIds.empty()) {
+        const std::string presentation = "ppt/presentation.xml";
+        if (auto edited = presentationWithout(deck.readEntry(presentation), list.droppedIds)) {
+            replacing[presentation] = toBytes(*edited);
+        }
+    }
     std::vector<DeckError::SlideFailure> failures;
     std::vector<SlideReport> reports;
     std::vector<Branch> taken;
@@ -96,9 +120,9 @@ std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const st
     if (!failures.empty()) throw DeckError::invalidOutput(std::move(failures));
     // Written beside the destination and renamed into place: a failed write
     // never leaves a half-written or missing file behind.
-    AtomicFile::replace(outputURL, [&](const std::filesystem::path& temporary) {
-        ZipArchive::rewrite(inputURL, replacing, temporary);
-    });
+    AtomicFile::replace(
+        outputURL, [&](const std::filesystem::path& temporary) { ZipArchive::rewrite(inputURL, replacing, temporary); },
+        {inputURL});
     branches = std::move(taken);
     return reports;
 }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "TestSupport.hpp"
+#include "base/AtomicFile.hpp"
 #include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
 #include "container/PptxArchive.hpp"
@@ -72,10 +73,10 @@ TEST(OrvPackagerTest, WriteFailuresKeepTheOldPackageAndLeaveNoTemporaryFile) {
         EXPECT_NE(std::string(e.what()).find(to.string()), std::string::npos);
     };
 
-    // The destination is a directory with something in it: rename cannot replace it.
+    // The destination is a directory with something in it: refused before writing.
     std::filesystem::create_directories(dir / "busy.orv");
     writeFile(dir / "busy.orv" / "keep", std::string("x"));
-    expectWriteFailed(dir / "busy.orv");
+    EXPECT_THROW(OrvPackager::package(kManifest, dir / "master.mp4", dir / "busy.orv"), OutputError);
     EXPECT_EQ(toString(readFile(dir / "busy.orv" / "keep")), "x");
 
     // The destination's folder does not exist.
