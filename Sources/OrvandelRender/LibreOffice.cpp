@@ -75,7 +75,10 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
                  "--invisible", "--nologo", "--norestore", "--nodefault", "--nolockcheck", "--convert-to",
                  convertTo, "--outdir", outDir.string(), input.string()},
                 {.environment = {"FONTCONFIG_FILE=" + fontsConf.string(), "SAL_USE_VCLPLUGIN=svp",
-                                 "HOME=" + options.workDir.string()},
+                                 "HOME=" + options.workDir.string(),
+                                 // its temporary files (copies of embedded media among them) stay in
+                                 // the scratch folder, which goes however the render ends
+                                 "TMPDIR=" + options.workDir.string()},
                  .timeout = options.timeout,
                  .cancel = options.cancel});
         } catch (const LaunchError& e) {

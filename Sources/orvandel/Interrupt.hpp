@@ -2,8 +2,11 @@
 // Ctrl-C and SIGTERM during long work: the handler only records the signal
 // and cancels a token (both lock-free atomic stores); the work notices the
 // token, kills its child processes, cleans up on its normal unwinding path
-// and the command exits with 128 + the signal number.
+// and the command exits with 128 + the signal number. A second signal before
+// that is done ends the process at once: a watcher thread kills the children
+// and removes the scratch folders and temporary files (Leftovers) first.
 #include <optional>
+#include <thread>
 
 #include "base/Cancellation.hpp"
 
@@ -26,6 +29,9 @@ public:
 
 private:
     CancellationToken token_;
+    int hurryRead_ = -1;
+    int hurryWrite_ = -1;
+    std::thread hurry_;
 };
 
 }  // namespace orvandel::cli

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Leftovers.hpp"
 #include "base/Uuid.hpp"
 
 namespace orvandel {
@@ -68,6 +69,7 @@ void replace(const std::filesystem::path& destination,
     struct stat existing {};
     const bool exists = ::stat(destination.c_str(), &existing) == 0;
     const auto temporary = temporaryPath(destination);
+    const auto leftover = Leftovers::path(temporary);
     try {
         write(temporary);
         if (exists && ::chmod(temporary.c_str(), existing.st_mode & 07777) != 0) {

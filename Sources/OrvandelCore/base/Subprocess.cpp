@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <map>
 
+#include "base/Leftovers.hpp"
+
 extern char** environ;
 
 namespace orvandel {
@@ -143,6 +145,7 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attr);
     if (rc != 0) throw LaunchError(argv[0], rc);
+    const auto leftover = Leftovers::processGroup(pid);
 
     ::close(out.write);
     ::close(err.write);

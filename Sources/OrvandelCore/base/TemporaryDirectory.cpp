@@ -7,6 +7,7 @@ namespace orvandel {
 TemporaryDirectory::TemporaryDirectory(const std::filesystem::path& parent, const std::string& prefix)
     : path_(parent / (prefix + makeUuid())) {
     std::filesystem::create_directories(path_);
+    leftover_ = Leftovers::path(path_);
 }
 
 TemporaryDirectory::~TemporaryDirectory() {

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <string>
 
+#include "base/Leftovers.hpp"
+
 namespace orvandel {
 
 class TemporaryDirectory {
@@ -20,6 +22,7 @@ public:
 
 private:
     std::filesystem::path path_;
+    Leftovers::Registration leftover_;
 };
 
 }  // namespace orvandel
