@@ -23,21 +23,17 @@ std::vector<std::string> effects(const std::string& slideXml) {
     return out;
 }
 
-std::string exit(const std::string& nodeType, const std::string& delay) {
-    return effect("presetClass=\"exit\" nodeType=\"" + nodeType + "\"", delay, "500");
-}
-
 }  // namespace
 
 TEST(ExitWriterTest, ClickStartedExitsFollowEachOtherAtFixedSteps) {
-    const std::string entrance = effect("presetClass=\"entr\" nodeType=\"clickEffect\"", "0", "500");
-    const std::string out = ExitWriter::convertExitToAfterEffect(slide(timing(
-        step(exit("clickEffect", "0")) + step(entrance) + step(exit("clickEffect", "0")) + step(exit("clickEffect", "9")))));
+    const std::string exit = step(anim("clickEffect", "500", "exit")), entrance = step(anim("clickEffect", "500", "entr"));
+    const std::string out = ExitWriter::convertExitToAfterEffect(
+        slide(timing(exit + entrance + exit + step(anim("clickEffect", "500", "exit", "9")))));
     EXPECT_EQ(effects(out), (std::vector<std::string>{"afterEffect@500", "clickEffect@0", "afterEffect@2000",
                                                       "afterEffect@3500"}));
     EXPECT_NE(out.find("<p:cond evt=\"onBegin\" delay=\"0\"><p:tn val=\"2\"/></p:cond>"), std::string::npos);
 
-    const std::string noExits = slide(timing(step(entrance)));
+    const std::string noExits = slide(timing(entrance));
     EXPECT_EQ(ExitWriter::convertExitToAfterEffect(noExits), noExits);
     EXPECT_EQ(ExitWriter::retimeExitHeads(noExits, 500), noExits);
     EXPECT_EQ(ExitWriter::convertExitToAfterEffect(slide("")), slide(""));
@@ -45,8 +41,9 @@ TEST(ExitWriterTest, ClickStartedExitsFollowEachOtherAtFixedSteps) {
 
 TEST(ExitWriterTest, RetimingTouchesOnlyTheFirstExitOfEachGroup) {
     const std::string source = slide(timing(
-        step(effect("nodeType=\"afterEffect\"", "1000", "500") + exit("withEffect", "0") + exit("withEffect", "700")) +
-        step(exit("afterEffect", "1000"))));
+        step(anim("afterEffect", "500", "", "1000") + anim("withEffect", "500", "exit") +
+             anim("withEffect", "500", "exit", "700")) +
+        step(anim("afterEffect", "500", "exit", "1000"))));
     EXPECT_EQ(effects(ExitWriter::retimeExitHeads(source, 500)),
               (std::vector<std::string>{"afterEffect@1000", "withEffect@500", "withEffect@700", "afterEffect@500"}));
 }

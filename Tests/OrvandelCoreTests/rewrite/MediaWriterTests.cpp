@@ -10,7 +10,7 @@ using namespace orvandel::test;
 namespace {
 
 std::string video(const std::string& nodeType, const std::string& delay) {
-    return slide(timing(step(effect("presetClass=\"mediacall\" nodeType=\"" + nodeType + "\"", delay, "10000", "3"))));
+    return slide(timing(step(mediaCall(nodeType, "10000", delay))));
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ using namespace orvandel::test;
 
 namespace {
 
-std::string click(const std::string& dur) { return effect("nodeType=\"clickEffect\"", "0", dur); }
+std::string click(const std::string& dur) { return anim("clickEffect", dur); }
 
 std::string delayOf(const XmlElement& cTn) {
     return cTn.firstChildElement("p:stCondLst").firstChildElement("p:cond").attribute("delay").value_or("-");
@@ -29,7 +29,7 @@ std::string transformError(const TimingPlan& plan, const std::string& steps, con
 TEST(TimingTransformerTest, ThreeClickStepsBecomeOneTimedStepThatStartsOnSlideBegin) {
     const std::string head = "<p:sld><p:cSld><p:spTree/></p:cSld><p:clrMapOvr/>";
     const std::string source = head +
-                               timing(step(click("1000") + effect("nodeType=\"withEffect\"", "0", "400")) +
+                               timing(step(click("1000") + anim("withEffect", "400")) +
                                       step(click("0")) + step(click("2000"))) +
                                "</p:sld>";
     const std::string out = TimingTransformer::transformBulletSlide(source, {9000, 1000, 1500});
@@ -66,7 +66,7 @@ TEST(TimingTransformerTest, StructureErrorsAreTyped) {
               "unexpected timing structure: wrapper malformed");
     EXPECT_EQ(transformError(two, "<p:par><p:cTn id=\"9\"><p:childTnLst/></p:cTn></p:par>"),
               "unexpected timing structure: missing or malformed first wrapper");
-    EXPECT_EQ(transformError({9000, {{0, 1000}}, {}}, step(effect("nodeType=\"withEffect\"", "0", "1"))),
+    EXPECT_EQ(transformError({9000, {{0, 1000}}, {}}, step(anim("withEffect", "1"))),
               "unexpected timing structure: group marked for conversion has no clickEffect head");
     EXPECT_EQ(transformError({9000, {{0, 1000}}, {}}, node("7", "<p:par><p:cTn id=\"8\"/></p:par>")),
               "unexpected timing structure: cTn missing stCondLst/cond");
