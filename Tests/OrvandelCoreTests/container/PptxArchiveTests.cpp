@@ -196,7 +196,7 @@ TEST(PptxArchiveTest, HostileArchivesGiveTypedErrorsNeverCrashes) {
         for (const char* name : {"a.xml", "b.xml", "c.xml"}) readStatus(path, name);
     }
 
-    // A directory past the end, a local header overlapping the directory, a ZIP64 entry count.
+    // A directory past the end, a local header overlapping the directory.
     const std::size_t end = test::endRecordOf(zip);
     for (const auto& [at, value] : std::vector<std::pair<std::size_t, std::uint32_t>>{
              {end + 16, 0x7FFFFFF0}, {ZipArchive::u32(zip, end + 16) + 42, std::uint32_t(zip.size() - 10)}}) {
@@ -205,10 +205,6 @@ TEST(PptxArchiveTest, HostileArchivesGiveTypedErrorsNeverCrashes) {
         writeFile(path, patched);
         EXPECT_EQ(readStatus(path, "a.xml"), 2) << at;
     }
-    Bytes many = zip;
-    ZipArchive::patchU16(many, end + 10, 0xFFFF);
-    writeFile(path, many);
-    EXPECT_EQ(readStatus(path, "a.xml"), 2);
 }
 
 TEST(PptxArchiveTest, InflationStopsAtTheDeclaredSizeUnderAMemoryLimit) {

@@ -10,6 +10,7 @@
 #include "TestSupport.hpp"
 #include "base/Numbers.hpp"
 #include "base/Subprocess.hpp"
+#include "render/MasterDurationGuard.hpp"
 #include "render/Mp4Duration.hpp"
 
 using namespace orvandel;
@@ -97,4 +98,16 @@ TEST(Mp4DurationTest, ReadsPastHugeMediaWithoutReadingIt) {
         ::close(fd);
         EXPECT_EQ(measureMs(movie), 7500);
     }
+}
+
+TEST(MasterDurationGuardTest, BandBoundsAreInclusive) {
+    using namespace MasterDurationGuard;
+    EXPECT_EQ(check(10000, 6000), Verdict::ok());
+    EXPECT_EQ(check(10000, 14000), Verdict::ok());
+    EXPECT_EQ(check(10000, 5999), Verdict::mismatch(0.5999));
+    EXPECT_EQ(check(10000, 14001), Verdict::mismatch(1.4001));
+    EXPECT_EQ(check(0, 123), Verdict::ok());
+    EXPECT_EQ(check(-5, 123), Verdict::ok());
+    EXPECT_EQ(check(100, 150, {1.5, 1.5}), Verdict::ok());
+    EXPECT_DEATH(check(100, 100, {1.2, 0.8}), "");
 }
