@@ -93,7 +93,6 @@ TEST(PptxArchiveCorpusTest, EveryDeckListsReadsAndRewritesAsUnzipDoes) {
         EXPECT_EQ(readFile(dir / "same.pptx"), Bytes(src.begin(), src.begin() + parsed.eocd + 22 + parsed.commentLen));
         EXPECT_TRUE(unzipAccepts(dir / "same.pptx"));
 
-        std::map<std::string, Bytes> slides;
         for (const auto& name : names) {
             SCOPED_TRACE(name);
             const auto unzip = Subprocess::run({"unzip", "-p", deck.string(), unzipPattern(name)});
@@ -102,19 +101,11 @@ TEST(PptxArchiveCorpusTest, EveryDeckListsReadsAndRewritesAsUnzipDoes) {
                 continue;
             }
             EXPECT_EQ(toString(PptxArchive::readEntryBytes(deck, name)), unzip.standardOutput);
-            if (name.starts_with("ppt/slides/slide") && name.ends_with(".xml")) {
-                slides[name] = toBytes(unzip.standardOutput);
-            }
             if (!name.ends_with(".xml") && !name.ends_with(".rels")) continue;
             if (isValidUtf8(unzip.standardOutput)) EXPECT_EQ(PptxArchive::readEntry(deck, name), unzip.standardOutput);
             else EXPECT_THROW(PptxArchive::readEntry(deck, name), ArchiveError);
         }
-        // The slides replaced by themselves, now stored.
-        ZipArchive::rewrite(deck, slides, dir / "slides.pptx");
-        EXPECT_TRUE(unzipAccepts(dir / "slides.pptx"));
-        for (const auto& [name, bytes] : slides) {
-            EXPECT_EQ(PptxArchive::readEntryBytes(dir / "slides.pptx", name), bytes) << name;
-        }
+        // A rewrite that replaces entries is checked by the prepare walk over the corpus.
     }
 }
 
