@@ -158,9 +158,9 @@ TEST(Mp4ExporterTest, ExportRendersClosesAndChecksTheMovie) {
                                            "rendered movie is implausibly short (999 ms < 1000 ms)"));
     runner.render = [out] { writeFile(out, "not a movie"); };
     EXPECT_THAT([&] { export_(deck, out, fast(), nullptr, runner); },
-                ThrowsMessage<ExportError>("MP4 export produced an unmeasurable file: rendered file at " + out.string() +
-                                           " could not be measured: cannot measure duration of master.mp4: "
-                                           "not an MP4 movie (unrecognised data at the start of the file)"));
+                ThrowsMessage<ExportError>(testing::StartsWith("MP4 export produced an unmeasurable file: rendered file at " +
+                                                               out.string() + " could not be measured: cannot measure "
+                                                               "duration of master.mp4: ")));
 
     // A render that never starts leaves the deck open; the last run's output is not taken for it.
     runner.render = nullptr;

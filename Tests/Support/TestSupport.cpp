@@ -1,6 +1,8 @@
 #include "TestSupport.hpp"
 
 #include <algorithm>
+#include <clocale>
+#include <cstdio>
 
 #include "base/Bytes.hpp"
 #include "base/Error.hpp"
@@ -72,6 +74,16 @@ ScopedEnv::~ScopedEnv() {
         else ::unsetenv(it->first.c_str());
     }
 }
+
+void CommaDecimalLocaleTest::SetUp() {
+    if (!std::setlocale(LC_ALL, "pt_BR.UTF-8")) GTEST_SKIP() << "locale pt_BR.UTF-8 is not installed (locales-all)";
+    // The trap is armed: the C library itself now writes a decimal comma.
+    char text[16];
+    std::snprintf(text, sizeof text, "%.1f", 12.34);
+    ASSERT_STREQ(text, "12,3");
+}
+
+void CommaDecimalLocaleTest::TearDown() { std::setlocale(LC_ALL, "C"); }
 
 TempDir::TempDir() {
     std::string pattern = (std::filesystem::temp_directory_path() / "orvandel-test-XXXXXX").string();

@@ -70,6 +70,15 @@ private:
     std::filesystem::path path_;
 };
 
+// Runs each test under pt_BR.UTF-8, whose decimal mark is a comma, and puts
+// the C locale back afterwards. Skips, naming the locale, where it is not
+// installed (Debian: locales-all, which scripts/install-deps.sh installs).
+class CommaDecimalLocaleTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+};
+
 }  // namespace orvandel::test
 
 #define ORVANDEL_REQUIRE_CORPUS()                                                   \

@@ -13,6 +13,18 @@ inline std::string effect(const std::string& attrs, const std::string& delay, co
            spid + "\"/></p:tgtEl></p:cBhvr></p:set></p:childTnLst></p:cTn></p:par>";
 }
 
+// An effect of shape 2 started the way nodeType says (clickEffect, withEffect,
+// afterEffect), of preset class cls when one is given.
+inline std::string anim(const std::string& nodeType, const std::string& dur, const std::string& cls = "",
+                        const std::string& delay = "0") {
+    return effect((cls.empty() ? "" : "presetClass=\"" + cls + "\" ") + "nodeType=\"" + nodeType + "\"", delay, dur);
+}
+
+// A media call playing the video, shape 3.
+inline std::string mediaCall(const std::string& nodeType, const std::string& dur, const std::string& delay = "0") {
+    return effect("presetClass=\"mediacall\" nodeType=\"" + nodeType + "\"", delay, dur, "3");
+}
+
 // A click step or a group container holding the given p:par children.
 inline std::string node(const std::string& id, const std::string& children) {
     return "<p:par><p:cTn id=\"" + id + "\"><p:stCondLst><p:cond delay=\"indefinite\"/></p:stCondLst><p:childTnLst>" +

@@ -2,10 +2,8 @@
 
 #include <csignal>
 
-#include <atomic>
 #include <chrono>
 #include <nlohmann/json.hpp>
-#include <thread>
 
 #include "DeckBuilder.hpp"
 #include "TestSupport.hpp"
@@ -13,7 +11,6 @@
 #include "base/Numbers.hpp"
 #include "base/Subprocess.hpp"
 #include "container/ZipArchive.hpp"
-#include "deck/DeckError.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -27,36 +24,35 @@ SubprocessResult cli(std::vector<std::string> args) {
     return Subprocess::run(args, {.timeout = std::chrono::minutes(2)});
 }
 
-// What one corpus deck must give: the package, or the error of the first check it fails.
+// What one corpus deck must give: the package, or a refusal on one line that writes nothing.
 void checkCorpusExport(const fs::path& deck, const fs::path& movie, const Bytes& movieBytes, const fs::path& out) {
     SCOPED_TRACE(deck.filename().string());
     std::vector<std::string> args{"export", deck.string(), "--mp4", movie.string(), "-o", out.string()};
-    auto expectFailure = [&](const std::string& standardError) {
+    auto expectRefusal = [&](const std::string& saying) {
         const auto r = cli(args);
         EXPECT_EQ(r.exitStatus, 1);
-        EXPECT_EQ(r.standardError, standardError);
+        EXPECT_TRUE(r.standardError.starts_with("orvandel: ") && r.standardError.find(saying) != std::string::npos &&
+                    r.standardError.find('\n') + 1 == r.standardError.size())
+            << r.standardError;
         EXPECT_FALSE(fs::exists(out));
     };
     const auto scan = cli({"scan", deck.string(), "--json"});
-    if (scan.exitStatus != 0) return expectFailure(scan.standardError);
+    if (scan.exitStatus != 0) return expectRefusal(scan.standardError.substr(10));
     EXPECT_TRUE(Json::accept(cli({"notes", deck.string(), "--json"}).standardOutput));
-    std::vector<std::int64_t> gifs, videos;
+    std::string gifs;  // "2, 5"
     std::vector<std::string> lengths;
     bool anyVisible = false;
     for (const auto& s : Json::parse(scan.standardOutput)) {
-        const std::int64_t n = s["displayIndex"];
+        const std::string n = s["displayIndex"].dump();
         anyVisible = anyVisible || !s["isHidden"].get<bool>();
-        if (s["videoCount"].get<int>() > 1) videos.push_back(n);
         if (s["hasGif"].get<bool>() && !s["isHidden"].get<bool>()) {
-            gifs.push_back(n);
-            lengths.insert(lengths.end(), {"--gif", std::to_string(n) + ":3000"});
+            gifs += (gifs.empty() ? "" : ", ") + n;
+            lengths.insert(lengths.end(), {"--gif", n + ":3000"});
         }
-        if (s["advTmMs"].is_null()) lengths.insert(lengths.end(), {"--video", std::to_string(n) + ":5000"});
+        if (s["advTmMs"].is_null()) lengths.insert(lengths.end(), {"--video", n + ":5000"});
     }
-    const auto refused = [](const DeckError& e) { return "orvandel: " + std::string(e.what()) + "\n"; };
-    if (!anyVisible) return expectFailure(refused(DeckError::noVisibleSlides()));
-    if (!videos.empty()) return expectFailure(refused(DeckError::multipleVideosOnSlide(videos)));
-    if (!gifs.empty()) expectFailure(refused(DeckError::gifWithoutDuration(gifs)));
+    if (!anyVisible) return expectRefusal("no visible slides");
+    if (!gifs.empty()) expectRefusal("[" + gifs + "]");  // the GIFs whose length is missing
 
     args.insert(args.end(), lengths.begin(), lengths.end());
     const auto r = cli(args);
@@ -85,17 +81,7 @@ TEST(ExportCommandTest, EveryCorpusDeckBecomesAPackageOrFailsWithItsError) {
     ASSERT_EQ(made.exitStatus, 0) << made.standardError;
     const Bytes movieBytes = readFile(movie);
 
-    const auto decks = corpusDecks();
-    std::atomic<std::size_t> next{0};
-    std::vector<std::thread> workers;
-    for (int w = 0; w < 3; ++w) {
-        workers.emplace_back([&, w] {
-            for (std::size_t i = next++; i < decks.size(); i = next++) {
-                checkCorpusExport(decks[i], movie, movieBytes, dir / ("out-" + std::to_string(w) + ".orv"));
-            }
-        });
-    }
-    for (auto& t : workers) t.join();
+    for (const auto& deck : corpusDecks()) checkCorpusExport(deck, movie, movieBytes, dir / "out.orv");
 }
 
 TEST(ExportCommandTest, AnInterruptStopsTheRenderAndLeavesNothingBehind) {

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <clocale>
-
+#include "TestSupport.hpp"
 #include "base/Numbers.hpp"
 
 using namespace orvandel;
@@ -15,12 +14,12 @@ TEST(NumbersTest, IntegersAcceptSignsAndNothingElse) {
     }
 }
 
-TEST(NumbersTest, FormattingIgnoresTheLocale) {
-    std::setlocale(LC_ALL, "pt_BR.UTF-8");  // may be missing; the point is it must not matter
+using NumbersUnderCommaLocaleTest = test::CommaDecimalLocaleTest;
+
+TEST_F(NumbersUnderCommaLocaleTest, DecimalsKeepTheirDot) {
     EXPECT_EQ(formatFixed(12.345, 1), "12.3");
     EXPECT_EQ(formatFixed(0.5999, 1), "0.6");
     EXPECT_EQ(parseDouble("12.5"), 12.5);
-    std::setlocale(LC_ALL, "C");
     for (const auto& [ms, text] : std::vector<std::pair<std::int64_t, std::string>>{
              {0, "0"}, {2000, "2"}, {1500, "1.5"}, {12345, "12.345"}, {1, "0.001"}, {10010, "10.01"}}) {
         EXPECT_EQ(msAsDecimalSeconds(ms), text);

@@ -86,3 +86,35 @@ TEST(SlideXMLTest, ShapeIsMediaLooksInsideTheShapeThatOwnsTheId) {
     EXPECT_TRUE(SlideXML::shapeIsMedia(slide, "6"));
     EXPECT_EQ(errorOf([] { SlideXML::shapeIsMedia("<p:sld/>", "4"); }), "F|fragment not found: p:spTree");
 }
+
+// Reading (attribute order, entities, CDATA, undeclared prefixes) is checked
+// through the fragment parser and the emitter; here, only ownership.
+TEST(XmlElementTest, EditsSurviveTheirHandlesAndDetachedNodesAreFreed) {
+    XmlElement moved;
+    {
+        auto root = XmlElement::parseDocument("<w xmlns:p=\"urn:p\"><p:s id=\"1\"/><p:s id=\"2\"><p:k/></p:s></w>");
+        auto steps = root.childElements("p:s");
+        ASSERT_EQ(steps.size(), 2u);
+        auto kid = steps[1].firstChildElement("p:k");
+        kid.detach();
+        steps[0].appendChild(kid);
+        steps[1].detach();  // never reattached: freed with the document
+        auto created = root.createElement("p:cond");
+        created.addAttribute("evt", "onBegin");
+        created.addAttribute("p:delay", "0");
+        steps[0].appendChild(created);
+        auto orphan = root.createElement("p:never");  // never attached
+        steps[0].replaceAttribute("id", "9");
+        steps[0].addAttribute("q", "1");
+        steps[0].removeAttribute("q");
+        moved = created;
+    }
+    // The document lives on through the last handle.
+    EXPECT_EQ(moved.name(), "p:cond");
+    EXPECT_EQ(moved.attribute("p:delay"), "0");
+    auto parent = moved.parent();
+    EXPECT_EQ(parent.attribute("id"), "9");
+    std::vector<std::string> names;
+    parent.parent().walk([&](const XmlElement& e) { names.push_back(e.name()); });
+    EXPECT_EQ(names, (std::vector<std::string>{"w", "p:s", "p:k", "p:cond"}));
+}

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "TestSupport.hpp"
 #include "deck/DeckError.hpp"
 #include "package/CueCalculator.hpp"
@@ -9,15 +11,6 @@ using namespace orvandel;
 using Strings = std::vector<std::string>;
 
 namespace {
-
-constexpr auto entry = ClickGroupKind::entry;
-constexpr auto exit_ = ClickGroupKind::exit;
-
-// A slide of 1500 ms, or of 10 s with click steps of the given entrance durations.
-CueInput slide(std::int64_t n) { return {.slideIndex = n, .advanceTimeMs = 1500}; }
-CueInput steps(std::int64_t n, std::int64_t count, std::vector<std::int64_t> dursMs) {
-    return {.slideIndex = n, .advanceTimeMs = 10000, .bulletCount = count, .bulletDursMs = std::move(dursMs)};
-}
 
 // "label@ms" per cue. Indexes must run from 0, and only "Slide N" labels are slide cues.
 Strings cues(const std::vector<CueInput>& inputs) {
@@ -33,50 +26,50 @@ Strings cues(const std::vector<CueInput>& inputs) {
 
 }  // namespace
 
-TEST(CueCalculatorTest, SlidesFollowEachOtherAndHiddenOnesTakeNoTime) {
-    EXPECT_EQ(cues({slide(1), slide(2), slide(3)}), (Strings{"Slide 1@1000", "Slide 2@2500", "Slide 3@4000"}));
-    CueInput hidden = slide(2);
-    hidden.isHidden = true;
-    hidden.advanceTimeMs = 9000;
-    EXPECT_EQ(cues({slide(1), hidden, slide(3)}), (Strings{"Slide 1@1000", "Slide 3@2500"}));
-}
-
-TEST(CueCalculatorTest, StepsCountTheirAnimationAndAutoAnimationsShiftThem) {
-    EXPECT_EQ(cues({steps(1, 2, {500, 500})}),
-              (Strings{"Slide 1 - bullet@500", "Slide 1 - bullet@2500", "Slide 1@4000"}));
-    // From the slide's start at 1500, after 800 ms of automatic animation: 2000 ms counts 3000;
-    // a missing duration counts as 500, that is 1500.
-    CueInput shifted = steps(2, 2, {2000});
-    shifted.autoDurationMs = 800;
-    EXPECT_EQ(cues({slide(1), shifted}),
-              (Strings{"Slide 1@1000", "Slide 2 - bullet@2800", "Slide 2 - bullet@6300", "Slide 2@7800"}));
-}
-
-TEST(CueCalculatorTest, MediaEndsTheSlideWithItsOwnCue) {
-    CueInput video = slide(1);
-    video.videoDurationMs = 10000;
-    EXPECT_EQ(cues({video}), Strings{"Slide 1 - fim do video@11000"});
-    // No lead-in, the last step stays a bullet, and the video is timed from the slide's start.
-    video = steps(1, 1, {500});
-    video.videoDurationMs = 10000;
-    EXPECT_EQ(cues({video}), (Strings{"Slide 1 - bullet@2500", "Slide 1 - fim do video@11000"}));
-    video.gifDurationMs = 3000;
-    video.videoDurationMs = 2000;
-    EXPECT_EQ(cues({video}),
-              (Strings{"Slide 1 - bullet@2500", "Slide 1 - fim do video@3000", "Slide 1 - fim do GIF@4000"}));
-}
-
-TEST(CueCalculatorTest, ExitGroupsKeepTheirOwnSlots) {
-    CueInput groups = steps(1, 1, {500});
-    groups.exitGroupCount = 1;
-    groups.orderedGroupKinds = {exit_, entry};
-    EXPECT_EQ(cues({groups}), (Strings{"Slide 1 - bullet@500", "Slide 1@4000"}));
-    // Times within a slide need not increase.
-    groups.orderedGroupKinds = {entry, exit_};
-    EXPECT_EQ(cues({groups}), (Strings{"Slide 1 - bullet@500", "Slide 1 - bullet@2500", "Slide 1 - bullet@2000"}));
-    CueInput exitsOnly = slide(1);
-    exitsOnly.exitGroupCount = 2;
-    EXPECT_EQ(cues({exitsOnly}), (Strings{"Slide 1 - bullet@500", "Slide 1 - bullet@2000", "Slide 1@4000"}));
+TEST(CueCalculatorTest, EachKindOfSlideGetsItsCues) {
+    using enum ClickGroupKind;
+    const auto plain = [](std::int64_t n) { return CueInput{.slideIndex = n, .advanceTimeMs = 1500}; };
+    // Slide 1 of 10 s with one click step of 500 ms, and what else the row gives it.
+    const auto step = [](std::optional<std::int64_t> videoMs, std::optional<std::int64_t> gifMs,
+                         std::vector<ClickGroupKind> kinds = {}) {
+        return CueInput{.slideIndex = 1, .advanceTimeMs = 10000, .bulletCount = 1, .bulletDursMs = {500},
+                        .videoDurationMs = videoMs, .gifDurationMs = gifMs,
+                        .exitGroupCount = std::int64_t(std::count(kinds.begin(), kinds.end(), exit)),
+                        .orderedGroupKinds = kinds};
+    };
+    struct Row {
+        const char* what;
+        std::vector<CueInput> slides;
+        Strings cues;
+    };
+    for (const auto& [what, slides, expected] : std::vector<Row>{
+             {"plain slides", {plain(1), plain(2), plain(3)}, {"Slide 1@1000", "Slide 2@2500", "Slide 3@4000"}},
+             {"a hidden slide takes no time",
+              {plain(1), {.slideIndex = 2, .isHidden = true, .advanceTimeMs = 9000}, plain(3)},
+              {"Slide 1@1000", "Slide 3@2500"}},
+             {"two steps", {{.slideIndex = 1, .advanceTimeMs = 10000, .bulletCount = 2, .bulletDursMs = {500, 500}}},
+              {"Slide 1 - bullet@500", "Slide 1 - bullet@2500", "Slide 1@4000"}},
+             // From the slide's start at 1500, after 800 ms of automatic animation: 2000 ms counts 3000,
+             // a missing duration 1500.
+             {"automatic animation first",
+              {plain(1), {.slideIndex = 2, .advanceTimeMs = 10000, .bulletCount = 2, .bulletDursMs = {2000},
+                          .autoDurationMs = 800}},
+              {"Slide 1@1000", "Slide 2 - bullet@2800", "Slide 2 - bullet@6300", "Slide 2@7800"}},
+             {"a video alone", {{.slideIndex = 1, .advanceTimeMs = 1500, .videoDurationMs = 10000}},
+              {"Slide 1 - fim do video@11000"}},
+             // No lead-in, the last step stays a bullet, and the video is timed from the slide's start.
+             {"a step and a video", {step(10000, {})}, {"Slide 1 - bullet@2500", "Slide 1 - fim do video@11000"}},
+             {"a step, a video and a GIF", {step(2000, 3000)},
+              {"Slide 1 - bullet@2500", "Slide 1 - fim do video@3000", "Slide 1 - fim do GIF@4000"}},
+             {"an exit group, then a step", {step({}, {}, {exit, entry})}, {"Slide 1 - bullet@500", "Slide 1@4000"}},
+             // Times within a slide need not increase.
+             {"a step, then an exit group", {step({}, {}, {entry, exit})},
+              {"Slide 1 - bullet@500", "Slide 1 - bullet@2500", "Slide 1 - bullet@2000"}},
+             {"exit groups only", {{.slideIndex = 1, .advanceTimeMs = 1500, .exitGroupCount = 2}},
+              {"Slide 1 - bullet@500", "Slide 1 - bullet@2000", "Slide 1@4000"}}}) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(cues(slides), expected);
+    }
 }
 
 TEST(CueCalculatorDeathTest, NoVisibleSlideIsAFault) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -7,13 +8,14 @@
 #include "MovieFixtures.hpp"
 #include "TestSupport.hpp"
 #include "TimingFixtures.hpp"
+#include "base/AtomicFile.hpp"
 #include "container/PptxArchive.hpp"
+#include "container/ZipArchive.hpp"
 #include "deck/DeckError.hpp"
-#include "package/CueCalculator.hpp"
-#include "package/CueInputAssembler.hpp"
+#include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
+#include "package/OrvPackager.hpp"
 #include "render/Mp4Duration.hpp"
-#include "rewrite/DeckTransformer.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -22,6 +24,14 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
+const std::string kManifest = R"({"cues": [{}, {}, {}], "masterVideoDuration": 12.345})";
+
+Bytes movieBytes(std::size_t n) {
+    Bytes b(n);
+    for (std::size_t i = 0; i < n; ++i) b[i] = static_cast<std::uint8_t>(i * 7 + (i >> 11));
+    return b;
+}
+
 const std::string gifPicture = picture("4", "rId5");
 const std::vector<Relationship> gifRels{{"rId5", "image", "../media/image1.gif"}};
 const std::vector<Relationship> videoRels{{"rId2", "video", "../media/media1.mp4"}};
@@ -29,15 +39,12 @@ const std::vector<Relationship> videoRels{{"rId2", "video", "../media/media1.mp4
 std::string plain(const std::string& rootAttrs = "") { return slideXml(kTextBox, "", rootAttrs); }
 std::string clicks(int n, const std::string& cls = "entr", const std::string& rootAttrs = "") {
     std::string steps;
-    const std::string one = step(effect("presetClass=\"" + cls + "\" nodeType=\"clickEffect\"", "0", "500"));
-    for (int i = 0; i < n; ++i) steps += one;
+    for (int i = 0; i < n; ++i) steps += step(anim("clickEffect", "500", cls));
     return slideXml(kTextBox, timing(steps), rootAttrs);
 }
 // A click-started video of unknown length.
 std::string clickVideo(const std::string& rootAttrs = "") {
-    return slideXml(kTextBox + kVideo,
-                    timing(step(effect("presetClass=\"mediacall\" nodeType=\"clickEffect\"", "0", "indefinite", "3"))),
-                    rootAttrs);
+    return slideXml(kTextBox + kVideo, timing(step(mediaCall("clickEffect", "indefinite"))), rootAttrs);
 }
 
 // Renders by running `behaviour` on the output path, counting its calls.
@@ -90,34 +97,106 @@ protected:
 
 }  // namespace
 
+TEST(OrvPackagerTest, StreamingWriterMatchesInMemoryCreateByteForByte) {
+    TempDir dir;
+    const Bytes movie = movieBytes(3 << 20);  // several copy chunks
+    writeFile(dir / "m.mp4", movie);
+    writeFile(dir / "empty", std::string());
+    ZipArchive::create({{"manifest.json", toBytes(kManifest)}, {"assets/master.mp4", movie}, {"e", {}}},
+                       dir / "a.zip");
+    ZipArchive::createStreaming({{"manifest.json", toBytes(kManifest), std::nullopt},
+                                 {"assets/master.mp4", {}, dir / "m.mp4"},
+                                 {"e", {}, dir / "empty"}},
+                                dir / "b.zip");
+    EXPECT_EQ(readFile(dir / "a.zip"), readFile(dir / "b.zip"));
+}
+
+// An existing package is replaced whole, or not at all, and no temporary file is left.
+TEST(OrvPackagerTest, WritesTwoStoredEntriesReplacingThePackageWholeOrNotAtAll) {
+    TempDir dir;
+    const Bytes movie = movieBytes(100000);
+    writeFile(dir / "master.mp4", movie);
+    writeFile(dir / "lesson.orv", std::string("old package"));
+    OrvPackager::package(kManifest, dir / "master.mp4", dir / "lesson.orv");
+    EXPECT_EQ(ZipArchive::entryNames(dir / "lesson.orv"),
+              (std::vector<std::string>{"manifest.json", "assets/master.mp4"}));
+    EXPECT_EQ(PptxArchive::readEntryBytes(dir / "lesson.orv", "assets/master.mp4"), movie);
+    EXPECT_EQ(readFile(dir / "master.mp4"), movie) << "the movie is copied, never moved";
+    const auto probe = ManifestReader::read(dir / "lesson.orv");
+    EXPECT_EQ(probe.cues.size(), 3u);
+    EXPECT_DOUBLE_EQ(probe.masterVideoDuration, 12.345);
+    EXPECT_TRUE(entriesNamed(dir.path(), ".tmp-").empty());
+
+    const Bytes old = readFile(dir / "lesson.orv");
+    const auto writeFailed = [&](const std::filesystem::path& to,
+                                 const OrvPackager::ArchiveWriter& writer = ZipArchive::createStreaming) {
+        const auto e =
+            thrown<DeckError>([&] { OrvPackager::package(kManifest, dir / "master.mp4", to, writer); });
+        EXPECT_EQ(e.errorCase(), DeckError::Case::orvWriteFailed);
+        EXPECT_EQ(e.path(), to.string());
+        EXPECT_EQ(readFile(dir / "lesson.orv"), old);
+        EXPECT_TRUE(entriesNamed(dir.path(), ".tmp-").empty());
+        return e;
+    };
+
+    // The destination is a directory with something in it: refused before anything is written.
+    std::filesystem::create_directories(dir / "busy.orv");
+    writeFile(dir / "busy.orv" / "keep", std::string("x"));
+    EXPECT_THROW(OrvPackager::package(kManifest, dir / "master.mp4", dir / "busy.orv"), OutputError);
+    EXPECT_EQ(toString(readFile(dir / "busy.orv" / "keep")), "x");
+
+    // The destination's folder does not exist.
+    writeFailed(dir / "missing" / "lesson.orv");
+
+    // The disk fills up half way through: the system's reason is kept.
+    const auto full = writeFailed(dir / "lesson.orv", [](const auto& entries, const std::filesystem::path& to) {
+        ZipArchive::createStreaming({entries.front()}, to);
+        throw FileError("write", to.string(), ENOSPC);
+    });
+    EXPECT_EQ(full.cause(), std::strerror(ENOSPC));
+    EXPECT_EQ(full.causeErrno(), ENOSPC);
+
+    // An unreadable movie is the file system's error and writes nothing.
+    EXPECT_THROW(OrvPackager::package(kManifest, dir / "nope.mp4", dir / "lesson.orv"), FileError);
+    EXPECT_EQ(readFile(dir / "lesson.orv"), old);
+}
+
 TEST_F(OrvExporterTest, RefusesDecksInOrderBeforeAnyRendering) {
     auto renderer = movieOf(3000);
-    // No slide at all, or only hidden ones (even with two videos and a GIF): nothing to export.
-    for (const auto& deck : {DeckBuilder().write(dir / "empty.pptx"),
-                             DeckBuilder()
-                                 .addSlide(slideXml(kTextBox + kVideo + kVideo, "", "show=\"0\""), videoRels)
-                                 .addSlide(slideXml(gifPicture, "", "show=\"0\""), gifRels)
-                                 .write(dir / "hidden.pptx")}) {
-        EXPECT_STREQ(refused(deck, renderer).what(), "the deck has no visible slides to export");
-    }
-    // Several videos on a slide win over a GIF without duration.
-    const auto both = DeckBuilder()
-                          .addSlide(slideXml(gifPicture), gifRels)
-                          .addSlide(slideXml(kTextBox + kVideo + kVideo), videoRels)
-                          .write(dir / "both.pptx");
-    const auto videos = refused(both, renderer);
-    EXPECT_EQ(videos.errorCase(), DeckError::Case::multipleVideosOnSlide);
-    EXPECT_EQ(videos.slides(), std::vector<std::int64_t>{2});
-    // Only visible GIFs need a duration.
     const auto gifs = DeckBuilder()
                           .addSlide(plain())
                           .addSlide(slideXml(gifPicture), gifRels)
                           .addSlide(slideXml(gifPicture, "", "show=\"0\""), gifRels)
                           .addSlide(slideXml(gifPicture), gifRels)
                           .write(dir / "gifs.pptx");
-    const auto gif = refused(gifs, renderer, {{4, 1000}});
-    EXPECT_EQ(gif.errorCase(), DeckError::Case::gifWithoutDuration);
-    EXPECT_EQ(gif.slides(), std::vector<std::int64_t>{2});
+    using enum DeckError::Case;
+    struct Row {
+        const char* what;
+        fs::path deck;
+        SlideDurations gifMs;
+        DeckError::Case refusal;
+        std::vector<std::int64_t> slides;
+    };
+    for (const auto& [what, deck, gifMs, refusal, slides] : std::vector<Row>{
+             {"no slide at all", DeckBuilder().write(dir / "empty.pptx"), {}, noVisibleSlides, {}},
+             {"only hidden slides, even with two videos and a GIF",
+              DeckBuilder()
+                  .addSlide(slideXml(kTextBox + kVideo + kVideo, "", "show=\"0\""), videoRels)
+                  .addSlide(slideXml(gifPicture, "", "show=\"0\""), gifRels)
+                  .write(dir / "hidden.pptx"),
+              {}, noVisibleSlides, {}},
+             {"several videos on a slide win over a GIF without length",
+              DeckBuilder()
+                  .addSlide(slideXml(gifPicture), gifRels)
+                  .addSlide(slideXml(kTextBox + kVideo + kVideo), videoRels)
+                  .write(dir / "both.pptx"),
+              {}, multipleVideosOnSlide, {2}},
+             {"only visible GIFs need a length", gifs, {{4, 1000}}, gifWithoutDuration, {2}}}) {
+        SCOPED_TRACE(what);
+        const auto e = refused(deck, renderer, gifMs);
+        EXPECT_EQ(e.errorCase(), refusal);
+        EXPECT_EQ(e.slides(), slides);
+    }
     EXPECT_EQ(renderer.calls, 0);
 
     exportDeck(gifs, movieOf(9000), {{2, 1000}, {4, 1000}});
@@ -198,20 +277,14 @@ TEST_F(OrvExporterTest, ResultAndManifestDescribeTheUsersDeck) {
                           .addSlide(clickVideo("show=\"0\""), videoRels)
                           .addSlide(clickVideo(), videoRels)
                           .write(dir / "aula.pptx");
-    const SlideDurations videoMs{{4, 3000}, {5, 4000}};
-    const auto planned = OrvExporter::expectedDurationMs(
-        DeckTransformer::prepare(deck, dir / "planned.pptx", videoMs, {}, 1000, 1500));
-
-    EXPECT_EQ(exportDeck(deck, movieOf(planned), {}, videoMs), (OrvExporter::Result{{4, 5}, {3}, 2}));
+    // Planned: 4500 + 3000 + 5500 ms for the visible slides.
+    EXPECT_EQ(exportDeck(deck, movieOf(13000), {}, {{4, 3000}, {5, 4000}}), (OrvExporter::Result{{4, 5}, {3}, 2}));
     const Json manifest = Json::parse(PptxArchive::readEntry(out(), "manifest.json"));
-    const auto cues = CueCalculator::calculateCues(CueInputAssembler::cueInputs(deck, videoMs, {}));
-    ASSERT_EQ(manifest["cues"].size(), cues.size());
-    for (std::size_t i = 0; i < cues.size(); ++i) {
-        EXPECT_EQ(manifest["cues"][i]["label"], cues[i].label);
-        EXPECT_EQ(manifest["cues"][i]["time"], double(cues[i].timeMs) / 1000);
-    }
-    // The click steps of slide 1 are cues of the user's deck, gone from the prepared one.
-    EXPECT_EQ(manifest["cues"][1]["label"], "Slide 1 - bullet");
+    // The cues of the user's deck: its click steps are gone from the prepared one.
+    std::vector<std::string> cues;
+    for (const auto& c : manifest["cues"]) cues.push_back(c["label"].get<std::string>() + "@" + c["time"].dump());
+    EXPECT_EQ(cues, (std::vector<std::string>{"Slide 1 - bullet@0.5", "Slide 1 - bullet@2.5", "Slide 1@4",
+                                              "Slide 3 - bullet@5", "Slide 3@7", "Slide 5 - fim do video@12.5"}));
     EXPECT_EQ(manifest["slideCount"], 5);
     EXPECT_EQ(manifest["sourceFileName"], "aula.pptx");
     EXPECT_EQ(manifest["notesBySlide"].dump(), R"({"0":"Primeira","1":"","2":"Terceira","3":"","4":""})");

@@ -7,13 +7,14 @@
 #include "rewrite/MechanicalTransformer.hpp"
 #include "rewrite/TimingTransformer.hpp"
 #include "rewrite/TransitionWriter.hpp"
+#include "rewrite/UnifiedBulletPlanBuilder.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
 
 namespace {
 
-std::string click(const std::string& dur) { return effect("nodeType=\"clickEffect\"", "0", dur); }
+std::string click(const std::string& dur) { return anim("clickEffect", dur); }
 
 std::string delayOf(const XmlElement& cTn) {
     return cTn.firstChildElement("p:stCondLst").firstChildElement("p:cond").attribute("delay").value_or("-");
@@ -26,10 +27,28 @@ std::string transformError(const TimingPlan& plan, const std::string& steps, con
 
 }  // namespace
 
+TEST(UnifiedBulletPlanBuilderTest, ClickGroupsFollowEachOtherAfterTheOpeningChain) {
+    const TimingTransformer::Params params{.advanceTimeMs = 9000, .respiroMs = 1000, .espacamentoMs = 1500};
+    const auto plan = [&](const std::string& steps) {
+        return UnifiedBulletPlanBuilder::buildPlan(SlideXML::parseFragment(timing(steps), "p:timing"), params);
+    };
+    // Entrances of 500, 0 and 2000 ms; a group that starts by itself sits between the first two.
+    const std::string withPrevious = node("9", anim("withEffect", "900"));
+    const TimingPlan p = plan(node("7", node("8", click("500")) + withPrevious) + step(click("0")) + step(click("2000")));
+    EXPECT_EQ(p.groups, (std::vector<GroupPlan>{{0, 1000}, {}, {1500, 1000}, {3000, 1000}}));
+    EXPECT_EQ(p.advanceTimeMs, 9000);
+    EXPECT_EQ(p.durationOverrides, (std::map<std::string, std::string>{{"1000", "500"}}));
+
+    // A title of 300 + 1000 ms opens the slide (its one-second fade counted in full), then an afterEffect.
+    const std::string title = step(anim("withEffect", "1000", "", "300") + anim("afterEffect", "0"));
+    EXPECT_EQ(plan(title + step(click("500")) + step(click("3000"))).groups,
+              (std::vector<GroupPlan>{{}, {1300, 1000}, {2800, 1000}}));
+}
+
 TEST(TimingTransformerTest, ThreeClickStepsBecomeOneTimedStepThatStartsOnSlideBegin) {
     const std::string head = "<p:sld><p:cSld><p:spTree/></p:cSld><p:clrMapOvr/>";
     const std::string source = head +
-                               timing(step(click("1000") + effect("nodeType=\"withEffect\"", "0", "400")) +
+                               timing(step(click("1000") + anim("withEffect", "400")) +
                                       step(click("0")) + step(click("2000"))) +
                                "</p:sld>";
     const std::string out = TimingTransformer::transformBulletSlide(source, {9000, 1000, 1500});
@@ -66,7 +85,7 @@ TEST(TimingTransformerTest, StructureErrorsAreTyped) {
               "unexpected timing structure: wrapper malformed");
     EXPECT_EQ(transformError(two, "<p:par><p:cTn id=\"9\"><p:childTnLst/></p:cTn></p:par>"),
               "unexpected timing structure: missing or malformed first wrapper");
-    EXPECT_EQ(transformError({9000, {{0, 1000}}, {}}, step(effect("nodeType=\"withEffect\"", "0", "1"))),
+    EXPECT_EQ(transformError({9000, {{0, 1000}}, {}}, step(anim("withEffect", "1"))),
               "unexpected timing structure: group marked for conversion has no clickEffect head");
     EXPECT_EQ(transformError({9000, {{0, 1000}}, {}}, node("7", "<p:par><p:cTn id=\"8\"/></p:par>")),
               "unexpected timing structure: cTn missing stCondLst/cond");

@@ -1,0 +1,75 @@
+#include <gtest/gtest.h>
+
+#include "TimingFixtures.hpp"
+#include "container/SlideXML.hpp"
+#include "deck/AdvanceTimeCalculator.hpp"
+#include "deck/AdvanceTimeScanner.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+
+TEST(AdvanceTimeCalculatorTest, AddsEachBlockWithItsPauses) {
+    struct Row {
+        const char* what;
+        std::vector<std::int64_t> steps;
+        bool autoFound;
+        std::int64_t autoMs;
+        std::optional<std::int64_t> videoMs, gifMs;
+        std::int64_t exits, expected;
+    };
+    for (const Row& r : std::vector<Row>{{"nothing", {}, false, 0, {}, {}, 0, 1500},
+                                         {"auto animation", {}, true, 800, {}, {}, 0, 2300},
+                                         {"auto not found", {}, false, 700, {}, {}, 0, 1500},
+                                         {"two steps", {500, 2000}, false, 0, {}, {}, 0, 6000},
+                                         {"two exit groups", {}, false, 0, {}, {}, 2, 4500},
+                                         {"a step and an exit group", {500}, false, 0, {}, {}, 1, 4500},
+                                         {"video", {}, false, 0, 10000, {}, 0, 11500},
+                                         {"GIF", {}, false, 0, {}, 3000, 0, 4500},
+                                         {"video and GIF", {}, false, 0, 10000, 3000, 0, 16000},
+                                         {"instant step after 1 ms", {0}, true, 1, {}, {}, 0, 4501}}) {
+        SCOPED_TRACE(r.what);
+        EXPECT_EQ(AdvanceTimeCalculator::advanceTimeMs(r.steps, r.autoFound, r.autoMs, r.videoMs.has_value(),
+                                                       r.videoMs.value_or(0), r.gifMs.has_value(), r.gifMs.value_or(0),
+                                                       r.exits),
+                  r.expected);
+    }
+    // A short step still takes the least step; a longer one its animation and the pause.
+    EXPECT_EQ(AdvanceTimeCalculator::bulletStepMs(400), 1500);
+    EXPECT_EQ(AdvanceTimeCalculator::bulletStepMs(900), 1900);
+    // Knowing only the number of steps.
+    EXPECT_EQ(AdvanceTimeCalculator::advanceTimeMs(3, false, 0, false, 0, false, 0), 6000);
+    EXPECT_EQ(AdvanceTimeCalculator::advanceTimeMs(0, false, 0, false, 0, false, 0), 1500);
+    EXPECT_EQ(AdvanceTimeCalculator::advanceTimeMs(1, true, 800, true, 10000, false, 0), 16800);
+}
+
+TEST(AdvanceTimeScannerTest, CountsStepsExitsAndTheOpeningAnimations) {
+    const ScanResult r = AdvanceTimeScanner::scan(slide(timing(
+        step(anim("withEffect", "1000", "", "500") + effect("nodeType=\"withEffect\"", "0", "9000", "3")) +
+        step(anim("afterEffect", "400")) + step(anim("clickEffect", "1000") + anim("afterEffect", "600")) +
+        step(anim("clickEffect", "500", "exit")) + step(mediaCall("clickEffect", "0")) +
+        step(anim("withEffect", "7000")) + step(anim("clickEffect", "indefinite")))));
+    // The video's own 9000 ms and the group after the first click do not count.
+    EXPECT_EQ(r.autoDurationMs, 1900);
+    EXPECT_EQ(r.bulletDursMs, (std::vector<std::int64_t>{1100, 0}));
+    EXPECT_EQ(r.bulletCount, 2);
+    EXPECT_EQ(r.exitGroupCount, 1);
+    EXPECT_TRUE(r.hasExitEffect);
+    EXPECT_EQ(r.orderedGroupKinds,
+              (std::vector<ClickGroupKind>{ClickGroupKind::entry, ClickGroupKind::exit, ClickGroupKind::entry}));
+}
+
+TEST(AdvanceTimeScannerTest, TimingsOutsideTheMainSequence) {
+    const std::string exitStep = step(anim("clickEffect", "1", "exit"));
+    EXPECT_EQ(AdvanceTimeScanner::scan(slide("")), ScanResult{});
+    EXPECT_EQ(AdvanceTimeScanner::scan(slide(timing(exitStep, "interactiveSeq"))), ScanResult{});
+
+    const auto beside = "<p:seq><p:cTn nodeType=\"interactiveSeq\"><p:childTnLst>" + exitStep +
+                        "</p:childTnLst></p:cTn></p:seq>";
+    const ScanResult r = AdvanceTimeScanner::scan(slide(timing(step(anim("clickEffect", "500")), "mainSeq", beside)));
+    EXPECT_EQ(r.exitGroupCount, 0);
+    EXPECT_TRUE(r.hasExitEffect);
+
+    std::string broken = slide(timing(step(anim("clickEffect", "500"))));
+    broken.replace(broken.find("<p:spTree>"), 10, "<p:spTree><q:x/>");
+    EXPECT_THROW(AdvanceTimeScanner::scan(broken), SlideXMLError);
+}
