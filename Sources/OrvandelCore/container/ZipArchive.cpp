@@ -23,6 +23,13 @@ namespace {
 constexpr std::uint32_t kLocalSig = 0x04034b50;
 constexpr std::uint32_t kCentralSig = 0x02014b50;
 constexpr std::uint32_t kEndSig = 0x06054b50;
+constexpr std::uint32_t kZip64EndSig = 0x06064b50;
+constexpr std::uint32_t kZip64LocatorSig = 0x07064b50;
+constexpr std::uint16_t kZip64ExtraId = 0x0001;
+constexpr std::int64_t kZip64EndSize = 56;
+constexpr std::int64_t kZip64LocatorSize = 20;
+constexpr std::uint16_t kVersionClassic = 20;
+constexpr std::uint16_t kVersionZip64 = 45;
 constexpr std::int64_t kEndSize = 22;
 constexpr std::int64_t kCentralSize = 46;
 constexpr std::int64_t kMaxComment = 65535;
@@ -50,60 +57,108 @@ std::uint16_t fit16(const char* what, std::int64_t value) {
 
 std::int64_t size64(const Bytes& b) { return static_cast<std::int64_t>(b.size()); }
 
+void putU64(Bytes& out, std::uint64_t value) {
+    for (int shift = 0; shift < 64; shift += 8) out.push_back(static_cast<std::uint8_t>(value >> shift));
+}
+
+std::uint64_t u64(std::span<const std::uint8_t> data, std::size_t offset) {
+    return static_cast<std::uint64_t>(u32(data, offset)) | (static_cast<std::uint64_t>(u32(data, offset + 4)) << 32);
+}
+
+// A value past the classic 32-bit fields goes into the ZIP64 extra field.
+bool needs64(std::int64_t value) { return value >= kMax32; }
+std::uint32_t field32(std::int64_t value) { return needs64(value) ? 0xFFFFFFFFu : static_cast<std::uint32_t>(value); }
+
+// The ZIP64 extra field holding, in this order, the values that did not fit.
+Bytes zip64Extra(std::initializer_list<std::int64_t> values) {
+    Bytes extra;
+    for (const std::int64_t v : values) {
+        if (needs64(v)) putU64(extra, static_cast<std::uint64_t>(v));
+    }
+    if (extra.empty()) return extra;
+    Bytes field;
+    putU16(field, kZip64ExtraId);
+    putU16(field, static_cast<std::uint16_t>(extra.size()));
+    field.insert(field.end(), extra.begin(), extra.end());
+    return field;
+}
+
 std::size_t idx(std::int64_t v) { return static_cast<std::size_t>(v); }
 
 void append(Bytes& out, std::span<const std::uint8_t> bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); }
 
 void putLocalHeader(Bytes& out, const std::string& name, std::uint16_t flags, std::uint32_t timeDate,
                     std::uint32_t crc, std::int64_t size) {
+    // A local ZIP64 field holds both sizes whenever either does not fit.
+    const Bytes extra = needs64(size) ? zip64Extra({size, size}) : Bytes{};
     putU32(out, kLocalSig);
-    putU16(out, 20);
+    putU16(out, extra.empty() ? kVersionClassic : kVersionZip64);
     putU16(out, flags);
     putU16(out, 0);
     putU32(out, timeDate);
     putU32(out, crc);
-    putU32(out, fit32("entry size", size));
-    putU32(out, fit32("entry size", size));
+    putU32(out, field32(size));
+    putU32(out, field32(size));
     putU16(out, fit16("name length", static_cast<std::int64_t>(name.size())));
-    putU16(out, 0);
+    putU16(out, static_cast<std::uint16_t>(extra.size()));
     out.insert(out.end(), name.begin(), name.end());
-}
-
-void appendLocalHeader(Bytes& out, const std::string& name, const Bytes& data, std::uint16_t flags,
-                       std::uint32_t timeDate) {
-    putLocalHeader(out, name, flags, timeDate, crc32(data), size64(data));
-    append(out, data);
+    out.insert(out.end(), extra.begin(), extra.end());
 }
 
 void putCentralRecord(Bytes& out, const std::string& name, std::uint32_t crc, std::int64_t size,
-                      std::uint32_t localOffset) {
+                      std::int64_t localOffset) {
+    const Bytes extra = zip64Extra({size, size, localOffset});
+    const std::uint16_t version = extra.empty() ? kVersionClassic : kVersionZip64;
     putU32(out, kCentralSig);
-    putU16(out, 20);
-    putU16(out, 20);
+    putU16(out, version);
+    putU16(out, version);
     putU16(out, 0);
     putU16(out, 0);
     putU32(out, 0);  // time and date
     putU32(out, crc);
-    putU32(out, fit32("entry size", size));
-    putU32(out, fit32("entry size", size));
+    putU32(out, field32(size));
+    putU32(out, field32(size));
     putU16(out, fit16("name length", static_cast<std::int64_t>(name.size())));
-    putU16(out, 0);
+    putU16(out, static_cast<std::uint16_t>(extra.size()));
     putU16(out, 0);
     putU16(out, 0);
     putU16(out, 0);
     putU32(out, 0);
-    putU32(out, localOffset);
+    putU32(out, field32(localOffset));
     out.insert(out.end(), name.begin(), name.end());
+    out.insert(out.end(), extra.begin(), extra.end());
 }
 
-void putEndRecord(Bytes& out, std::size_t count, std::uint32_t cdSize, std::uint32_t cdStart) {
+// The end of an archive whose central directory runs from cdStart for cdSize
+// bytes: the classic end record, preceded by a ZIP64 end record and its
+// locator when a count, size or offset does not fit the classic fields.
+void putEndRecord(Bytes& out, std::size_t count, std::int64_t cdSize, std::int64_t cdStart) {
+    const auto entries = static_cast<std::int64_t>(count);
+    const bool zip64 = entries >= 0xFFFF || needs64(cdSize) || needs64(cdStart);
+    if (zip64) {
+        const std::int64_t zip64End = cdStart + cdSize;
+        putU32(out, kZip64EndSig);
+        putU64(out, kZip64EndSize - 12);  // the record's size after this field
+        putU16(out, kVersionZip64);
+        putU16(out, kVersionZip64);
+        putU32(out, 0);
+        putU32(out, 0);
+        putU64(out, static_cast<std::uint64_t>(entries));
+        putU64(out, static_cast<std::uint64_t>(entries));
+        putU64(out, static_cast<std::uint64_t>(cdSize));
+        putU64(out, static_cast<std::uint64_t>(cdStart));
+        putU32(out, kZip64LocatorSig);
+        putU32(out, 0);
+        putU64(out, static_cast<std::uint64_t>(zip64End));
+        putU32(out, 1);
+    }
     putU32(out, kEndSig);
     putU16(out, 0);
     putU16(out, 0);
-    putU16(out, static_cast<std::uint16_t>(count));
-    putU16(out, static_cast<std::uint16_t>(count));
-    putU32(out, cdSize);
-    putU32(out, cdStart);
+    putU16(out, zip64 ? 0xFFFF : static_cast<std::uint16_t>(count));
+    putU16(out, zip64 ? 0xFFFF : static_cast<std::uint16_t>(count));
+    putU32(out, zip64 ? 0xFFFFFFFFu : static_cast<std::uint32_t>(cdSize));
+    putU32(out, zip64 ? 0xFFFFFFFFu : static_cast<std::uint32_t>(cdStart));
     putU16(out, 0);
 }
 
@@ -205,11 +260,61 @@ EndRecord readEndRecord(Window tail) {
     end.cdSize = u32(tail.bytes, at + 12);
     end.cdOffset = u32(tail.bytes, at + 16);
     end.commentLen = u16(tail.bytes, at + 20);
-    if (end.entryCount == 0xFFFF || end.cdSize == kMax32 || end.cdOffset == kMax32) {
+    if (end.entryCount != 0xFFFF && end.cdSize != kMax32 && end.cdOffset != kMax32) return end;
+
+    // Saturated fields: the ZIP64 end record, found through the locator that
+    // stands right before the classic record, holds the real values.
+    const std::int64_t locator = *eocd - kZip64LocatorSize;
+    if (locator < tail.fileOffset || u32(tail.bytes, idx(locator - tail.fileOffset)) != kZip64LocatorSig) {
         throw ZipError::zip64Unsupported();
     }
+    const std::uint64_t recordAt = u64(tail.bytes, idx(locator - tail.fileOffset) + 8);
+    if (recordAt > static_cast<std::uint64_t>(locator - kZip64EndSize) ||
+        static_cast<std::int64_t>(recordAt) < tail.fileOffset) {
+        throw ZipError::badCentralDirectory();
+    }
+    const std::size_t z = idx(static_cast<std::int64_t>(recordAt) - tail.fileOffset);
+    if (u32(tail.bytes, z) != kZip64EndSig) throw ZipError::badCentralDirectory();
+    const std::uint64_t count = u64(tail.bytes, z + 32), size = u64(tail.bytes, z + 40), offset = u64(tail.bytes, z + 48);
+    if (count > static_cast<std::uint64_t>(locator) || size > recordAt || offset > recordAt - size) {
+        throw ZipError::badCentralDirectory();
+    }
+    end.entryCount = static_cast<std::int64_t>(count);
+    end.cdSize = static_cast<std::int64_t>(size);
+    end.cdOffset = static_cast<std::int64_t>(offset);
     return end;
 }
+
+namespace {
+
+// Replaces the saturated fields of a central record with the values of its
+// ZIP64 extra field (which holds, in this order, only those that are
+// saturated: uncompressed size, compressed size, local header offset).
+void resolveZip64(CDEntry& entry, std::span<const std::uint8_t> extra) {
+    std::int64_t* saturated[3] = {};
+    int wanted = 0;
+    for (std::int64_t* field : {&entry.uncompressedSize, &entry.compressedSize, &entry.localOffset}) {
+        if (*field == kMax32) saturated[wanted++] = field;
+    }
+    if (wanted == 0) return;
+    for (std::size_t at = 0; at + 4 <= extra.size();) {
+        const std::size_t length = u16(extra, at + 2);
+        if (at + 4 + length > extra.size()) break;
+        if (u16(extra, at) == kZip64ExtraId) {
+            if (length < 8 * static_cast<std::size_t>(wanted)) throw ZipError::badCentralDirectory();
+            for (int k = 0; k < wanted; ++k) {
+                const std::uint64_t v = u64(extra, at + 4 + 8 * static_cast<std::size_t>(k));
+                if (v > static_cast<std::uint64_t>(INT64_MAX)) throw ZipError::badCentralDirectory();
+                *saturated[k] = static_cast<std::int64_t>(v);
+            }
+            return;
+        }
+        at += 4 + length;
+    }
+    // Saturated without a ZIP64 field: an archive of exactly 4 GiB - 1, or a lie.
+}
+
+}  // namespace
 
 ParseResult parse(Window window, const EndRecord& end) {
     ParseResult result{{}, end.eocd, end.cdOffset, end.commentLen};
@@ -221,11 +326,14 @@ ParseResult parse(Window window, const EndRecord& end) {
         const auto rec = window.bytes.subspan(idx(pos - window.fileOffset));
         if (u32(rec, 0) != kCentralSig) throw ZipError::badCentralDirectory();
         const std::int64_t nameLen = u16(rec, 28);
-        const std::int64_t next = pos + kCentralSize + nameLen + u16(rec, 30) + u16(rec, 32);
+        const std::int64_t extraLen = u16(rec, 30);
+        const std::int64_t next = pos + kCentralSize + nameLen + extraLen + u16(rec, 32);
         if (next > length) throw ZipError::badCentralDirectory();
         const std::string_view name(reinterpret_cast<const char*>(rec.data()) + kCentralSize, idx(nameLen));
-        result.entries.push_back(CDEntry{isValidUtf8(name) ? std::string(name) : std::string(), u16(rec, 8),
-                                         u32(rec, 42), ByteRange{pos, next}});
+        CDEntry entry{isValidUtf8(name) ? std::string(name) : std::string(), u16(rec, 8), u32(rec, 42),
+                      ByteRange{pos, next}, u16(rec, 10), u32(rec, 16), u32(rec, 20), u32(rec, 24)};
+        resolveZip64(entry, rec.subspan(idx(kCentralSize + nameLen), idx(extraLen)));
+        result.entries.push_back(std::move(entry));
         pos = next;
     }
     return result;
@@ -243,8 +351,97 @@ std::vector<std::string> entryNames(const std::filesystem::path& url) {
     return names;
 }
 
-void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes>& replacing,
-             const std::filesystem::path& to) {
+namespace {
+
+// Sets the sizes and local offset of a copied central record at `at`: in
+// the classic fields, or, for a field the record saturates (0xFFFFFFFF), in
+// its slot of the record's ZIP64 extra field, which keeps the record's layout.
+void patchCentralValues(Bytes& out, std::size_t at, std::int64_t uncompressed, std::int64_t compressed,
+                        std::int64_t localOffset) {
+    const std::size_t nameLen = u16(out, at + 28), extraLen = u16(out, at + 30);
+    std::size_t zip64Slot = SIZE_MAX;
+    for (std::size_t e = at + kCentralSize + nameLen; e + 4 <= at + kCentralSize + nameLen + extraLen;) {
+        if (u16(out, e) == kZip64ExtraId) {
+            zip64Slot = e + 4;
+            break;
+        }
+        e += 4 + u16(out, e + 2);
+    }
+    const std::pair<std::size_t, std::int64_t> fields[] = {{24, uncompressed}, {20, compressed}, {42, localOffset}};
+    for (const auto& [offset, value] : fields) {
+        if (u32(out, at + offset) == kMax32 && zip64Slot != SIZE_MAX) {
+            for (int k = 0; k < 8; ++k) out[zip64Slot + idx(k)] = static_cast<std::uint8_t>(static_cast<std::uint64_t>(value) >> (8 * k));
+            zip64Slot += 8;
+        } else {
+            patchU32(out, at + offset, fit32(offset == 42 ? "offset" : "entry size", value));
+        }
+    }
+}
+
+}  // namespace
+
+namespace {
+
+// Writes a file front to back, counting where it is; small pieces gather in a
+// buffer, large ones go straight to the file, so nothing is held twice.
+class Sink {
+public:
+    explicit Sink(const std::filesystem::path& to) : to_(to) {
+        fd_ = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        if (fd_ < 0) throw FileError("open for writing", to.string(), errno);
+    }
+    ~Sink() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    Sink(const Sink&) = delete;
+    Sink& operator=(const Sink&) = delete;
+
+    std::int64_t position() const { return written_ + size64(buffer_); }
+    Bytes& buffer() { return buffer_; }
+    void write(std::span<const std::uint8_t> bytes) {
+        if (bytes.size() < (std::size_t(1) << 16)) {
+            append(buffer_, bytes);
+            return;
+        }
+        flush();
+        writeAll(bytes);
+    }
+    void close() {
+        flush();
+        const int fd = fd_;
+        fd_ = -1;
+        if (::close(fd) != 0) throw FileError("write", to_.string(), errno);
+    }
+
+private:
+    void flush() {
+        writeAll(buffer_);
+        buffer_.clear();
+    }
+    void writeAll(std::span<const std::uint8_t> bytes) {
+        const std::uint8_t* data = bytes.data();
+        std::size_t size = bytes.size();
+        while (size > 0) {
+            const ssize_t w = ::write(fd_, data, size);
+            if (w < 0) {
+                if (errno == EINTR) continue;
+                throw FileError("write", to_.string(), errno);
+            }
+            data += w;
+            size -= static_cast<std::size_t>(w);
+            written_ += w;
+        }
+    }
+
+    std::filesystem::path to_;
+    int fd_ = -1;
+    std::int64_t written_ = 0;
+    Bytes buffer_;
+};
+
+using Replacements = std::map<std::string, std::span<const std::uint8_t>>;
+
+void rewriteArchive(const std::filesystem::path& url, const Replacements& replacing, const std::filesystem::path& to) {
     const Bytes src = readFile(url);
     const std::span<const std::uint8_t> srcSpan(src);
     const ParseResult parsed = parse(src);
@@ -271,70 +468,92 @@ void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes
     const std::int64_t prefixEnd = order.empty() ? std::min(parsed.cdOffset, size64(src))
                                                  : parsed.entries[order.front()].localOffset;
 
-    Bytes out;
-    out.reserve(src.size() + 4096);
-    append(out, srcSpan.first(idx(prefixEnd)));
+    Sink out(to);
+    out.write(srcSpan.first(idx(prefixEnd)));
     std::vector<std::int64_t> newOffsets(order.size());
-    std::vector<const Bytes*> newData(order.size(), nullptr);
+    std::vector<std::optional<std::span<const std::uint8_t>>> newData(order.size());
     for (const std::size_t i : order) {
         const CDEntry& e = parsed.entries[i];
-        newOffsets[i] = size64(out);
+        newOffsets[i] = out.position();
         const auto replacement = replacing.find(e.name);
         if (replacement == replacing.end()) {
-            append(out, srcSpan.subspan(idx(extents[i].begin), idx(extents[i].end - extents[i].begin)));
+            out.write(srcSpan.subspan(idx(extents[i].begin), idx(extents[i].end - extents[i].begin)));
             continue;
         }
-        newData[i] = &replacement->second;
+        const auto data = replacement->second;
+        newData[i] = data;
         // Readers compare the local and central name-encoding flag; keep them agreeing.
         const auto flags = static_cast<std::uint16_t>(e.flags & kUtf8NameFlag);
-        appendLocalHeader(out, e.name, replacement->second, flags, u32(srcSpan, idx(e.cdRange.begin + 12)));
+        putLocalHeader(out.buffer(), e.name, flags, u32(srcSpan, idx(e.cdRange.begin + 12)), crc32(data),
+                       static_cast<std::int64_t>(data.size()));
+        out.write(data);
     }
 
-    const std::int64_t cdStart = size64(out);
+    // The directory and the end record are small: built whole, then written.
+    const std::int64_t cdStart = out.position();
+    Bytes tail;
     for (std::size_t i = 0; i < parsed.entries.size(); ++i) {
         const CDEntry& e = parsed.entries[i];
-        const std::size_t at = out.size();
-        append(out, srcSpan.subspan(idx(e.cdRange.begin), idx(e.cdRange.end - e.cdRange.begin)));
-        patchU32(out, at + 42, fit32("offset", newOffsets[i]));
-        if (const Bytes* data = newData[i]) {
-            patchU16(out, at + 8, static_cast<std::uint16_t>(e.flags & ~kDataDescriptorFlag));
-            patchU16(out, at + 10, 0);
-            patchU32(out, at + 16, crc32(*data));
-            patchU32(out, at + 20, fit32("entry size", size64(*data)));
-            patchU32(out, at + 24, fit32("entry size", size64(*data)));
+        const std::size_t at = tail.size();
+        append(tail, srcSpan.subspan(idx(e.cdRange.begin), idx(e.cdRange.end - e.cdRange.begin)));
+        if (const auto& data = newData[i]) {
+            const auto size = static_cast<std::int64_t>(data->size());
+            patchU16(tail, at + 8, static_cast<std::uint16_t>(e.flags & ~kDataDescriptorFlag));
+            patchU16(tail, at + 10, 0);
+            patchU32(tail, at + 16, crc32(*data));
+            patchCentralValues(tail, at, size, size, newOffsets[i]);
+        } else {
+            patchCentralValues(tail, at, e.uncompressedSize, e.compressedSize, newOffsets[i]);
         }
     }
-    const std::int64_t cdEnd = size64(out);
+    const std::int64_t cdSize = size64(tail);
     // The record and its comment only: stray bytes after it are dropped.
-    const std::size_t endAt = out.size();
-    append(out, srcSpan.subspan(idx(parsed.eocd), idx(kEndSize + parsed.commentLen)));
-    patchU32(out, endAt + 12, fit32("central directory size", cdEnd - cdStart));
-    patchU32(out, endAt + 16, fit32("offset", cdStart));
-    writeFile(to, out);
+    const std::size_t endAt = tail.size();
+    append(tail, srcSpan.subspan(idx(parsed.eocd), idx(kEndSize + parsed.commentLen)));
+    patchU32(tail, endAt + 12, fit32("central directory size", cdSize));
+    patchU32(tail, endAt + 16, fit32("offset", cdStart));
+    out.write(tail);
+    out.close();
+}
+
+}  // namespace
+
+void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes>& replacing,
+             const std::filesystem::path& to) {
+    Replacements views;
+    for (const auto& [name, bytes] : replacing) views.emplace(name, bytes);
+    rewriteArchive(url, views, to);
+}
+
+void rewriteText(const std::filesystem::path& url, const std::map<std::string, std::string>& replacing,
+             const std::filesystem::path& to) {
+    Replacements views;
+    for (const auto& [name, text] : replacing) {
+        views.emplace(name, std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
+    }
+    rewriteArchive(url, views, to);
 }
 
 void create(const std::vector<std::pair<std::string, Bytes>>& entries, const std::filesystem::path& to) {
-    if (entries.size() >= 0xFFFF) limitFault("entry count", static_cast<std::int64_t>(entries.size()));
     Bytes out;
-    std::vector<std::uint32_t> offsets;
+    std::vector<std::int64_t> offsets;
     std::vector<std::uint32_t> crcs;
     offsets.reserve(entries.size());
     for (const auto& [name, data] : entries) {
-        offsets.push_back(fit32("offset", size64(out)));
+        offsets.push_back(size64(out));
         crcs.push_back(crc32(data));
         putLocalHeader(out, name, 0, 0, crcs.back(), size64(data));
         append(out, data);
     }
-    const std::uint32_t cdStart = fit32("offset", size64(out));
+    const std::int64_t cdStart = size64(out);
     for (std::size_t i = 0; i < entries.size(); ++i) {
         putCentralRecord(out, entries[i].first, crcs[i], size64(entries[i].second), offsets[i]);
     }
-    putEndRecord(out, entries.size(), fit32("central directory size", size64(out) - cdStart), cdStart);
+    putEndRecord(out, entries.size(), size64(out) - cdStart, cdStart);
     writeFile(to, out);
 }
 
 void createStreaming(const std::vector<StreamedEntry>& entries, const std::filesystem::path& to) {
-    if (entries.size() >= 0xFFFF) limitFault("entry count", static_cast<std::int64_t>(entries.size()));
     const int fd = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (fd < 0) throw FileError("open for writing", to.string(), errno);
     struct Closer {
@@ -356,11 +575,12 @@ void createStreaming(const std::vector<StreamedEntry>& entries, const std::files
     };
 
     std::int64_t offset = 0;
-    std::vector<std::uint32_t> offsets, crcs;
+    std::vector<std::int64_t> offsets;
+    std::vector<std::uint32_t> crcs;
     std::vector<std::int64_t> sizes;
     std::vector<std::uint8_t> chunk;
     for (const auto& entry : entries) {
-        offsets.push_back(fit32("offset", offset));
+        offsets.push_back(offset);
         std::int64_t size = size64(entry.data);
         int in = -1;
         if (entry.file) {
@@ -409,9 +629,9 @@ void createStreaming(const std::vector<StreamedEntry>& entries, const std::files
         offset = checkedAdd(checkedAdd(offset, size64(header)), copied);
     }
     Bytes tail;
-    const std::uint32_t cdStart = fit32("offset", offset);
+    const std::int64_t cdStart = offset;
     for (std::size_t i = 0; i < entries.size(); ++i) putCentralRecord(tail, entries[i].name, crcs[i], sizes[i], offsets[i]);
-    putEndRecord(tail, entries.size(), fit32("central directory size", size64(tail)), cdStart);
+    putEndRecord(tail, entries.size(), size64(tail), cdStart);
     writeAll(tail.data(), tail.size());
     const int closing = closer.fd;
     closer.fd = -1;

@@ -1,13 +1,16 @@
 #pragma once
-// A minimal ZIP reader and writer for the classic (non-ZIP64) format: list an
-// archive's entry names, write a copy in which some entries get new contents
-// (every other byte is kept), and create a new archive of stored entries. It
-// never compresses or decompresses; kept entries travel as byte ranges.
+// A minimal ZIP reader and writer: list an archive's entry names, write a
+// copy in which some entries get new contents (every other byte is kept), and
+// create a new archive of stored entries. It never compresses or
+// decompresses; kept entries travel as byte ranges.
 //
-// Whole archives are read into memory and written in one write, not
-// atomically. Data or offsets beyond 4 294 967 295 bytes, names above 65 535
-// bytes and 65 535 or more entries cannot be written: that is a fatal fault
-// (message on stderr, abort), not a reported error.
+// The writers that create archives write ZIP64 records exactly where an entry
+// or the archive passes the classic limits (a long lesson's movie passes
+// 4 GiB), and the classic format everywhere else, so that small archives are
+// byte for byte what they always were. The reader reads both. A rewrite keeps
+// the classic format: data or offsets beyond 4 294 967 295 bytes there, names
+// above 65 535 bytes and 65 535 or more entries cannot be written, a fatal
+// fault (message on stderr, abort), not a reported error.
 #include <array>
 #include <cstdint>
 #include <filesystem>
@@ -49,12 +52,17 @@ struct ByteRange {
     bool operator==(const ByteRange&) const = default;
 };
 
-// One central-directory record as parsed.
+// One central-directory record as parsed; sizes and offset resolved through
+// its ZIP64 extra field when the classic fields say 0xFFFFFFFF.
 struct CDEntry {
     std::string name;            // decoded as UTF-8; "" when the bytes are not UTF-8
     std::int64_t flags = 0;      // general-purpose bit flags of the central record
     std::int64_t localOffset = 0;
     ByteRange cdRange;           // the record, from its signature to the end of its comment
+    std::int64_t method = 0;
+    std::uint32_t crc = 0;
+    std::int64_t compressedSize = 0;
+    std::int64_t uncompressedSize = 0;
     bool operator==(const CDEntry&) const = default;
 };
 
@@ -93,6 +101,9 @@ std::vector<std::string> entryNames(const std::filesystem::path& url);
 // bytes (stored). Every key must name an entry (else entryNotFound and nothing
 // is written). Throws ZipError, FileError.
 void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes>& replacing,
+             const std::filesystem::path& to);
+// The same with text contents (a rewritten slide), written without a copy.
+void rewriteText(const std::filesystem::path& url, const std::map<std::string, std::string>& replacing,
              const std::filesystem::path& to);
 
 // Writes a new archive of stored entries in the given order, overwriting `to`.
@@ -134,7 +145,10 @@ void patchU32(Bytes& out, std::size_t offset, std::uint32_t value);
 std::optional<std::int64_t> findEOCD(Window tail);
 std::optional<std::int64_t> findEOCD(std::span<const std::uint8_t> data);
 
-// Finds and reads the end record. Throws notAZip, zip64Unsupported.
+// Finds and reads the end record, and the ZIP64 end record it points to when
+// its fields are saturated. Throws notAZip, badCentralDirectory (a ZIP64
+// record missing or outside the window), zip64Unsupported (ZIP64 markers
+// without a ZIP64 record to resolve them).
 EndRecord readEndRecord(Window tail);
 
 // Parses the central directory that `end` locates. The window must start at
