@@ -1,8 +1,14 @@
 #include "BenchDecks.hpp"
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
+
+#include <zlib.h>
 
 #include "DeckBuilder.hpp"
+#include "container/ZipArchive.hpp"
 
 namespace orvandel::test {
 
@@ -63,6 +69,114 @@ void writeBulletDeck(const std::filesystem::path& path, int slides, int bullets,
             .addNotes(n, notesSlideXml({"Fala do slide " + std::to_string(n), "Água & luz: fotossíntese."}));
     }
     deck.write(path);
+}
+
+void writeHugeSlideDeck(const std::filesystem::path& path, std::uint64_t slideBytes) {
+    // The small parts come from the deck builder; the slide is streamed
+    // through deflate so that it never exists whole in memory.
+    const std::string slide = slideXml(textBox(2, "Texto", 365125, 1325563, 2800, "Um slide enorme"), "");
+    const std::string::size_type close = slide.rfind("</p:sld>");
+    const std::string head = slide.substr(0, close), tail = slide.substr(close);
+    if (slideBytes < head.size() + tail.size()) throw std::invalid_argument("slide too small");
+    const std::uint64_t padding = slideBytes - head.size() - tail.size();
+
+    const auto entries = DeckBuilder().addSlide(slide).entries();
+    std::FILE* f = std::fopen(path.c_str(), "wb");
+    if (!f) throw std::runtime_error("cannot write " + path.string());
+    Bytes central;
+    std::uint64_t offset = 0;
+    const auto put = [&](const Bytes& b) {
+        std::fwrite(b.data(), 1, b.size(), f);
+        offset += b.size();
+    };
+    for (const auto& [name, data] : entries) {
+        const bool huge = name == "ppt/slides/slide1.xml";
+        const std::uint64_t at = offset;
+        Bytes header;
+        ZipArchive::putU32(header, 0x04034b50);
+        ZipArchive::putU16(header, 20);
+        ZipArchive::putU16(header, 0);
+        ZipArchive::putU16(header, huge ? 8 : 0);
+        ZipArchive::putU32(header, 0);
+        for (int k = 0; k < 3; ++k) ZipArchive::putU32(header, 0);  // CRC and sizes, patched below
+        ZipArchive::putU16(header, static_cast<std::uint16_t>(name.size()));
+        ZipArchive::putU16(header, 0);
+        header.insert(header.end(), name.begin(), name.end());
+        put(header);
+        std::uint32_t crc = 0;
+        std::uint64_t stored = 0, size = 0;
+        if (!huge) {
+            crc = ZipArchive::crc32(data);
+            put(data);
+            stored = size = data.size();
+        } else {
+            z_stream zs{};
+            deflateInit2(&zs, 9, Z_DEFLATED, -15, 9, Z_DEFAULT_STRATEGY);
+            // Comments of a kilobyte each (no parser limit is reached by one
+            // node), the last few bytes as spaces.
+            Bytes in, out(1 << 20);
+            const std::string unit = "<!--" + std::string(1017, 'x') + "-->";
+            while (in.size() < (1u << 20)) in.insert(in.end(), unit.begin(), unit.end());
+            std::uint64_t left = padding;
+            const auto feed = [&](const std::uint8_t* p, std::size_t n, int flush) {
+                crc = ZipArchive::crc32Continue(crc, {p, n});
+                size += n;
+                zs.next_in = const_cast<std::uint8_t*>(p);
+                zs.avail_in = static_cast<uInt>(n);
+                do {
+                    zs.next_out = out.data();
+                    zs.avail_out = static_cast<uInt>(out.size());
+                    deflate(&zs, flush);
+                    const std::size_t got = out.size() - zs.avail_out;
+                    std::fwrite(out.data(), 1, got, f);
+                    stored += got;
+                } while (zs.avail_out == 0 || (flush == Z_FINISH && zs.avail_in > 0));
+            };
+            feed(reinterpret_cast<const std::uint8_t*>(head.data()), head.size(), Z_NO_FLUSH);
+            while (left >= unit.size()) {
+                const std::uint64_t whole = std::min<std::uint64_t>(left, in.size()) / unit.size() * unit.size();
+                feed(in.data(), static_cast<std::size_t>(whole), Z_NO_FLUSH);
+                left -= whole;
+            }
+            const Bytes spaces(static_cast<std::size_t>(left), ' ');
+            feed(spaces.data(), spaces.size(), Z_NO_FLUSH);
+            feed(reinterpret_cast<const std::uint8_t*>(tail.data()), tail.size(), Z_FINISH);
+            deflateEnd(&zs);
+            offset += stored;
+        }
+        Bytes fields;
+        ZipArchive::putU32(fields, crc);
+        ZipArchive::putU32(fields, static_cast<std::uint32_t>(stored));
+        ZipArchive::putU32(fields, static_cast<std::uint32_t>(size));
+        std::fseek(f, static_cast<long>(at + 14), SEEK_SET);
+        std::fwrite(fields.data(), 1, fields.size(), f);
+        std::fseek(f, 0, SEEK_END);
+
+        ZipArchive::putU32(central, 0x02014b50);
+        ZipArchive::putU16(central, 20);
+        ZipArchive::putU16(central, 20);
+        ZipArchive::putU16(central, 0);
+        ZipArchive::putU16(central, huge ? 8 : 0);
+        ZipArchive::putU32(central, 0);
+        central.insert(central.end(), fields.begin(), fields.end());
+        ZipArchive::putU16(central, static_cast<std::uint16_t>(name.size()));
+        for (int k = 0; k < 4; ++k) ZipArchive::putU16(central, 0);
+        ZipArchive::putU32(central, 0);
+        ZipArchive::putU32(central, static_cast<std::uint32_t>(at));
+        central.insert(central.end(), name.begin(), name.end());
+    }
+    const std::uint64_t cdStart = offset;
+    put(central);
+    Bytes endRecord;
+    ZipArchive::putU32(endRecord, 0x06054b50);
+    ZipArchive::putU32(endRecord, 0);
+    ZipArchive::putU16(endRecord, static_cast<std::uint16_t>(entries.size()));
+    ZipArchive::putU16(endRecord, static_cast<std::uint16_t>(entries.size()));
+    ZipArchive::putU32(endRecord, static_cast<std::uint32_t>(central.size()));
+    ZipArchive::putU32(endRecord, static_cast<std::uint32_t>(cdStart));
+    ZipArchive::putU16(endRecord, 0);
+    put(endRecord);
+    std::fclose(f);
 }
 
 std::filesystem::path largestCorpusDeck() {

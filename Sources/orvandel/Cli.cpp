@@ -62,6 +62,16 @@ const CLI::Validator RegularFile(
     },
     "FILE");
 
+void addLargestPartOption(CLI::App& command) {
+    command
+        .add_option_function<std::int64_t>(
+            "--max-part-mib", [](std::int64_t mib) { PptxArchive::setLargestPart(mib << 20); },
+            "the most one slide, notes or other text part may unpack to, in MiB (default 256): a larger part "
+            "is refused as damaged or hostile")
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 20))
+        ->type_name("MIB");
+}
+
 WarningCallback printWarnings(std::ostream& err) {
     return [&err](const Warning& w) { err << "warning: " << w.text << "\n"; };
 }

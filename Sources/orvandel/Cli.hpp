@@ -43,6 +43,9 @@ void checkSlidesExist(const std::map<std::int64_t, std::int64_t>& videoMs,
 // device is a usage error before anything opens it.
 extern const CLI::Validator RegularFile;
 
+// Adds --max-part-mib N: the most one text part of a deck may unpack to.
+void addLargestPartOption(CLI::App& command);
+
 // Prints each warning on its own line as "warning: <text>".
 WarningCallback printWarnings(std::ostream& err);
 

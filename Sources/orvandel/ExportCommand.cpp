@@ -130,6 +130,7 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
                     "a movie of the deck rendered by hand; the deck is then neither prepared nor rendered")
         ->check(RegularFile);
     addSlideDurationOptions(*cmd, options->video, options->gif);
+    addLargestPartOption(*cmd);
     cmd->add_option("--renderer", options->renderer,
                     "who renders the movie: libreoffice (headless, this machine), powerpoint (PowerPoint for Mac) "
                     "or auto (PowerPoint where it is installed, else LibreOffice)")

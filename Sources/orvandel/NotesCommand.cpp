@@ -44,6 +44,7 @@ void setupNotesCommand(CLI::App& app, std::function<int()>& action, std::ostream
         "Print the speaker notes of every slide as plain text, numbered as the slides are shown (hidden slides "
         "counted). Slides without notes are left out.");
     cmd->add_option("DECK", options->deck, "The deck to read (.pptx)")->required();
+    addLargestPartOption(*cmd);
     cmd->add_flag("--json", options->json,
                   "Print a JSON object from slide number (as a string) to that slide's notes");
     cmd->footer("Example:\n  orvandel notes examples/aula-exemplo.pptx --json\n");

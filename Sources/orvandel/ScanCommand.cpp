@@ -74,6 +74,7 @@ void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream&
                   "Print a JSON array with one object per slide (every field of the report, absent values as "
                   "null) instead of the table");
     addSlideDurationOptions(*cmd, options->video, options->gif);
+    addLargestPartOption(*cmd);
     cmd->footer("Example:\n  orvandel scan examples/aula-exemplo.pptx --gif 4:3000\n");
     cmd->callback([&action, &out, &err, options] {
         action = [&out, &err, options]() -> int { return runScan(*options, out, err); };

@@ -1,9 +1,11 @@
 #include "container/PptxArchive.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <type_traits>
 #include <unordered_map>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -21,6 +23,15 @@ ArchiveError::ArchiveError(Case c, std::string entry, std::int32_t status, std::
 ArchiveError ArchiveError::unzipFailed(const std::string& entry, std::int32_t status, const std::string& message) {
     return ArchiveError(Case::unzipFailed, entry, status, message,
                         "unzip failed for " + entry + " (status " + std::to_string(status) + "): " + message);
+}
+
+ArchiveError ArchiveError::partTooLarge(const std::string& entry, std::int64_t bytes, std::int64_t limit) {
+    const auto mib = [](std::int64_t b) { return std::to_string((b + (1 << 20) - 1) >> 20) + " MiB"; };
+    ArchiveError e(Case::partTooLarge, entry, statusDamaged, "",
+                   entry + " unpacks to " + mib(bytes) + ", more than the " + mib(limit) +
+                       " one part of a deck may take; the deck is damaged or was made to exhaust memory "
+                       "(a genuine deck may raise the limit with --max-part-mib)");
+    return e;
 }
 
 ArchiveError ArchiveError::decodeFailed(const std::string& entry) {
@@ -66,7 +77,9 @@ struct Deck::Open {
     std::unordered_map<std::string, Record> records;  // the first record of a name wins
 
     Open(const std::filesystem::path& url, const std::string& entry);
-    Bytes read(const std::string& entry) const;
+    // Into Bytes or straight into a std::string: a large part is held once.
+    template <class Buffer>
+    Buffer read(const std::string& entry, std::int64_t largest) const;
 
     [[noreturn]] void damaged(const std::string& entry, const std::string& reason) const {
         fail(entry, statusDamaged,
@@ -76,13 +89,15 @@ struct Deck::Open {
     [[noreturn]] void archiveFailure(const std::string& entry, const ZipError& error) const;
     // Exactly n bytes at offset; the caller has checked the range against the file size.
     void readAt(const std::string& entry, std::int64_t offset, std::uint8_t* dst, std::size_t n) const;
-    Bytes readRange(const std::string& entry, std::int64_t offset, std::int64_t length) const {
-        Bytes out(static_cast<std::size_t>(length));
-        readAt(entry, offset, out.data(), out.size());
+    template <class Buffer = Bytes>
+    Buffer readRange(const std::string& entry, std::int64_t offset, std::int64_t length) const {
+        Buffer out(static_cast<std::size_t>(length), 0);
+        readAt(entry, offset, reinterpret_cast<std::uint8_t*>(out.data()), out.size());
         return out;
     }
-    Bytes inflateEntry(const std::string& entry, std::int64_t dataStart, std::int64_t compressedSize,
-                       std::int64_t declaredSize) const;
+    template <class Buffer>
+    Buffer inflateEntry(const std::string& entry, std::int64_t dataStart, std::int64_t compressedSize,
+                        std::int64_t declaredSize) const;
 };
 
 Deck::Open::Open(const std::filesystem::path& url, const std::string& entry) : path(url.string()) {
@@ -115,10 +130,8 @@ Deck::Open::Open(const std::filesystem::path& url, const std::string& entry) : p
     records.reserve(parsed.entries.size());
     for (const auto& e : parsed.entries) {
         if (e.name.empty()) continue;  // an undecodable name can never be asked for
-        const auto record = std::span<const std::uint8_t>(window).subspan(
-            static_cast<std::size_t>(e.cdRange.begin - windowStart));
-        records.try_emplace(e.name, Record{e.flags, ZipArchive::u16(record, 10), ZipArchive::u32(record, 16),
-                                           ZipArchive::u32(record, 20), ZipArchive::u32(record, 24), e.localOffset});
+        records.try_emplace(e.name,
+                            Record{e.flags, e.method, e.crc, e.compressedSize, e.uncompressedSize, e.localOffset});
     }
 }
 
@@ -161,18 +174,17 @@ void Deck::Open::archiveFailure(const std::string& entry, const ZipError& error)
                 "save it again");
 }
 
-Bytes Deck::Open::read(const std::string& entry) const {
+template <class Buffer>
+Buffer Deck::Open::read(const std::string& entry, std::int64_t largest) const {
     const auto found = records.find(entry);
     if (found == records.end()) fail(entry, statusNoSuchEntry, "entry " + entry + " not found in " + path);
     const Record& r = found->second;
+    // Refused before a byte is unpacked: a few megabytes of deck can claim
+    // gigabytes of slide.
+    if (r.declaredSize > largest) throw ArchiveError::partTooLarge(entry, r.declaredSize, largest);
     if (r.flags & 1) {
         fail(entry, statusDamaged,
              "entry " + entry + " of " + path + " is encrypted; save the deck again without a password and retry");
-    }
-    if (r.compressedSize == 0xFFFFFFFF || r.declaredSize == 0xFFFFFFFF || r.localOffset == 0xFFFFFFFF) {
-        fail(entry, statusDamaged,
-             "entry " + entry + " of " + path +
-                 " has ZIP64 sizes, which are not supported; save the deck again as a regular .pptx");
     }
     if (r.method != 0 && r.method != 8) {
         fail(entry, statusDamaged,
@@ -189,18 +201,21 @@ Bytes Deck::Open::read(const std::string& entry) const {
         r.localOffset + kLocalHeaderSize + ZipArchive::u16(local, 26) + ZipArchive::u16(local, 28);
     if (dataStart + r.compressedSize > size) damaged(entry, "its data runs past the end of the file");
 
-    Bytes data;
+    Buffer data;
     if (r.method == 0) {
         if (r.compressedSize != r.declaredSize) damaged(entry, "stored size differs from the declared size");
-        data = readRange(entry, dataStart, r.compressedSize);
+        data = readRange<Buffer>(entry, dataStart, r.compressedSize);
     } else {
-        data = inflateEntry(entry, dataStart, r.compressedSize, r.declaredSize);
+        data = inflateEntry<Buffer>(entry, dataStart, r.compressedSize, r.declaredSize);
     }
-    if (ZipArchive::crc32(data) != r.crc) damaged(entry, "CRC mismatch");
+    if (ZipArchive::crc32({reinterpret_cast<const std::uint8_t*>(data.data()), data.size()}) != r.crc) {
+        damaged(entry, "CRC mismatch");
+    }
     return data;
 }
 
-Bytes Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart, std::int64_t compressedSize,
+template <class Buffer>
+Buffer Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart, std::int64_t compressedSize,
                                std::int64_t declaredSize) const {
     z_stream zs{};
     if (inflateInit2(&zs, -15) != Z_OK) throw std::bad_alloc();
@@ -214,7 +229,11 @@ Bytes Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart,
     std::int64_t inputLeft = compressedSize;
     // The output grows as it fills, never beyond the declared size: a stream
     // that would go on is damaged, however much it claims.
-    Bytes out;
+    Buffer out;
+    // Text is bounded by largestPart(), so its whole declared size is taken
+    // at once, with room for the small insertions of the writers: the buffer
+    // never moves while it fills, nor when a transition goes in.
+    if constexpr (std::is_same_v<Buffer, std::string>) out.reserve(static_cast<std::size_t>(declaredSize) + kChunk);
     std::size_t produced = 0;
     const auto limit = static_cast<std::size_t>(declaredSize);
     for (;;) {
@@ -231,7 +250,7 @@ Bytes Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart,
         }
         std::uint8_t probe = 0;
         const bool atLimit = produced == out.size();
-        zs.next_out = atLimit ? &probe : out.data() + produced;
+        zs.next_out = atLimit ? &probe : reinterpret_cast<std::uint8_t*>(out.data()) + produced;
         zs.avail_out = atLimit ? 1u : static_cast<uInt>(std::min<std::size_t>(out.size() - produced, 1u << 30));
         const uInt offered = zs.avail_out;
         const int rc = inflate(&zs, Z_NO_FLUSH);
@@ -263,7 +282,7 @@ Bytes Deck::readEntryBytes(const std::string& entry) {
     // Until the deck opens and parses, every read tries again and reports
     // the failure under its own entry name.
     if (!open_) open_ = std::make_unique<Open>(url_, entry);
-    return open_->read(entry);
+    return open_->read<Bytes>(entry, INT64_MAX);
 }
 
 bool Deck::contains(const std::string& entry) {
@@ -272,11 +291,19 @@ bool Deck::contains(const std::string& entry) {
 }
 
 std::string Deck::readEntry(const std::string& entry) {
-    Bytes bytes = readEntryBytes(entry);
-    std::string text(bytes.begin(), bytes.end());
+    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    std::string text = open_->read<std::string>(entry, largestPart());
     if (!isValidUtf8(text)) throw ArchiveError::decodeFailed(entry);
     return text;
 }
+
+namespace {
+std::atomic<std::int64_t> gLargestPart{std::int64_t{256} << 20};
+}
+
+std::int64_t largestPart() { return gLargestPart.load(std::memory_order_relaxed); }
+
+void setLargestPart(std::int64_t bytes) { gLargestPart.store(bytes, std::memory_order_relaxed); }
 
 Bytes readEntryBytes(const std::filesystem::path& url, const std::string& entry) { return Deck(url).readEntryBytes(entry); }
 

@@ -28,10 +28,12 @@ inline constexpr std::int32_t statusNoSuchEntry = 11;
 
 class ArchiveError : public Error {
 public:
-    enum class Case { unzipFailed, decodeFailed };
+    enum class Case { unzipFailed, decodeFailed, partTooLarge };
 
     static ArchiveError unzipFailed(const std::string& entry, std::int32_t status, const std::string& message);
     static ArchiveError decodeFailed(const std::string& entry);
+    // A text part that would unpack to more than largestPart() bytes.
+    static ArchiveError partTooLarge(const std::string& entry, std::int64_t bytes, std::int64_t limit);
 
     Case errorCase() const { return case_; }
     const std::string& entry() const { return entry_; }
@@ -70,6 +72,11 @@ private:
     std::filesystem::path url_;
     std::unique_ptr<Open> open_;
 };
+
+// The most a text part (slide, notes, relationships) may unpack to: 256 MiB
+// unless raised. Media entries read as bytes are not limited.
+std::int64_t largestPart();
+void setLargestPart(std::int64_t bytes);
 
 // The entry's bytes, CRC checked. `entry` is the name exactly as the archive
 // writes it (no patterns). Throws ArchiveError (unzipFailed).

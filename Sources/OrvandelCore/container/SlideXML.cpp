@@ -154,6 +154,13 @@ XmlElement parseFragment(std::string_view fragment, std::string_view expectedRoo
         return s + ">";
     }();
     static constexpr std::string_view close = "</orvandel-wrap>";
+    // A tree costs several times its text; a fragment this large is damage.
+    if (fragment.size() > kLargestFragment) {
+        throw SlideXMLError::parseFailed("the <" + std::string(expectedRoot) + "> element is " +
+                                         std::to_string((fragment.size() + (1 << 20) - 1) >> 20) +
+                                         " MiB of text, more than the " + std::to_string(kLargestFragment >> 20) +
+                                         " MiB one element of a slide may take");
+    }
 
     std::string wrapped;
     wrapped.reserve(open.size() + fragment.size() + close.size());

@@ -76,9 +76,13 @@ std::string insertBeforeClosing(std::string xml, std::string_view tag, std::stri
 // wrapper when one stands between the two.
 std::optional<Range> transitionBlockRange(std::string_view xml);
 
+// The longest fragment parseFragment parses, in bytes of text.
+inline constexpr std::size_t kLargestFragment = std::size_t(64) << 20;
+
 // Parses a fragment inside a wrapper element that declares the prefixes p, a,
 // r, p14 and mc, and returns the wrapper's first child named expectedRoot.
-// Whitespace text and CDATA are kept. Throws SlideXMLError::parseFailed.
+// Whitespace text and CDATA are kept. Throws SlideXMLError::parseFailed, also
+// for a fragment longer than kLargestFragment.
 XmlElement parseFragment(std::string_view fragment, std::string_view expectedRoot);
 
 // The slide's first element `tag` (found as elementRange finds it) parsed

@@ -1,10 +1,13 @@
 #include "container/XmlElement.hpp"
 
 #include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstring>
 #include <mutex>
 #include <unordered_set>
 
@@ -98,6 +101,34 @@ private:
 };
 
 }  // namespace
+
+std::optional<std::string> XmlElement::wellFormednessError(std::string_view text) {
+    static std::once_flag init;
+    std::call_once(init, [] { xmlInitParser(); });
+    if (text.size() > static_cast<std::size_t>(INT_MAX)) return "document too large";
+    ErrorSink sink;
+    ErrorCapture capture(&sink);
+    // A SAX2 handler without callbacks: the parser checks names, nesting and
+    // namespaces as it goes and builds nothing. Fed in chunks, so that it
+    // holds only what it has not read yet, not a copy of the whole text.
+    xmlSAXHandler sax;
+    std::memset(&sax, 0, sizeof sax);
+    sax.initialized = XML_SAX2_MAGIC;
+    xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(&sax, nullptr, nullptr, 0, nullptr);
+    if (!ctxt) return "out of memory";
+    xmlCtxtUseOptions(ctxt, XML_PARSE_NONET | XML_PARSE_HUGE);
+    constexpr std::size_t kChunk = std::size_t(1) << 20;
+    for (std::size_t at = 0; at < text.size() && ctxt->wellFormed; at += kChunk) {
+        const std::size_t n = std::min(kChunk, text.size() - at);
+        xmlParseChunk(ctxt, text.data() + at, static_cast<int>(n), 0);
+    }
+    if (ctxt->wellFormed) xmlParseChunk(ctxt, nullptr, 0, 1);
+    const bool ok = ctxt->wellFormed && ctxt->nsWellFormed;
+    if (ctxt->myDoc) xmlFreeDoc(ctxt->myDoc);
+    xmlFreeParserCtxt(ctxt);
+    if (ok) return std::nullopt;
+    return sink.first.empty() ? std::string("not well-formed") : sink.first;
+}
 
 XmlElement XmlElement::parseDocument(std::string_view text) {
     static std::once_flag init;

@@ -38,6 +38,11 @@ public:
     // DTD loading). Throws XmlParseError with the parser's first message when
     // the text is not well-formed or uses an undeclared namespace prefix.
     static XmlElement parseDocument(std::string_view text);
+    // Whether the text is a well-formed, namespace-well-formed document, the
+    // parser's first message when it is not. Nothing is built: memory stays
+    // small whatever the size of the text, and no size limit of a text node
+    // applies.
+    static std::optional<std::string> wellFormednessError(std::string_view text);
 
     explicit operator bool() const { return node_ != nullptr; }
     bool operator==(const XmlElement& other) const { return node_ == other.node_; }

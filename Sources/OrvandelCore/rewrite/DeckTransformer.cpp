@@ -41,7 +41,8 @@ struct Rewritten {
     Branch branch;
 };
 
-Rewritten rewriteSlide(const std::string& xml, std::int64_t slide, const SlideReport& report, std::int64_t respiroMs,
+// The slide's text moves through the writers: a large slide is held once.
+Rewritten rewriteSlide(std::string xml, std::int64_t slide, const SlideReport& report, std::int64_t respiroMs,
                        std::int64_t espacamentoMs) {
     const std::int64_t advTm = *report.advTmMs;
     if (report.bulletCount >= 1) {
@@ -50,18 +51,19 @@ Rewritten rewriteSlide(const std::string& xml, std::int64_t slide, const SlideRe
         return {ExitWriter::retimeExitHeads(std::move(out), TimingPolicy::EXIT_OFFSET), Branch::bulletsWithExits};
     }
     if (report.hasOnClickVideo) {
-        std::string out = MediaWriter::setAutoplayPreroll(MediaWriter::convertOnClickToAutoplay(xml), TimingPolicy::VIDEO_PRE);
+        std::string out = MediaWriter::setAutoplayPreroll(MediaWriter::convertOnClickToAutoplay(std::move(xml)),
+                                                          TimingPolicy::VIDEO_PRE);
         return {TransitionWriter::insert(std::move(out), advTm), Branch::clickVideo};
     }
     if (report.hasVideoAutoplay) {
-        return {TransitionWriter::insert(MediaWriter::setAutoplayPreroll(xml, TimingPolicy::VIDEO_PRE), advTm),
+        return {TransitionWriter::insert(MediaWriter::setAutoplayPreroll(std::move(xml), TimingPolicy::VIDEO_PRE), advTm),
                 Branch::autoplayVideo};
     }
     if (report.videoCount > 0) throw DeckError::videoWithoutMediaCall(slide);
     if (report.exitGroupCount >= 1) {
-        return {TransitionWriter::insert(ExitWriter::convertExitToAfterEffect(xml), advTm), Branch::exits};
+        return {TransitionWriter::insert(ExitWriter::convertExitToAfterEffect(std::move(xml)), advTm), Branch::exits};
     }
-    return {TransitionWriter::insert(xml, advTm), Branch::static_};
+    return {TransitionWriter::insert(std::move(xml), advTm), Branch::static_};
 }
 
 }  // namespace
@@ -86,11 +88,11 @@ std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const st
     PptxArchive::Deck deck(inputURL);
     const SlideList list = DeckScanner::slideList(deck);
     const std::vector<std::string>& files = list.files;
-    std::map<std::string, Bytes> replacing;
+    std::map<std::string, std::string> replacing;
     if (!list.droppedIds.empty()) {
         const std::string presentation = "ppt/presentation.xml";
         if (auto edited = presentationWithout(deck.readEntry(presentation), list.droppedIds)) {
-            replacing[presentation] = toBytes(*edited);
+            replacing[presentation] = std::move(*edited);
         }
     }
     std::vector<DeckError::SlideFailure> failures;
@@ -102,17 +104,17 @@ std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const st
     std::int64_t n = 0;
     for (const std::string& file : files) {
         ++n;
-        const std::string xml = deck.readEntry(file);
+        std::string xml = deck.readEntry(file);
         // The same analysis as the deck report, without the GIF probe: a
         // GIF's length only enters the advance time.
         SlideReport report = DeckScanner::slideReport(n, file, xml, "", videoMs, gifMs);
         if (!report.advTmMs) throw DeckError::missingVideoDuration(n);
 
-        Rewritten rewritten = rewriteSlide(xml, n, report, respiroMs, espacamentoMs);
+        Rewritten rewritten = rewriteSlide(std::move(xml), n, report, respiroMs, espacamentoMs);
         if (auto reason = SlideValidator::validationFailure(rewritten.xml)) {
             failures.push_back({n, std::move(*reason)});
         }
-        replacing[file] = toBytes(rewritten.xml);
+        replacing[file] = std::move(rewritten.xml);
         taken.push_back(rewritten.branch);
         reports.push_back(std::move(report));
     }
@@ -121,7 +123,7 @@ std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const st
     // Written beside the destination and renamed into place: a failed write
     // never leaves a half-written or missing file behind.
     AtomicFile::replace(
-        outputURL, [&](const std::filesystem::path& temporary) { ZipArchive::rewrite(inputURL, replacing, temporary); },
+        outputURL, [&](const std::filesystem::path& temporary) { ZipArchive::rewriteText(inputURL, replacing, temporary); },
         {inputURL});
     branches = std::move(taken);
     return reports;
