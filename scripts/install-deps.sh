@@ -10,6 +10,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev unzip zip
   libreoffice-impress-nogui poppler-utils ffmpeg
   fonts-crosextra-carlito fonts-crosextra-caladea fonts-liberation2 fonts-dejavu
+  qt6-base-dev qt6-svg-dev qt6-translations-l10n
 )
 # The browser check of the movie is optional; ask for it with ORVANDEL_WITH_BROWSER=1.
 if [ "${ORVANDEL_WITH_BROWSER:-0}" = 1 ]; then packages+=(chromium); fi
