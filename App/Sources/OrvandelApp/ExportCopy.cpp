@@ -306,8 +306,8 @@ QString helpText(Renderer renderer) {
                          ? QStringLiteral("O PowerPoint abrirá e gerará o vídeo — pode levar alguns minutos. Na "
                                           "primeira exportação, o macOS pede permissão para o Orvandel controlar o "
                                           "PowerPoint; conceda para o vídeo ser gerado.")
-                         : QStringLiteral("O Orvandel gera o vídeo aqui mesmo, com o LibreOffice, sem abrir outras "
-                                          "janelas — pode levar alguns minutos."));
+                         : QStringLiteral("O Orvandel gera o vídeo neste computador com o LibreOffice, sem abrir "
+                                          "outras janelas — pode levar alguns minutos."));
 }
 
 QString importerFilter(Renderer renderer) {
@@ -333,9 +333,9 @@ std::optional<QString> stageLine(const std::string& stage) {
         {OrvExporter::kStagePrepare, QStringLiteral("Preparando os slides…")},
         {LibreOfficeMp4Exporter::kStageRead, QStringLiteral("Preparando os slides…")},
         {LibreOfficeMp4Exporter::kStagePdf, QStringLiteral("Convertendo os slides no LibreOffice…")},
-        {LibreOfficeMp4Exporter::kStageDraw, QStringLiteral("Desenhando os slides…")},
-        {LibreOfficeMp4Exporter::kStageEncode, QStringLiteral("Gravando o vídeo…")},
-        {OrvExporter::kStagePackage, QStringLiteral("Montando o pacote da aula…")},
+        {LibreOfficeMp4Exporter::kStageDraw, QStringLiteral("Gerando as imagens dos slides…")},
+        {LibreOfficeMp4Exporter::kStageEncode, QStringLiteral("Montando o vídeo…")},
+        {OrvExporter::kStagePackage, QStringLiteral("Salvando o pacote da aula…")},
     };
     const auto it = lines.find(stage);
     if (it == lines.end()) return std::nullopt;

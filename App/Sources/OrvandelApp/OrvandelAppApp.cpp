@@ -5,9 +5,46 @@
 #include <QLocale>
 #include <QScreen>
 #include <QStyle>
+#include <QSocketNotifier>
 #include <QTranslator>
 
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace orvandel::OrvandelAppApp {
+
+namespace {
+
+int gSignalPipe[2] = {-1, -1};
+
+extern "C" void onTerminationSignal(int) {
+    const char byte = 1;
+    if (::write(gSignalPipe[1], &byte, 1) < 0) {
+        // Nothing a signal handler can do; a byte is already waiting.
+    }
+}
+
+// SIGINT and SIGTERM (a terminal, a logout) close the window like the user
+// would, so that a running export is cancelled and its child processes and
+// work directory go with it. The handler only writes to a pipe; the event
+// loop does the rest.
+void closeOnTerminationSignals(QApplication& app) {
+    if (::pipe2(gSignalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return;
+    auto* notifier = new QSocketNotifier(gSignalPipe[0], QSocketNotifier::Read, &app);
+    QObject::connect(notifier, &QSocketNotifier::activated, &app, [] {
+        QApplication::closeAllWindows();
+        QApplication::quit();
+    });
+    struct sigaction action {};
+    action.sa_handler = onTerminationSignal;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+}  // namespace
 
 void installPortuguese(QCoreApplication& app) {
     const QLocale brazil(QLocale::Portuguese, QLocale::Brazil);
@@ -39,6 +76,7 @@ int run(int argc, char** argv) {
     QApplication::setApplicationDisplayName(QStringLiteral("Orvandel"));
     QApplication::setDesktopFileName(QStringLiteral("orvandel"));
     installPortuguese(app);
+    closeOnTerminationSignals(app);
     const auto window = makeWindow();
     window->show();
     const QStringList arguments = QApplication::arguments();
