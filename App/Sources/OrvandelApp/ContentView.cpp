@@ -120,8 +120,11 @@ void ContentView::buildLayout() {
     connect(chooseButton_, &QPushButton::clicked, this, &ContentView::showImporter);
     deckName_ = new ElidedLabel;
     deckName_->setObjectName(QStringLiteral("deckName"));
+    // Only a file name may be shortened; the placeholder wraps instead.
+    noDeck_ = wrappingLabel(ExportCopy::kNoDeck);
     deckRow->addWidget(chooseButton_);
     deckRow->addWidget(deckName_, 1);
+    deckRow->addWidget(noDeck_, 1);
     column->addLayout(deckRow);
 
     scanErrorLabel_ = wrappingLabel();
@@ -238,7 +241,7 @@ void ContentView::applyColors() {
     QColor text = secondary.color(QPalette::WindowText);
     text.setAlpha(190);
     secondary.setColor(QPalette::WindowText, text);
-    for (QWidget* w : std::initializer_list<QWidget*>{help_, deckName_, resultName_, resultSummary_}) {
+    for (QWidget* w : std::initializer_list<QWidget*>{help_, deckName_, noDeck_, resultName_, resultSummary_}) {
         w->setPalette(secondary);
     }
 }
@@ -471,7 +474,9 @@ void ContentView::setFloating(bool floating) {
 void ContentView::refresh() {
     const bool busy = isScanning_ || isExporting_;
     chooseButton_->setEnabled(!busy);
-    deckName_->setText(deckURL_ ? fileName(*deckURL_) : ExportCopy::kNoDeck);
+    deckName_->setVisible(deckURL_.has_value());
+    noDeck_->setVisible(!deckURL_);
+    if (deckURL_) deckName_->setText(fileName(*deckURL_));
 
     scanErrorLabel_->setVisible(scanError_.has_value());
     scanErrorLabel_->setText(scanError_.value_or(QString()));

@@ -154,6 +154,7 @@ private:
     QLabel* help_ = nullptr;
     QPushButton* chooseButton_ = nullptr;
     ElidedLabel* deckName_ = nullptr;
+    QLabel* noDeck_ = nullptr;
     QLabel* scanErrorLabel_ = nullptr;
     QLabel* multiVideoLabel_ = nullptr;
     QWidget* gifForm_ = nullptr;
