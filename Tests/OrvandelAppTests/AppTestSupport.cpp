@@ -17,8 +17,9 @@
 
 namespace orvandel::apptest {
 
-std::filesystem::path sourceDir() { return ORVANDEL_SOURCE_DIR; }
-std::filesystem::path exampleDeck() { return sourceDir() / "examples" / "aula-exemplo.pptx"; }
+std::filesystem::path exampleDeck() {
+    return std::filesystem::path(ORVANDEL_SOURCE_DIR) / "examples" / "aula-exemplo.pptx";
+}
 
 bool slowTestsSkipped() {
     const char* skip = std::getenv("ORVANDEL_SKIP_SLOW");

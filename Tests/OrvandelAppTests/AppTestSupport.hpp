@@ -15,7 +15,6 @@ class QWidget;
 
 namespace orvandel::apptest {
 
-std::filesystem::path sourceDir();
 std::filesystem::path exampleDeck();
 // Set under the sanitizer build: tests that mostly wait on other programs skip.
 bool slowTestsSkipped();

