@@ -6,7 +6,7 @@ ASAN_BUILD ?= build-asan
 EXAMPLE ?= examples/aula-exemplo.pptx
 EXAMPLE_ARGS ?= --gif 4:3000
 
-.PHONY: all deps build build-asan run test test-release test-asan bench clean
+.PHONY: all deps build build-asan run test test-release test-asan bench screenshots clean
 
 all: build
 
@@ -41,6 +41,10 @@ test-asan: build-asan
 
 bench: build
 	./bench/run-all.sh $(BUILD)
+
+# The app's window in each state, as PNGs to look at (renderer faked, offscreen).
+screenshots: build
+	QT_QPA_PLATFORM=offscreen $(BUILD)/Tests/OrvandelAppTests/orvandel-app-screenshots $(BUILD)/app-screenshots
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)

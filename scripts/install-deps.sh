@@ -11,6 +11,7 @@ packages=(
   locales-all  # pt_BR.UTF-8: tests check that numbers ignore a comma-decimal locale
   libreoffice-impress-nogui poppler-utils ffmpeg
   fonts-crosextra-carlito fonts-crosextra-caladea fonts-liberation2 fonts-dejavu
+  qt6-base-dev qt6-svg-dev qt6-translations-l10n
 )
 # The browser check of the movie is optional; ask for it with ORVANDEL_WITH_BROWSER=1.
 if [ "${ORVANDEL_WITH_BROWSER:-0}" = 1 ]; then packages+=(chromium); fi

@@ -1,0 +1,35 @@
+#pragma once
+// The one flag, shared by the window and the quit and close guards, that
+// says an export is running. Touched only on the GUI thread.
+#include <QObject>
+
+#include <functional>
+
+namespace orvandel {
+
+class ExportCoordinator : public QObject {
+    Q_OBJECT
+public:
+    static ExportCoordinator& shared();
+
+    bool inFlight() const { return inFlight_; }
+    // The user chose to let the running export finish and then quit.
+    bool finishingToQuit() const { return finishingToQuit_; }
+    void setFinishingToQuit(bool value);
+    // Run once by end(), then forgotten.
+    void setOnFinish(std::function<void()> action) { onFinish_ = std::move(action); }
+
+    void begin();
+    // Clears both flags, then runs and forgets onFinish.
+    void end();
+
+signals:
+    void changed();
+
+private:
+    bool inFlight_ = false;
+    bool finishingToQuit_ = false;
+    std::function<void()> onFinish_;
+};
+
+}  // namespace orvandel

@@ -1,0 +1,362 @@
+#include "ExportCopy.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <filesystem>
+#include <map>
+
+#include "LibreOfficeMp4Exporter.hpp"
+#include "RenderError.hpp"
+#include "base/Cancellation.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/SlideXML.hpp"
+#include "container/XmlElement.hpp"
+#include "container/ZipArchive.hpp"
+#include "deck/DeckError.hpp"
+#include "package/OrvExporter.hpp"
+#include "render/ExportError.hpp"
+#include "render/Mp4Duration.hpp"
+
+namespace orvandel::ExportCopy {
+
+namespace {
+
+bool powerPoint(Renderer renderer) { return renderer == Renderer::powerPoint; }
+
+QString number(std::int64_t n) { return QString::number(static_cast<qlonglong>(n)); }
+
+const QString kSupport = QStringLiteral(" Se continuar, fale com o suporte do Orvandel.");
+
+QString generic(Renderer renderer) {
+    return powerPoint(renderer)
+               ? QStringLiteral("Ocorreu um erro inesperado na exportação. Feche e reabra o PowerPoint e tente de "
+                                "novo. Se continuar, fale com o suporte do Orvandel.")
+               : QStringLiteral("Ocorreu um erro inesperado na exportação. Tente de novo.") + kSupport;
+}
+
+QString exportErrorText(const Mp4Exporter::ExportError& error) {
+    using Case = Mp4Exporter::ExportError::Case;
+    switch (error.errorCase()) {
+        case Case::powerPointUnavailable:
+            return QStringLiteral("Não foi possível abrir o PowerPoint para gerar o vídeo. Confirme que o PowerPoint "
+                                  "está instalado e tente de novo. Se continuar, fale com o suporte do Orvandel.");
+        case Case::automationDenied:
+            return QStringLiteral("O Orvandel precisa de permissão para controlar o PowerPoint e gerar o vídeo. Abra "
+                                  "Ajustes do Sistema → Privacidade e Segurança → Automação, marque PowerPoint para o "
+                                  "Orvandel e exporte de novo.");
+        case Case::timedOut:
+            return QStringLiteral("A exportação demorou mais que o esperado e foi interrompida. Feche outras "
+                                  "apresentações abertas e tente de novo.");
+        case Case::exportFailed:
+            return QStringLiteral(
+                "A exportação do vídeo falhou. Feche e reabra o PowerPoint e tente exportar novamente.");
+        case Case::unmeasurableOutput:
+            return QStringLiteral(
+                "Não foi possível confirmar o vídeo gerado. Feche e reabra o PowerPoint e exporte de novo.");
+    }
+    return generic(Renderer::powerPoint);
+}
+
+// The program a stage of the headless renderer runs, and the Debian package
+// it comes in. Matched on words of the stage's name, which says which tool it
+// drives.
+struct Tool {
+    QString name;
+    QString package;
+};
+
+std::optional<Tool> toolOfStage(const std::string& stage) {
+    if (stage.find("LibreOffice") != std::string::npos) return Tool{"LibreOffice", "libreoffice-impress-nogui"};
+    if (stage.find("drawing") != std::string::npos) return Tool{"Poppler", "poppler-utils"};
+    if (stage.find("frames") != std::string::npos || stage.find("movie") != std::string::npos) {
+        return Tool{"ffmpeg", "ffmpeg"};
+    }
+    return std::nullopt;
+}
+
+QString renderErrorText(const RenderError& error) {
+    switch (error.errorCase()) {
+        case RenderError::Case::missingTool:
+            if (const auto tool = toolOfStage(error.stage())) {
+                return "Falta o " + tool->name + " para gerar o vídeo. Instale o pacote " + tool->package +
+                       " e exporte de novo.";
+            }
+            return QStringLiteral("Falta um dos programas que geram o vídeo. Instale os pacotes "
+                                  "libreoffice-impress-nogui, poppler-utils e ffmpeg e exporte de novo.");
+        case RenderError::Case::toolFailed:
+            return QStringLiteral("Um dos programas que geram o vídeo falhou. Confira se a apresentação abre no "
+                                  "LibreOffice Impress e exporte de novo.") +
+                   kSupport;
+        case RenderError::Case::timedOut:
+            return QStringLiteral("A geração do vídeo demorou mais que o esperado e foi interrompida. Feche outras "
+                                  "janelas do LibreOffice e exporte de novo.");
+        case RenderError::Case::badOutput:
+            return QStringLiteral("O vídeo gerado saiu incompleto. Confira se há espaço livre no disco e exporte de "
+                                  "novo.") +
+                   kSupport;
+        case RenderError::Case::badDeck:
+            return QStringLiteral("A cópia da apresentação preparada para o vídeo não pôde ser lida. Exporte de "
+                                  "novo.") +
+                   kSupport;
+    }
+    return generic(Renderer::headless);
+}
+
+// A file of the export could not be written or read; `package` when it was
+// the package itself, else one of the export's working files.
+std::optional<QString> fileProblem(int errnoValue, bool package) {
+    switch (errnoValue) {
+        case ENOSPC:
+            return package ? QStringLiteral("Não foi possível gravar o pacote: o disco está cheio. Libere espaço e "
+                                            "exporte de novo.")
+                           : QStringLiteral("O disco está cheio e não há espaço para os arquivos temporários da "
+                                            "exportação. Libere espaço e exporte de novo.");
+        case EACCES:
+        case EPERM:
+        case EROFS:
+            return package ? QStringLiteral("Não foi possível gravar o pacote: o Orvandel não tem permissão para "
+                                            "gravar na pasta da apresentação. Copie a apresentação para uma pasta "
+                                            "sua, como Documentos, e exporte de novo.")
+                           : QStringLiteral("O Orvandel não tem permissão para gravar os arquivos temporários da "
+                                            "exportação. Peça a quem cuida deste computador para conferir a pasta "
+                                            "temporária do sistema e exporte de novo.");
+        case ENOENT:
+            return package ? QStringLiteral("Não foi possível gravar o pacote: a pasta da apresentação não existe "
+                                            "mais. Escolha a apresentação de novo onde ela está agora e exporte.")
+                           : QStringLiteral("A pasta temporária do sistema não existe. Reinicie o computador e "
+                                            "exporte de novo.");
+        default:
+            return std::nullopt;
+    }
+}
+
+const QString kCannotOpenDeck = QStringLiteral(
+    "Não foi possível abrir a apresentação. Confira se o arquivo ainda existe e se é uma apresentação .pptx, e "
+    "escolha-o de novo.");
+const QString kBrokenDeck = QStringLiteral(
+    "A apresentação está danificada e não pôde ser lida. Abra-a no programa em que foi feita, salve-a de novo como "
+    ".pptx e exporte de novo.");
+const QString kDeckTooLarge = QStringLiteral(
+    "A apresentação passa de 4 GB e não pode ser lida. Diminua os vídeos que ela contém e exporte de novo.");
+
+std::optional<QString> deckProblem(const std::exception& error) {
+    if (const auto* e = dynamic_cast<const PptxArchive::ArchiveError*>(&error)) {
+        const bool cannotOpen = e->errorCase() == PptxArchive::ArchiveError::Case::unzipFailed &&
+                                e->status() == PptxArchive::statusCannotOpen;
+        return cannotOpen ? kCannotOpenDeck : kBrokenDeck;
+    }
+    if (const auto* e = dynamic_cast<const ZipArchive::ZipError*>(&error)) {
+        switch (e->errorCase()) {
+            case ZipArchive::ZipError::Case::notAZip: return kCannotOpenDeck;
+            case ZipArchive::ZipError::Case::zip64Unsupported: return kDeckTooLarge;
+            default: return kBrokenDeck;
+        }
+    }
+    if (dynamic_cast<const SlideXMLError*>(&error) || dynamic_cast<const XmlParseError*>(&error)) return kBrokenDeck;
+    return std::nullopt;
+}
+
+QString slidesLine(const QString& before, const std::vector<std::int64_t>& slides, const QString& after) {
+    return before + list(slides) + after;
+}
+
+}  // namespace
+
+QString list(const std::vector<std::int64_t>& slides) {
+    QStringList parts;
+    for (const auto slide : slides) parts << number(slide);
+    return parts.join(QStringLiteral(", "));
+}
+
+QString message(const DeckError& error, Renderer renderer) {
+    const bool pp = powerPoint(renderer);
+    switch (error.errorCase()) {
+        case DeckError::Case::missingVideoDuration:
+            return "Não foi possível ler a duração do vídeo do slide " + number(error.slide()) +
+                   ". Verifique se ele está inserido como vídeo no slide e exporte de novo. Se continuar, fale com "
+                   "o suporte do Orvandel.";
+        case DeckError::Case::invalidOutput: {
+            std::vector<std::int64_t> slides;
+            for (const auto& failure : error.failures()) slides.push_back(failure.slide);
+            return slidesLine("A apresentação preparada não passou na verificação interna (slide(s) ", slides,
+                              pp ? QStringLiteral("). Feche e reabra o PowerPoint e exporte de novo. Se continuar, "
+                                                  "fale com o suporte do Orvandel.")
+                                 : ")." + QStringLiteral(" Exporte de novo.") + kSupport);
+        }
+        case DeckError::Case::videoWithoutMediaCall:
+            return "Não foi possível preparar o vídeo do slide " + number(error.slide()) +
+                   ". Verifique se ele está inserido como vídeo no slide e exporte de novo. Se continuar, fale com "
+                   "o suporte do Orvandel.";
+        case DeckError::Case::gifWithoutDuration:
+            return slidesLine("Informe a duração do GIF do(s) slide(s) ", error.slides(), " antes de exportar.");
+        case DeckError::Case::multipleVideosOnSlide:
+            return slidesLine("Os slides ", error.slides(),
+                              " têm mais de um vídeo. Cada vídeo precisa ficar em um slide independente. Separe os "
+                              "vídeos por slides e exporte de novo.");
+        case DeckError::Case::masterDurationMismatch:
+            return pp ? QStringLiteral("A exportação saiu com duração inesperada. Tente novamente; se persistir, "
+                                       "feche e reabra o PowerPoint.")
+                      : QStringLiteral("A exportação saiu com duração inesperada. Tente novamente; se persistir, "
+                                       "fale com o suporte do Orvandel.");
+        case DeckError::Case::orvWriteFailed:
+            if (const auto text = fileProblem(error.causeErrno(), true)) return *text;
+            return QStringLiteral("Não foi possível substituir o arquivo já existente no destino. Verifique se ele "
+                                  "não está aberto em outro programa (ou protegido contra gravação) e exporte de "
+                                  "novo.");
+        case DeckError::Case::noVisibleSlides:
+            return QStringLiteral("Todos os slides desta apresentação estão ocultos, então não há o que exportar. "
+                                  "Deixe ao menos um slide visível e exporte de novo.");
+    }
+    return generic(renderer);
+}
+
+QString errorMessage(const std::exception& error, Renderer renderer) {
+    if (const auto* e = dynamic_cast<const OrvExporter::FlowError*>(&error)) return exportErrorText(e->exportError());
+    if (const auto* e = dynamic_cast<const Mp4Exporter::ExportError*>(&error)) return exportErrorText(*e);
+    if (const auto* e = dynamic_cast<const DeckError*>(&error)) return message(*e, renderer);
+    if (dynamic_cast<const CancelledError*>(&error)) {
+        return QStringLiteral("A exportação foi cancelada. Nenhum arquivo foi alterado.");
+    }
+    if (const auto* e = dynamic_cast<const RenderError*>(&error)) return renderErrorText(*e);
+    if (dynamic_cast<const Mp4Duration::Mp4Error*>(&error)) {
+        return powerPoint(renderer)
+                   ? QStringLiteral("Não foi possível medir o vídeo gerado. Feche e reabra o PowerPoint e exporte de "
+                                    "novo.")
+                   : QStringLiteral("Não foi possível medir o vídeo gerado. Confira se há espaço livre no disco e "
+                                    "exporte de novo.");
+    }
+    if (const auto text = deckProblem(error)) return *text;
+    if (const auto* e = dynamic_cast<const FileError*>(&error)) {
+        if (const auto text = fileProblem(e->errnoValue(), false)) return *text;
+    }
+    if (const auto* e = dynamic_cast<const std::filesystem::filesystem_error*>(&error)) {
+        if (e->code().category() == std::generic_category() || e->code().category() == std::system_category()) {
+            if (const auto text = fileProblem(e->code().value(), false)) return *text;
+        }
+    }
+    return generic(renderer);
+}
+
+QString errorMessage(const std::exception_ptr& error, Renderer renderer) {
+    try {
+        if (error) std::rethrow_exception(error);
+    } catch (const std::exception& e) {
+        return errorMessage(e, renderer);
+    } catch (...) {
+    }
+    return generic(renderer);
+}
+
+QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClickVideoSlides,
+                               std::int64_t maxBulletsPerSlide, const std::vector<Warning>& warnings) {
+    QStringList lines;
+    if (!convertedOnClickVideoSlides.empty()) {
+        lines << slidesLine("O vídeo do(s) slide(s) ", convertedOnClickVideoSlides,
+                            " estava configurado para tocar no clique; como a versão exportada não tem cliques, ele "
+                            "foi convertido para reprodução automática.");
+    }
+    if (maxBulletsPerSlide >= 8) {
+        lines << QStringLiteral(
+            "A sua apresentação possui muitas animações em tópicos (bullets), isso pode ocasionar erros na "
+            "exportação da sua aula, se notar muita discrepância de sincronismo diminua o número de animações dos "
+            "tópicos e exporte novamente.");
+    }
+    // One line per kind, in the order the kinds were first reported.
+    std::vector<Warning::Kind> kinds;
+    std::map<Warning::Kind, std::vector<std::int64_t>> slides;
+    for (const auto& w : warnings) {
+        if (!slides.count(w.kind)) kinds.push_back(w.kind);
+        auto& of = slides[w.kind];
+        if (std::find(of.begin(), of.end(), w.slide) == of.end()) of.push_back(w.slide);
+    }
+    for (const auto kind : kinds) {
+        const auto& s = slides[kind];
+        switch (kind) {
+            case Warning::Kind::notesUnreadable:
+                lines << slidesLine("As anotações do(s) slide(s) ", s,
+                                    " não puderam ser lidas; o pacote ficou sem as anotações desse(s) slide(s).");
+                break;
+            case Warning::Kind::notesTextRepaired:
+                lines << slidesLine("As anotações do(s) slide(s) ", s,
+                                    " tinham caracteres ilegíveis, que foram substituídos; confira o texto delas.");
+                break;
+            case Warning::Kind::slidePartMissing:
+                lines << slidesLine("O(s) slide(s) na posição ", s,
+                                    " da apresentação não foi(ram) encontrado(s) no arquivo e ficou(ram) de fora; "
+                                    "os slides seguintes foram renumerados.");
+                break;
+            case Warning::Kind::mediaNotPlayed:
+                lines << slidesLine("O vídeo, áudio ou GIF do(s) slide(s) ", s,
+                                    " não pôde ser reproduzido; na aula aparece só a primeira imagem dele.");
+                break;
+            case Warning::Kind::graphicBuildShownWhole:
+                lines << slidesLine("O gráfico ou diagrama animado do(s) slide(s) ", s,
+                                    " não pôde ser montado passo a passo; ele aparece inteiro desde o início.");
+                break;
+        }
+    }
+    return lines;
+}
+
+QString helpText(Renderer renderer) {
+    const QString choose = QStringLiteral(
+        "Escolha a apresentação e clique em Exportar. Slides com GIF pedem a duração (em segundos). ");
+    return choose + (powerPoint(renderer)
+                         ? QStringLiteral("O PowerPoint abrirá e gerará o vídeo — pode levar alguns minutos. Na "
+                                          "primeira exportação, o macOS pede permissão para o Orvandel controlar o "
+                                          "PowerPoint; conceda para o vídeo ser gerado.")
+                         : QStringLiteral("O Orvandel gera o vídeo neste computador com o LibreOffice, sem abrir "
+                                          "outras janelas — pode levar alguns minutos."));
+}
+
+QString importerFilter(Renderer renderer) {
+    return powerPoint(renderer) ? QStringLiteral("Apresentações do PowerPoint (*.pptx)")
+                                : QStringLiteral("Apresentações (*.pptx)");
+}
+
+QString multiVideoRefusal(const std::vector<std::int64_t>& slides) {
+    return slidesLine("Não é possível exportar: o(s) slide(s) ", slides,
+                      " têm mais de um vídeo. Cada vídeo precisa ficar em um slide independente.");
+}
+
+QString gifSlideLabel(std::int64_t slide) { return "Slide " + number(slide); }
+
+QString exporting(Renderer renderer) {
+    return powerPoint(renderer) ? QStringLiteral("Gerando no PowerPoint, pode levar alguns minutos…")
+                                : QStringLiteral("Gerando o vídeo, pode levar alguns minutos…");
+}
+
+std::optional<QString> stageLine(const std::string& stage) {
+    static const std::map<std::string, QString> lines{
+        {OrvExporter::kStageScan, kScanning},
+        {OrvExporter::kStagePrepare, QStringLiteral("Preparando os slides…")},
+        {LibreOfficeMp4Exporter::kStageRead, QStringLiteral("Preparando os slides…")},
+        {LibreOfficeMp4Exporter::kStagePdf, QStringLiteral("Convertendo os slides no LibreOffice…")},
+        {LibreOfficeMp4Exporter::kStageDraw, QStringLiteral("Gerando as imagens dos slides…")},
+        {LibreOfficeMp4Exporter::kStageEncode, QStringLiteral("Montando o vídeo…")},
+        {OrvExporter::kStagePackage, QStringLiteral("Salvando o pacote da aula…")},
+    };
+    const auto it = lines.find(stage);
+    if (it == lines.end()) return std::nullopt;
+    return it->second;
+}
+
+QString resultSummary(std::int64_t cueCount, double masterVideoSeconds) {
+    const QString cues = cueCount == 1 ? QStringLiteral("1 marcação") : number(cueCount) + " marcações";
+    const auto seconds = static_cast<std::int64_t>(std::llround(std::max(0.0, masterVideoSeconds)));
+    const QString length = seconds < 60 ? number(seconds) + " s"
+                                        : number(seconds / 60) + " min" +
+                                              (seconds % 60 ? " " + number(seconds % 60) + " s" : QString());
+    return cues + " · vídeo de " + length;
+}
+
+QString revealButton() {
+#ifdef Q_OS_MACOS
+    return kRevealInFinder;
+#else
+    return kShowInFolder;
+#endif
+}
+
+}  // namespace orvandel::ExportCopy

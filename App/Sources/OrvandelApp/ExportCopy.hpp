@@ -1,0 +1,82 @@
+#pragma once
+// Every Portuguese text the window shows, and the words for every error an
+// export can end with and every warning it reports. The core's own English
+// descriptions never reach the user: an error the table below does not know
+// gets the generic text, never its what().
+//
+// The texts are written for PowerPoint for Mac where PowerPoint renders; where
+// the headless renderer renders, the lines that speak of PowerPoint, macOS,
+// System Settings or Finder have replacements in the same voice that say what
+// really happens. Stateless; every function is pure.
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+#include <exception>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "RendererChoice.hpp"
+#include "base/Warning.hpp"
+
+namespace orvandel {
+class DeckError;
+}
+
+namespace orvandel::ExportCopy {
+
+// Which texts to use: powerPoint gets the texts written for PowerPoint for
+// Mac, any other value those of the headless renderer. Callers pass the
+// renderer their exports really use (RendererChoice::resolve).
+using Renderer = RendererChoice::Renderer;
+
+// The slide numbers in their order, joined by ", ".
+QString list(const std::vector<std::int64_t>& slides);
+
+// The text for whatever an export threw.
+QString errorMessage(const std::exception& error, Renderer renderer);
+QString errorMessage(const std::exception_ptr& error, Renderer renderer);
+QString message(const DeckError& error, Renderer renderer);
+
+// The lines of the "export finished with warnings" alert: the converted
+// click videos, the many-bullets advice, then one line per kind of warning
+// the core reported (the slides of a kind gathered in one line).
+QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClickVideoSlides,
+                               std::int64_t maxBulletsPerSlide, const std::vector<Warning>& warnings = {});
+
+// The window's texts.
+inline const QString kWindowTitle = QStringLiteral("Orvandel — Exportar apresentação");
+inline const QString kTitle = QStringLiteral("Exportar apresentação");
+QString helpText(Renderer renderer);
+inline const QString kChooseDeck = QStringLiteral("Escolher apresentação…");
+inline const QString kNoDeck = QStringLiteral("nenhuma apresentação escolhida");
+QString importerFilter(Renderer renderer);
+QString multiVideoRefusal(const std::vector<std::int64_t>& slides);
+inline const QString kGifFormIntro = QStringLiteral(
+    "Nesta apresentação existem slides com animação em loop, insira a duração em segundos que você quer que a "
+    "animação permaneça em loop");
+QString gifSlideLabel(std::int64_t slide);
+inline const QString kGifFieldUnit = QStringLiteral("segundos");
+inline const QString kScanning = QStringLiteral("Analisando a apresentação…");
+QString exporting(Renderer renderer);
+inline const QString kFinishingToQuit = QStringLiteral("Finalizando exportação antes de sair…");
+// What the headless export is doing now, for a stage reported through
+// RenderHooks::progress; nothing for a stage it does not know.
+std::optional<QString> stageLine(const std::string& stage);
+inline const QString kExport = QStringLiteral("Exportar");
+inline const QString kExportDone = QStringLiteral("Exportação concluída");
+// "12 marcações · vídeo de 1 min 5 s"; the duration in seconds, as the probe reads it.
+QString resultSummary(std::int64_t cueCount, double masterVideoSeconds);
+// "Revelar no Finder" on macOS, "Mostrar na pasta" elsewhere.
+QString revealButton();
+inline const QString kRevealInFinder = QStringLiteral("Revelar no Finder");
+inline const QString kShowInFolder = QStringLiteral("Mostrar na pasta");
+
+// Alerts.
+inline const QString kOpenFailedTitle = QStringLiteral("Não foi possível abrir a apresentação");
+inline const QString kOpenFailedText = QStringLiteral("Tente escolher o arquivo novamente.");
+inline const QString kExportFailedTitle = QStringLiteral("Não foi possível exportar");
+inline const QString kWarningsTitle = QStringLiteral("Exportação concluída com avisos");
+
+}  // namespace orvandel::ExportCopy

@@ -1,0 +1,27 @@
+#pragma once
+// The application's entry: Qt's own texts in Brazilian Portuguese, the one
+// window at its sizes, and the deck named on the command line.
+#include <memory>
+
+#include "ContentView.hpp"
+
+class QCoreApplication;
+
+namespace orvandel::OrvandelAppApp {
+
+// The window's smallest content size and the size it opens at.
+inline constexpr QSize kMinimumSize{392, 420};
+inline constexpr QSize kInitialSize{550, 500};
+
+// Brazilian Portuguese as the default locale, and Qt's translations of its own
+// dialogs and standard buttons ("Cancelar") when they are installed.
+void installPortuguese(QCoreApplication& app);
+
+// The main window, titled, sized and centred on the primary screen.
+std::unique_ptr<ContentView> makeWindow(RendererChoice::Renderer renderer = RendererChoice::Renderer::automatic,
+                                        std::shared_ptr<const Mp4Exporting> exporter = nullptr);
+
+// The whole application; argv[1], when present, is the deck to open.
+int run(int argc, char** argv);
+
+}  // namespace orvandel::OrvandelAppApp

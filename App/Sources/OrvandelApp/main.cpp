@@ -1,0 +1,3 @@
+#include "OrvandelAppApp.hpp"
+
+int main(int argc, char** argv) { return orvandel::OrvandelAppApp::run(argc, argv); }

@@ -1,0 +1,90 @@
+#include "AppTestSupport.hpp"
+
+#include <QAbstractButton>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QThread>
+
+#include <cstdlib>
+#include <thread>
+
+#include "DeckBuilder.hpp"
+#include "LibreOfficeMp4Exporter.hpp"
+#include "MovieFixtures.hpp"
+#include "RenderPlan.hpp"
+#include "base/Subprocess.hpp"
+
+namespace orvandel::apptest {
+
+std::filesystem::path exampleDeck() {
+    return std::filesystem::path(ORVANDEL_SOURCE_DIR) / "examples" / "aula-exemplo.pptx";
+}
+
+bool slowTestsSkipped() {
+    const char* skip = std::getenv("ORVANDEL_SKIP_SLOW");
+    return skip && std::string(skip) == "1";
+}
+
+bool haveHeadlessRenderer() {
+    for (const char* program : {"soffice", "pdfinfo", "pdftocairo", "ffmpeg"}) {
+        if (!Subprocess::findOnPath(program)) return false;
+    }
+    return true;
+}
+
+void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+                           const std::function<bool()>&, const RenderHooks& hooks) const {
+    hooks.report(LibreOfficeMp4Exporter::kStageDraw, 0.5);
+    while (hold->load()) {
+        hooks.throwIfCancelled();
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    if (failure) std::rethrow_exception(failure);
+    const auto ms = RenderPlanReader::read(preparedDeck).totalMs();
+    writeFile(to, test::craftedMovie(1000, static_cast<std::uint64_t>(ms)));
+}
+
+std::filesystem::path FakeExporter::workDirectoryBase() const {
+    return workBase.empty() ? Mp4Exporting::workDirectoryBase() : workBase;
+}
+
+std::filesystem::path mediaDeck(const std::filesystem::path& path, bool twoVideos) {
+    using namespace orvandel::test;
+    const std::vector<Relationship> gif{{"rId5", "image", "../media/image1.gif"}};
+    DeckBuilder deck;
+    deck.addSlide(slideXml(kTextBox))
+        .addSlide(slideXml(picture("4", "rId5")), gif)
+        .addSlide(slideXml(picture("4", "rId5"), "", "show=\"0\""), gif);
+    if (twoVideos) {
+        deck.addSlide(slideXml(kTextBox + kVideo + kVideo), {{"rId2", "video", "../media/media1.mp4"},
+                                                              {"rId9", "image", "../media/poster.png"}});
+    }
+    return deck.write(path);
+}
+
+bool waitUntil(const std::function<bool()>& done, int timeoutMs) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!done() && timer.elapsed() < timeoutMs) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(5);
+    }
+    return done();
+}
+
+QStringList clippedTexts(QWidget& root) {
+    QStringList clipped;
+    for (auto* label : root.findChildren<QLabel*>()) {
+        if (!label->isVisibleTo(&root) || label->text().isEmpty()) continue;
+        const bool fits = label->wordWrap() ? label->height() >= label->heightForWidth(label->width())
+                                            : label->width() >= label->sizeHint().width();
+        if (!fits) clipped << (label->objectName().isEmpty() ? label->text() : label->objectName());
+    }
+    for (auto* button : root.findChildren<QAbstractButton*>()) {
+        if (button->isVisibleTo(&root) && button->width() < button->sizeHint().width()) clipped << button->text();
+    }
+    return clipped;
+}
+
+}  // namespace orvandel::apptest

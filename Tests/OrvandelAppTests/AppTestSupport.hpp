@@ -1,0 +1,49 @@
+#pragma once
+// What the app's tests and the screenshot writer share: a renderer that
+// writes a movie header of the planned length instead of rendering (so the
+// window can be driven end to end in milliseconds), small decks, and waits.
+#include <QStringList>
+
+#include <atomic>
+#include <exception>
+#include <filesystem>
+#include <memory>
+
+#include "render/Mp4Exporting.hpp"
+
+class QWidget;
+
+namespace orvandel::apptest {
+
+std::filesystem::path exampleDeck();
+// Set under the sanitizer build: tests that mostly wait on other programs skip.
+bool slowTestsSkipped();
+// LibreOffice, poppler and ffmpeg are all on PATH.
+bool haveHeadlessRenderer();
+
+// Renders nothing: reports the drawing stage half done, holds while `hold`
+// is set (until the export is cancelled), then throws `failure` or writes a
+// movie header exactly as long as the prepared deck's plan.
+class FakeExporter : public Mp4Exporting {
+public:
+    std::shared_ptr<std::atomic<bool>> hold = std::make_shared<std::atomic<bool>>(false);
+    std::exception_ptr failure;
+    std::filesystem::path workBase;  // where the flow's work directory goes; empty: the system's
+
+    void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+                 const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const override;
+    std::filesystem::path workDirectoryBase() const override;
+};
+
+// Slide 1 text, slide 2 a GIF, slide 3 a hidden GIF, and, with twoVideos,
+// slide 4 holding two videos.
+std::filesystem::path mediaDeck(const std::filesystem::path& path, bool twoVideos);
+
+// Runs the event loop until `done` or `timeoutMs`; whether done.
+bool waitUntil(const std::function<bool()>& done, int timeoutMs);
+
+// The labels and buttons under `root` whose text does not fit them (cut,
+// shortened or wrapped past their height), by object name or text.
+QStringList clippedTexts(QWidget& root);
+
+}  // namespace orvandel::apptest

@@ -1,0 +1,232 @@
+#include <QDialogButtonBox>
+#include <QPushButton>
+#include <QtTest>
+
+#include <cerrno>
+
+#include "AppTestSupport.hpp"
+#include "ExportCopy.hpp"
+#include "ExportProgress.hpp"
+#include "LibreOfficeMp4Exporter.hpp"
+#include "OrvandelAppApp.hpp"
+#include "RenderError.hpp"
+#include "base/Subprocess.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/ZipArchive.hpp"
+#include "deck/DeckError.hpp"
+#include "package/OrvExporter.hpp"
+#include "render/Mp4Duration.hpp"
+
+using namespace orvandel;
+using Renderer = RendererChoice::Renderer;
+using ExportError = Mp4Exporter::ExportError;
+
+namespace {
+
+template <class E>
+std::exception_ptr ptr(E error) {
+    return std::make_exception_ptr(std::move(error));
+}
+
+DeckError withCause(DeckError error, int errnoValue) {
+    error.keepCause(FileError("write", "/a/Aula.orv", errnoValue));
+    return error;
+}
+
+RenderError renderError(RenderError::Case c, const std::string& stage = "encoding the movie") {
+    return RenderError(c, stage, stage + ": English words the user never sees");
+}
+
+// Texts that speak of the Mac and PowerPoint, which the headless renderer must never show.
+bool speaksOfTheMac(const QString& text) {
+    for (const char* word : {"PowerPoint", "macOS", "Ajustes do Sistema", "Finder"}) {
+        if (text.contains(QString::fromUtf8(word))) return true;
+    }
+    return false;
+}
+
+// The export of the example deck with `path` as PATH: the renderer fails at its first missing tool.
+std::exception_ptr exportWithPath(const std::filesystem::path& dir, const std::string& path) {
+    const std::string saved = std::getenv("PATH") ? std::getenv("PATH") : "";
+    setenv("PATH", path.c_str(), 1);
+    std::exception_ptr error;
+    try {
+        OrvExporter::export_(apptest::exampleDeck(), std::nullopt, dir / "a.orv", {}, {{4, 3000}}, {}, "", "", {},
+                             LibreOfficeMp4Exporter(), {});
+    } catch (...) {
+        error = std::current_exception();
+    }
+    setenv("PATH", saved.c_str(), 1);
+    return error;
+}
+
+}  // namespace
+
+class ExportCopyTest : public QObject {
+    Q_OBJECT
+private slots:
+    // Where PowerPoint renders, every error of the export path reads exactly as written for it.
+    void powerPointTextsStandExactly() {
+        const QString pp = QStringLiteral(" Feche e reabra o PowerPoint");
+        const std::vector<std::pair<std::exception_ptr, QString>> cases{
+            {ptr(OrvExporter::FlowError::automationFailed(ExportError::powerPointUnavailable("x"))),
+             "Não foi possível abrir o PowerPoint para gerar o vídeo. Confirme que o PowerPoint está instalado e "
+             "tente de novo. Se continuar, fale com o suporte do Orvandel."},
+            {ptr(ExportError::automationDenied("x")),
+             "O Orvandel precisa de permissão para controlar o PowerPoint e gerar o vídeo. Abra Ajustes do Sistema → "
+             "Privacidade e Segurança → Automação, marque PowerPoint para o Orvandel e exporte de novo."},
+            {ptr(ExportError::timedOut("x")),
+             "A exportação demorou mais que o esperado e foi interrompida. Feche outras apresentações abertas e tente "
+             "de novo."},
+            {ptr(ExportError::exportFailed("x")),
+             "A exportação do vídeo falhou." + pp + " e tente exportar novamente."},
+            {ptr(OrvExporter::FlowError::automationFailed(ExportError::unmeasurableOutput("x"))),
+             "Não foi possível confirmar o vídeo gerado." + pp + " e exporte de novo."},
+            {ptr(DeckError::missingVideoDuration(4)),
+             "Não foi possível ler a duração do vídeo do slide 4. Verifique se ele está inserido como vídeo no slide "
+             "e exporte de novo. Se continuar, fale com o suporte do Orvandel."},
+            {ptr(DeckError::invalidOutput({{2, "a"}, {9, "b"}})),
+             "A apresentação preparada não passou na verificação interna (slide(s) 2, 9)." + pp +
+                 " e exporte de novo. Se continuar, fale com o suporte do Orvandel."},
+            {ptr(DeckError::videoWithoutMediaCall(6)),
+             "Não foi possível preparar o vídeo do slide 6. Verifique se ele está inserido como vídeo no slide e "
+             "exporte de novo. Se continuar, fale com o suporte do Orvandel."},
+            {ptr(DeckError::gifWithoutDuration({3, 7, 12})),
+             "Informe a duração do GIF do(s) slide(s) 3, 7, 12 antes de exportar."},
+            {ptr(DeckError::multipleVideosOnSlide({5})),
+             "Os slides 5 têm mais de um vídeo. Cada vídeo precisa ficar em um slide independente. Separe os "
+             "vídeos por slides e exporte de novo."},
+            {ptr(DeckError::masterDurationMismatch(10000, 2000)),
+             "A exportação saiu com duração inesperada. Tente novamente; se persistir, feche e reabra o PowerPoint."},
+            {ptr(DeckError::orvWriteFailed("/a/Aula.orv")),
+             "Não foi possível substituir o arquivo já existente no destino. Verifique se ele não está aberto em outro "
+             "programa (ou protegido contra gravação) e exporte de novo."},
+            {ptr(std::runtime_error("boom")),
+             "Ocorreu um erro inesperado na exportação." + pp + " e tente de novo. Se continuar, fale com o suporte "
+             "do Orvandel."},
+            {nullptr, "Ocorreu um erro inesperado na exportação." + pp + " e tente de novo. Se continuar, fale com o "
+                      "suporte do Orvandel."},
+        };
+        for (const auto& [error, expected] : cases) {
+            QCOMPARE(ExportCopy::errorMessage(error, Renderer::powerPoint), expected);
+        }
+        QCOMPARE(ExportCopy::multiVideoRefusal({2, 4}),
+                 QStringLiteral("Não é possível exportar: o(s) slide(s) 2, 4 têm mais de um vídeo. Cada vídeo precisa "
+                                "ficar em um slide independente."));
+        QCOMPARE(ExportCopy::exporting(Renderer::powerPoint),
+                 QStringLiteral("Gerando no PowerPoint, pode levar alguns minutos…"));
+        QVERIFY(ExportCopy::helpText(Renderer::powerPoint)
+                    .endsWith("o macOS pede permissão para o Orvandel controlar o PowerPoint; conceda para o vídeo ser "
+                              "gerado."));
+    }
+
+    // Where the headless renderer renders, no text speaks of the Mac, each
+    // failure has its own advice, and the core's words never show.
+    void headlessTextsSayWhatHappens() {
+        const std::vector<std::exception_ptr> errors{
+            ptr(DeckError::missingVideoDuration(4)), ptr(DeckError::invalidOutput({{2, "a"}})),
+            ptr(DeckError::videoWithoutMediaCall(6)), ptr(DeckError::gifWithoutDuration({3})),
+            ptr(DeckError::multipleVideosOnSlide({1})), ptr(DeckError::masterDurationMismatch(10000, 2000)),
+            ptr(DeckError::orvWriteFailed("/a")), ptr(DeckError::noVisibleSlides()),
+            ptr(renderError(RenderError::Case::missingTool)), ptr(renderError(RenderError::Case::toolFailed)),
+            ptr(renderError(RenderError::Case::timedOut)), ptr(renderError(RenderError::Case::badOutput)),
+            ptr(renderError(RenderError::Case::badDeck)), ptr(Mp4Duration::Mp4Error::cannotMeasure("/m.mp4", "x")),
+            ptr(PptxArchive::ArchiveError::unzipFailed("ppt/presentation.xml", PptxArchive::statusCannotOpen, "x")),
+            ptr(PptxArchive::ArchiveError::unzipFailed("ppt/slides/slide1.xml", PptxArchive::statusDamaged, "x")),
+            ptr(ZipArchive::ZipError::zip64Unsupported()), ptr(CancelledError()),
+            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOSPC)), ptr(FileError("write", "/tmp/x", ENOSPC)),
+            ptr(withCause(DeckError::orvWriteFailed("/a"), EROFS)), ptr(FileError("write", "/tmp/x", EACCES)),
+            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOENT)), ptr(FileError("write", "/tmp/x", ENOENT)),
+            ptr(std::runtime_error("boom"))};
+        QSet<QString> seen;
+        for (const auto& error : errors) {
+            const QString text = ExportCopy::errorMessage(error, Renderer::headless);
+            QVERIFY2(!speaksOfTheMac(text), qPrintable(text));
+            QVERIFY2(!text.contains("English") && !text.contains("boom"), qPrintable(text));
+            QVERIFY2(!seen.contains(text), qPrintable("twice: " + text));
+            seen.insert(text);
+        }
+        for (const auto& text : {ExportCopy::helpText(Renderer::headless), ExportCopy::exporting(Renderer::headless),
+                                 ExportCopy::importerFilter(Renderer::headless), ExportCopy::revealButton()}) {
+            QVERIFY2(!speaksOfTheMac(text), qPrintable(text));
+        }
+        QCOMPARE(ExportCopy::revealButton(), QStringLiteral("Mostrar na pasta"));
+    }
+
+    // A missing program is named with the Debian package that brings it; the
+    // stage names are pinned by running the renderer without its tools.
+    void missingProgramsNameTheirPackage() {
+        QTemporaryDir dir;
+        const std::filesystem::path root = dir.path().toStdString();
+        const auto noTools = exportWithPath(root, (root / "empty").string());
+        QVERIFY(ExportCopy::errorMessage(noTools, Renderer::headless).contains("pacote libreoffice-impress-nogui"));
+
+        // A LibreOffice that writes an empty page file: the drawing stage is next and finds no pdfinfo.
+        std::filesystem::create_directories(root / "bin");
+        writeFile(root / "bin" / "soffice",
+                  "#!/bin/sh\nwhile [ $# -gt 1 ]; do [ \"$1\" = --outdir ] && out=$2; shift; done\n"
+                  "n=${1##*/}; echo x > \"$out/${n%.pptx}.pdf\"\n");
+        std::filesystem::permissions(root / "bin" / "soffice", std::filesystem::perms::owner_all);
+        const auto noPoppler = exportWithPath(root, (root / "bin").string());
+        QVERIFY(ExportCopy::errorMessage(noPoppler, Renderer::headless).contains("pacote poppler-utils"));
+        QVERIFY(ExportCopy::errorMessage(ptr(renderError(RenderError::Case::missingTool, "preparing the frames")),
+                                         Renderer::headless)
+                    .contains("pacote ffmpeg"));
+    }
+
+    void postExportWarningsInOrder() {
+        QVERIFY(ExportCopy::postExportWarnings({}, 7).isEmpty());
+        const auto bullets = ExportCopy::postExportWarnings({}, 8);
+        QVERIFY(bullets.size() == 1 && bullets[0].startsWith("A sua apresentação possui muitas animações em tópicos"));
+        const auto both = ExportCopy::postExportWarnings({2, 4}, 9);
+        const QString video = QStringLiteral(
+            "O vídeo do(s) slide(s) 2, 4 estava configurado para tocar no clique; como a versão exportada não tem "
+            "cliques, ele foi convertido para reprodução automática.");
+        QCOMPARE(both, QStringList({video, bullets[0]}));
+
+        // The core's warnings: one line per kind, its slides gathered, in the order first reported.
+        const auto lines = ExportCopy::postExportWarnings(
+            {}, 0,
+            {Warning::mediaNotPlayed(5, "video", "x"), Warning::notesUnreadable(2, "x"),
+             Warning::mediaNotPlayed(7, "GIF", "y"), Warning::notesTextRepaired(3),
+             Warning::slidePartMissing(4, "ppt/slides/slide4.xml"), Warning::graphicBuildShownWhole(6, "z"),
+             Warning::mediaNotPlayed(5, "audio", "x")});
+        QCOMPARE(lines.size(), 5);
+        QVERIFY(lines[0].contains("slide(s) 5, 7 não pôde"));
+        QVERIFY(lines[1].contains("slide(s) 2 não puderam"));
+        for (const auto& line : lines) QVERIFY2(!speaksOfTheMac(line) && !line.contains("slide "), qPrintable(line));
+    }
+
+    // Every stage the flow and the renderer report has its line, and the bar only moves forward.
+    void stagesFillTheBarInOrder() {
+        int last = -1;
+        for (const char* stage :
+             {OrvExporter::kStageScan, OrvExporter::kStagePrepare, LibreOfficeMp4Exporter::kStageRead,
+              LibreOfficeMp4Exporter::kStagePdf, LibreOfficeMp4Exporter::kStageDraw,
+              LibreOfficeMp4Exporter::kStageEncode, OrvExporter::kStagePackage}) {
+            QVERIFY2(ExportCopy::stageLine(stage).has_value(), stage);
+            for (const double f : {0.0, 0.5, 1.0}) {
+                const int permille = ExportProgress::permille(stage, f).value();
+                QVERIFY2(permille >= last, stage);
+                last = permille;
+            }
+        }
+        QCOMPARE(last, 1000);
+        QCOMPARE(ExportProgress::permille("no such stage", 0.5), std::nullopt);
+    }
+
+    void resultSummaryIsWholeSeconds() {
+        QCOMPARE(ExportCopy::resultSummary(12, 65.4), QStringLiteral("12 marcações · vídeo de 1 min 5 s"));
+        QCOMPARE(ExportCopy::resultSummary(1, 42.5), QStringLiteral("1 marcação · vídeo de 43 s"));
+        QCOMPARE(ExportCopy::resultSummary(3, 120), QStringLiteral("3 marcações · vídeo de 2 min"));
+    }
+
+    void standardButtonsSpeakPortuguese() {
+        OrvandelAppApp::installPortuguese(*QCoreApplication::instance());
+        QDialogButtonBox box(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+        QCOMPARE(box.button(QDialogButtonBox::Cancel)->text().remove('&'), QStringLiteral("Cancelar"));
+    }
+};
+
+QTEST_MAIN(ExportCopyTest)
+#include "ExportCopyTests.moc"
