@@ -10,6 +10,7 @@
 #include "LibreOfficeMp4Exporter.hpp"
 #include "OrvandelAppApp.hpp"
 #include "RenderError.hpp"
+#include "base/AtomicFile.hpp"
 #include "base/Subprocess.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/ZipArchive.hpp"
@@ -133,7 +134,9 @@ private slots:
             ptr(renderError(RenderError::Case::badDeck)), ptr(Mp4Duration::Mp4Error::cannotMeasure("/m.mp4", "x")),
             ptr(PptxArchive::ArchiveError::unzipFailed("ppt/presentation.xml", PptxArchive::statusCannotOpen, "x")),
             ptr(PptxArchive::ArchiveError::unzipFailed("ppt/slides/slide1.xml", PptxArchive::statusDamaged, "x")),
-            ptr(ZipArchive::ZipError::zip64Unsupported()), ptr(CancelledError()),
+            ptr(PptxArchive::ArchiveError::partTooLarge("ppt/slides/slide1.xml", 1LL << 32, 1LL << 28)),
+            ptr(DeckError::durationTooLong(2, "x")), ptr(OutputError::sameAsInput("/a.orv", "/a.orv")),
+            ptr(OutputError::notARegularFile("/a.orv")), ptr(CancelledError()),
             ptr(withCause(DeckError::orvWriteFailed("/a"), ENOSPC)), ptr(FileError("write", "/tmp/x", ENOSPC)),
             ptr(withCause(DeckError::orvWriteFailed("/a"), EROFS)), ptr(FileError("write", "/tmp/x", EACCES)),
             ptr(withCause(DeckError::orvWriteFailed("/a"), ENOENT)), ptr(FileError("write", "/tmp/x", ENOENT)),

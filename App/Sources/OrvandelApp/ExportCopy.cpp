@@ -8,6 +8,7 @@
 
 #include "LibreOfficeMp4Exporter.hpp"
 #include "RenderError.hpp"
+#include "base/AtomicFile.hpp"
 #include "base/Cancellation.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
@@ -137,11 +138,13 @@ const QString kCannotOpenDeck = QStringLiteral(
 const QString kBrokenDeck = QStringLiteral(
     "A apresentação está danificada e não pôde ser lida. Abra-a no programa em que foi feita, salve-a de novo como "
     ".pptx e exporte de novo.");
-const QString kDeckTooLarge = QStringLiteral(
-    "A apresentação passa de 4 GB e não pode ser lida. Diminua os vídeos que ela contém e exporte de novo.");
+const QString kPartTooLarge = QStringLiteral(
+    "Um dos slides desta apresentação ocupa mais de 256 MB depois de descompactado, o que indica um arquivo "
+    "danificado. Abra a apresentação no programa em que foi feita, salve-a de novo e exporte.");
 
 std::optional<QString> deckProblem(const std::exception& error) {
     if (const auto* e = dynamic_cast<const PptxArchive::ArchiveError*>(&error)) {
+        if (e->errorCase() == PptxArchive::ArchiveError::Case::partTooLarge) return kPartTooLarge;
         const bool cannotOpen = e->errorCase() == PptxArchive::ArchiveError::Case::unzipFailed &&
                                 e->status() == PptxArchive::statusCannotOpen;
         return cannotOpen ? kCannotOpenDeck : kBrokenDeck;
@@ -149,7 +152,6 @@ std::optional<QString> deckProblem(const std::exception& error) {
     if (const auto* e = dynamic_cast<const ZipArchive::ZipError*>(&error)) {
         switch (e->errorCase()) {
             case ZipArchive::ZipError::Case::notAZip: return kCannotOpenDeck;
-            case ZipArchive::ZipError::Case::zip64Unsupported: return kDeckTooLarge;
             default: return kBrokenDeck;
         }
     }
@@ -204,6 +206,10 @@ QString message(const DeckError& error, Renderer renderer) {
             return QStringLiteral("Não foi possível substituir o arquivo já existente no destino. Verifique se ele "
                                   "não está aberto em outro programa (ou protegido contra gravação) e exporte de "
                                   "novo.");
+        case DeckError::Case::durationTooLong:
+            return "O slide " + number(error.slide()) +
+                   " tem um tempo de mais de 24 horas (numa animação ou na duração informada), o que indica um "
+                   "arquivo danificado. Confira os tempos desse slide, salve a apresentação e exporte de novo.";
         case DeckError::Case::noVisibleSlides:
             return QStringLiteral("Todos os slides desta apresentação estão ocultos, então não há o que exportar. "
                                   "Deixe ao menos um slide visível e exporte de novo.");
@@ -227,6 +233,13 @@ QString errorMessage(const std::exception& error, Renderer renderer) {
                                     "exporte de novo.");
     }
     if (const auto text = deckProblem(error)) return *text;
+    if (const auto* e = dynamic_cast<const OutputError*>(&error)) {
+        return e->errorCase() == OutputError::Case::sameAsInput
+                   ? QStringLiteral("O pacote seria gravado por cima da própria apresentação. Renomeie a "
+                                    "apresentação para que ela termine em .pptx e exporte de novo.")
+                   : QStringLiteral("Já existe uma pasta com o nome do pacote ao lado da apresentação. Renomeie ou "
+                                    "mova essa pasta e exporte de novo.");
+    }
     if (const auto* e = dynamic_cast<const FileError*>(&error)) {
         if (const auto text = fileProblem(e->errnoValue(), false)) return *text;
     }
