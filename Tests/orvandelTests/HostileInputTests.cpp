@@ -1,0 +1,154 @@
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "DeckBuilder.hpp"
+#include "MovieFixtures.hpp"
+#include "TestSupport.hpp"
+#include "TimingFixtures.hpp"
+#include "base/Bytes.hpp"
+#include "base/Subprocess.hpp"
+#include "container/ZipArchive.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+// Every run gets a private TMPDIR, which must be empty again afterwards.
+struct Sandbox {
+    TempDir dir;
+    fs::path tmp = dir / "tmp";
+    Sandbox() { fs::create_directories(tmp); }
+
+    SubprocessResult run(std::vector<std::string> args) const {
+        args.insert(args.begin(), cliPath().string());
+        return Subprocess::run(args, {.environment = {"TMPDIR=" + tmp.string()},
+                                      .workingDirectory = dir.path(),
+                                      .timeout = std::chrono::seconds(60)});
+    }
+    std::string notesOf(const fs::path& package) const {
+        const auto manifest =
+            nlohmann::json::parse(Subprocess::run({"unzip", "-p", package.string(), "manifest.json"}).standardOutput);
+        return manifest["notesBySlide"].dump();
+    }
+};
+
+std::string notesWith(const std::string& line) { return notesSlideXml({line}); }
+
+}  // namespace
+
+TEST(HostileInputTest, AnOutputThatIsAnInputOrNotAFileIsRefusedAndNothingIsTouched) {
+    Sandbox box;
+    const auto deck = DeckBuilder().addSlide(slideXml()).write(box.dir / "d.pptx");
+    writeFile(box.dir / "m.mp4", craftedMovie(1000, 1500));
+    fs::copy_file(deck, box.dir / "aula.orv");
+    fs::create_symlink(deck, box.dir / "link.orv");
+    fs::create_directories(box.dir / "folder.orv");
+    const Bytes deckBytes = readFile(deck), movieBytes = readFile(box.dir / "m.mp4");
+
+    struct Case {
+        std::vector<std::string> args;
+        std::string saying;
+    };
+    const std::vector<Case> cases{
+        {{"export", "d.pptx", "-o", "d.pptx", "--mp4", "m.mp4"}, "the input file itself"},
+        {{"export", "d.pptx", "-o", "./link.orv", "--mp4", "m.mp4"}, "the same file as the input d.pptx"},
+        {{"export", "aula.orv", "--mp4", "m.mp4"}, "the input file itself"},
+        {{"export", "d.pptx", "-o", "m.mp4", "--mp4", "m.mp4"}, "the input file itself"},
+        {{"export", "d.pptx", "-o", "/dev/null", "--mp4", "m.mp4"}, "not a regular file"},
+        {{"export", "d.pptx", "-o", "folder.orv", "--mp4", "m.mp4"}, "not a regular file"},
+        {{"prepare", "d.pptx", "-o", "d.pptx"}, "the input file itself"},
+        {{"export", "d.pptx", "-o", "missing/x.orv", "--mp4", "m.mp4"}, "(No such file or directory)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args[3]);
+        const auto r = box.run(c.args);
+        EXPECT_EQ(r.exitStatus, 1);
+        EXPECT_NE(r.standardError.find(c.saying), std::string::npos) << r.standardError;
+        EXPECT_EQ(readFile(deck), deckBytes);
+        EXPECT_EQ(readFile(box.dir / "m.mp4"), movieBytes);
+        EXPECT_EQ(readFile(box.dir / "aula.orv"), deckBytes);
+        EXPECT_TRUE(entriesNamed(box.dir.path(), ".tmp-").empty());
+        EXPECT_TRUE(fs::is_empty(box.tmp));
+    }
+
+    // A package that is replaced keeps its permissions; a new one follows the umask.
+    writeFile(box.dir / "old.orv", std::string("old"));
+    fs::permissions(box.dir / "old.orv", fs::perms::owner_read | fs::perms::owner_write);
+    ASSERT_EQ(box.run({"export", "d.pptx", "-o", "old.orv", "--mp4", "m.mp4"}).exitStatus, 0);
+    EXPECT_EQ(fs::status(box.dir / "old.orv").permissions() & fs::perms::all,
+              fs::perms::owner_read | fs::perms::owner_write);
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    ASSERT_EQ(box.run({"export", "d.pptx", "-o", "new.orv", "--mp4", "m.mp4"}).exitStatus, 0);
+    struct stat st {};
+    ASSERT_EQ(::stat((box.dir / "new.orv").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0666 & ~mask);
+}
+
+TEST(HostileInputTest, AbsurdNumbersDamagedPartsAndSpecialFilesEndInAClearErrorOrAWarning) {
+    Sandbox box;
+    writeFile(box.dir / "m.mp4", craftedMovie(1000, 1500));
+    const std::string hugeDur = timing(step(anim("clickEffect", "4611686018427387904")));
+    DeckBuilder().addSlide(slideXml()).addSlide(slideXml()).addSlide(slideXml()).write(box.dir / "three.pptx");
+    DeckBuilder().addSlide(slideXml("", hugeDur)).write(box.dir / "huge.pptx");
+    DeckBuilder().addSlide(slideXml("", "<p:timing><p:tnLst></p:timing>")).write(box.dir / "broken.pptx");
+    DeckBuilder().addSlide(slideXml()).addNotes(1, notesWith("MARCADOR")).write(box.dir / "crc.pptx");
+    {  // a stored notes part whose bytes no longer match its CRC
+        Bytes bytes = readFile(box.dir / "crc.pptx");
+        const std::string text = toString(bytes);
+        bytes[text.find("MARCADOR") + 7] = 'X';
+        writeFile(box.dir / "crc.pptx", bytes);
+    }
+    DeckBuilder().addSlide(slideXml()).addNotes(1, notesWith("ol\xE1 mundo")).write(box.dir / "latin1.pptx");
+    auto entries = DeckBuilder().addSlide(slideXml()).addSlide(slideXml()).addSlide(slideXml()).entries();
+    std::erase_if(entries, [](const auto& e) { return e.first == "ppt/slides/slide2.xml"; });
+    ZipArchive::create(entries, box.dir / "gap.pptx");
+    ASSERT_EQ(::mkfifo((box.dir / "fifo.pptx").c_str(), 0600), 0);
+    auto commented = DeckBuilder().addSlide(slideXml()).entries();
+    for (auto& [name, data] : commented) {
+        if (name != "ppt/presentation.xml") continue;
+        std::string text = toString(data);
+        text.insert(text.find("<p:sldIdLst>") + 12, "<!-- <p:sldId id=\"999\" r:id=\"rId1\"/> -->");
+        data = toBytes(text);
+    }
+    ZipArchive::create(commented, box.dir / "commented.pptx");
+
+    struct Case {
+        std::vector<std::string> args;
+        int status;
+        std::string saying;
+    };
+    const std::vector<Case> cases{
+        {{"export", "three.pptx", "--gif", "2:9223372036854775807"}, 2, "--gif: the length in \"2:9223372036854775807\""},
+        {{"export", "three.pptx", "--video", "1:0"}, 2, "--video: the length in \"1:0\""},
+        {{"scan", "three.pptx", "--gif", "4:3000"}, 2, "--gif: slide 4 in \"4:3000\" does not exist"},
+        {{"export", "huge.pptx", "--mp4", "m.mp4"}, 1, "slide 1: its timing value dur=\"4611686018427387904\""},
+        {{"scan", "broken.pptx"}, 1, "orvandel: ppt/slides/slide1.xml: "},
+        {{"export", "crc.pptx", "--mp4", "m.mp4"}, 0, "warning: slide 1: the speaker notes could not be read"},
+        {{"export", "latin1.pptx", "--mp4", "m.mp4"}, 0, "warning: slide 1: the speaker notes are not valid UTF-8"},
+        {{"export", "gap.pptx", "--mp4", "m.mp4"}, 0, "warning: the slide at position 2 of the deck"},
+        {{"export", "fifo.pptx"}, 2, "not a regular file"},
+        {{"scan", "fifo.pptx"}, 1, "not a regular file"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args[1] + " " + (c.args.size() > 2 ? c.args[2] : ""));
+        const auto r = box.run(c.args);
+        EXPECT_EQ(r.exitStatus, c.status) << r.standardError;
+        EXPECT_NE(r.standardError.find(c.saying), std::string::npos) << r.standardError;
+        EXPECT_TRUE(fs::is_empty(box.tmp));
+    }
+    // What survived: no notes for the damaged part, the readable rest of the
+    // others, and the slides after the gap moved up.
+    EXPECT_EQ(box.notesOf(box.dir / "crc.orv"), R"({"0":""})");
+    EXPECT_EQ(box.notesOf(box.dir / "latin1.orv"), "{\"0\":\"ol\xEF\xBF\xBD mundo\"}");
+    EXPECT_EQ(nlohmann::json::parse(box.run({"scan", "commented.pptx", "--json"}).standardOutput).size(), 1u);
+    EXPECT_NE(Subprocess::run({"unzip", "-p", (box.dir / "gap.orv").string(), "manifest.json"})
+                  .standardOutput.find("\"slideCount\": 2"),
+              std::string::npos);
+}
