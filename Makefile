@@ -6,7 +6,7 @@ ASAN_BUILD ?= build-asan
 EXAMPLE ?= examples/aula-exemplo.pptx
 EXAMPLE_ARGS ?= --gif 4:3000
 
-.PHONY: all deps build build-asan run test test-release test-asan bench screenshots clean
+.PHONY: all deps build build-asan run test test-release test-asan bench screenshots fuzz clean
 
 all: build
 
@@ -42,9 +42,20 @@ test-asan: build-asan
 bench: build
 	./bench/run-all.sh $(BUILD)
 
+# libFuzzer targets of the readers (clang, address + undefined sanitizers),
+# each run for SECONDS with seeds from ../shared/corpus.
+FUZZ_BUILD ?= build-fuzz
+SECONDS ?= 60
+fuzz:
+	ORVANDEL_WITH_FUZZ=1 ./scripts/install-deps.sh
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANDEL_FUZZ=ON \
+		-DORVANDEL_BUILD_TESTS=OFF -DORVANDEL_BUILD_BENCH=OFF -DORVANDEL_BUILD_APP=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target ZipReaderFuzz EntryReaderFuzz XmlElementFuzz DeckScanFuzz MovieHeaderFuzz
+	./fuzz/run.sh $(FUZZ_BUILD) $(SECONDS)
+
 # The app's window in each state, as PNGs to look at (renderer faked, offscreen).
 screenshots: build
 	QT_QPA_PLATFORM=offscreen $(BUILD)/Tests/OrvandelAppTests/orvandel-app-screenshots $(BUILD)/app-screenshots
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)

@@ -116,6 +116,8 @@ std::optional<std::string> XmlElement::wellFormednessError(std::string_view text
     sax.initialized = XML_SAX2_MAGIC;
     xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(&sax, nullptr, nullptr, 0, nullptr);
     if (!ctxt) return "out of memory";
+    // UTF-8 whatever the declaration says, as the tree parser reads it.
+    xmlCtxtResetPush(ctxt, nullptr, 0, nullptr, "UTF-8");
     xmlCtxtUseOptions(ctxt, XML_PARSE_NONET | XML_PARSE_HUGE);
     constexpr std::size_t kChunk = std::size_t(1) << 20;
     for (std::size_t at = 0; at < text.size() && ctxt->wellFormed; at += kChunk) {

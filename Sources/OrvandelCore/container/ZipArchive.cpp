@@ -445,7 +445,8 @@ void rewriteArchive(const std::filesystem::path& url, const Replacements& replac
     const Bytes src = readFile(url);
     const std::span<const std::uint8_t> srcSpan(src);
     const ParseResult parsed = parse(src);
-    for (const auto& [name, bytes] : replacing) {
+    for (const auto& replacement : replacing) {
+        const std::string& name = replacement.first;
         const bool known = std::any_of(parsed.entries.begin(), parsed.entries.end(),
                                        [&](const CDEntry& e) { return e.name == name; });
         if (!known) throw ZipError::entryNotFound(name);

@@ -1,0 +1,18 @@
+// The movie-length reader on an arbitrary file: box walking, sizes, versions.
+#include <cstddef>
+#include <cstdint>
+
+#include "FuzzInput.hpp"
+#include "render/Mp4Duration.hpp"
+
+using namespace orvandel;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::MemoryFile file(data, size);
+    if (!file.ok()) return 0;
+    try {
+        (void)Mp4Duration::measureMs(file.path());
+    } catch (const Error&) {
+    }
+    return 0;
+}
