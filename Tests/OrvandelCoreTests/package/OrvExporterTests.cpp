@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -9,6 +10,7 @@
 #include "TestSupport.hpp"
 #include "TimingFixtures.hpp"
 #include "base/AtomicFile.hpp"
+#include "base/Subprocess.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/ZipArchive.hpp"
 #include "deck/DeckError.hpp"
@@ -304,4 +306,27 @@ TEST_F(OrvExporterTest, ACancelWhilePackagingKeepsTheOldPackage) {
                  CancelledError);
     EXPECT_EQ(toString(readFile(out())), "old package");
     EXPECT_TRUE(clean());
+}
+
+// A one-hour lesson's movie passes 4 GiB: the package takes ZIP64 records and
+// still reads back. The movie is sparse, but the package is written whole.
+TEST(OrvPackagerTest, AMovieBeyondFourGibibytesPackagesAndProbes) {
+    TempDir dir;
+    const auto space = fs::space(dir.path());
+    if (slowTestsSkipped() || space.available < (std::uintmax_t{10} << 30)) {
+        GTEST_SKIP() << "needs 10 GB free and the release build";
+    }
+    constexpr std::uint64_t kSize = 4'500'000'000;
+    Bytes movie = craftedMovie(1000, 3'600'000);
+    {
+        std::ofstream out(dir / "long.mp4", std::ios::binary);
+        out.write(reinterpret_cast<const char*>(movie.data()), static_cast<std::streamsize>(movie.size()));
+    }
+    fs::resize_file(dir / "long.mp4", kSize);  // zeros after the movie header: a sparse file
+    OrvPackager::package(kManifest, dir / "long.mp4", dir / "long.orv");
+    EXPECT_EQ(ZipArchive::entryNames(dir / "long.orv"), (std::vector<std::string>{"manifest.json", "assets/master.mp4"}));
+    EXPECT_EQ(ManifestReader::read(dir / "long.orv").cues.size(), 3u);
+    if (haveProgram("unzip")) {
+        EXPECT_EQ(Subprocess::run({"unzip", "-tqq", (dir / "long.orv").string()}).exitStatus, 0);
+    }
 }
