@@ -116,8 +116,10 @@ std::optional<std::string> XmlElement::wellFormednessError(std::string_view text
     sax.initialized = XML_SAX2_MAGIC;
     xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(&sax, nullptr, nullptr, 0, nullptr);
     if (!ctxt) return "out of memory";
-    // UTF-8 whatever the declaration says, as the tree parser reads it.
+    // UTF-8 whatever the declaration says, as the tree parser reads it; told
+    // the encoding, the push parser no longer skips a byte-order mark itself.
     xmlCtxtResetPush(ctxt, nullptr, 0, nullptr, "UTF-8");
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
     xmlCtxtUseOptions(ctxt, XML_PARSE_NONET | XML_PARSE_HUGE);
     constexpr std::size_t kChunk = std::size_t(1) << 20;
     for (std::size_t at = 0; at < text.size() && ctxt->wellFormed; at += kChunk) {
