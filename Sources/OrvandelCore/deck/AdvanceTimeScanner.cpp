@@ -7,6 +7,7 @@
 
 #include "base/Checked.hpp"
 #include "container/SlideXML.hpp"
+#include "deck/TimingPolicy.hpp"
 #include "deck/TimingTree.hpp"
 
 namespace orvandel::AdvanceTimeScanner {
@@ -83,17 +84,18 @@ ScanResult scan(std::string_view xml) {
     }
     result.bulletCount = static_cast<std::int64_t>(result.bulletDursMs.size());
 
-    // Only the groups before the first click group start by themselves; they
-    // run on one timeline across groups.
-    std::int64_t base = 0, end = 0;
-    for (const auto& container : containers) {
-        if (TimingTree::clickHead(container)) break;
-        for (const auto& effect : TimingTree::effectChildren(container)) {
-            if (media.targetIsMedia(effect)) continue;
-            if (effect.attribute("nodeType") == "afterEffect") base = end;
-            base = checkedAdd(base, TimingTree::effectStartDelayMs(effect));
-            end = checkedAdd(base, TimingTree::effectDurationMs(effect));
-            result.autoDurationMs = std::max(result.autoDurationMs, end);
+    // The groups before the first click group start by themselves. Their
+    // media count on their own (the video's length, beside the steps)...
+    const auto isMedia = [&](const XmlElement& effect) { return media.targetIsMedia(effect); };
+    result.autoDurationMs = TimingPolicy::openingChainMs(containers, isMedia);
+    // ...except before click steps: the rewritten timing starts the steps
+    // when the whole chain has played, media included, so that is when the
+    // slideshow shows them, and what the advance time and the cues count.
+    if (result.bulletCount >= 1) {
+        const std::int64_t whole = TimingPolicy::openingChainMs(containers);
+        if (whole > result.autoDurationMs) {
+            result.autoDurationMs = whole;
+            result.opensWithMedia = true;
         }
     }
     return result;

@@ -13,12 +13,16 @@ namespace orvandel {
 struct ScanResult {
     // Entry click groups whose head does not animate a media shape.
     std::int64_t bulletCount = 0;
-    // How long the groups before the first click group run; 0 when none.
+    // How long the groups before the first click group run, media left out
+    // (but see opensWithMedia); 0 when none.
     std::int64_t autoDurationMs = 0;
     std::vector<std::int64_t> bulletDursMs;  // one per counted click step
     bool hasExitEffect = false;              // any time node of the timing
     std::int64_t exitGroupCount = 0;         // click groups headed by an exit
     std::vector<ClickGroupKind> orderedGroupKinds;
+    // Click steps follow an opening chain whose media (a video, a sound) make
+    // it longer: autoDurationMs is then the whole chain, media included.
+    bool opensWithMedia = false;
 
     bool operator==(const ScanResult&) const = default;
 };

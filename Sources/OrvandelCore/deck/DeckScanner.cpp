@@ -261,9 +261,12 @@ SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, st
     r.hasVideoAutoplay = hasVideoAutoplay(timing);
     r.videoCount = occurrences(xml, "<a:videoFile");
     if (!video.present || videoDurationMs) {
+        // An opening video's time is already in the opening chain.
+        const bool videoBeside = videoDurationMs.has_value() && !scan.opensWithMedia;
         r.advTmMs = AdvanceTimeCalculator::advanceTimeMs(
-            scan.bulletDursMs, scan.autoDurationMs >= 1, scan.autoDurationMs, videoDurationMs.has_value(),
-            videoDurationMs.value_or(0), gifDurationMs.has_value(), gifDurationMs.value_or(0), scan.exitGroupCount);
+            scan.bulletDursMs, scan.autoDurationMs >= 1, scan.autoDurationMs, videoBeside,
+            videoBeside ? *videoDurationMs : 0, gifDurationMs.has_value(), gifDurationMs.value_or(0),
+            scan.exitGroupCount);
     }
     r.isHidden = isSlideHidden(xml);
     r.videoDurationMs = videoDurationMs;
@@ -272,6 +275,7 @@ SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, st
     r.hasExitEffect = scan.hasExitEffect;
     r.exitGroupCount = scan.exitGroupCount;
     r.orderedGroupKinds = scan.orderedGroupKinds;
+    r.opensWithMedia = scan.opensWithMedia;
     return r;
 }
 

@@ -26,6 +26,9 @@ struct SlideReport {
     bool hasExitEffect = false;
     std::int64_t exitGroupCount = 0;
     std::vector<ClickGroupKind> orderedGroupKinds;
+    // The click steps follow an opening video or sound (ScanResult): then
+    // autoDurationMs holds the media's time and advTmMs counts it once there.
+    bool opensWithMedia = false;
 
     bool operator==(const SlideReport&) const = default;
 };

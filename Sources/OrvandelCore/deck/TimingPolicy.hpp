@@ -5,6 +5,10 @@
 // player jumps to agree. Three base values, and the named values built on
 // them; all milliseconds.
 #include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "container/XmlElement.hpp"
 
 namespace orvandel::TimingPolicy {
 
@@ -36,5 +40,15 @@ inline constexpr std::int64_t LONGEST_TIMING = 86'400'000;
 // An entrance of exactly one second is played, and counted, as half a second.
 inline constexpr std::int64_t ONE_SECOND_EFFECT = 2 * LEAD_IN;
 inline constexpr std::int64_t ONE_SECOND_EFFECT_PLAYED = LEAD_IN;
+
+// How long the opening chain of a main sequence plays: the groups before the
+// first click group start by themselves when the slide opens, one after the
+// other on one timeline (an afterEffect starts when the effect before it
+// ended; every effect adds its start delay; its length is its longest dur,
+// taken as written). The first click group starts when it has played; the
+// advance time and the cues count it. Effects for which leaveOut says yes
+// take no time (the advance time counts a slide's media on their own).
+std::int64_t openingChainMs(const std::vector<XmlElement>& groupContainers,
+                            const std::function<bool(const XmlElement& effect)>& leaveOut = {});
 
 }  // namespace orvandel::TimingPolicy

@@ -57,8 +57,13 @@ private:
 std::int64_t addCuesForSlide(std::vector<Cue>& cues, std::int64_t nextIndex, const CueInput& input,
                              std::int64_t slideStartMs) {
     CueList list(cues, nextIndex, input.slideIndex);
-    const bool hasMedia = input.videoDurationMs || input.gifDurationMs;
     const std::int64_t base = checkedAdd(slideStartMs, input.autoDurationMs.value_or(0));
+    // Steps after an opening video: the video has played when they start (its
+    // time is in base), so its cue comes first and the steps are laid out as
+    // on a slide without media, each cue after its step and before the next.
+    const bool videoFirst = input.opensWithMedia && input.videoDurationMs;
+    if (videoFirst) list.videoEndCue(base);
+    const bool hasMedia = (input.videoDurationMs && !videoFirst) || input.gifDurationMs;
 
     if (input.bulletCount > 0) {
         if (input.exitGroupCount >= 1 && !input.orderedGroupKinds.empty() && !hasMedia) {
@@ -99,7 +104,7 @@ std::int64_t addCuesForSlide(std::vector<Cue>& cues, std::int64_t nextIndex, con
     }
 
     // Measured from base: the video starts with the slide, not after the steps.
-    if (input.videoDurationMs) {
+    if (input.videoDurationMs && !videoFirst) {
         list.videoEndCue(checkedAdd(checkedAdd(checkedAdd(base, LEAD_IN), *input.videoDurationMs), LEAD_IN));
     }
 

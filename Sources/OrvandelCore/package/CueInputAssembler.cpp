@@ -30,6 +30,7 @@ std::vector<CueInput> cueInputs(const std::vector<SlideReport>& reports, const S
         input.bulletDursMs = report.bulletDursMs;
         input.exitGroupCount = report.exitGroupCount;
         input.orderedGroupKinds = report.orderedGroupKinds;
+        input.opensWithMedia = report.opensWithMedia;
         input.videoDurationMs = lookup(videoMs, report.displayIndex);
         if (!input.videoDurationMs) input.videoDurationMs = report.videoDurationMs;
         // The report knows that a GIF is there, never how long it runs.

@@ -23,6 +23,9 @@ struct CueInput {
     std::optional<std::int64_t> autoDurationMs;  // absent when nothing starts by itself
     std::int64_t exitGroupCount = 0;
     std::vector<ClickGroupKind> orderedGroupKinds;
+    // The steps follow an opening video or sound whose time autoDurationMs
+    // holds (SlideReport::opensWithMedia).
+    bool opensWithMedia = false;
 
     bool operator==(const CueInput&) const = default;
 };

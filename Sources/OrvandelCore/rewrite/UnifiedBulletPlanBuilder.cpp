@@ -11,17 +11,7 @@
 namespace orvandel::UnifiedBulletPlanBuilder {
 
 std::int64_t openingChainDurationMs(const std::vector<XmlElement>& groupContainers) {
-    std::int64_t base = 0, end = 0, result = 0;
-    for (const auto& container : groupContainers) {
-        if (TimingTree::clickHead(container)) break;
-        for (const auto& effect : TimingTree::effectChildren(container)) {
-            if (effect.attribute("nodeType") == "afterEffect") base = end;
-            base = checkedAdd(base, TimingTree::effectStartDelayMs(effect));
-            end = checkedAdd(base, TimingTree::effectDurationMs(effect));
-            result = std::max(result, end);
-        }
-    }
-    return result;
+    return TimingPolicy::openingChainMs(groupContainers);
 }
 
 TimingPlan buildPlan(const XmlElement& timing, const TimingTransformer::Params& params) {

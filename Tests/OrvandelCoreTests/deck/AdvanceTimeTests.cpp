@@ -43,13 +43,22 @@ TEST(AdvanceTimeCalculatorTest, AddsEachBlockWithItsPauses) {
 }
 
 TEST(AdvanceTimeScannerTest, CountsStepsExitsAndTheOpeningAnimations) {
-    const ScanResult r = AdvanceTimeScanner::scan(slide(timing(
+    const std::string opening =
         step(anim("withEffect", "1000", "", "500") + effect("nodeType=\"withEffect\"", "0", "9000", "3")) +
-        step(anim("afterEffect", "400")) + step(anim("clickEffect", "1000") + anim("afterEffect", "600")) +
+        step(anim("afterEffect", "400"));
+    // Alone, the opening chain counts without the video's own 9000 ms, which
+    // the advance time adds on its own.
+    const ScanResult alone = AdvanceTimeScanner::scan(slide(timing(opening)));
+    EXPECT_EQ(alone.autoDurationMs, 1900);
+    EXPECT_FALSE(alone.opensWithMedia);
+    // Before click steps the whole chain counts, video included: the steps
+    // start when it has played. The group after the first click never counts.
+    const ScanResult r = AdvanceTimeScanner::scan(slide(timing(
+        opening + step(anim("clickEffect", "1000") + anim("afterEffect", "600")) +
         step(anim("clickEffect", "500", "exit")) + step(mediaCall("clickEffect", "0")) +
         step(anim("withEffect", "7000")) + step(anim("clickEffect", "indefinite")))));
-    // The video's own 9000 ms and the group after the first click do not count.
-    EXPECT_EQ(r.autoDurationMs, 1900);
+    EXPECT_EQ(r.autoDurationMs, 9900);
+    EXPECT_TRUE(r.opensWithMedia);
     EXPECT_EQ(r.bulletDursMs, (std::vector<std::int64_t>{1100, 0}));
     EXPECT_EQ(r.bulletCount, 2);
     EXPECT_EQ(r.exitGroupCount, 1);

@@ -66,7 +66,13 @@ TEST(CueCalculatorTest, EachKindOfSlideGetsItsCues) {
              {"a step, then an exit group", {step({}, {}, {entry, exit})},
               {"Slide 1 - bullet@500", "Slide 1 - bullet@2500", "Slide 1 - bullet@2000"}},
              {"exit groups only", {{.slideIndex = 1, .advanceTimeMs = 1500, .exitGroupCount = 2}},
-              {"Slide 1 - bullet@500", "Slide 1 - bullet@2000", "Slide 1@4000"}}}) {
+              {"Slide 1 - bullet@500", "Slide 1 - bullet@2000", "Slide 1@4000"}},
+             // Steps after a 9 s opening video start at 9 s: the video's cue first, then each step's
+             // cue after it appears and before the next starts, as on a slide without media.
+             {"steps after an opening video",
+              {{.slideIndex = 1, .advanceTimeMs = 16500, .bulletCount = 2, .bulletDursMs = {500, 500},
+                .videoDurationMs = 9000, .autoDurationMs = 9000, .opensWithMedia = true}},
+              {"Slide 1 - fim do video@9000", "Slide 1 - bullet@9500", "Slide 1 - bullet@11500", "Slide 1@13000"}}}) {
         SCOPED_TRACE(what);
         EXPECT_EQ(cues(slides), expected);
     }
