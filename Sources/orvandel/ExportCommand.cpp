@@ -7,6 +7,7 @@
 
 #include "Cli.hpp"
 #include "Commands.hpp"
+#include "BatchExportCommand.hpp"
 #include "Interrupt.hpp"
 #include "RendererChoice.hpp"
 #include "base/Numbers.hpp"
@@ -18,6 +19,11 @@ namespace orvandel::cli {
 namespace {
 
 struct ExportOptions {
+    std::vector<std::string> decks;  // one deck, or several decks and folders (a batch)
+    std::string outDir;
+    int jobs = 0;
+    std::string shard;
+    bool json = false;
     std::string deck;
     std::string output;
     std::string mp4;
@@ -118,13 +124,48 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
 
 }  // namespace
 
+// Several decks, a folder or the batch options make a batch; with a batch, -o
+// and --mp4 (one package, one movie) make no sense.
+int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err) {
+    const bool batch = options.decks.size() > 1 || std::filesystem::is_directory(options.decks.front()) ||
+                       !options.outDir.empty() || !options.shard.empty() || options.json || options.jobs > 0;
+    if (batch) {
+        if (!options.output.empty() || !options.mp4.empty()) {
+            throw CLI::ValidationError(!options.output.empty() ? "-o" : "--mp4",
+                                       "names one package or one movie; it cannot go with several decks, a folder "
+                                       "or the batch options (--out-dir, -j, --shard, --json)");
+        }
+        return runBatchExport({options.decks, options.outDir, options.jobs, options.shard, options.json,
+                               options.video, options.gif, options.renderer},
+                              out, err);
+    }
+    if (const std::string problem = RegularFile(options.decks.front()); !problem.empty()) {
+        throw CLI::ValidationError("DECK", problem);
+    }
+    options.deck = options.decks.front();
+    return runExport(options, out, err);
+}
+
 void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err) {
     auto options = std::make_shared<ExportOptions>();
     auto* cmd = app.add_subcommand(
         "export",
         "Turn a deck into a lesson package (.orv): prepare a self-playing copy, render it to one movie, compute "
         "the cue of every slide and bullet, and write manifest.json and assets/master.mp4.");
-    cmd->add_option("DECK", options->deck, "the deck (.pptx)")->required()->check(RegularFile);
+    cmd->add_option("DECK", options->decks,
+                    "the deck (.pptx); several decks or folders of decks export them all (a batch)")
+        ->required();
+    cmd->add_option("--out-dir", options->outDir,
+                    "batch: where the packages go (default: beside each deck); a name taken twice gets -2, -3...");
+    cmd->add_option("-j,--jobs", options->jobs,
+                    "batch: how many decks at once (default: one for every two cores, each with 1 GiB of free "
+                    "memory)")
+        ->check(CLI::Range(1, 64));
+    cmd->add_option("--shard", options->shard,
+                    "batch: export only share I of N (I from 0) of the sorted deck list, so that N machines share "
+                    "a course")
+        ->type_name("I/N");
+    cmd->add_flag("--json", options->json, "batch: print the summary as JSON");
     cmd->add_option("-o,--output", options->output, "where the package goes (default: the deck's name with .orv)");
     cmd->add_option("--mp4", options->mp4,
                     "a movie of the deck rendered by hand; the deck is then neither prepared nor rendered")
@@ -136,9 +177,11 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
                     "or auto (PowerPoint where it is installed, else LibreOffice)")
         ->check(CLI::IsMember({"auto", "libreoffice", "powerpoint"}));
     cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
-                "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n");
+                "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n"
+                "  orvandel export curso/ --out-dir pacotes/ -j 2\n"
+                "  orvandel export curso/ --out-dir /dados/pacotes --shard 0/3 --json\n");
     cmd->callback([&action, &out, &err, options] {
-        action = [&out, &err, options] { return runExport(*options, out, err); };
+        action = [&out, &err, options] { return dispatchExport(*options, out, err); };
     });
 }
 

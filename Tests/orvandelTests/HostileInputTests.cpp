@@ -127,6 +127,7 @@ TEST(HostileInputTest, AbsurdNumbersDamagedPartsAndSpecialFilesEndInAClearErrorO
     const std::vector<Case> cases{
         {{"export", "three.pptx", "--gif", "2:9223372036854775807"}, 2, "--gif: the length in \"2:9223372036854775807\""},
         {{"export", "three.pptx", "--video", "1:0"}, 2, "--video: the length in \"1:0\""},
+        {{"export", "three.pptx", "gap.pptx", "-o", "x.orv"}, 2, "-o: names one package"},
         {{"scan", "three.pptx", "--gif", "4:3000"}, 2, "--gif: slide 4 in \"4:3000\" does not exist"},
         {{"export", "huge.pptx", "--mp4", "m.mp4"}, 1, "slide 1: its timing value dur=\"4611686018427387904\""},
         {{"scan", "broken.pptx"}, 1, "orvandel: ppt/slides/slide1.xml: "},

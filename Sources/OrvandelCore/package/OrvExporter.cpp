@@ -126,6 +126,8 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     hooks.report(kStagePackage, 1);
     Result result = resultOf(reports, masterMp4.has_value());
     result.warnings = std::move(warnings);
+    result.cueCount = static_cast<std::int64_t>(cues.size());
+    result.masterVideoDurationMs = measuredMs;
     return result;
 }
 

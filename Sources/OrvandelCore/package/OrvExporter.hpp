@@ -28,6 +28,9 @@ struct Result {
     // What the export went on past (damaged notes, a medium shown still...),
     // in the order it was noticed.
     std::vector<Warning> warnings;
+    // What the package holds: its number of cues and the movie's measured length.
+    std::int64_t cueCount = 0;
+    std::int64_t masterVideoDurationMs = 0;
     bool operator==(const Result&) const = default;
 };
 

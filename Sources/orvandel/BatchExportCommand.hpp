@@ -1,0 +1,24 @@
+#pragma once
+// `orvandel export` over several decks or folders: every deck exported by
+// itself, a few at a time, a progress line per running deck, a summary at the
+// end (or JSON), exit status 1 when any deck failed.
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace orvandel::cli {
+
+struct BatchExportOptions {
+    std::vector<std::string> decks;  // decks and folders of decks
+    std::string outDir;              // empty: each package beside its deck
+    int jobs = 0;                    // 0: as many as the cores and memory allow
+    std::string shard;               // "I/N", or empty for the whole list
+    bool json = false;
+    std::vector<std::string> video;
+    std::vector<std::string> gif;
+    std::string renderer = "auto";
+};
+
+int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::ostream& err);
+
+}  // namespace orvandel::cli
