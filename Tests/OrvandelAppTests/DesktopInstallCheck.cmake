@@ -6,6 +6,11 @@ foreach(file bin/orvandel-app share/applications/orvandel.desktop share/icons/hi
     message(FATAL_ERROR "not installed: ${file}")
   endif()
 endforeach()
+# The entry starts the program where it was installed.
+file(STRINGS "${PREFIX}/share/applications/orvandel.desktop" program REGEX "^TryExec=")
+if(NOT program STREQUAL "TryExec=${PREFIX}/bin/orvandel-app")
+  message(FATAL_ERROR "the entry starts ${program}")
+endif()
 if(NOT VALIDATE)
   message("desktop-file-validate missing")
 else()
