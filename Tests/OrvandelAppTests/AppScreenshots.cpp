@@ -103,7 +103,8 @@ int main(int argc, char** argv) {
     view->runExport();
     waitUntil([&] { return view->findChild<QProgressBar*>("progressBar")->isVisible(); }, 20000);
     shoot(*view, "exporting");
-    view->close();  // held by the quit guard, which asks
+    view->resize(OrvandelAppApp::kInitialSize);  // the alert takes its width from the window's
+    view->close();                               // held by the quit guard, which asks
     waitUntil([&] { return view->findChild<QMessageBox*>() != nullptr; }, 2000);
     shoot(*view, "quit-dialog");
     if (auto* question = view->findChild<QMessageBox*>()) question->reject();  // "Cancelar saída"
