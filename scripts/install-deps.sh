@@ -12,6 +12,7 @@ packages=(
   libreoffice-impress-nogui poppler-utils ffmpeg
   fonts-crosextra-carlito fonts-crosextra-caladea fonts-liberation2 fonts-dejavu
   qt6-base-dev qt6-svg-dev qt6-translations-l10n
+  desktop-file-utils  # desktop-file-validate checks the installed menu entry
 )
 # The browser check of the movie is optional; ask for it with ORVANDEL_WITH_BROWSER=1.
 if [ "${ORVANDEL_WITH_BROWSER:-0}" = 1 ]; then packages+=(chromium); fi

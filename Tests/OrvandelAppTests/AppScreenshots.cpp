@@ -66,10 +66,11 @@ void closeAlert(ContentView& view) {
     }
 }
 
-std::unique_ptr<ContentView> window(const std::shared_ptr<FakeExporter>& renderer) {
-    auto view = OrvandelAppApp::makeWindow(RendererChoice::Renderer::headless, renderer);
-    view->show();
-    return view;
+// The window as the application shows it: menus, quit guard, update checker.
+OrvandelAppApp::Shell window(const std::shared_ptr<FakeExporter>& renderer) {
+    auto shell = OrvandelAppApp::makeShell(RendererChoice::Renderer::headless, renderer);
+    shell.window->show();
+    return shell;
 }
 
 void open(ContentView& view, const std::filesystem::path& deck) {
@@ -90,7 +91,8 @@ int main(int argc, char** argv) {
     std::filesystem::copy_file(exampleDeck(), deck);
 
     auto renderer = std::make_shared<FakeExporter>();
-    auto view = window(renderer);
+    auto shell = window(renderer);
+    auto* view = shell.window.get();
     shoot(*view, "idle");
 
     open(*view, deck);
@@ -101,6 +103,12 @@ int main(int argc, char** argv) {
     view->runExport();
     waitUntil([&] { return view->findChild<QProgressBar*>("progressBar")->isVisible(); }, 20000);
     shoot(*view, "exporting");
+    view->resize(OrvandelAppApp::kInitialSize);  // the alert takes its width from the window's
+    view->close();                               // held by the quit guard, which asks
+    waitUntil([&] { return view->findChild<QMessageBox*>() != nullptr; }, 2000);
+    shoot(*view, "quit-dialog");
+    if (auto* question = view->findChild<QMessageBox*>()) question->reject();  // "Cancelar saída"
+    waitUntil([&] { return !view->findChild<QMessageBox*>(); }, 2000);
     renderer->hold->store(false);
     waitUntil([&] { return !view->isExporting(); }, 20000);
     shoot(*view, "done-warnings");
@@ -110,15 +118,24 @@ int main(int argc, char** argv) {
     auto failing = std::make_shared<FakeExporter>();
     failing->failure = std::make_exception_ptr(RenderError(RenderError::Case::missingTool,
                                                            "converting the deck with LibreOffice", "missing soffice"));
-    view = window(failing);
+    shell = window(failing);
+    view = shell.window.get();
     open(*view, deck);
     QTest::keyClicks(view->findChild<QLineEdit*>("gifField-4"), "3");
     view->runExport();
     waitUntil([&] { return !view->isExporting(); }, 20000);
     shoot(*view, "error-alert");
 
-    view = window(renderer);
+    shell = window(renderer);
+    view = shell.window.get();
     open(*view, mediaDeck(root / "Revisão de Ciências.pptx", true));
     shoot(*view, "multi-video");
+
+    shell = window(renderer);
+    view = shell.window.get();
+    shell.updateChecker->presentUpdate({"0.2.0", "https://orvandel.app/baixar",
+                                        "Novidades: a exportação ficou mais rápida e os GIFs agora aparecem em "
+                                        "movimento no vídeo."});
+    shoot(*view, "update-alert");
     return problems == 0 ? 0 : 1;
 }

@@ -150,7 +150,8 @@ private slots:
             seen.insert(text);
         }
         for (const auto& text : {ExportCopy::helpText(Renderer::headless), ExportCopy::exporting(Renderer::headless),
-                                 ExportCopy::importerFilter(Renderer::headless), ExportCopy::revealButton()}) {
+                                 ExportCopy::importerFilter(Renderer::headless), ExportCopy::revealButton(),
+                                 ExportCopy::quitQuestion(Renderer::headless)}) {
             QVERIFY2(!speaksOfTheMac(text), qPrintable(text));
         }
         QCOMPARE(ExportCopy::revealButton(), QStringLiteral("Mostrar na pasta"));

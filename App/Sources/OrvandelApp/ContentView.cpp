@@ -24,6 +24,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "AlertBox.hpp"
 #include "Brand.hpp"
 #include "ElidedLabel.hpp"
 #include "ExportCopy.hpp"
@@ -32,6 +33,7 @@
 #include "FileManagerReveal.hpp"
 #include "Spinner.hpp"
 #include "TealButtonStyle.hpp"
+#include "UnsavedDecksGate.hpp"
 #include "base/Numbers.hpp"
 #include "deck/DeckScanner.hpp"
 
@@ -85,7 +87,11 @@ ContentView::~ContentView() {
     exportCancel_.cancel();
     exportWatcher_.waitForFinished();
     scanWatcher_.waitForFinished();
-    if (isExporting_) ExportCoordinator::shared().end();
+    if (isExporting_) {
+        // Whatever waited for this export (a pending quit) goes with the window.
+        ExportCoordinator::shared().setOnFinish(nullptr);
+        ExportCoordinator::shared().end();
+    }
 }
 
 void ContentView::buildLayout() {
@@ -384,15 +390,21 @@ void ContentView::runExport() {
     SlideDurations gifMs;
     for (const auto slide : gifSlides_) gifMs[slide] = *gifSeconds(gifDurations_[slide]) * 1000;
 
+    // Only PowerPoint has other decks open that a forced end could lose.
+    if (renderer_ == RendererChoice::Renderer::powerPoint) {
+        const auto unsaved = UnsavedDecksGate::decksNeedingAttention(UnsavedDecksGate::openDecks(), deck.string());
+        if (!unsaved.empty() && !UnsavedDecksGate::present(static_cast<std::int64_t>(unsaved.size()), this)) return;
+    }
+
     isExporting_ = true;
     outcome_.reset();
     stageLine_.reset();
     progressPermille_ = -1;
-    ExportCoordinator::shared().begin();
+    exportCancel_ = CancellationToken();
+    ExportCoordinator::shared().begin([token = exportCancel_] { token.cancel(); });
     setFloating(true);
     refresh();
 
-    exportCancel_ = CancellationToken();
     // Throttled to what the window can show: a new stage or a new thousandth.
     struct Shown {
         std::string stage;
@@ -454,6 +466,8 @@ void ContentView::exportFinished() {
     setFloating(false);
     refresh();
     ExportCoordinator::shared().end();
+    // A quit that waited for this export has closed the window: no alert then.
+    if (closing_) return;
     if (run.error) {
         presentExportError(run.error);
     } else {
@@ -514,22 +528,8 @@ void ContentView::refresh() {
 }
 
 QMessageBox* ContentView::presentAlert(bool warning, const QString& title, const QString& text) {
-    auto* box = new QMessageBox(warning ? QMessageBox::Warning : QMessageBox::Information, QStringLiteral("Orvandel"),
-                                title, QMessageBox::Ok, this);
-    box->setInformativeText(text);
-    // The question in bold above its explanation, and the explanation wide
-    // enough to read as a paragraph rather than a column of words.
-    if (auto* heading = box->findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
-        QFont font = heading->font();
-        font.setWeight(QFont::DemiBold);
-        font.setPointSizeF(font.pointSizeF() * 1.1);
-        heading->setFont(font);
-    }
-    if (auto* body = box->findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel"))) {
-        body->setMinimumWidth(std::min(body->fontMetrics().averageCharWidth() * 48, width() - 130));
-    }
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setWindowModality(Qt::WindowModal);
+    QMessageBox* box = AlertBox::make(this, warning, title, text);
+    box->addButton(QMessageBox::Ok);
     box->open();
     return box;
 }
@@ -543,8 +543,8 @@ void ContentView::presentWarnings(const QStringList& lines) {
 }
 
 void ContentView::closeEvent(QCloseEvent* event) {
-    // The guard that asks first comes with the quit controller; until then a
-    // close stops the export, which cleans up after itself.
+    // The quit guard, where installed, has already asked; what closes now
+    // stops the export, which cleans up after itself.
     if (isExporting_) exportCancel_.cancel();
     closing_ = true;
     event->accept();

@@ -7,9 +7,11 @@
 // the run. Workers never touch a widget: their results come back through
 // QFutureWatcher's and this view's queued signals.
 //
-// Closing the window during an export cancels it; the view waits for the
-// worker when it is destroyed, so that no child process or work directory
-// outlives it.
+// In the application a QuitController asks before the window closes during
+// an export. A close that goes through cancels the export; the view waits
+// for the worker when it is destroyed, so that no child process or work
+// directory outlives it. Where PowerPoint renders, "Exportar" first warns
+// about other decks with unsaved changes (UnsavedDecksGate).
 #include <QFutureWatcher>
 #include <QString>
 #include <QWidget>

@@ -19,7 +19,11 @@ public:
     // Run once by end(), then forgotten.
     void setOnFinish(std::function<void()> action) { onFinish_ = std::move(action); }
 
-    void begin();
+    // `cancel` stops the export that begins (from the GUI thread; the export
+    // still ends through end(), once its worker has unwound).
+    void begin(std::function<void()> cancel = {});
+    // Asks the running export to stop; nothing when none runs.
+    void cancel() const;
     // Clears both flags, then runs and forgets onFinish.
     void end();
 
@@ -30,6 +34,7 @@ private:
     bool inFlight_ = false;
     bool finishingToQuit_ = false;
     std::function<void()> onFinish_;
+    std::function<void()> cancel_;
 };
 
 }  // namespace orvandel

@@ -364,6 +364,31 @@ QString resultSummary(std::int64_t cueCount, double masterVideoSeconds) {
     return cues + " · vídeo de " + length;
 }
 
+QString quitQuestion(Renderer renderer) {
+    return powerPoint(renderer)
+               ? QStringLiteral("Há uma exportação do vídeo em andamento no PowerPoint. O que deseja fazer?")
+               : QStringLiteral("Há uma exportação do vídeo em andamento. Se forçar a saída, ela será interrompida "
+                                "e o pacote da aula não será gravado. O que deseja fazer?");
+}
+
+QString unsavedDecksText(std::int64_t count) {
+    return "Há " + number(count) +
+           " outra(s) apresentação(ões) aberta(s) no PowerPoint com alterações não salvas. Se a exportação precisar "
+           "encerrar o PowerPoint à força, ela(s) será(ão) fechada(s) e o que não estiver salvo será perdido. "
+           "Salve-a(s) ou feche-a(s) antes de continuar.";
+}
+
+QString updateText(const QString& remoteVersion, const QString& currentVersion, const QString& notes) {
+    QString text = "Há uma nova versão do Orvandel PPT Exporter (" + remoteVersion + "). Você tem a " +
+                   currentVersion + ".";
+    if (!notes.isEmpty()) text += "\n\n" + notes;
+    return text;
+}
+
+QString upToDateText(const QString& currentVersion) {
+    return "O Orvandel PPT Exporter " + currentVersion + " é a versão atual.";
+}
+
 QString revealButton() {
 #ifdef Q_OS_MACOS
     return kRevealInFinder;

@@ -79,4 +79,37 @@ inline const QString kOpenFailedText = QStringLiteral("Tente escolher o arquivo 
 inline const QString kExportFailedTitle = QStringLiteral("Não foi possível exportar");
 inline const QString kWarningsTitle = QStringLiteral("Exportação concluída com avisos");
 
+// The question asked when the user quits or closes the window during an
+// export, and its three answers.
+inline const QString kQuitTitle = QStringLiteral("Exportação em andamento");
+QString quitQuestion(Renderer renderer);
+inline const QString kFinishThenQuit = QStringLiteral("Terminar e sair");
+inline const QString kForceQuit = QStringLiteral("Forçar saída");
+inline const QString kCancelQuit = QStringLiteral("Cancelar saída");
+
+// The warning before a PowerPoint export when other decks open in PowerPoint
+// have unsaved changes (`count` of them).
+inline const QString kUnsavedDecksTitle = QStringLiteral("Apresentações com alterações não salvas");
+QString unsavedDecksText(std::int64_t count);
+inline const QString kCancel = QStringLiteral("Cancelar");
+inline const QString kContinueAnyway = QStringLiteral("Continuar mesmo assim");
+
+// The update check's three alerts.
+inline const QString kUpdateTitle = QStringLiteral("Nova versão disponível");
+// The notes, when there are any, follow after a blank line.
+QString updateText(const QString& remoteVersion, const QString& currentVersion, const QString& notes);
+inline const QString kDownload = QStringLiteral("Baixar");
+inline const QString kNotNow = QStringLiteral("Agora não");
+inline const QString kUpToDateTitle = QStringLiteral("Você está na versão mais recente");
+QString upToDateText(const QString& currentVersion);
+inline const QString kUpdateCheckFailedTitle = QStringLiteral("Não foi possível verificar atualizações");
+inline const QString kUpdateCheckFailedText =
+    QStringLiteral("Verifique sua conexão e tente novamente mais tarde.");
+
+// The menus.
+inline const QString kFileMenu = QStringLiteral("&Arquivo");
+inline const QString kQuit = QStringLiteral("&Sair");
+inline const QString kHelpMenu = QStringLiteral("Aj&uda");
+inline const QString kCheckForUpdates = QStringLiteral("&Verificar atualizações…");
+
 }  // namespace orvandel::ExportCopy

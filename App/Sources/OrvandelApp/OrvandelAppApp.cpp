@@ -1,16 +1,26 @@
 #include "OrvandelAppApp.hpp"
 
 #include <QApplication>
+#include <QIcon>
+#include <QLayout>
 #include <QLibraryInfo>
 #include <QLocale>
+#include <QMenuBar>
 #include <QScreen>
 #include <QStyle>
 #include <QSocketNotifier>
+#include <QTimer>
 #include <QTranslator>
 
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
+
+#include "Brand.hpp"
+#include "ExportCoordinator.hpp"
+#include "ExportCopy.hpp"
+#include "base/Leftovers.hpp"
 
 namespace orvandel::OrvandelAppApp {
 
@@ -18,23 +28,30 @@ namespace {
 
 int gSignalPipe[2] = {-1, -1};
 
-extern "C" void onTerminationSignal(int) {
-    const char byte = 1;
+extern "C" void onTerminationSignal(int signal) {
+    const auto byte = static_cast<char>(signal);
     if (::write(gSignalPipe[1], &byte, 1) < 0) {
         // Nothing a signal handler can do; a byte is already waiting.
     }
 }
 
-// SIGINT and SIGTERM (a terminal, a logout) close the window like the user
-// would, so that a running export is cancelled and its child processes and
-// work directory go with it. The handler only writes to a pipe; the event
-// loop does the rest.
-void closeOnTerminationSignals(QApplication& app) {
+// SIGINT and SIGTERM (a terminal, a logout) quit as "Forçar saída" does,
+// without asking: a running export is cancelled, its child processes and
+// work directory go with it, then the app quits. A second signal while the
+// export unwinds ends the process at once, still removing what the export
+// registered. The handler only writes to a pipe; the event loop does the rest.
+void quitOnTerminationSignals(QApplication& app, QuitController& quitController) {
     if (::pipe2(gSignalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return;
     auto* notifier = new QSocketNotifier(gSignalPipe[0], QSocketNotifier::Read, &app);
-    QObject::connect(notifier, &QSocketNotifier::activated, &app, [] {
-        QApplication::closeAllWindows();
-        QApplication::quit();
+    QObject::connect(notifier, &QSocketNotifier::activated, &app, [&quitController] {
+        char signal = 0;
+        while (::read(gSignalPipe[0], &signal, 1) == 1) {
+            if (quitController.committed() && ExportCoordinator::shared().inFlight()) {
+                Leftovers::cleanUpNow();
+                std::_Exit(128 + signal);
+            }
+            quitController.forceQuit();
+        }
     });
     struct sigaction action {};
     action.sa_handler = onTerminationSignal;
@@ -42,6 +59,25 @@ void closeOnTerminationSignals(QApplication& app) {
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+}
+
+QMenuBar* makeMenus(ContentView& window, UpdateChecker& updateChecker) {
+    auto* bar = new QMenuBar(&window);
+    QMenu* file = bar->addMenu(ExportCopy::kFileMenu);
+    QAction* quit = file->addAction(ExportCopy::kQuit);
+    quit->setShortcut(QKeySequence::Quit);
+    quit->setMenuRole(QAction::QuitRole);
+#ifdef Q_OS_MACOS
+    QObject::connect(quit, &QAction::triggered, &QCoreApplication::quit);
+#else
+    // Closing the window is quitting here; the quit guard asks on the way.
+    QObject::connect(quit, &QAction::triggered, &window, &QWidget::close);
+#endif
+    QMenu* help = bar->addMenu(ExportCopy::kHelpMenu);
+    QAction* check = help->addAction(ExportCopy::kCheckForUpdates);
+    check->setObjectName(QStringLiteral("checkForUpdates"));
+    QObject::connect(check, &QAction::triggered, &updateChecker, &UpdateChecker::checkManually);
+    return bar;
 }
 
 }  // namespace
@@ -70,17 +106,37 @@ std::unique_ptr<ContentView> makeWindow(RendererChoice::Renderer renderer,
     return window;
 }
 
+Shell makeShell(RendererChoice::Renderer renderer, std::shared_ptr<const Mp4Exporting> exporter) {
+    Shell shell;
+    shell.window = makeWindow(renderer, std::move(exporter));
+    shell.quitController = std::make_unique<QuitController>(shell.window->renderer());
+    shell.quitController->install(*shell.window);
+    shell.updateChecker = std::make_unique<UpdateChecker>(shell.window.get());
+    shell.window->layout()->setMenuBar(makeMenus(*shell.window, *shell.updateChecker));
+    return shell;
+}
+
 int run(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Orvandel"));
+    QApplication::setOrganizationName(QStringLiteral("Orvandel"));
     QApplication::setApplicationDisplayName(QStringLiteral("Orvandel"));
+    QApplication::setApplicationVersion(UpdateChecker::currentVersion());
+    // The name of the installed .desktop file, so that the desktop shows this
+    // window under the app's own name and icon.
     QApplication::setDesktopFileName(QStringLiteral("orvandel"));
+    QApplication::setWindowIcon(QIcon(Brand::kProductImage));
+#ifdef Q_OS_MACOS
+    // There the app stays when its window closes.
+    QApplication::setQuitOnLastWindowClosed(false);
+#endif
     installPortuguese(app);
-    closeOnTerminationSignals(app);
-    const auto window = makeWindow();
-    window->show();
+    const Shell shell = makeShell();
+    quitOnTerminationSignals(app, *shell.quitController);
+    shell.window->show();
     const QStringList arguments = QApplication::arguments();
-    if (arguments.size() > 1) window->openDeck(arguments.at(1).toStdString());
+    if (arguments.size() > 1) shell.window->openDeck(arguments.at(1).toStdString());
+    QTimer::singleShot(0, shell.updateChecker.get(), &UpdateChecker::checkOnLaunch);
     return QApplication::exec();
 }
 
