@@ -214,7 +214,7 @@ TEST_F(OrvExporterTest, AGivenMovieIsNeitherRenderedNorCheckedNorMoved) {
     ScopedEnv absent{{{"TMPDIR", (dir / "absent").string()}}};
     auto renderer = movieOf(3000);
 
-    EXPECT_EQ(exportDeck(deck, renderer, {}, {{2, 4000}}, dir / "given.mp4"), (OrvExporter::Result{{}, {}, 0}));
+    EXPECT_EQ(exportDeck(deck, renderer, {}, {{2, 4000}}, dir / "given.mp4"), (OrvExporter::Result{{}, {}, 0, {}, 2, 100}));
     EXPECT_EQ(renderer.calls, 0);
     EXPECT_EQ(readFile(dir / "given.mp4"), movie);
     EXPECT_FALSE(fs::exists(dir / "absent"));
@@ -280,7 +280,7 @@ TEST_F(OrvExporterTest, ResultAndManifestDescribeTheUsersDeck) {
                           .addSlide(clickVideo(), videoRels)
                           .write(dir / "aula.pptx");
     // Planned: 4500 + 3000 + 5500 ms for the visible slides.
-    EXPECT_EQ(exportDeck(deck, movieOf(13000), {}, {{4, 3000}, {5, 4000}}), (OrvExporter::Result{{4, 5}, {3}, 2}));
+    EXPECT_EQ(exportDeck(deck, movieOf(13000), {}, {{4, 3000}, {5, 4000}}), (OrvExporter::Result{{4, 5}, {3}, 2, {}, 6, 13000}));
     const Json manifest = Json::parse(PptxArchive::readEntry(out(), "manifest.json"));
     // The cues of the user's deck: its click steps are gone from the prepared one.
     std::vector<std::string> cues;
