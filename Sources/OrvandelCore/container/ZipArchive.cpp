@@ -406,6 +406,16 @@ public:
         flush();
         writeAll(bytes);
     }
+    // Overwrites four bytes already written (or still gathered) at `offset`.
+    void patchU32(std::int64_t offset, std::uint32_t value) {
+        if (offset >= written_) {
+            ZipArchive::patchU32(buffer_, static_cast<std::size_t>(offset - written_), value);
+            return;
+        }
+        const std::uint8_t bytes[4] = {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8),
+                                       static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 24)};
+        if (::pwrite(fd_, bytes, 4, static_cast<off_t>(offset)) != 4) throw FileError("write", to_.string(), errno);
+    }
     void close() {
         flush();
         const int fd = fd_;
@@ -555,32 +565,18 @@ void create(const std::vector<std::pair<std::string, Bytes>>& entries, const std
 }
 
 void createStreaming(const std::vector<StreamedEntry>& entries, const std::filesystem::path& to) {
-    const int fd = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) throw FileError("open for writing", to.string(), errno);
+    Sink out(to);
     struct Closer {
         int fd;
         ~Closer() {
             if (fd >= 0) ::close(fd);
         }
-    } closer{fd};
-    auto writeAll = [&](const std::uint8_t* data, std::size_t size) {
-        while (size > 0) {
-            const ssize_t w = ::write(fd, data, size);
-            if (w < 0) {
-                if (errno == EINTR) continue;
-                throw FileError("write", to.string(), errno);
-            }
-            data += w;
-            size -= static_cast<std::size_t>(w);
-        }
     };
-
-    std::int64_t offset = 0;
-    std::vector<std::int64_t> offsets;
+    std::vector<std::int64_t> offsets, sizes;
     std::vector<std::uint32_t> crcs;
-    std::vector<std::int64_t> sizes;
-    std::vector<std::uint8_t> chunk;
+    Bytes chunk;
     for (const auto& entry : entries) {
+        const std::int64_t offset = out.position();
         offsets.push_back(offset);
         std::int64_t size = size64(entry.data);
         int in = -1;
@@ -596,11 +592,9 @@ void createStreaming(const std::vector<StreamedEntry>& entries, const std::files
             size = st.st_size;
         }
         Closer inCloser{in};
-        // The CRC is known only after the data went by: write a placeholder
-        // and patch it in place afterwards.
-        Bytes header;
-        putLocalHeader(header, entry.name, 0, 0, 0, size);
-        writeAll(header.data(), header.size());
+        // The CRC is known only after the data went by: a placeholder now,
+        // patched in place afterwards.
+        putLocalHeader(out.buffer(), entry.name, 0, 0, 0, size);
         std::uint32_t crc = 0;
         std::int64_t copied = 0;
         if (entry.file) {
@@ -612,31 +606,26 @@ void createStreaming(const std::vector<StreamedEntry>& entries, const std::files
                     throw FileError("read", entry.file->string(), errno);
                 }
                 if (r == 0) break;
-                crc = crc32Continue(crc, std::span(chunk.data(), static_cast<std::size_t>(r)));
-                writeAll(chunk.data(), static_cast<std::size_t>(r));
+                const std::span<const std::uint8_t> piece(chunk.data(), static_cast<std::size_t>(r));
+                crc = crc32Continue(crc, piece);
+                out.write(piece);
                 copied += r;
             }
             if (copied != size) throw FileError("read (it changed while being copied)", entry.file->string(), EIO);
         } else {
             crc = crc32(entry.data);
-            writeAll(entry.data.data(), entry.data.size());
-            copied = size;
+            out.write(entry.data);
         }
-        std::uint8_t crcBytes[4] = {static_cast<std::uint8_t>(crc), static_cast<std::uint8_t>(crc >> 8),
-                                    static_cast<std::uint8_t>(crc >> 16), static_cast<std::uint8_t>(crc >> 24)};
-        if (::pwrite(fd, crcBytes, 4, static_cast<off_t>(offset + 14)) != 4) throw FileError("write", to.string(), errno);
+        out.patchU32(offset + 14, crc);
         crcs.push_back(crc);
         sizes.push_back(size);
-        offset = checkedAdd(checkedAdd(offset, size64(header)), copied);
     }
     Bytes tail;
-    const std::int64_t cdStart = offset;
+    const std::int64_t cdStart = out.position();
     for (std::size_t i = 0; i < entries.size(); ++i) putCentralRecord(tail, entries[i].name, crcs[i], sizes[i], offsets[i]);
     putEndRecord(tail, entries.size(), size64(tail), cdStart);
-    writeAll(tail.data(), tail.size());
-    const int closing = closer.fd;
-    closer.fd = -1;
-    if (::close(closing) != 0) throw FileError("write", to.string(), errno);
+    out.write(tail);
+    out.close();
 }
 
 }  // namespace orvandel::ZipArchive
