@@ -8,6 +8,7 @@
 #include "Cli.hpp"
 #include "Commands.hpp"
 #include "Interrupt.hpp"
+#include "MovieChapters.hpp"
 #include "RendererChoice.hpp"
 #include "base/Numbers.hpp"
 #include "package/ManifestReader.hpp"
@@ -24,6 +25,7 @@ struct ExportOptions {
     std::vector<std::string> video;
     std::vector<std::string> gif;
     std::string renderer = "auto";
+    bool chapters = false;
 };
 
 std::string joinNumbers(const std::vector<std::int64_t>& v) {
@@ -85,7 +87,8 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     try {
         result = OrvExporter::export_(deck, movie, destination, videoMs, gifMs, std::chrono::system_clock::now(),
                                       "orvandel-cli", std::string("orvandel-core/") + ORVANDEL_VERSION, {},
-                                      *renderer, hooks);
+                                      *renderer, hooks,
+                                      options.chapters ? ChapterWriter(MovieChapters::embed) : ChapterWriter());
     } catch (...) {
         line.finish();
         // Whatever the stage noticed first, an interrupt is reported as one.
@@ -135,8 +138,12 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
                     "who renders the movie: libreoffice (headless, this machine), powerpoint (PowerPoint for Mac) "
                     "or auto (PowerPoint where it is installed, else LibreOffice)")
         ->check(CLI::IsMember({"auto", "libreoffice", "powerpoint"}));
+    cmd->add_flag("--chapters", options->chapters,
+                  "put one chapter per visible slide, titled with the slide's title, into the movie (players such "
+                  "as VLC and mpv list them); needs ffmpeg");
     cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
-                "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n");
+                "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n"
+                "  orvandel export aula.pptx --chapters\n");
     cmd->callback([&action, &out, &err, options] {
         action = [&out, &err, options] { return runExport(*options, out, err); };
     });
