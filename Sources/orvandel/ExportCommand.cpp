@@ -13,6 +13,7 @@
 #include "base/Numbers.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
+#include "package/PreviewPage.hpp"
 
 namespace orvandel::cli {
 
@@ -26,6 +27,7 @@ struct ExportOptions {
     std::vector<std::string> gif;
     std::string renderer = "auto";
     bool chapters = false;
+    bool preview = false;
 };
 
 std::string joinNumbers(const std::vector<std::int64_t>& v) {
@@ -98,6 +100,16 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
         }
         throw;
     }
+    if (options.preview) {
+        try {
+            PreviewPage::write(destination, PreviewPage::defaultFolder(destination), hooks);
+        } catch (...) {
+            line.finish();
+            err << "orvandel: the package was written to " << destination.string() << ", the preview was not\n";
+            if (interrupt.signal()) return interrupt.exitStatus();
+            throw;
+        }
+    }
     line.finish();
 
     out << "Package written to " << destination.string() << "\n";
@@ -116,6 +128,10 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
         out << "  exit effects play by themselves on slides " << joinNumbers(result.slidesWithExitEffects) << "\n";
     }
     out << "  most bullets on one slide: " << result.maxBulletsPerSlide << "\n";
+    if (options.preview) {
+        out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string()
+            << "\n";
+    }
     return kExitOk;
 }
 
@@ -141,9 +157,12 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
     cmd->add_flag("--chapters", options->chapters,
                   "put one chapter per visible slide, titled with the slide's title, into the movie (players such "
                   "as VLC and mpv list them); needs ffmpeg");
+    cmd->add_flag("--preview", options->preview,
+                  "also write the preview page beside the package, in a folder named after it (aula.orv: "
+                  "aula-preview/index.html; see 'orvandel preview --help')");
     cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
                 "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n"
-                "  orvandel export aula.pptx --chapters\n");
+                "  orvandel export aula.pptx --chapters --preview\n");
     cmd->callback([&action, &out, &err, options] {
         action = [&out, &err, options] { return runExport(*options, out, err); };
     });

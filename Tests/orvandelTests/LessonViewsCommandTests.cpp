@@ -1,4 +1,5 @@
-// The chapters of an exported lesson, as players see them.
+// The chapters and the preview page of an exported lesson, as players and
+// browsers see them.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -74,7 +75,7 @@ bool haveMediaTools() { return haveProgram("ffmpeg") && haveProgram("ffprobe") &
 TEST(ChaptersCommandTest, OneChapterPerVisibleSlideInTheMovieWhichKeepsItsLength) {
     if (!haveMediaTools()) GTEST_SKIP() << "needs ffmpeg and unzip";
     TempDir dir;
-    const auto lesson = exportLesson(dir, {"--chapters"});
+    const auto lesson = exportLesson(dir, {"--chapters", "--preview"});
     writeFile(dir / "m.mp4", entry(lesson.orv, "assets/master.mp4"));
     const auto probe = run({"ffprobe", "-v", "error", "-show_chapters", "-of", "json", (dir / "m.mp4").string()});
     const auto document = Json::parse(probe.standardOutput);
@@ -86,6 +87,7 @@ TEST(ChaptersCommandTest, OneChapterPerVisibleSlideInTheMovieWhichKeepsItsLength
                             {"0.000000", "Fotossíntese"}, {"1.500000", "Luz & água"}, {"6.000000", "Slide 4"}}));
     EXPECT_EQ(Mp4Duration::measureMs(dir / "m.mp4"), lesson.planMs);
     EXPECT_EQ(Mp4Duration::measureMs(lesson.movie), lesson.planMs);
+    EXPECT_EQ(readFile(dir / "aula-preview" / "master.mp4"), readFile(dir / "m.mp4"));
 
     // Without --chapters: the same manifest, and no chapters to read.
     const auto without = exportLesson(dir, {});
@@ -111,3 +113,39 @@ TEST(ChaptersCommandTest, TheWebVttFileParsesWithTheDebianParser) {
         << parsed.standardError;
 }
 
+// The page opened from disk as a teacher would: every cue row, the notes, the keys.
+TEST(PreviewCommandTest, ThePageWorksOpenedFromDiskInChromium) {
+    const auto script = sourceDir() / "bench" / "browser" / "preview-check.mjs";
+    if (slowTestsSkipped() || !haveMediaTools() || !fs::exists("/usr/bin/chromium") || !haveProgram("node") ||
+        !fs::exists(script.parent_path() / "node_modules" / "playwright-core")) {
+        GTEST_SKIP() << "needs chromium, node and playwright-core (bench/preview-check.sh installs them)";
+    }
+    TempDir dir;
+    const auto lesson = exportLesson(dir, {});
+    ASSERT_EQ(cli({"preview", lesson.orv.string(), "-o", (dir / "page").string()}).exitStatus, 0);
+    const auto r = run({"node", script.string(), (dir / "page").string()});
+    ASSERT_EQ(r.exitStatus, 0) << r.standardError;
+    const auto page = Json::parse(r.standardOutput);
+    const auto cues = Json::parse(entry(lesson.orv, "manifest.json"))["cues"];
+
+    ASSERT_EQ(page["rows"], cues.size());
+    for (const auto& click : page["clicks"]) {
+        const auto& cue = cues[click["row"].get<std::size_t>()];
+        SCOPED_TRACE(cue["label"].get<std::string>());
+        EXPECT_NEAR(click["currentTime"].get<double>(), cue["time"].get<double>(), 1.0 / 30);  // a frame
+        EXPECT_TRUE(click["paused"].get<bool>());
+        EXPECT_EQ(click["highlighted"], click["row"]);
+        const auto notes = kNotes.find(cue["slideIndex"].get<std::int64_t>());
+        if (notes != kNotes.end()) {
+            EXPECT_EQ(click["notes"], notes->second);
+        } else {
+            for (const auto& [slide, text] : kNotes) EXPECT_NE(click["notes"], text);
+        }
+    }
+    EXPECT_EQ(page["keys"]["right"]["highlighted"], 1);
+    EXPECT_EQ(page["keys"]["left"]["highlighted"], 0);
+    EXPECT_TRUE(page["keys"]["spacePlays"].get<bool>());
+    EXPECT_TRUE(page["keys"]["spacePauses"].get<bool>());
+    EXPECT_EQ(page["requests"], Json::array());
+    EXPECT_EQ(page["errors"], Json::array());
+}
