@@ -100,9 +100,10 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
     }
     writeFile(metadata, ffmetadata(within));
     // Every stream but a chapter track of the movie's own (a data stream):
-    // the chapters given replace it.
-    std::vector<std::string> args{"-nostdin", "-hide_banner", "-v", "error", "-y", "-i", in.string(), "-f",
-                                  "ffmetadata", "-i", metadata.string(), "-map", "0", "-map", "-0:d?",
+    // the chapters given replace it. "file:" keeps a colon in a name from
+    // being read as a protocol.
+    std::vector<std::string> args{"-nostdin", "-hide_banner", "-v", "error", "-y", "-i", "file:" + in.string(), "-f",
+                                  "ffmetadata", "-i", "file:" + metadata.string(), "-map", "0", "-map", "-0:d?",
                                   "-map_metadata", "0", "-map_chapters", "1", "-c", "copy", "-movflags", "+faststart"};
     // The muxer would raise a video time scale below 10000 (the renderer's
     // is 1000, one tick a millisecond) to a multiple of it: kept as it was.
@@ -114,7 +115,7 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
     if (base.starts_with("1/") && parseInt64(base.substr(2)).value_or(0) > 0) {
         args.insert(args.end(), {"-video_track_timescale", base.substr(2)});
     }
-    args.push_back(out.string());
+    args.push_back("file:" + out.string());
     RenderTools::runTool(kWriteStage, "ffmpeg", "ffmpeg", args, {.timeout = kTimeout, .cancel = hooks.cancel});
     const std::int64_t after = Mp4Duration::measureMs(out);
     if (after != before) {
@@ -123,10 +124,6 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
                               " ms instead of " + formatInt(before) +
                               " ms. Export again without --chapters and report this.");
     }
-}
-
-std::vector<Chapter> read(const std::filesystem::path& movie, const RenderHooks& hooks) {
-    return probe("file:" + std::filesystem::absolute(movie).string(), hooks);
 }
 
 std::vector<Chapter> readPackage(const std::filesystem::path& orv, const RenderHooks& hooks) {

@@ -37,14 +37,11 @@ std::string ffmetadata(const std::vector<Chapter>& chapters);
 void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters, const std::filesystem::path& out,
            const RenderHooks& hooks);
 
-// The chapters of a movie file in movie order, empty chapters left out.
-// Throws RenderError (ffprobe missing or failing, output not understood).
-std::vector<Chapter> read(const std::filesystem::path& movie, const RenderHooks& hooks = {});
-
-// The chapters of the movie inside a package, read where it is stored
-// (nothing is extracted). Throws ArchiveError when the package has no
-// readable movie, ChaptersError when the movie has no chapters, and what
-// read throws.
+// The chapters of the movie inside a package in movie order, empty ones left
+// out, read where the movie is stored (nothing is extracted). Throws
+// ArchiveError when the package has no readable movie, ChaptersError when
+// the movie has no chapters, RenderError when ffprobe is missing, fails or
+// says something it cannot understand.
 std::vector<Chapter> readPackage(const std::filesystem::path& orv, const RenderHooks& hooks = {});
 
 }  // namespace orvandel::MovieChapters
