@@ -16,6 +16,9 @@ packages=(
 )
 # The browser check of the movie is optional; ask for it with ORVANDEL_WITH_BROWSER=1.
 if [ "${ORVANDEL_WITH_BROWSER:-0}" = 1 ]; then packages+=(chromium); fi
+# The checks of the preview page (Chromium) and of the WebVTT chapters
+# (python3-webvtt) are optional too; ask with ORVANDEL_WITH_PREVIEW=1.
+if [ "${ORVANDEL_WITH_PREVIEW:-0}" = 1 ]; then packages+=(chromium python3-webvtt); fi
 # The fuzz targets need clang and its sanitizer runtimes; ask with ORVANDEL_WITH_FUZZ=1.
 if [ "${ORVANDEL_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-14-dev); fi
 

@@ -102,6 +102,8 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     setupPrepareCommand(app, action, out, err);
     setupExportCommand(app, action, out, err);
     setupProbeCommand(app, action, out, err);
+    setupPreviewCommand(app, action, out, err);
+    setupChaptersCommand(app, action, out, err);
 
     try {
         app.parse(argc, argv);

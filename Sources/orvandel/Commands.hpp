@@ -16,5 +16,7 @@ void setupNotesCommand(CLI::App& app, std::function<int()>& action, std::ostream
 void setupPrepareCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupProbeCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
+void setupPreviewCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
+void setupChaptersCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 
 }  // namespace orvandel::cli

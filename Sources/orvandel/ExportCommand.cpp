@@ -9,10 +9,12 @@
 #include "Commands.hpp"
 #include "BatchExportCommand.hpp"
 #include "Interrupt.hpp"
+#include "MovieChapters.hpp"
 #include "RendererChoice.hpp"
 #include "base/Numbers.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
+#include "package/PreviewPage.hpp"
 
 namespace orvandel::cli {
 
@@ -30,6 +32,8 @@ struct ExportOptions {
     std::vector<std::string> video;
     std::vector<std::string> gif;
     std::string renderer = "auto";
+    bool chapters = false;
+    bool preview = false;
 };
 
 std::string joinNumbers(const std::vector<std::int64_t>& v) {
@@ -91,7 +95,8 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     try {
         result = OrvExporter::export_(deck, movie, destination, videoMs, gifMs, std::chrono::system_clock::now(),
                                       "orvandel-cli", std::string("orvandel-core/") + ORVANDEL_VERSION, {},
-                                      *renderer, hooks);
+                                      *renderer, hooks,
+                                      options.chapters ? ChapterWriter(MovieChapters::embed) : ChapterWriter());
     } catch (...) {
         line.finish();
         // Whatever the stage noticed first, an interrupt is reported as one.
@@ -100,6 +105,16 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
             return interrupt.exitStatus();
         }
         throw;
+    }
+    if (options.preview) {
+        try {
+            PreviewPage::write(destination, PreviewPage::defaultFolder(destination), hooks);
+        } catch (...) {
+            line.finish();
+            err << "orvandel: the package was written to " << destination.string() << ", the preview was not\n";
+            if (interrupt.signal()) return interrupt.exitStatus();
+            throw;
+        }
     }
     line.finish();
 
@@ -119,6 +134,10 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
         out << "  exit effects play by themselves on slides " << joinNumbers(result.slidesWithExitEffects) << "\n";
     }
     out << "  most bullets on one slide: " << result.maxBulletsPerSlide << "\n";
+    if (options.preview) {
+        out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string()
+            << "\n";
+    }
     return kExitOk;
 }
 
@@ -134,6 +153,11 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
             throw CLI::ValidationError(!options.output.empty() ? "-o" : "--mp4",
                                        "names one package or one movie; it cannot go with several decks, a folder "
                                        "or the batch options (--out-dir, -j, --shard, --json)");
+        }
+        if (options.chapters || options.preview) {
+            throw CLI::ValidationError(options.chapters ? "--chapters" : "--preview",
+                                       "is for one deck at a time; a batch (several decks, a folder, --out-dir, -j, "
+                                       "--shard, --json) does not take it");
         }
         return runBatchExport({options.decks, options.outDir, options.jobs, options.shard, options.json,
                                options.video, options.gif, options.renderer},
@@ -176,8 +200,15 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
                     "who renders the movie: libreoffice (headless, this machine), powerpoint (PowerPoint for Mac) "
                     "or auto (PowerPoint where it is installed, else LibreOffice)")
         ->check(CLI::IsMember({"auto", "libreoffice", "powerpoint"}));
+    cmd->add_flag("--chapters", options->chapters,
+                  "put one chapter per visible slide, titled with the slide's title, into the movie (players such "
+                  "as VLC and mpv list them); needs ffmpeg");
+    cmd->add_flag("--preview", options->preview,
+                  "also write the preview page beside the package, in a folder named after it (aula.orv: "
+                  "aula-preview/index.html; see 'orvandel preview --help')");
     cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
                 "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n"
+                "  orvandel export aula.pptx --chapters --preview\n"
                 "  orvandel export curso/ --out-dir pacotes/ -j 2\n"
                 "  orvandel export curso/ --out-dir /dados/pacotes --shard 0/3 --json\n");
     cmd->callback([&action, &out, &err, options] {

@@ -11,6 +11,7 @@
 #include "base/Numbers.hpp"
 #include "base/Subprocess.hpp"
 #include "container/ZipArchive.hpp"
+#include "render/Mp4Duration.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -147,7 +148,7 @@ TEST(ExportCommandTest, TheExampleDeckExportsEndToEndWithTheHeadlessRenderer) {
     const auto prepare = cli({"prepare", deck.string(), "-o", (dir / "prepared.pptx").string(), "--gif", "4:3000"});
     ASSERT_EQ(prepare.exitStatus, 0) << prepare.standardError;
     const auto r = cli({"export", deck.string(), "-o", (dir / "aula.orv").string(), "--gif", "4:3000", "--renderer",
-                        "libreoffice"});
+                        "libreoffice", "--chapters"});
     ASSERT_EQ(r.exitStatus, 0) << r.standardError;
     EXPECT_NE(r.standardOutput.find("Package written to " + (dir / "aula.orv").string()), std::string::npos);
     const Json manifest = Json::parse(Subprocess::run({"unzip", "-p", (dir / "aula.orv").string(), "manifest.json"}).standardOutput);
@@ -156,4 +157,19 @@ TEST(ExportCommandTest, TheExampleDeckExportsEndToEndWithTheHeadlessRenderer) {
     EXPECT_NEAR(manifest["masterVideoDuration"].get<double>(), *parseDouble(planned.substr(0, planned.find(' '))), 0.005);
     EXPECT_EQ(manifest["slideCount"], 8);
     EXPECT_EQ(manifest["cues"].back()["label"], "Slide 8");
+
+    // Its chapters, one per visible slide, end where the plan does, and the
+    // movie with them still lasts the plan to the millisecond.
+    writeFile(dir / "m.mp4",
+              Subprocess::run({"unzip", "-p", (dir / "aula.orv").string(), "assets/master.mp4"}).standardOutput);
+    const auto plannedMs = msFromDecimalSeconds(planned.substr(0, planned.find(' ')));
+    EXPECT_EQ(Mp4Duration::measureMs(dir / "m.mp4"), plannedMs);
+    const Json probe = Json::parse(
+        Subprocess::run({"ffprobe", "-v", "error", "-show_chapters", "-of", "json", (dir / "m.mp4").string()})
+            .standardOutput);
+    const Json scan = Json::parse(cli({"scan", deck.string(), "--json", "--gif", "4:3000"}).standardOutput);
+    const auto visible = std::count_if(scan.begin(), scan.end(), [](const Json& s) { return !s["isHidden"]; });
+    EXPECT_EQ(probe["chapters"].size(), static_cast<std::size_t>(visible));
+    EXPECT_EQ(probe["chapters"].front()["tags"]["title"], "Fotossíntese");
+    EXPECT_EQ(probe["chapters"].back()["end"], plannedMs);
 }

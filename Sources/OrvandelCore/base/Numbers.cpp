@@ -64,4 +64,22 @@ std::string msAsDecimalSeconds(std::int64_t ms) {
     return out;
 }
 
+std::optional<std::int64_t> msFromDecimalSeconds(std::string_view text) {
+    const auto dot = text.find('.');
+    const std::string_view whole = text.substr(0, dot);
+    std::string_view fraction = dot == std::string_view::npos ? std::string_view{} : text.substr(dot + 1);
+    if (dot != std::string_view::npos && fraction.empty()) return std::nullopt;
+    while (fraction.size() > 3 && fraction.back() == '0') fraction.remove_suffix(1);
+    if (whole.empty() || fraction.size() > 3) return std::nullopt;
+    const auto isDigits = [](std::string_view s) {
+        return s.find_first_not_of("0123456789") == std::string_view::npos;
+    };
+    if (!isDigits(whole) || !isDigits(fraction)) return std::nullopt;
+    const auto seconds = parseInt64(whole);
+    if (!seconds || *seconds >= INT64_MAX / 1000) return std::nullopt;
+    std::int64_t ms = 0;
+    for (std::size_t i = 0; i < 3; ++i) ms = ms * 10 + (i < fraction.size() ? fraction[i] - '0' : 0);
+    return *seconds * 1000 + ms;
+}
+
 }  // namespace orvandel

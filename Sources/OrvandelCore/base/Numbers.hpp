@@ -26,4 +26,9 @@ std::string formatFixed(double value, int decimals);
 // 12345 -> "12.345", 1 -> "0.001".
 std::string msAsDecimalSeconds(std::int64_t ms);
 
+// The reverse, read without floating point: "12.345" -> 12345, "2" -> 2000,
+// "1.50" -> 1500. Nothing for a sign, an exponent, a part of a millisecond
+// ("1.2345") or a value beyond 64 bits.
+std::optional<std::int64_t> msFromDecimalSeconds(std::string_view text);
+
 }  // namespace orvandel

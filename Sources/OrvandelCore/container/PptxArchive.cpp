@@ -80,6 +80,10 @@ struct Deck::Open {
     // Into Bytes or straight into a std::string: a large part is held once.
     template <class Buffer>
     Buffer read(const std::string& entry, std::int64_t largest) const;
+    const Record& record(const std::string& entry) const;
+    // Where the entry's data starts, its local header and bounds checked.
+    std::int64_t dataStart(const std::string& entry, const Record& r) const;
+    ZipArchive::ByteRange storedRange(const std::string& entry) const;
 
     [[noreturn]] void damaged(const std::string& entry, const std::string& reason) const {
         fail(entry, statusDamaged,
@@ -174,14 +178,13 @@ void Deck::Open::archiveFailure(const std::string& entry, const ZipError& error)
                 "save it again");
 }
 
-template <class Buffer>
-Buffer Deck::Open::read(const std::string& entry, std::int64_t largest) const {
+const Record& Deck::Open::record(const std::string& entry) const {
     const auto found = records.find(entry);
     if (found == records.end()) fail(entry, statusNoSuchEntry, "entry " + entry + " not found in " + path);
-    const Record& r = found->second;
-    // Refused before a byte is unpacked: a few megabytes of deck can claim
-    // gigabytes of slide.
-    if (r.declaredSize > largest) throw ArchiveError::partTooLarge(entry, r.declaredSize, largest);
+    return found->second;
+}
+
+std::int64_t Deck::Open::dataStart(const std::string& entry, const Record& r) const {
     if (r.flags & 1) {
         fail(entry, statusDamaged,
              "entry " + entry + " of " + path + " is encrypted; save the deck again without a password and retry");
@@ -197,13 +200,36 @@ Buffer Deck::Open::read(const std::string& entry, std::int64_t largest) const {
     std::uint8_t local[kLocalHeaderSize];
     readAt(entry, r.localOffset, local, sizeof local);
     if (ZipArchive::u32(local, 0) != 0x04034b50) damaged(entry, "no local header where the directory points");
-    const std::int64_t dataStart =
+    const std::int64_t start =
         r.localOffset + kLocalHeaderSize + ZipArchive::u16(local, 26) + ZipArchive::u16(local, 28);
-    if (dataStart + r.compressedSize > size) damaged(entry, "its data runs past the end of the file");
+    if (start + r.compressedSize > size) damaged(entry, "its data runs past the end of the file");
+    if (r.method == 0 && r.compressedSize != r.declaredSize) {
+        damaged(entry, "stored size differs from the declared size");
+    }
+    return start;
+}
+
+ZipArchive::ByteRange Deck::Open::storedRange(const std::string& entry) const {
+    const Record& r = record(entry);
+    const std::int64_t start = dataStart(entry, r);
+    if (r.method != 0) {
+        fail(entry, statusDamaged,
+             "entry " + entry + " of " + path + " is compressed, so it cannot be read in place; " +
+                 "it was not written by this program");
+    }
+    return {start, start + r.compressedSize};
+}
+
+template <class Buffer>
+Buffer Deck::Open::read(const std::string& entry, std::int64_t largest) const {
+    const Record& r = record(entry);
+    // Refused before a byte is unpacked: a few megabytes of deck can claim
+    // gigabytes of slide.
+    if (r.declaredSize > largest) throw ArchiveError::partTooLarge(entry, r.declaredSize, largest);
+    const std::int64_t dataStart = this->dataStart(entry, r);
 
     Buffer data;
     if (r.method == 0) {
-        if (r.compressedSize != r.declaredSize) damaged(entry, "stored size differs from the declared size");
         data = readRange<Buffer>(entry, dataStart, r.compressedSize);
     } else {
         data = inflateEntry<Buffer>(entry, dataStart, r.compressedSize, r.declaredSize);
@@ -288,6 +314,41 @@ Bytes Deck::readEntryBytes(const std::string& entry) {
 bool Deck::contains(const std::string& entry) {
     if (!open_) open_ = std::make_unique<Open>(url_, entry);
     return open_->records.count(entry) > 0;
+}
+
+ZipArchive::ByteRange Deck::storedRange(const std::string& entry) {
+    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    return open_->storedRange(entry);
+}
+
+void Deck::extractStored(const std::string& entry, const std::filesystem::path& to,
+                         const std::function<void(std::int64_t copied, std::int64_t total)>& afterChunk) {
+    const auto range = storedRange(entry);
+    const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (out < 0) throw FileError("create", to.string(), errno);
+    struct Closer {
+        int fd;
+        ~Closer() { ::close(fd); }
+    } closer{out};
+    // Larger than the inflater's chunk: a movie of gigabytes is copied here.
+    constexpr std::int64_t kCopyChunk = std::int64_t(1) << 20;
+    Bytes chunk(kCopyChunk);
+    std::uint32_t crc = 0;
+    const std::int64_t total = range.end - range.begin;
+    for (std::int64_t at = range.begin; at < range.end;) {
+        const auto n = static_cast<std::size_t>(std::min(range.end - at, kCopyChunk));
+        open_->readAt(entry, at, chunk.data(), n);
+        crc = ZipArchive::crc32Continue(crc, {chunk.data(), n});
+        for (std::size_t written = 0; written < n;) {
+            const ssize_t w = ::write(out, chunk.data() + written, n - written);
+            if (w < 0 && errno == EINTR) continue;
+            if (w < 0) throw FileError("write", to.string(), errno);
+            written += static_cast<std::size_t>(w);
+        }
+        at += static_cast<std::int64_t>(n);
+        if (afterChunk) afterChunk(at - range.begin, total);
+    }
+    if (crc != open_->record(entry).crc) open_->damaged(entry, "CRC mismatch");
 }
 
 std::string Deck::readEntry(const std::string& entry) {

@@ -14,11 +14,13 @@
 // unknown method). The message names the file and says what to do.
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "base/Bytes.hpp"
 #include "base/Error.hpp"
+#include "container/ZipArchive.hpp"
 
 namespace orvandel::PptxArchive {
 
@@ -66,6 +68,18 @@ public:
     // Whether the archive has an entry of that name. Throws as a read does when
     // the deck cannot be opened.
     bool contains(const std::string& entry);
+
+    // Where the bytes of a stored (uncompressed) entry lie in the file, for
+    // a reader that opens them in place. A compressed or encrypted entry is
+    // ArchiveError::unzipFailed with statusDamaged, saying so.
+    ZipArchive::ByteRange storedRange(const std::string& entry);
+    // Copies a stored entry into a new file at `to` in chunks, so that memory
+    // stays small whatever its size, and checks its CRC. afterChunk (may be
+    // empty) hears the bytes copied so far and the total, and may throw to
+    // stop (a cancel); `to` is then left for the caller to remove. Throws
+    // ArchiveError (reading, CRC), FileError (writing).
+    void extractStored(const std::string& entry, const std::filesystem::path& to,
+                       const std::function<void(std::int64_t copied, std::int64_t total)>& afterChunk = {});
 
 private:
     struct Open;

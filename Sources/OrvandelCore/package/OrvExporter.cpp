@@ -8,7 +8,9 @@
 #include "deck/DeckError.hpp"
 #include "deck/DeckScanner.hpp"
 #include "deck/NotesScanner.hpp"
+#include "deck/SlideTitles.hpp"
 #include "deck/TimingPolicy.hpp"
+#include "package/ChapterList.hpp"
 #include "package/CueCalculator.hpp"
 #include "package/CueInputAssembler.hpp"
 #include "package/ManifestBuilder.hpp"
@@ -54,7 +56,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
-               const Mp4Exporting& exporter, const RenderHooks& callerHooks) {
+               const Mp4Exporting& exporter, const RenderHooks& callerHooks, const ChapterWriter& writeChapters) {
     // Every warning, whoever notices it, reaches the caller and the result.
     std::vector<Warning> warnings;
     RenderHooks hooks = callerHooks;
@@ -103,13 +105,24 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         }
     }
 
-    const auto cues = CueCalculator::calculateCues(CueInputAssembler::cueInputs(reports, videoMs, gifMs));
+    const auto cueInputs = CueInputAssembler::cueInputs(reports, videoMs, gifMs);
+    const auto cues = CueCalculator::calculateCues(cueInputs);
     const auto notes = NotesScanner::notesBySlide(originalPptx, hooks.warn);
     const std::int64_t measuredMs = Mp4Duration::measureMs(movie);
     if (!masterMp4 && !MasterDurationGuard::check(expectedMs, measuredMs).isOk()) {
         throw DeckError::masterDurationMismatch(expectedMs, measuredMs);
     }
     hooks.throwIfCancelled();
+
+    if (writeChapters) {
+        hooks.report(kStageChapters, 0);
+        if (!work) work.emplace(exporter.workDirectoryBase(), "orv-chain-");
+        const auto chaptered = work->path() / "chaptered.mp4";
+        writeChapters(movie, ChapterList::chapters(cueInputs, SlideTitles::titlesBySlide(originalPptx)), chaptered,
+                      hooks);
+        movie = chaptered;
+        hooks.throwIfCancelled();
+    }
 
     hooks.report(kStagePackage, 0);
     const ManifestMetadata metadata{originalPptx.filename().string(), static_cast<std::int64_t>(reports.size()),

@@ -16,6 +16,7 @@
 #include "base/Error.hpp"
 #include "base/Warning.hpp"
 #include "deck/SlideReport.hpp"
+#include "render/Chapter.hpp"
 #include "render/ExportError.hpp"
 #include "render/Mp4Exporting.hpp"
 
@@ -54,6 +55,7 @@ private:
 inline constexpr const char* kStageScan = "scanning the deck";
 inline constexpr const char* kStagePrepare = "preparing the deck";
 inline constexpr const char* kStagePackage = "writing the package";
+inline constexpr const char* kStageChapters = "adding the chapters";
 
 // The arguments of one export. masterMp4 present: the deck is neither
 // prepared nor rendered and the duration check is skipped. An outOrv that is
@@ -64,11 +66,16 @@ inline constexpr const char* kStagePackage = "writing the package";
 // ends the flow with CancelledError, cleaned up like any other failure.
 // Warnings reach hooks.warn as they are noticed and are also returned in
 // Result::warnings.
+// writeChapters present: the packaged movie gets one chapter per visible
+// slide (ChapterList, titled from SlideTitles), written by it into a copy in
+// the work directory (also made for a handed-in movie, which stays as it
+// was); the manifest is what it would be without them.
 Result export_(const std::filesystem::path& originalPptx, const std::optional<std::filesystem::path>& masterMp4,
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
-               const Mp4Exporting& exporter, const RenderHooks& hooks = {});
+               const Mp4Exporting& exporter, const RenderHooks& hooks = {},
+               const ChapterWriter& writeChapters = {});
 
 // The expected movie length of a prepared deck: the advance times of its
 // visible slides.

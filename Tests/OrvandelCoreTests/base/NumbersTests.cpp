@@ -23,5 +23,10 @@ TEST_F(NumbersUnderCommaLocaleTest, DecimalsKeepTheirDot) {
     for (const auto& [ms, text] : std::vector<std::pair<std::int64_t, std::string>>{
              {0, "0"}, {2000, "2"}, {1500, "1.5"}, {12345, "12.345"}, {1, "0.001"}, {10010, "10.01"}}) {
         EXPECT_EQ(msAsDecimalSeconds(ms), text);
+        EXPECT_EQ(msFromDecimalSeconds(text), ms);
+    }
+    EXPECT_EQ(msFromDecimalSeconds("1.500"), 1500);
+    for (const char* bad : {"", "1.", ".5", "-1", "+1", "1e3", "1.2345", "1,5", "9223372036854775"}) {
+        EXPECT_EQ(msFromDecimalSeconds(bad), std::nullopt) << bad;
     }
 }

@@ -3,6 +3,7 @@
 #include "DeckBuilder.hpp"
 #include "TestSupport.hpp"
 #include "deck/NotesScanner.hpp"
+#include "deck/SlideTitles.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -74,4 +75,27 @@ TEST(NotesScannerTest, NotesBySlideKeyedByDisplayIndex) {
                       .write(dir / "deck.pptx");
     EXPECT_EQ(NotesScanner::notesBySlide(deck),
               (std::map<std::int64_t, std::string>{{1, "Introdução\nÁgua & luz"}, {3, "Oculto"}, {5, "Absoluto"}}));
+}
+
+TEST(SlideTitlesTest, TheTitlePlaceholderOnOneLineOrNothing) {
+    const auto shape = [](const std::string& type, const std::string& paragraphs) {
+        return "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"T\"/><p:cNvSpPr/><p:nvPr><p:ph type=\"" + type +
+               "\"/></p:nvPr></p:nvSpPr><p:spPr/><p:txBody><a:bodyPr/>" + paragraphs + "</p:txBody></p:sp>";
+    };
+    const std::string subtitle = shape("subTitle", para(run("Sub")));
+    for (const auto& [tree, title] : std::vector<std::pair<std::string, std::optional<std::string>>>{
+             {subtitle + shape("ctrTitle", para(run("Fotoss&#237;ntese"))), "Fotossíntese"},
+             {shape("title", para(run(" Luz &amp;") + "<a:br/>" + run("água")) + para(run("e  ar "))),
+              "Luz & água e ar"},
+             {subtitle, std::nullopt},
+             {shape("title", para(run(" "))), std::nullopt},
+             {shape("title", para("<a:r><a:t>not closed</a:r>")), std::nullopt}}) {
+        EXPECT_EQ(SlideTitles::titleText(slideXml(tree)), title) << tree;
+    }
+    TempDir dir;
+    DeckBuilder()
+        .addSlide(slideXml(subtitle))
+        .addSlide(slideXml(shape("title", para(run("Dois")))))
+        .write(dir / "d.pptx");
+    EXPECT_EQ(SlideTitles::titlesBySlide(dir / "d.pptx"), (std::map<std::int64_t, std::string>{{2, "Dois"}}));
 }

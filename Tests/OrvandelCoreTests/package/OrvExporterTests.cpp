@@ -221,6 +221,44 @@ TEST_F(OrvExporterTest, AGivenMovieIsNeitherRenderedNorCheckedNorMoved) {
     EXPECT_EQ(PptxArchive::readEntryBytes(out(), "assets/master.mp4"), movie);
 }
 
+TEST_F(OrvExporterTest, ChaptersGoIntoACopyOfTheMovieAndLeaveTheManifestAlone) {
+    const std::string title = "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"T\"/><p:cNvSpPr/><p:nvPr><p:ph "
+                              "type=\"title\"/></p:nvPr></p:nvSpPr><p:spPr/><p:txBody><a:p><a:r><a:t>Abertura"
+                              "</a:t></a:r></a:p></p:txBody></p:sp>";
+    const auto deck = DeckBuilder()
+                          .addSlide(slideXml(title))
+                          .addSlide(plain("show=\"0\""))
+                          .addSlide(clicks(1))
+                          .write(dir / "aula.pptx");
+    const Bytes movie = craftedMovie(1000, 4500);
+    writeFile(dir / "given.mp4", movie);
+    exportDeck(deck, movieOf(0), {}, {}, dir / "given.mp4");
+    const std::string plainManifest = PptxArchive::readEntry(out(), "manifest.json");
+
+    std::vector<Chapter> written;
+    const ChapterWriter writer = [&](const fs::path& in, const std::vector<Chapter>& chapters, const fs::path& to,
+                                     const RenderHooks&) {
+        written = chapters;
+        writeFile(to, toString(readFile(in)) + "+chapters");
+    };
+    const auto exportWith = [&](const ChapterWriter& w) {
+        OrvExporter::export_(deck, dir / "given.mp4", out(), {}, {}, {}, "test", "test/1", {}, movieOf(0), {}, w);
+    };
+    exportWith(writer);
+    EXPECT_EQ(written, (std::vector<Chapter>{{0, 1500, "Abertura"}, {1500, 4500, "Slide 3"}}));
+    EXPECT_EQ(toString(PptxArchive::readEntryBytes(out(), "assets/master.mp4")), toString(movie) + "+chapters");
+    EXPECT_EQ(PptxArchive::readEntry(out(), "manifest.json"), plainManifest);
+    EXPECT_EQ(readFile(dir / "given.mp4"), movie);
+    EXPECT_TRUE(clean());
+
+    // A writer that fails keeps the old package and leaves nothing behind.
+    EXPECT_THROW(exportWith([](const fs::path&, const std::vector<Chapter>&, const fs::path&,
+                               const RenderHooks&) { throw std::runtime_error("no ffmpeg"); }),
+                 std::runtime_error);
+    EXPECT_EQ(PptxArchive::readEntry(out(), "manifest.json"), plainManifest);
+    EXPECT_TRUE(clean());
+}
+
 TEST_F(OrvExporterTest, RenderedMovieMustLastBetweenSixAndFourteenTenthsOfThePlan) {
     // Two visible plain slides of 1500 ms; the hidden one does not count.
     const auto deck =
