@@ -6,31 +6,17 @@
 #include <QLabel>
 #include <QThread>
 
-#include <cstdlib>
 #include <thread>
 
 #include "DeckBuilder.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
 #include "MovieFixtures.hpp"
 #include "RenderPlan.hpp"
-#include "base/Subprocess.hpp"
 
 namespace orvandel::apptest {
 
 std::filesystem::path exampleDeck() {
     return std::filesystem::path(ORVANDEL_SOURCE_DIR) / "examples" / "aula-exemplo.pptx";
-}
-
-bool slowTestsSkipped() {
-    const char* skip = std::getenv("ORVANDEL_SKIP_SLOW");
-    return skip && std::string(skip) == "1";
-}
-
-bool haveHeadlessRenderer() {
-    for (const char* program : {"soffice", "pdfinfo", "pdftocairo", "ffmpeg"}) {
-        if (!Subprocess::findOnPath(program)) return false;
-    }
-    return true;
 }
 
 void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,

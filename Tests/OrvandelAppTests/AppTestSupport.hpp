@@ -16,10 +16,6 @@ class QWidget;
 namespace orvandel::apptest {
 
 std::filesystem::path exampleDeck();
-// Set under the sanitizer build: tests that mostly wait on other programs skip.
-bool slowTestsSkipped();
-// LibreOffice, poppler and ffmpeg are all on PATH.
-bool haveHeadlessRenderer();
 
 // Renders nothing: reports the drawing stage half done, holds while `hold`
 // is set (until the export is cancelled), then throws `failure` or writes a

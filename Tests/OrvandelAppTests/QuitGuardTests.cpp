@@ -121,8 +121,10 @@ private slots:
     // "Forçar saída" while LibreOffice renders: the app quits once the export
     // has stopped, leaving no process, work directory or package.
     void forceQuitLeavesNothing() {
-        if (slowTestsSkipped()) QSKIP("slow tests skipped");
-        if (!haveHeadlessRenderer()) QSKIP("LibreOffice, poppler or ffmpeg missing");
+        if (test::slowTestsSkipped()) QSKIP("slow tests skipped");
+        for (const char* tool : {"soffice", "pdftocairo", "ffmpeg"}) {
+            if (!test::haveProgram(tool)) QSKIP("LibreOffice, poppler or ffmpeg missing");
+        }
         QTemporaryDir dir;
         const fs::path tmp = dir.filePath("tmp").toStdString();
         fs::create_directories(tmp);
