@@ -42,15 +42,12 @@ std::filesystem::path writeDeck(const TempDir& dir) {
 
 }  // namespace
 
-TEST(ScanCommandTest, TableAndJson) {
+// What the commands print around the scanners' results, which are tested
+// with the scanners; wrong lengths and slides are refused in HostileInputTest.
+TEST(ScanCommandTest, TableJsonAndTheUsersLengths) {
     TempDir dir;
     const auto deck = writeDeck(dir).string();
-
-    // The table's layout is the scanner's own; here, that it is printed whole.
-    const Outcome table = runCli({"scan", deck});
-    EXPECT_EQ(table.status, 0);
-    EXPECT_TRUE(table.out.starts_with("idx file")) << table.out;
-    EXPECT_TRUE(table.out.ends_with("  1500\n")) << table.out;
+    EXPECT_TRUE(runCli({"scan", deck}).out.ends_with("  1500\n"));  // the table, whole
 
     const Outcome unknown = runCli({"scan", deck, "--json"});
     ASSERT_EQ(unknown.status, 0);
@@ -67,35 +64,14 @@ TEST(ScanCommandTest, TableAndJson) {
     EXPECT_EQ(given[1]["advTmMs"], 9500);
     EXPECT_EQ(given[1]["videoDurationMs"], 8000);
     EXPECT_EQ(given[2]["advTmMs"], 2500);
+    EXPECT_EQ(runCli({"scan", deck, "--gif", "3"}).status, 2);
 }
 
 TEST(NotesCommandTest, TextAndJson) {
     TempDir dir;
     const auto deck = writeDeck(dir).string();
-    const Outcome text = runCli({"notes", deck});
-    EXPECT_EQ(text.status, 0);
-    EXPECT_EQ(text.out, "Slide 1:\nUm\nDois\n\nSlide 3:\nTrês \"aspas\"\n");
-
-    const Outcome json = runCli({"notes", "--json", deck});
-    EXPECT_EQ(json.status, 0);
-    EXPECT_EQ(json.out, "{\n  \"1\": \"Um\\nDois\",\n  \"3\": \"Três \\\"aspas\\\"\"\n}\n");
-
+    EXPECT_EQ(runCli({"notes", deck}).out, "Slide 1:\nUm\nDois\n\nSlide 3:\nTrês \"aspas\"\n");
+    EXPECT_EQ(runCli({"notes", "--json", deck}).out, "{\n  \"1\": \"Um\\nDois\",\n  \"3\": \"Três \\\"aspas\\\"\"\n}\n");
     EXPECT_EQ(runCli({"notes", DeckBuilder().addSlide(slideXml()).write(dir / "silent.pptx").string(), "--json"}).out,
               "{}\n");
-}
-
-TEST(ScanCommandTest, FailuresAndUsage) {
-    TempDir dir;
-    const Outcome missing = runCli({"scan", (dir / "none.pptx").string()});
-    EXPECT_EQ(missing.status, 1);
-    EXPECT_EQ(missing.err.rfind("orvandel: unzip failed for ppt/presentation.xml (status 9): ", 0), 0u) << missing.err;
-    EXPECT_EQ(runCli({"notes", (dir / "none.pptx").string()}).status, 1);
-
-    const auto deck = writeDeck(dir).string();
-    EXPECT_EQ(runCli({"scan", deck, "--gif", "3"}).status, 2);
-    EXPECT_EQ(runCli({"scan", deck, "--video", "0:100"}).status, 2);
-    EXPECT_EQ(runCli({"scan"}).status, 2);
-    const Outcome help = runCli({"notes", "--help"});
-    EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.out.find("Example:"), std::string::npos);
 }
