@@ -22,17 +22,13 @@ Bytes range(const Bytes& b, std::int64_t begin, std::int64_t end) { return Bytes
 
 }  // namespace
 
-TEST(ZipArchiveTest, CreateWritesStoredEntriesThatListAndExtract) {
+// Archives with entries are written by every deck built in the tests, and
+// streamed packages must equal them byte for byte (OrvPackagerTest).
+TEST(ZipArchiveTest, AnEmptyArchiveIsTheEndRecordAlone) {
     test::TempDir dir;
     create({}, dir / "empty.zip");
     EXPECT_EQ(toString(readFile(dir / "empty.zip")), "PK\x05\x06" + std::string(18, '\0'));
     EXPECT_TRUE(entryNames(dir / "empty.zip").empty());
-
-    create({{"[Content_Types].xml", toBytes("<Types/>")}, {"empty", {}}, {"dir/é.txt", toBytes("x")}},
-           dir / "a.zip");
-    EXPECT_EQ(entryNames(dir / "a.zip"), (std::vector<std::string>{"[Content_Types].xml", "empty", "dir/é.txt"}));
-    EXPECT_EQ(PptxArchive::readEntry(dir / "a.zip", "[Content_Types].xml"), "<Types/>");
-    EXPECT_TRUE(!test::haveProgram("unzip") || unzipAccepts(dir / "a.zip"));
 }
 
 TEST(ZipArchiveTest, EndRecordIsFoundUnderLongCommentsAndStrayBytes) {
