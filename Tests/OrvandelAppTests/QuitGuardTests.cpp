@@ -74,8 +74,10 @@ class QuitGuardTest : public QObject {
 private slots:
     // During an export a close is questioned, once however often the user
     // insists, and the answer is carried out; without one it closes at once.
+    // "Terminar e sair" answered after the export has ended quits at once.
     void choicesDuringAnExport() {
-        for (const Choice choice : {Choice::cancel, Choice::finishThenQuit, Choice::forceQuit}) {
+        for (const auto& [choice, afterTheEnd] : {std::pair{Choice::cancel, false}, {Choice::finishThenQuit, false},
+                                                  {Choice::forceQuit, false}, {Choice::finishThenQuit, true}}) {
             QTemporaryDir dir;
             const fs::path work = dir.filePath("work").toStdString();
             fs::create_directories(work);
@@ -86,11 +88,13 @@ private slots:
             QVERIFY(g.closeIsQuestioned() && !g.view().close());
             waitUntil([] { return false; }, 50);
             QCOMPARE(g.questions.size(), std::size_t(1));
+            if (afterTheEnd) renderer->hold->store(false);
+            QVERIFY(waitUntil([&] { return g.view().isExporting() != afterTheEnd; }, 10000));
             g.questions.front()(choice);
             if (choice == Choice::forceQuit) {
                 // The renderer still holds: only the cancellation ends the export.
                 QVERIFY(waitUntil([&] { return g.quits == 1; }, 10000));
-            } else {
+            } else if (!afterTheEnd) {
                 waitUntil([] { return false; }, 100);
                 QVERIFY(g.view().isExporting() && g.quits == 0);
                 if (choice == Choice::finishThenQuit) {
@@ -102,20 +106,9 @@ private slots:
             QCOMPARE(g.quits, choice == Choice::cancel ? 0 : 1);
             QCOMPARE(g.view().isVisible(), choice == Choice::cancel);
             QCOMPARE(g.package() == kOldPackage, choice == Choice::forceQuit);
-            QVERIFY(fs::is_empty(work));
+            QVERIFY(fs::is_empty(work) && !ExportCoordinator::shared().finishingToQuit());
             if (choice == Choice::cancel) QVERIFY(g.view().close() && g.questions.size() == 1);
         }
-    }
-
-    // "Terminar e sair" answered after the export has already ended quits at once.
-    void finishAnsweredAfterTheEnd() {
-        QTemporaryDir dir;
-        Guarded g(dir, std::make_shared<FakeExporter>());
-        QVERIFY(g.closeIsQuestioned());
-        QVERIFY(waitUntil([&] { return !g.view().isExporting(); }, 10000));
-        g.questions.front()(Choice::finishThenQuit);
-        QCOMPARE(g.quits, 1);
-        QVERIFY(!ExportCoordinator::shared().finishingToQuit());
     }
 
     // "Forçar saída" while LibreOffice renders: the app quits once the export

@@ -75,46 +75,40 @@ private slots:
         }
     }
 
-    // On demand every outcome has its alert.
-    void manualCheckAlwaysAnswers() {
+    // On demand every outcome has its alert. At launch only news shows, and at
+    // most one request is made a day, a failure counting as the day's check.
+    void checksAndTheirAlerts() {
         FeedServer server;
-        const QString failed = ExportCopy::kUpdateCheckFailedTitle;
+        const QString failed = ExportCopy::kUpdateCheckFailedTitle, news = ExportCopy::kUpdateTitle;
+        const auto manual = &UpdateChecker::checkManually, launch = &UpdateChecker::checkOnLaunch;
+        const QByteArray newer = feed("99.0"), same = feed(UpdateChecker::currentVersion());
+        const auto aDayAgo = QDateTime::currentDateTimeUtc().addSecs(-24 * 60 * 60 - 5).toString(Qt::ISODate);
         const struct {
+            void (UpdateChecker::*run)();
             int status;
             QByteArray body;
+            bool lastLaunchCheckADayAgo;
             QString title;
-        } cases[] = {{200, feed("99.0"), ExportCopy::kUpdateTitle},
-                     {200, feed(UpdateChecker::currentVersion()), ExportCopy::kUpToDateTitle},
-                     {304, {}, failed},
-                     {500, feed("99.0"), failed},
-                     {200, "{\"version\": \"99.0\", ", failed},
-                     {200, "{\"version\": 99, \"url\": \"https://example.org\"}", failed},
-                     {200, "{\"version\": \"99.0\"}", failed}};
-        for (const auto& c : cases) {
-            server.status = c.status;
-            server.body = c.body;
-            QCOMPARE(check(&UpdateChecker::checkManually), c.title);
+            int requests;  // so far
+        } steps[] = {{manual, 200, newer, false, news, 1},
+                     {manual, 200, same, false, ExportCopy::kUpToDateTitle, 2},
+                     {manual, 304, {}, false, failed, 3},
+                     {manual, 500, newer, false, failed, 4},
+                     {manual, 200, "{\"version\": \"99.0\", ", false, failed, 5},
+                     {manual, 200, "{\"version\": 99, \"url\": \"https://example.org\"}", false, failed, 6},
+                     {manual, 200, "{\"version\": \"99.0\"}", false, failed, 7},
+                     {launch, 200, newer, false, news, 8},
+                     {launch, 200, newer, false, {}, 8},
+                     {launch, 500, same, true, {}, 9},
+                     {launch, 200, same, true, {}, 10},
+                     {launch, 200, same, false, {}, 10}};
+        for (const auto& step : steps) {
+            server.status = step.status;
+            server.body = step.body;
+            if (step.lastLaunchCheckADayAgo) QSettings().setValue(UpdateChecker::kLastAutoCheckKey, aDayAgo);
+            QCOMPARE(check(step.run), step.title);
+            QCOMPARE(server.requests, step.requests);
         }
-        QCOMPARE(server.requests, 7);
-    }
-
-    // At launch: news only, at most one request a day, a failure counting as the day's check.
-    void launchCheckIsDailyAndQuiet() {
-        FeedServer server;
-        server.body = feed("99.0");
-        QCOMPARE(check(&UpdateChecker::checkOnLaunch), ExportCopy::kUpdateTitle);
-        QCOMPARE(check(&UpdateChecker::checkOnLaunch), QString());
-        QCOMPARE(server.requests, 1);
-
-        const auto aDayAgo = QDateTime::currentDateTimeUtc().addSecs(-24 * 60 * 60 - 5).toString(Qt::ISODate);
-        for (const int status : {500, 200}) {
-            QSettings().setValue(UpdateChecker::kLastAutoCheckKey, aDayAgo);
-            server.status = status;
-            server.body = feed(UpdateChecker::currentVersion());
-            QCOMPARE(check(&UpdateChecker::checkOnLaunch), QString());
-        }
-        QCOMPARE(check(&UpdateChecker::checkOnLaunch), QString());
-        QCOMPARE(server.requests, 3);
     }
 
     // "Baixar" opens only a web page.
