@@ -14,6 +14,12 @@ std::filesystem::path sourceDir() { return ORVANDEL_SOURCE_DIR; }
 
 std::filesystem::path cliPath() { return ORVANDEL_CLI_PATH; }
 
+SubprocessResult runCli(std::vector<std::string> args, SubprocessOptions options) {
+    args.insert(args.begin(), cliPath().string());
+    if (!options.timeout) options.timeout = std::chrono::minutes(3);
+    return Subprocess::run(args, options);
+}
+
 std::filesystem::path corpusDir() {
     if (const char* env = std::getenv("ORVANDEL_CORPUS")) return env;
     return sourceDir() / ".." / "shared" / "corpus";

@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/Subprocess.hpp"
+
 namespace orvandel::test {
 
 // ../shared/corpus beside the project (ORVANDEL_CORPUS overrides it).
@@ -22,6 +24,8 @@ bool isBrokenDeck(const std::filesystem::path& deck);
 
 std::filesystem::path sourceDir();
 std::filesystem::path cliPath();
+// The command-line program run with `args`, within three minutes unless told otherwise.
+SubprocessResult runCli(std::vector<std::string> args, SubprocessOptions options = {});
 
 // Set under the sanitizer build: tests that mostly wait on other programs skip.
 bool slowTestsSkipped();

@@ -18,15 +18,6 @@ using namespace orvandel::test;
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
-namespace {
-
-SubprocessResult cli(std::vector<std::string> args) {
-    args.insert(args.begin(), cliPath().string());
-    return Subprocess::run(args, {.timeout = std::chrono::minutes(2)});
-}
-
-}  // namespace
-
 TEST(ExportCommandTest, AnInterruptStopsTheRenderAndLeavesNothingBehind) {
     TempDir dir;
     for (const char* sub : {"bin", "tmp", "home"}) fs::create_directories(dir / sub);
@@ -65,16 +56,16 @@ TEST(ProbeCommandTest, ReportsCuesAndLengthOrTheUnzipStatus) {
     ZipArchive::create({{"manifest.json", toBytes(R"({"version": "1.0", "cues": [{}, {}, {}],
                                                       "masterVideoDuration": 12.345, "notesBySlide": {}})")}},
                        dir / "a.orv");
-    EXPECT_EQ(Json::parse(cli({"probe", (dir / "a.orv").string(), "--json"}).standardOutput),
+    EXPECT_EQ(Json::parse(runCli({"probe", (dir / "a.orv").string(), "--json"}).standardOutput),
               (Json{{"cues", 3}, {"masterVideoDuration", 12.345}}));
-    EXPECT_EQ(cli({"probe", (dir / "a.orv").string()}).standardOutput,
+    EXPECT_EQ(runCli({"probe", (dir / "a.orv").string()}).standardOutput,
               (dir / "a.orv").string() + ": 3 cues, master video 12.345 s\n");
 
     // No manifest, no archive, no file.
     ZipArchive::create({{"assets/master.mp4", toBytes("movie")}}, dir / "b.orv");
     writeFile(dir / "c.orv", std::string("not a zip at all, just text"));
     for (const auto& [name, status] : {std::pair{"b.orv", 11}, {"c.orv", 9}, {"d.orv", 9}}) {
-        const auto r = cli({"probe", (dir / name).string(), "--json"});
+        const auto r = runCli({"probe", (dir / name).string(), "--json"});
         EXPECT_EQ(r.exitStatus, 1);
         EXPECT_EQ(r.standardError, "orvandel: unzip do manifest.json falhou (status " + std::to_string(status) + ")\n");
         EXPECT_EQ(r.standardOutput, "");
@@ -89,9 +80,9 @@ TEST(ExportCommandTest, TheExampleDeckExportsEndToEndWithTheHeadlessRenderer) {
     }
     TempDir dir;
     const auto deck = sourceDir() / "examples" / "aula-exemplo.pptx";
-    const auto prepare = cli({"prepare", deck.string(), "-o", (dir / "prepared.pptx").string(), "--gif", "4:3000"});
+    const auto prepare = runCli({"prepare", deck.string(), "-o", (dir / "prepared.pptx").string(), "--gif", "4:3000"});
     ASSERT_EQ(prepare.exitStatus, 0) << prepare.standardError;
-    const auto r = cli({"export", deck.string(), "-o", (dir / "aula.orv").string(), "--gif", "4:3000", "--renderer",
+    const auto r = runCli({"export", deck.string(), "-o", (dir / "aula.orv").string(), "--gif", "4:3000", "--renderer",
                         "libreoffice", "--chapters"});
     ASSERT_EQ(r.exitStatus, 0) << r.standardError;
     EXPECT_NE(r.standardOutput.find("Package written to " + (dir / "aula.orv").string()), std::string::npos);

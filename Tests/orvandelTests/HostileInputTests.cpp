@@ -25,11 +25,8 @@ struct Sandbox {
     fs::path tmp = dir / "tmp";
     Sandbox() { fs::create_directories(tmp); }
 
-    SubprocessResult run(std::vector<std::string> args) const {
-        args.insert(args.begin(), cliPath().string());
-        return Subprocess::run(args, {.environment = {"TMPDIR=" + tmp.string()},
-                                      .workingDirectory = dir.path(),
-                                      .timeout = std::chrono::seconds(60)});
+    SubprocessResult run(const std::vector<std::string>& args) const {
+        return runCli(args, {.environment = {"TMPDIR=" + tmp.string()}, .workingDirectory = dir.path()});
     }
     std::string notesOf(const fs::path& package) const {
         const auto manifest =

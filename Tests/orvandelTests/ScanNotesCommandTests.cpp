@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "TimingFixtures.hpp"
-#include "Cli.hpp"
 #include "DeckBuilder.hpp"
 #include "TestSupport.hpp"
 
@@ -13,21 +11,6 @@ using namespace orvandel::test;
 using Json = nlohmann::ordered_json;
 
 namespace {
-
-struct Outcome {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-Outcome runCli(std::vector<std::string> args) {
-    args.insert(args.begin(), "orvandel");
-    std::vector<char*> argv;
-    for (auto& a : args) argv.push_back(a.data());
-    std::ostringstream out, err;
-    const int status = cli::run(static_cast<int>(argv.size()), argv.data(), out, err);
-    return {status, out.str(), err.str()};
-}
 
 // 1: a bullet then an exit; 2: a click video of unknown length (hidden 3 has notes).
 std::filesystem::path writeDeck(const TempDir& dir) {
@@ -47,11 +30,11 @@ std::filesystem::path writeDeck(const TempDir& dir) {
 TEST(ScanCommandTest, TableJsonAndTheUsersLengths) {
     TempDir dir;
     const auto deck = writeDeck(dir).string();
-    EXPECT_TRUE(runCli({"scan", deck}).out.ends_with("  1500\n"));  // the table, whole
+    EXPECT_TRUE(runCli({"scan", deck}).standardOutput.ends_with("  1500\n"));  // the table, whole
 
-    const Outcome unknown = runCli({"scan", deck, "--json"});
-    ASSERT_EQ(unknown.status, 0);
-    const Json reports = Json::parse(unknown.out);
+    const auto unknown = runCli({"scan", deck, "--json"});
+    ASSERT_EQ(unknown.exitStatus, 0);
+    const Json reports = Json::parse(unknown.standardOutput);
     ASSERT_EQ(reports.size(), 3u);
     EXPECT_EQ(reports[0].dump(),
               R"({"displayIndex":1,"file":"ppt/slides/slide1.xml","bulletCount":1,"bulletDursMs":[500],)"
@@ -60,18 +43,18 @@ TEST(ScanCommandTest, TableJsonAndTheUsersLengths) {
               R"("exitGroupCount":1,"orderedGroupKinds":["entry","exit"]})");
     EXPECT_TRUE(reports[1]["advTmMs"].is_null());
 
-    const Json given = Json::parse(runCli({"scan", "--video", "2:8000", deck, "--json", "--gif", "3:1000"}).out);
+    const Json given = Json::parse(runCli({"scan", "--video", "2:8000", deck, "--json", "--gif", "3:1000"}).standardOutput);
     EXPECT_EQ(given[1]["advTmMs"], 9500);
     EXPECT_EQ(given[1]["videoDurationMs"], 8000);
     EXPECT_EQ(given[2]["advTmMs"], 2500);
-    EXPECT_EQ(runCli({"scan", deck, "--gif", "3"}).status, 2);
+    EXPECT_EQ(runCli({"scan", deck, "--gif", "3"}).exitStatus, 2);
 }
 
 TEST(NotesCommandTest, TextAndJson) {
     TempDir dir;
     const auto deck = writeDeck(dir).string();
-    EXPECT_EQ(runCli({"notes", deck}).out, "Slide 1:\nUm\nDois\n\nSlide 3:\nTrês \"aspas\"\n");
-    EXPECT_EQ(runCli({"notes", "--json", deck}).out, "{\n  \"1\": \"Um\\nDois\",\n  \"3\": \"Três \\\"aspas\\\"\"\n}\n");
-    EXPECT_EQ(runCli({"notes", DeckBuilder().addSlide(slideXml()).write(dir / "silent.pptx").string(), "--json"}).out,
+    EXPECT_EQ(runCli({"notes", deck}).standardOutput, "Slide 1:\nUm\nDois\n\nSlide 3:\nTrês \"aspas\"\n");
+    EXPECT_EQ(runCli({"notes", "--json", deck}).standardOutput, "{\n  \"1\": \"Um\\nDois\",\n  \"3\": \"Três \\\"aspas\\\"\"\n}\n");
+    EXPECT_EQ(runCli({"notes", DeckBuilder().addSlide(slideXml()).write(dir / "silent.pptx").string(), "--json"}).standardOutput,
               "{}\n");
 }
