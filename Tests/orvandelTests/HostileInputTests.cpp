@@ -96,24 +96,18 @@ TEST(HostileInputTest, AbsurdNumbersDamagedPartsAndSpecialFilesEndInAClearErrorO
     DeckBuilder().addSlide(slideXml("", hugeDur)).write(box.dir / "huge.pptx");
     DeckBuilder().addSlide(slideXml("", "<p:timing><p:tnLst></p:timing>")).write(box.dir / "broken.pptx");
     DeckBuilder().addSlide(slideXml()).addNotes(1, notesWith("MARCADOR")).write(box.dir / "crc.pptx");
-    {  // a stored notes part whose bytes no longer match its CRC
-        Bytes bytes = readFile(box.dir / "crc.pptx");
-        const std::string text = toString(bytes);
-        bytes[text.find("MARCADOR") + 7] = 'X';
-        writeFile(box.dir / "crc.pptx", bytes);
-    }
+    Bytes crc = readFile(box.dir / "crc.pptx");  // a stored notes part whose bytes no longer match its CRC
+    crc[toString(crc).find("MARCADOR") + 7] = 'X';
+    writeFile(box.dir / "crc.pptx", crc);
     DeckBuilder().addSlide(slideXml()).addNotes(1, notesWith("ol\xE1 mundo")).write(box.dir / "latin1.pptx");
     auto entries = DeckBuilder().addSlide(slideXml()).addSlide(slideXml()).addSlide(slideXml()).entries();
     std::erase_if(entries, [](const auto& e) { return e.first == "ppt/slides/slide2.xml"; });
     ZipArchive::create(entries, box.dir / "gap.pptx");
     ASSERT_EQ(::mkfifo((box.dir / "fifo.pptx").c_str(), 0600), 0);
     auto commented = DeckBuilder().addSlide(slideXml()).entries();
-    for (auto& [name, data] : commented) {
-        if (name != "ppt/presentation.xml") continue;
-        std::string text = toString(data);
-        text.insert(text.find("<p:sldIdLst>") + 12, "<!-- <p:sldId id=\"999\" r:id=\"rId1\"/> -->");
-        data = toBytes(text);
-    }
+    std::string presentation = toString(commented[2].second);  // after the content types and the package's relationships
+    presentation.insert(presentation.find("<p:sldIdLst>") + 12, "<!-- <p:sldId id=\"999\" r:id=\"rId1\"/> -->");
+    commented[2].second = toBytes(presentation);
     ZipArchive::create(commented, box.dir / "commented.pptx");
 
     struct Case {

@@ -119,11 +119,8 @@ TEST(PreviewCommandTest, ThePageWorksOpenedFromDiskInChromium) {
         EXPECT_TRUE(click["paused"].get<bool>());
         EXPECT_EQ(click["highlighted"], click["row"]);
         const auto notes = kNotes.find(cue["slideIndex"].get<std::int64_t>());
-        if (notes != kNotes.end()) {
-            EXPECT_EQ(click["notes"], notes->second);
-        } else {
-            for (const auto& [slide, text] : kNotes) EXPECT_NE(click["notes"], text);
-        }
+        if (notes != kNotes.end()) EXPECT_EQ(click["notes"], notes->second);
+        else for (const auto& [slide, text] : kNotes) EXPECT_NE(click["notes"], text);
     }
     EXPECT_EQ(page["keys"]["right"]["highlighted"], 1);
     EXPECT_EQ(page["keys"]["left"]["highlighted"], 0);

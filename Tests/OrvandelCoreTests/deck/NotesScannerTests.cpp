@@ -72,6 +72,7 @@ TEST(NotesScannerTest, NotesBySlideKeyedByDisplayIndex) {
               (std::map<std::int64_t, std::string>{{1, "Introdução\nÁgua & luz"}, {3, "Oculto"}, {5, "Absoluto"}}));
 }
 
+// The titles of a whole deck are read by the chapter tests of the export.
 TEST(SlideTitlesTest, TheTitlePlaceholderOnOneLineOrNothing) {
     const auto shape = [](const std::string& type, const std::string& paragraphs) {
         return "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"T\"/><p:cNvSpPr/><p:nvPr><p:ph type=\"" + type +
@@ -87,10 +88,4 @@ TEST(SlideTitlesTest, TheTitlePlaceholderOnOneLineOrNothing) {
              {shape("title", para("<a:r><a:t>not closed</a:r>")), std::nullopt}}) {
         EXPECT_EQ(SlideTitles::titleText(slideXml(tree)), title) << tree;
     }
-    TempDir dir;
-    DeckBuilder()
-        .addSlide(slideXml(subtitle))
-        .addSlide(slideXml(shape("title", para(run("Dois")))))
-        .write(dir / "d.pptx");
-    EXPECT_EQ(SlideTitles::titlesBySlide(dir / "d.pptx"), (std::map<std::int64_t, std::string>{{2, "Dois"}}));
 }
