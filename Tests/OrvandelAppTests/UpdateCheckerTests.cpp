@@ -83,31 +83,27 @@ private slots:
         const auto manual = &UpdateChecker::checkManually, launch = &UpdateChecker::checkOnLaunch;
         const QByteArray newer = feed("99.0"), same = feed(UpdateChecker::currentVersion());
         const auto aDayAgo = QDateTime::currentDateTimeUtc().addSecs(-24 * 60 * 60 - 5).toString(Qt::ISODate);
-        const struct {
-            void (UpdateChecker::*run)();
-            int status;
-            QByteArray body;
-            bool lastLaunchCheckADayAgo;
-            QString title;
-            int requests;  // so far
-        } steps[] = {{manual, 200, newer, false, news, 1},
-                     {manual, 200, same, false, ExportCopy::kUpToDateTitle, 2},
-                     {manual, 304, {}, false, failed, 3},
-                     {manual, 500, newer, false, failed, 4},
-                     {manual, 200, "{\"version\": \"99.0\", ", false, failed, 5},
-                     {manual, 200, "{\"version\": 99, \"url\": \"https://example.org\"}", false, failed, 6},
-                     {manual, 200, "{\"version\": \"99.0\"}", false, failed, 7},
-                     {launch, 200, newer, false, news, 8},
-                     {launch, 200, newer, false, {}, 8},
-                     {launch, 500, same, true, {}, 9},
-                     {launch, 200, same, true, {}, 10},
-                     {launch, 200, same, false, {}, 10}};
-        for (const auto& step : steps) {
-            server.status = step.status;
-            server.body = step.body;
-            if (step.lastLaunchCheckADayAgo) QSettings().setValue(UpdateChecker::kLastAutoCheckKey, aDayAgo);
-            QCOMPARE(check(step.run), step.title);
-            QCOMPARE(server.requests, step.requests);
+        using Step = std::tuple<void (UpdateChecker::*)(), int, QByteArray, bool, QString, int>;
+        // The check, the feed's status and body, whether the last check at launch was a day ago: the alert's
+        // title and the requests so far.
+        for (const auto& [run, status, body, aDayLater, title, requests] : std::vector<Step>{
+                 {manual, 200, newer, false, news, 1},
+                 {manual, 200, same, false, ExportCopy::kUpToDateTitle, 2},
+                 {manual, 304, {}, false, failed, 3},
+                 {manual, 500, newer, false, failed, 4},
+                 {manual, 200, "{\"version\": \"99.0\", ", false, failed, 5},
+                 {manual, 200, "{\"version\": 99, \"url\": \"https://example.org\"}", false, failed, 6},
+                 {manual, 200, "{\"version\": \"99.0\"}", false, failed, 7},
+                 {launch, 200, newer, false, news, 8},
+                 {launch, 200, newer, false, {}, 8},
+                 {launch, 500, same, true, {}, 9},
+                 {launch, 200, same, true, {}, 10},
+                 {launch, 200, same, false, {}, 10}}) {
+            server.status = status;
+            server.body = body;
+            if (aDayLater) QSettings().setValue(UpdateChecker::kLastAutoCheckKey, aDayAgo);
+            QCOMPARE(check(run), title);
+            QCOMPARE(server.requests, requests);
         }
     }
 

@@ -71,13 +71,9 @@ TEST(Mp4ExporterTest, WatcherVerdicts) {
     const auto out = dir / "m.mp4";
     auto start = std::chrono::steady_clock::now();
     int calls = 0, looks = 0;
-    struct Row {
-        const char* what;
-        Parameters params;
-        std::function<bool()> alive;
-        std::function<void()> eachLook;
-        std::string outcome;  // "#" stands for the last size
-    };
+    // The liveness test (none: the start-up timeout applies), what happens at each look, and the outcome,
+    // where "#" stands for the last size.
+    using Row = std::tuple<const char*, Parameters, std::function<bool()>, std::function<void()>, std::string>;
     for (const auto& [what, params, alive, eachLook, outcome] : std::vector<Row>{
              {"never written", {.pollInterval = 0.01, .startupTimeout = 0.05}, nullptr, [] {},
               "render did not start within 0 s (output still 0 bytes at " + out.string() + ")"},

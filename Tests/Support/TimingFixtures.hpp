@@ -3,6 +3,8 @@
 // need a main sequence without spelling out every level.
 #include <string>
 
+#include "DeckBuilder.hpp"
+
 namespace orvandel::test {
 
 // One effect: its p:cTn attributes, start delay and the dur of its behaviour on shape spid.
@@ -41,11 +43,7 @@ inline std::string timing(const std::string& steps, const std::string& seqType =
            "</p:childTnLst></p:cTn></p:par></p:tnLst></p:timing>";
 }
 
-// Shape 2 is a text box, shape 3 a video.
-inline std::string slide(const std::string& timingXml) {
-    return "<p:sld><p:cSld><p:spTree><p:sp><p:nvSpPr><p:cNvPr id=\"2\"/></p:nvSpPr></p:sp><p:pic><p:nvPicPr>"
-           "<p:cNvPr id=\"3\"/><p:nvPr><a:videoFile r:link=\"rId2\"/></p:nvPr></p:nvPicPr></p:pic></p:spTree></p:cSld>" +
-           timingXml + "</p:sld>";
-}
+// A slide whose shape 2 is a text box and shape 3 a video, timed by timingXml.
+inline std::string slide(const std::string& timingXml) { return slideXml(kTextBox + kVideo, timingXml); }
 
 }  // namespace orvandel::test

@@ -9,29 +9,24 @@ using namespace orvandel;
 using namespace orvandel::test;
 
 TEST(AdvanceTimeCalculatorTest, AddsEachBlockWithItsPauses) {
-    struct Row {
-        const char* what;
-        std::vector<std::int64_t> steps;
-        bool autoFound;
-        std::int64_t autoMs;
-        std::optional<std::int64_t> videoMs, gifMs;
-        std::int64_t exits, expected;
-    };
-    for (const Row& r : std::vector<Row>{{"nothing", {}, false, 0, {}, {}, 0, 1500},
-                                         {"auto animation", {}, true, 800, {}, {}, 0, 2300},
-                                         {"auto not found", {}, false, 700, {}, {}, 0, 1500},
-                                         {"two steps", {500, 2000}, false, 0, {}, {}, 0, 6000},
-                                         {"two exit groups", {}, false, 0, {}, {}, 2, 4500},
-                                         {"a step and an exit group", {500}, false, 0, {}, {}, 1, 4500},
-                                         {"video", {}, false, 0, 10000, {}, 0, 11500},
-                                         {"GIF", {}, false, 0, {}, 3000, 0, 4500},
-                                         {"video and GIF", {}, false, 0, 10000, 3000, 0, 16000},
-                                         {"instant step after 1 ms", {0}, true, 1, {}, {}, 0, 4501}}) {
-        SCOPED_TRACE(r.what);
-        EXPECT_EQ(AdvanceTimeCalculator::advanceTimeMs(r.steps, r.autoFound, r.autoMs, r.videoMs.has_value(),
-                                                       r.videoMs.value_or(0), r.gifMs.has_value(), r.gifMs.value_or(0),
-                                                       r.exits),
-                  r.expected);
+    using Ms = std::optional<std::int64_t>;
+    // Steps, whether an automatic animation was found and its length, video, GIF, exit groups: advance time.
+    for (const auto& [what, steps, autoFound, autoMs, videoMs, gifMs, exits, expected] :
+         std::vector<std::tuple<const char*, std::vector<std::int64_t>, bool, std::int64_t, Ms, Ms, int, int>>{
+             {"nothing", {}, false, 0, {}, {}, 0, 1500},
+             {"auto animation", {}, true, 800, {}, {}, 0, 2300},
+             {"auto not found", {}, false, 700, {}, {}, 0, 1500},
+             {"two steps", {500, 2000}, false, 0, {}, {}, 0, 6000},
+             {"two exit groups", {}, false, 0, {}, {}, 2, 4500},
+             {"a step and an exit group", {500}, false, 0, {}, {}, 1, 4500},
+             {"video", {}, false, 0, 10000, {}, 0, 11500},
+             {"GIF", {}, false, 0, {}, 3000, 0, 4500},
+             {"video and GIF", {}, false, 0, 10000, 3000, 0, 16000},
+             {"instant step after 1 ms", {0}, true, 1, {}, {}, 0, 4501}}) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(AdvanceTimeCalculator::advanceTimeMs(steps, autoFound, autoMs, videoMs.has_value(), videoMs.value_or(0),
+                                                       gifMs.has_value(), gifMs.value_or(0), exits),
+                  expected);
     }
     // A short step still takes the least step; a longer one its animation and the pause.
     EXPECT_EQ(AdvanceTimeCalculator::bulletStepMs(400), 1500);

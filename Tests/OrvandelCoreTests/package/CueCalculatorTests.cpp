@@ -37,12 +37,7 @@ TEST(CueCalculatorTest, EachKindOfSlideGetsItsCues) {
                         .exitGroupCount = std::int64_t(std::count(kinds.begin(), kinds.end(), exit)),
                         .orderedGroupKinds = kinds};
     };
-    struct Row {
-        const char* what;
-        std::vector<CueInput> slides;
-        Strings cues;
-    };
-    for (const auto& [what, slides, expected] : std::vector<Row>{
+    for (const auto& [what, slides, expected] : std::vector<std::tuple<const char*, std::vector<CueInput>, Strings>>{
              {"plain slides", {plain(1), plain(2), plain(3)}, {"Slide 1@1000", "Slide 2@2500", "Slide 3@4000"}},
              {"a hidden slide takes no time",
               {plain(1), {.slideIndex = 2, .isHidden = true, .advanceTimeMs = 9000}, plain(3)},

@@ -138,14 +138,9 @@ TEST_F(OrvExporterTest, RefusesDecksInOrderBeforeAnyRendering) {
                           .addSlide(slideXml(gifPicture), gifRels)
                           .write(dir / "gifs.pptx");
     using enum DeckError::Case;
-    struct Row {
-        const char* what;
-        fs::path deck;
-        SlideDurations gifMs;
-        DeckError::Case refusal;
-        std::vector<std::int64_t> slides;
-    };
-    for (const auto& [what, deck, gifMs, refusal, slides] : std::vector<Row>{
+    using Slides = std::vector<std::int64_t>;
+    for (const auto& [what, deck, gifMs, refusal, slides] :
+         std::vector<std::tuple<const char*, fs::path, SlideDurations, DeckError::Case, Slides>>{
              {"no slide at all", DeckBuilder().write(dir / "empty.pptx"), {}, noVisibleSlides, {}},
              {"only hidden slides, even with two videos and a GIF",
               DeckBuilder()

@@ -28,13 +28,8 @@ TEST(Mp4DurationTest, HandMadeMovies) {
     tiny[15] = 4;  // the size of moov, after the 12 bytes of ftyp: too small to move the walk on
     Bytes cut = craftedMovie(1000, 5000);
     cut.resize(cut.size() - 10);  // the movie box runs past the end
-    // Milliseconds, or how the reason after the file name begins.
-    struct Row {
-        const char* name;
-        Bytes movie;
-        std::variant<std::int64_t, std::string> expected;
-    };
-    for (const auto& [name, movie, expected] : std::vector<Row>{
+    using Outcome = std::variant<std::int64_t, std::string>;  // ms, or how the reason after the file name begins
+    for (const auto& [name, movie, expected] : std::vector<std::tuple<const char*, Bytes, Outcome>>{
              {"1009-at-1000.mp4", craftedMovie(1000, 1009), 1009},
              {"1-at-1000.mp4", craftedMovie(1000, 1), 1},
              {"999-at-1000.mp4", craftedMovie(1000, 999), 999},
