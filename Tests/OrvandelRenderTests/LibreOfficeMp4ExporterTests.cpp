@@ -1,17 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdlib>
 #include <sstream>
 #include <thread>
 
 #include "DeckBuilder.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
+#include "MovieFrames.hpp"
 #include "RenderError.hpp"
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
-#include "base/Numbers.hpp"
-#include "base/Subprocess.hpp"
 #include "render/Mp4Duration.hpp"
 
 using namespace orvandel;
@@ -40,17 +38,6 @@ void writeDeck(const std::filesystem::path& path, const std::vector<std::int64_t
     deck.write(path);
 }
 
-std::vector<std::int64_t> frameTimesMs(const std::filesystem::path& movie) {
-    std::istringstream lines(Subprocess::run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
-                                              "frame=pts_time", "-of", "csv=p=0", movie.string()})
-                                 .standardOutput);
-    std::vector<std::int64_t> out;
-    for (std::string line; std::getline(lines, line);) {
-        if (const auto s = parseDouble(line.substr(0, line.find(',')))) out.push_back(std::llround(*s * 1000));
-    }
-    return out;
-}
-
 }  // namespace
 
 TEST(LibreOfficeMp4ExporterTest, MovieLastsThePlanAndEverySlideStartsOnItsMillisecond) {
@@ -64,7 +51,7 @@ TEST(LibreOfficeMp4ExporterTest, MovieLastsThePlanAndEverySlideStartsOnItsMillis
                                      }});
     // Hidden slide 2 takes no time: 1234 + 3456 + 1500.
     EXPECT_NEAR(Mp4Duration::measureMs(dir / "master.mp4"), 6190, 5);
-    const auto frames = frameTimesMs(dir / "master.mp4");
+    const auto frames = test::frameTimesMs(dir / "master.mp4");
     for (std::int64_t change : {0, 1234, 4690}) {
         EXPECT_NE(std::find(frames.begin(), frames.end(), change), frames.end()) << "no frame at " << change << " ms";
     }
