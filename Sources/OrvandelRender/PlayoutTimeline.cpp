@@ -52,9 +52,19 @@ struct Condition {
     std::int64_t delayMs = 0;
 };
 
+// A shape, a paragraph, or a part of a shape (a chart's series, a diagram's
+// element, characters) that stands for the whole shape.
+struct Target {
+    PlayoutTarget target;
+    bool part = false;
+};
+
+// What an effect or a p:set does to the visibility of its targets, and
+// whether it does so when it ends (an exit) rather than when it begins.
 struct Visibility {
-    std::vector<PlayoutTarget> targets;
+    std::vector<Target> targets;
     bool visible = false;
+    bool atEnd = false;
 };
 
 struct Node {
@@ -70,6 +80,7 @@ struct Node {
     std::int64_t effectDurationMs = 0;
     std::optional<std::int64_t> durMs;  // kNever for "indefinite"
     std::vector<int> children;
+    std::vector<Target> targets;  // a behaviour's
     std::optional<Visibility> visibility;
     std::optional<std::string> playsShape;
     // Memos, absent until computed; busy while being computed (a cycle).
@@ -116,48 +127,53 @@ std::vector<Condition> conditionsOf(const XmlElement& cTn, int& count) {
     return out;
 }
 
-std::vector<PlayoutTarget> targetsOf(const XmlElement& behaviour) {
-    std::vector<PlayoutTarget> out;
+std::vector<Target> targetsOf(const XmlElement& behaviour) {
+    std::vector<Target> out;
     const auto tgtEl = firstChild(behaviour, "p:tgtEl");
     const auto spTgt = tgtEl ? firstChild(*tgtEl, "p:spTgt") : std::nullopt;
     const auto spid = spTgt ? spTgt->attribute("spid") : std::nullopt;
     if (!spid) return out;
     const auto parts = spTgt->childElements();
-    if (parts.empty() || parts.front().name() == "p:bg") {
-        out.push_back({*spid, std::nullopt});
-        return out;
+    const auto range = !parts.empty() && parts.front().name() == "p:txEl" ? firstChild(parts.front(), "p:pRg")
+                                                                          : std::nullopt;
+    if (range) {
+        const std::int64_t first = std::max<std::int64_t>(0, intAttribute(*range, "st", 0));
+        const std::int64_t last = std::min(intAttribute(*range, "end", first), plus(first, kMaxParagraphs - 1));
+        for (std::int64_t p = first; p <= last; ++p) out.push_back(Target{PlayoutTarget{*spid, p}, false});
+    } else {
+        // The background of a shape is the shape; anything finer is a part.
+        Target whole;
+        whole.target.shapeId = *spid;
+        whole.part = !parts.empty() && parts.front().name() != "p:bg";
+        out.push_back(std::move(whole));
     }
-    if (parts.front().name() != "p:txEl") return out;
-    const auto range = firstChild(parts.front(), "p:pRg");
-    if (!range) return out;
-    const std::int64_t first = std::max<std::int64_t>(0, intAttribute(*range, "st", 0));
-    const std::int64_t last = std::min(intAttribute(*range, "end", first), plus(first, kMaxParagraphs - 1));
-    for (std::int64_t p = first; p <= last; ++p) out.push_back({*spid, p});
     return out;
 }
 
-// What a behaviour does that the play-out follows: a visibility change or a
-// play command.
+// A p:set of style.visibility to "visible" or "hidden".
+std::optional<bool> setsVisibility(const XmlElement& set, const XmlElement& behaviour) {
+    const auto names = firstChild(behaviour, "p:attrNameLst");
+    const auto attr = names ? firstChild(*names, "p:attrName") : std::nullopt;
+    const auto to = firstChild(set, "p:to");
+    const auto value = to ? firstChild(*to, "p:strVal") : std::nullopt;
+    const auto val = value ? value->attribute("val") : std::nullopt;
+    if (!attr || textOf(*attr) != "style.visibility" || (val != "visible" && val != "hidden")) return std::nullopt;
+    return val == "visible";
+}
+
+// What a behaviour does that the play-out follows: its targets, a visibility
+// change, a play command.
 void readBehaviour(const XmlElement& element, Node& node) {
-    const std::string name = element.name();
     const auto behaviour = firstChild(element, "p:cBhvr");
     if (!behaviour) return;
+    node.targets = targetsOf(*behaviour);
+    if (node.targets.empty()) return;
+    const std::string name = element.name();
     if (name == "p:set") {
-        const auto names = firstChild(*behaviour, "p:attrNameLst");
-        const auto attr = names ? firstChild(*names, "p:attrName") : std::nullopt;
-        const auto to = firstChild(element, "p:to");
-        const auto value = to ? firstChild(*to, "p:strVal") : std::nullopt;
-        const auto val = value ? value->attribute("val") : std::nullopt;
-        if (attr && textOf(*attr) == "style.visibility" && (val == "visible" || val == "hidden")) {
-            auto targets = targetsOf(*behaviour);
-            if (!targets.empty()) node.visibility = Visibility{std::move(targets), val == "visible"};
-        }
+        if (const auto visible = setsVisibility(element, *behaviour)) node.visibility = Visibility{node.targets, *visible};
     } else if (name == "p:cmd" && element.attribute("type") == "call") {
         const std::string command = element.attribute("cmd").value_or("");
-        const auto targets = targetsOf(*behaviour);
-        if ((command == "play" || command.starts_with("playFrom")) && !targets.empty()) {
-            node.playsShape = targets.front().shapeId;
-        }
+        if (command == "play" || command.starts_with("playFrom")) node.playsShape = node.targets.front().target.shapeId;
     }
 }
 
@@ -242,6 +258,21 @@ private:
             if (!list) continue;
             for (const auto& child : list->childElements()) last = add(child, index, sequence, last);
         }
+        // An entrance shows its targets when it begins, an exit hides them
+        // when it ends, whatever its behaviours do on the way; the nodes
+        // below it are the ones added since.
+        const auto presetClass = cTn->attribute("presetClass");
+        if (presetClass == "entr" || presetClass == "exit") {
+            Visibility effect{{}, presetClass == "entr", presetClass == "exit"};
+            for (std::size_t below = std::size_t(index) + 1; below < nodes_.size(); ++below) {
+                for (const auto& target : nodes_[below].targets) {
+                    const auto same = [&](const Target& t) { return t.target == target.target; };
+                    if (std::none_of(effect.targets.begin(), effect.targets.end(), same)) effect.targets.push_back(target);
+                }
+                nodes_[below].visibility.reset();
+            }
+            if (!effect.targets.empty()) nodes_[std::size_t(index)].visibility = std::move(effect);
+        }
         return index;
     }
 
@@ -320,43 +351,55 @@ SlidePlayout evaluate(std::string_view slideXml) {
     if (!timing) return out;
     Graph graph(*timing);
 
-    struct Change {
+    struct Event {
         std::int64_t atMs;  // kNever: never happens
         std::size_t order;
-        const Visibility* visibility;
+        Target target;
+        bool visible;
     };
-    std::vector<Change> changes;
+    std::vector<Event> events;
     for (std::size_t i = 0; i < graph.nodes().size(); ++i) {
         const Node& node = graph.nodes()[i];
+        const int index = static_cast<int>(i);
         if (node.visibility) {
-            changes.push_back({graph.begin(static_cast<int>(i)).value_or(kNever), i, &*node.visibility});
+            const std::int64_t at = node.visibility->atEnd ? graph.end(index) : graph.begin(index).value_or(kNever);
+            for (const auto& target : node.visibility->targets) events.push_back({at, i, target, node.visibility->visible});
         } else if (node.playsShape) {
-            if (const auto at = graph.begin(static_cast<int>(i))) out.media.push_back({*node.playsShape, *at});
+            if (const auto at = graph.begin(index)) out.media.push_back({*node.playsShape, *at});
         }
     }
     std::stable_sort(out.media.begin(), out.media.end(),
                      [](const MediaStart& a, const MediaStart& b) { return a.startMs < b.startMs; });
-    std::sort(changes.begin(), changes.end(),
-              [](const Change& a, const Change& b) { return std::tie(a.atMs, a.order) < std::tie(b.atMs, b.order); });
+
+    // A graphic built part by part appears with its first part and leaves
+    // with its last, if every part leaves.
+    std::map<std::string, std::int64_t> lastPartExit;
+    for (const auto& e : events) {
+        if (e.target.part && !e.visible) {
+            auto [it, isNew] = lastPartExit.try_emplace(e.target.target.shapeId, e.atMs);
+            if (!isNew) it->second = it->second == kNever || e.atMs == kNever ? kNever : std::max(it->second, e.atMs);
+        }
+    }
+    std::erase_if(events, [&](const Event& e) {
+        return e.target.part && !e.visible && e.atMs != lastPartExit[e.target.target.shapeId];
+    });
+    std::sort(events.begin(), events.end(),
+              [](const Event& a, const Event& b) { return std::tie(a.atMs, a.order) < std::tie(b.atMs, b.order); });
 
     // A target whose first change shows it is hidden when the slide opens.
     std::set<PlayoutTarget> seen, hidden;
-    for (const auto& c : changes) {
-        for (const auto& target : c.visibility->targets) {
-            if (seen.insert(target).second && c.visibility->visible) hidden.insert(target);
-        }
+    for (const auto& e : events) {
+        if (seen.insert(e.target.target).second && e.visible) hidden.insert(e.target.target);
     }
     auto& states = out.states;
     states.front().hidden.assign(hidden.begin(), hidden.end());
-    for (std::size_t i = 0; i < changes.size() && changes[i].atMs != kNever;) {
-        const std::int64_t at = changes[i].atMs;
-        for (; i < changes.size() && changes[i].atMs == at; ++i) {
-            for (const auto& target : changes[i].visibility->targets) {
-                if (changes[i].visibility->visible) {
-                    hidden.erase(target);
-                } else {
-                    hidden.insert(target);
-                }
+    for (std::size_t i = 0; i < events.size() && events[i].atMs != kNever;) {
+        const std::int64_t at = events[i].atMs;
+        for (; i < events.size() && events[i].atMs == at; ++i) {
+            if (events[i].visible) {
+                hidden.erase(events[i].target.target);
+            } else {
+                hidden.insert(events[i].target.target);
             }
         }
         std::vector<PlayoutTarget> now(hidden.begin(), hidden.end());

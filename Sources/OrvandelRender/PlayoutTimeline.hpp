@@ -28,13 +28,17 @@
 //   repeatCount, endCondLst and fill are not evaluated: visibility once set
 //   holds until another p:set changes it.
 //
-// Visibility changes are the p:set behaviours on style.visibility. A target
-// whose first change (by time; changes that never happen count after all
-// others, in document order) makes it visible is hidden when the slide opens,
-// as the shape of an entrance effect is. Targets are whole shapes (p:spTgt,
-// also through its background p:bg) and paragraphs (p:txEl/p:pRg, one target
-// per paragraph). Parts of charts and diagrams and character ranges are not
-// followed: such shapes are shown as drawn.
+// What is shown: an entrance effect (presetClass "entr") shows its targets
+// when it begins, an exit effect ("exit") hides them when it ends; elsewhere a
+// p:set of style.visibility changes them when it begins. Emphasis effects and
+// motion paths leave their targets as they are. A target whose first change
+// (by time; changes that never happen count after all others, in document
+// order) shows it is hidden when the slide opens. Targets are whole shapes
+// (p:spTgt, also through its background p:bg) and paragraphs (p:txEl/p:pRg,
+// one target per paragraph). A part of a shape (a chart's series or category,
+// a diagram's element, a character range) stands for the whole shape: a
+// graphic built part by part appears with its first part and leaves with its
+// last.
 #include <compare>
 #include <cstdint>
 #include <optional>

@@ -282,6 +282,86 @@ std::string withoutNotes(const std::string& rels) {
     return out;
 }
 
+struct Edit {
+    std::size_t begin, end;
+    std::string text;
+};
+
+// A compatibility block after the shape tree that holds timing or a transition.
+bool animates(std::string_view xml, const Span& block) {
+    const auto text = xml.substr(block.begin, block.end - block.begin);
+    return text.find("<p:timing") != std::string_view::npos || text.find("<p:transition") != std::string_view::npos;
+}
+
+// The start tag with the attribute set to value (replaced, or added last).
+std::string withAttribute(std::string_view tag, std::string_view name, std::string_view value) {
+    std::string out(tag);
+    const std::string key = " " + std::string(name) + "=\"";
+    if (const auto at = out.find(key); at != std::string::npos) {
+        const auto close = out.find('"', at + key.size());
+        return out.replace(at + key.size(), close - at - key.size(), value);
+    }
+    const auto end = out.size() - (out.ends_with("/>") ? 2 : 1);
+    return out.insert(end, key + std::string(value) + "\"");
+}
+
+// Hides the wanted paragraphs of the shape's text body, counted from 0. An
+// explicitly numbered paragraph that follows hidden ones keeps its number:
+// a hidden paragraph has no bullet, which would restart the count.
+void hideParagraphs(std::string_view xml, const std::vector<Span>& spans, int shape,
+                    const std::set<std::int64_t>& wanted, std::vector<Edit>& edits) {
+    struct Count {
+        std::string type;
+        std::int64_t number = 0;
+    };
+    // Per level, the list running in the deck and the one the state shows.
+    std::map<std::int64_t, Count> deck, shown;
+    int body = -1;
+    std::int64_t index = 0;
+    for (std::size_t m = std::size_t(shape) + 1; m < spans.size() && spans[m].begin < spans[std::size_t(shape)].end; ++m) {
+        if (spans[m].parent == shape && spans[m].name == "p:txBody") body = static_cast<int>(m);
+        if (body < 0 || spans[m].parent != body || spans[m].name != "a:p") continue;
+        const bool hide = wanted.contains(index++);
+        std::int64_t level = 0;
+        const Span* number = nullptr;  // the paragraph's own a:buAutoNum
+        for (std::size_t c = m + 1; c < spans.size() && spans[c].begin < spans[m].end; ++c) {
+            if (spans[c].parent == int(m) && spans[c].name == "a:pPr") {
+                level = parseInt64(attributeOf(xml, spans[c], "lvl").value_or("0")).value_or(0);
+            } else if (spans[c].name == "a:buAutoNum" && spans[spans[c].parent].name == "a:pPr") {
+                number = &spans[c];
+            }
+        }
+        std::erase_if(deck, [&](const auto& e) { return e.first > level; });
+        std::erase_if(shown, [&](const auto& e) { return e.first > level; });
+        if (hide) {
+            const auto text = xml.substr(spans[m].begin, spans[m].end - spans[m].begin);
+            if (auto edited = hiddenParagraph(text)) edits.push_back({spans[m].begin, spans[m].end, *edited});
+        }
+        if (!number) {
+            deck.erase(level);
+            shown.erase(level);
+            continue;
+        }
+        const std::string type = attributeOf(xml, *number, "type").value_or("");
+        const std::int64_t startAt = parseInt64(attributeOf(xml, *number, "startAt").value_or("1")).value_or(1);
+        auto next = [&](std::map<std::int64_t, Count>& lists) {
+            const auto running = lists.find(level);
+            return running != lists.end() && running->second.type == type ? running->second.number + 1 : startAt;
+        };
+        const std::int64_t inDeck = next(deck);
+        deck[level] = {type, inDeck};
+        if (hide) {
+            shown.erase(level);
+        } else {
+            if (next(shown) != inDeck) {
+                const auto tag = xml.substr(number->begin, number->tagEnd - number->begin);
+                edits.push_back({number->begin, number->tagEnd, withAttribute(tag, "startAt", formatInt(inDeck))});
+            }
+            shown[level] = {type, inDeck};
+        }
+    }
+}
+
 }  // namespace
 
 bool Layout::needsDeck() const {
@@ -316,8 +396,6 @@ Layout layout(const RenderPlan& plan, bool steps) {
 }
 
 std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTarget>& hidden) {
-    std::string out(slideXml);
-    if (hidden.empty()) return out;
     std::set<std::string> shapes;
     std::map<std::string, std::set<std::int64_t>> paragraphs;
     for (const auto& t : hidden) {
@@ -327,35 +405,23 @@ std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTar
             shapes.insert(t.shapeId);
         }
     }
-
-    struct Edit {
-        std::size_t begin, end;
-        std::string text;
-    };
     std::vector<Edit> edits;
     const auto spans = elementSpans(slideXml);
+    const auto at = [&](int i) -> const Span& { return spans[static_cast<std::size_t>(i)]; };
     for (std::size_t k = 0; k < spans.size(); ++k) {
-        if (spans[k].name != "p:cNvPr" || spans[k].parent < 0) continue;
-        const int shapeIndex = spans[static_cast<std::size_t>(spans[k].parent)].parent;
-        if (shapeIndex < 0 || !isShape(spans[static_cast<std::size_t>(shapeIndex)].name)) continue;
-        const Span& shape = spans[static_cast<std::size_t>(shapeIndex)];
+        // Nothing animates or advances in a storyboard: its slides are stills.
+        if (spans[k].parent == 0 && (spans[k].name == "p:timing" || spans[k].name == "p:transition" ||
+                                     (spans[k].name == "mc:AlternateContent" && animates(slideXml, spans[k])))) {
+            edits.push_back({spans[k].begin, spans[k].end, ""});
+        }
+        if (spans[k].name != "p:cNvPr" || spans[k].parent < 0 || at(spans[k].parent).parent < 0) continue;
+        const int shapeIndex = at(spans[k].parent).parent;
+        if (!isShape(at(shapeIndex).name)) continue;
         const std::string id = attributeOf(slideXml, spans[k], "id").value_or("");
         if (shapes.contains(id)) {
-            edits.push_back({shape.begin, shape.end, ""});
-            continue;
-        }
-        const auto wanted = paragraphs.find(id);
-        if (wanted == paragraphs.end()) continue;
-        // The paragraphs of the shape's own text body, counted from 0.
-        int body = -1;
-        std::int64_t index = 0;
-        for (std::size_t m = k + 1; m < spans.size() && spans[m].begin < shape.end; ++m) {
-            if (spans[m].parent == shapeIndex && spans[m].name == "p:txBody") body = static_cast<int>(m);
-            if (body < 0 || spans[m].parent != body || spans[m].name != "a:p") continue;
-            if (wanted->second.contains(index++)) {
-                const auto text = slideXml.substr(spans[m].begin, spans[m].end - spans[m].begin);
-                if (auto edited = hiddenParagraph(text)) edits.push_back({spans[m].begin, spans[m].end, *edited});
-            }
+            edits.push_back({at(shapeIndex).begin, at(shapeIndex).end, ""});
+        } else if (const auto wanted = paragraphs.find(id); wanted != paragraphs.end()) {
+            hideParagraphs(slideXml, spans, shapeIndex, wanted->second, edits);
         }
     }
     // Outer edits first; an edit inside a removed shape is dropped.
@@ -366,6 +432,7 @@ std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTar
     for (auto& e : edits) {
         if (kept.empty() || e.begin >= kept.back().end) kept.push_back(std::move(e));
     }
+    std::string out(slideXml);
     for (auto it = kept.rbegin(); it != kept.rend(); ++it) out.replace(it->begin, it->end - it->begin, it->text);
     return out;
 }
@@ -383,9 +450,9 @@ void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, co
     std::vector<std::pair<std::string, std::vector<std::string>>> copies;  // slide part -> its copies, in order
     for (const auto& slide : plan.slides) {
         const auto& pages = pagesOf[slide.displayIndex];
-        if (pages.empty() || (pages.size() == 1 && pages.front()->hidden.empty())) continue;
+        if (pages.empty()) continue;
         const std::string xml = deck.readEntry(slide.file);
-        if (!pages.front()->hidden.empty()) replaced[slide.file] = toBytes(slideInState(xml, pages.front()->hidden));
+        replaced[slide.file] = toBytes(slideInState(xml, pages.front()->hidden));
         if (pages.size() == 1) continue;
         std::string rels;
         try {

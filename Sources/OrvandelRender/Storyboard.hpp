@@ -6,11 +6,12 @@
 // keep one page each (they are exported too, so pages follow storyboard slides
 // one to one).
 //
-// In a state's copy, hidden shapes are removed from the shape tree: every
-// shape is positioned on its own, so nothing else moves, and LibreOffice
-// ignores hidden="1" on placeholders. Hidden paragraphs stay in place, so that
-// the text keeps its layout: their runs become fully transparent, their
-// bullets are switched off.
+// A storyboard slide is a still: no timing, no transition. In it, hidden
+// shapes are removed from the shape tree: every shape is positioned on its
+// own, so nothing else moves (and LibreOffice ignores hidden="1" on
+// placeholders). Hidden paragraphs stay in place, so that the text keeps its
+// layout: their runs become fully transparent, their bullets are switched
+// off, and a numbered paragraph after them keeps its number.
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -51,9 +52,9 @@ struct Layout {
 // whole advance time.
 Layout layout(const RenderPlan& plan, bool steps = true);
 
-// The slide's XML showing one state (exposed for tests). A paragraph whose
-// text cannot be edited safely (it declares namespaces of its own or uses
-// prefixes the fragment parser does not know) is left visible.
+// The storyboard slide of one state of a slide (exposed for tests). A
+// paragraph whose text cannot be edited safely (it declares namespaces of its
+// own or uses prefixes the fragment parser does not know) is left visible.
 std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTarget>& hidden);
 
 // Writes the storyboard of the prepared deck to `out` (stored entries). Throws

@@ -35,17 +35,29 @@ inline std::string click(const std::string& effects) {
            "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>";
 }
 
-// Title (shape 2) and three bullets (shape 3) that come in on three clicks.
+// A paragraph of 28 pt text with its paragraph properties (XML, may be empty).
+inline std::string para(const std::string& text, const std::string& pPr = "") {
+    return "<a:p>" + (pPr.empty() ? "" : "<a:pPr marL=\"457200\" indent=\"-457200\">" + pPr + "</a:pPr>") +
+           "<a:r><a:rPr lang=\"pt-BR\" sz=\"2800\"/><a:t>" + text + "</a:t></a:r></a:p>";
+}
+inline const std::string kBullet = "<a:buChar char=\"&#8226;\"/>";
+inline const std::string kNumbered = "<a:buAutoNum type=\"arabicPeriod\"/>";
+
+// A text box: shape `id`, `y` EMU from the top of a 16:9 slide, full width.
+inline std::string textBox(const std::string& id, long y, const std::string& paragraphs) {
+    return "<p:sp><p:nvSpPr><p:cNvPr id=\"" + id + "\" name=\"Caixa " + id + "\"/><p:cNvSpPr txBox=\"1\"/><p:nvPr/>"
+           "</p:nvSpPr><p:spPr><a:xfrm><a:off x=\"838200\" y=\"" + std::to_string(y) + "\"/><a:ext cx=\"10515600\" "
+           "cy=\"1400000\"/></a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom></p:spPr><p:txBody><a:bodyPr "
+           "wrap=\"square\"/><a:lstStyle/>" + paragraphs + "</p:txBody></p:sp>";
+}
+
+// A title (shape 2) and three bulleted paragraphs (shape 3) that come in on
+// three clicks.
 inline std::string bulletSlide() {
-    std::string bullets;
-    for (const char* text : {"Um", "Dois", "Tres"}) bullets += std::string("<a:p><a:r><a:t>") + text + "</a:t></a:r></a:p>";
-    const std::string shapes =
-        "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"T\"/><p:cNvSpPr/><p:nvPr><p:ph type=\"title\"/></p:nvPr></p:nvSpPr>"
-        "<p:spPr/><p:txBody><a:bodyPr/><a:p><a:r><a:t>Titulo</a:t></a:r></a:p></p:txBody></p:sp><p:sp><p:nvSpPr>"
-        "<p:cNvPr id=\"3\" name=\"B\"/><p:cNvSpPr/><p:nvPr><p:ph idx=\"1\"/></p:nvPr></p:nvSpPr><p:spPr/><p:txBody>"
-        "<a:bodyPr/>" + bullets + "</p:txBody></p:sp>";
-    return slideXml(shapes, timing(click(fade("clickEffect", paragraph(0))) + click(fade("clickEffect", paragraph(1))) +
-                                   click(fade("clickEffect", paragraph(2)))));
+    return slideXml(textBox("2", 365125, para("Titulo")) +
+                        textBox("3", 1825625, para("Um", kBullet) + para("Dois", kBullet) + para("Tres", kBullet)),
+                    timing(click(fade("clickEffect", paragraph(0))) + click(fade("clickEffect", paragraph(1))) +
+                           click(fade("clickEffect", paragraph(2)))));
 }
 
 }  // namespace orvandel::test

@@ -1,7 +1,7 @@
 #pragma once
 // What a movie shows, for the render tests: every frame's time (ffprobe) and
-// its pixels scaled down in gray (ffmpeg), so that a test can ask which frame
-// is on screen at a millisecond and how much text it holds.
+// pixels in gray (ffmpeg), so that a test can ask which frame is on screen at
+// a millisecond, how many lines of text it holds, and whether text moved.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -26,16 +26,39 @@ inline std::vector<std::int64_t> frameTimesMs(const std::filesystem::path& movie
     return out;
 }
 
+// Every frame of a movie or an image, scaled to kWidth x kHeight gray bytes.
+inline constexpr int kWidth = 480, kHeight = 270;
+inline std::string grayFrames(const std::filesystem::path& file) {
+    return Subprocess::run({"ffmpeg", "-v", "error", "-i", file.string(), "-fps_mode", "passthrough", "-vf",
+                            "scale=" + std::to_string(kWidth) + ":" + std::to_string(kHeight), "-pix_fmt", "gray",
+                            "-f", "rawvideo", "-"})
+        .standardOutput;
+}
+
+// The rows of a frame below the top quarter (below a title) with a dark
+// pixel: lines of text on a light slide.
+inline std::vector<int> inkRows(const std::string& frame) {
+    std::vector<int> rows;
+    for (int y = kHeight / 4; y < kHeight; ++y) {
+        const auto row = frame.substr(std::size_t(y) * kWidth, kWidth);
+        if (std::any_of(row.begin(), row.end(), [](char c) { return static_cast<unsigned char>(c) < 128; })) {
+            rows.push_back(y);
+        }
+    }
+    return rows;
+}
+
+// Whether every line of text in `before` is still there, unmoved, in `after`.
+inline bool keepsText(const std::string& before, const std::string& after) {
+    for (int y : inkRows(before)) {
+        if (before.compare(std::size_t(y) * kWidth, kWidth, after, std::size_t(y) * kWidth, kWidth) != 0) return false;
+    }
+    return true;
+}
+
 class MovieFrames {
 public:
-    static constexpr int kWidth = 192, kHeight = 108;
-
-    explicit MovieFrames(const std::filesystem::path& movie) : timesMs_(frameTimesMs(movie)) {
-        pixels_ = Subprocess::run({"ffmpeg", "-v", "error", "-i", movie.string(), "-fps_mode", "passthrough", "-vf",
-                                   "scale=" + std::to_string(kWidth) + ":" + std::to_string(kHeight), "-pix_fmt",
-                                   "gray", "-f", "rawvideo", "-"})
-                      .standardOutput;
-    }
+    explicit MovieFrames(const std::filesystem::path& movie) : timesMs_(frameTimesMs(movie)), pixels_(grayFrames(movie)) {}
 
     const std::vector<std::int64_t>& timesMs() const { return timesMs_; }
 
@@ -44,18 +67,6 @@ public:
         const auto after = std::upper_bound(timesMs_.begin(), timesMs_.end(), ms);
         const auto index = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, after - timesMs_.begin() - 1));
         return pixels_.substr(index * kWidth * kHeight, std::size_t(kWidth) * kHeight);
-    }
-
-    // Rows between the fractions `from` and `to` of the height with a dark
-    // pixel: lines of text on a light slide.
-    int inkRowsAt(std::int64_t ms, double from = 0.22, double to = 0.9) const {
-        const std::string frame = shownAt(ms);
-        int rows = 0;
-        for (int y = int(from * kHeight); y < int(to * kHeight); ++y) {
-            const auto row = frame.substr(std::size_t(y) * kWidth, kWidth);
-            rows += std::any_of(row.begin(), row.end(), [](char c) { return static_cast<unsigned char>(c) < 128; });
-        }
-        return rows;
     }
 
 private:

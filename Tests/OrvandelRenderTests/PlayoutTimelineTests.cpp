@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <iostream>
 
 #include "AnimatedSlides.hpp"
@@ -10,6 +11,7 @@
 #include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
 #include "deck/DeckScanner.hpp"
+#include "package/CueCalculator.hpp"
 #include "rewrite/ExitWriter.hpp"
 #include "rewrite/TimingTransformer.hpp"
 #include "rewrite/UnifiedBulletPlanBuilder.hpp"
@@ -43,13 +45,13 @@ TEST(PlayoutTimelineTest, ClickStepsOfAPreparedBulletSlideShowAtTheirPlannedTime
     EXPECT_EQ(prepared.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 1500, 3000}));
 }
 
-TEST(PlayoutTimelineTest, ExitsLeaveWhenTheirSetFiresAndStepsThatWaitForAClickNeverPlay) {
+TEST(PlayoutTimelineTest, ExitsLeaveWhenTheyEndAndStepsThatWaitForAClickNeverPlay) {
     const std::string source = slideXml("", timing(click(fade("clickEffect", shape("4"), false)) +
                                                    click(fade("clickEffect", shape("5"), false))));
     const auto playout = PlayoutTimeline::evaluate(ExitWriter::convertExitToAfterEffect(source));
     // The first exit starts 500 ms in and hides its shape as its fade ends;
     // the second step still waits for a click.
-    EXPECT_EQ(playout.states, (std::vector<PlayoutState>{{0, {}}, {999, {whole("4")}}}));
+    EXPECT_EQ(playout.states, (std::vector<PlayoutState>{{0, {}}, {1000, {whole("4")}}}));
     EXPECT_EQ(playout.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, std::nullopt}));
 }
 
@@ -80,11 +82,15 @@ TEST(PlayoutTimelineTest, ReferencesMediaAndTriggersFollowTheTimingTree) {
 
 // Over every deck of the corpus, without LibreOffice: the group starts the
 // play-out reads from each prepared bullet slide are the starts the timing
-// plan gave, and every state of every slide makes a well-formed storyboard slide.
-TEST(PlayoutTimelineTest, OnEveryCorpusDeckGroupsStartWhereThePlanPutsThem) {
+// plan gave; each step shows between its slide's cue before it and its own
+// cue (where cues follow the steps: no interleaved entry and exit groups, no
+// media, and no group after a click group that keeps the delay it had within
+// its click, which the timing rewrite does not move); and every state of
+// every slide makes a well-formed storyboard slide.
+TEST(PlayoutTimelineTest, OnEveryCorpusDeckStepsShowWhereThePlanAndTheCuesPutThem) {
     ORVANDEL_REQUIRE_CORPUS();
     TempDir dir;
-    int bulletSlides = 0, states = 0;
+    int steps = 0, states = 0;
     for (const auto& deck : corpusDecks()) {
         SCOPED_TRACE(deck.filename().string());
         std::vector<SlideReport> reports;
@@ -93,8 +99,10 @@ TEST(PlayoutTimelineTest, OnEveryCorpusDeckGroupsStartWhereThePlanPutsThem) {
         } catch (const Error&) {
             continue;  // decks refused on purpose; the deck transformer's tests cover them
         }
+        const auto inputs = CueInputAssembler::cueInputs(reports, {}, {});
         PptxArchive::Deck source(deck), prepared(dir / "prepared.pptx");
-        for (const auto& r : reports) {
+        for (std::size_t i = 0; i < reports.size(); ++i) {
+            const auto& r = reports[i];
             const std::string xml = prepared.readEntry(r.file);
             const auto playout = PlayoutTimeline::evaluate(xml);
             for (const auto& state : playout.states) {
@@ -102,15 +110,33 @@ TEST(PlayoutTimelineTest, OnEveryCorpusDeckGroupsStartWhereThePlanPutsThem) {
                 EXPECT_NO_THROW(XmlElement::parseDocument(Storyboard::slideInState(xml, state.hidden))) << r.file;
             }
             if (r.bulletCount < 1) continue;
-            ++bulletSlides;
             const auto plan = UnifiedBulletPlanBuilder::buildPlan(
                 *SlideXML::parseElement(source.readEntry(r.file), "p:timing"), {*r.advTmMs, 1000, 1500});
             ASSERT_EQ(playout.groupStartsMs.size(), plan.groups.size()) << r.file;
+            std::vector<std::int64_t> starts;
+            bool followers = false;  // groups after a click group that keep their own delay
             for (std::size_t g = 0; g < plan.groups.size(); ++g) {
-                if (!plan.groups[g].startDelayMs) continue;  // a group that follows another keeps its timing
+                followers = followers || (!starts.empty() && !plan.groups[g].startDelayMs);
+                if (!plan.groups[g].startDelayMs) continue;
                 EXPECT_EQ(playout.groupStartsMs[g], plan.groups[g].startDelayMs) << r.file << " group " << g;
+                starts.push_back(*plan.groups[g].startDelayMs);
+            }
+            const CueInput& alone = inputs[i];
+            if (alone.isHidden || (alone.exitGroupCount >= 1 && !alone.orderedGroupKinds.empty()) ||
+                alone.videoDurationMs || alone.gifDurationMs || followers || starts.size() != std::size_t(r.bulletCount)) {
+                continue;
+            }
+            const auto cues = CueCalculator::calculateCues({alone});  // [lead-in, step 1, ..., step n]
+            for (std::size_t k = 0; k < starts.size(); ++k) {
+                const std::int64_t next = k + 1 < starts.size() ? starts[k + 1] : r.advTmMs.value_or(0);
+                const auto change = std::find_if(playout.states.begin() + 1, playout.states.end(),
+                                                 [&](const PlayoutState& s) { return s.startMs >= starts[k]; });
+                if (change == playout.states.end() || change->startMs >= next) continue;  // shows nothing new
+                ++steps;
+                EXPECT_GE(change->startMs, cues[k].timeMs) << r.file << " step " << k + 1;
+                EXPECT_LT(change->startMs, cues[k + 1].timeMs) << r.file << " step " << k + 1;
             }
         }
     }
-    std::cout << bulletSlides << " bullet slides agree with their plans; " << states << " states\n";
+    std::cout << steps << " steps of bullet slides show between their cues; " << states << " states\n";
 }

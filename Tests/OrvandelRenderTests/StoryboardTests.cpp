@@ -10,26 +10,33 @@
 using namespace orvandel;
 using namespace orvandel::test;
 
-TEST(StoryboardTest, AStateRemovesHiddenShapesAndClearsHiddenParagraphsInPlace) {
-    const std::string body =
-        "<p:sp><p:nvSpPr><p:cNvPr id=\"3\" name=\"B\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/><p:txBody><a:bodyPr/>"
-        "<a:p><a:pPr lvl=\"1\"><a:buChar char=\"-\"/><a:defRPr/></a:pPr><a:r><a:rPr lang=\"pt-BR\"><a:solidFill>"
-        "<a:srgbClr val=\"FF0000\"/></a:solidFill><a:latin typeface=\"Arial\"/></a:rPr><a:t>Um</a:t></a:r></a:p>"
-        "<a:p><a:r><a:t>Dois</a:t></a:r></a:p><a:p><a:r><a:t>Tres</a:t></a:r></a:p></p:txBody></p:sp>";
+TEST(StoryboardTest, AStateIsAStillWithoutHiddenShapesAndWithHiddenParagraphsInPlace) {
+    const std::string numbered = "<a:pPr lvl=\"1\"><a:buAutoNum type=\"arabicPeriod\"/>";
+    const auto body = [&](const std::string& first, const std::string& second, const std::string& third) {
+        return "<p:sp><p:nvSpPr><p:cNvPr id=\"3\" name=\"B\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/><p:txBody>"
+               "<a:bodyPr/>" + first + second + third + "</p:txBody></p:sp>";
+    };
     const std::string group = "<p:grpSp><p:nvGrpSpPr><p:cNvPr id=\"4\" name=\"G\"/><p:cNvGrpSpPr/><p:nvPr/></p:nvGrpSpPr>"
                               "<p:grpSpPr/>" + picture("5", "rId2") + "</p:grpSp>";
-    const std::string slide = slideXml(body + group + picture("6", "rId3"));
-    const std::string transparent =
-        "<a:solidFill><a:srgbClr val=\"FFFFFF\"><a:alpha val=\"0\"/></a:srgbClr></a:solidFill>";
-    const std::string expected = slideXml(
-        "<p:sp><p:nvSpPr><p:cNvPr id=\"3\" name=\"B\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/><p:txBody><a:bodyPr/>"
-        "<a:p><a:pPr lvl=\"1\"><a:buNone/><a:defRPr/></a:pPr><a:r><a:rPr lang=\"pt-BR\">" + transparent +
-        "<a:latin typeface=\"Arial\"/></a:rPr><a:t>Um</a:t></a:r></a:p><a:p><a:pPr><a:buNone/></a:pPr><a:r><a:rPr>" +
-        transparent + "</a:rPr><a:t>Dois</a:t></a:r></a:p><a:p><a:r><a:t>Tres</a:t></a:r></a:p></p:txBody></p:sp>" +
-        picture("6", "rId3"));
-    // Shape 5 goes with its group; paragraphs 0 and 1 keep their place.
-    EXPECT_EQ(Storyboard::slideInState(slide, {{"3", 0}, {"3", 1}, {"4", std::nullopt}, {"5", std::nullopt}}), expected);
-    EXPECT_EQ(Storyboard::slideInState(slide, {}), slide);
+    const std::string slide =
+        slideXml(body("<a:p>" + numbered + "<a:defRPr/></a:pPr><a:r><a:rPr lang=\"pt-BR\"><a:solidFill><a:srgbClr "
+                      "val=\"FF0000\"/></a:solidFill><a:latin typeface=\"Arial\"/></a:rPr><a:t>Um</a:t></a:r></a:p>",
+                      "<a:p>" + numbered + "</a:pPr><a:r><a:t>Dois</a:t></a:r></a:p>",
+                      "<a:p><a:r><a:t>Tres</a:t></a:r></a:p>") +
+                     group + picture("6", "rId3"),
+                 "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr><p:transition advTm=\"1500\"/>" + timing(""));
+    const std::string clear = "<a:solidFill><a:srgbClr val=\"FFFFFF\"><a:alpha val=\"0\"/></a:srgbClr></a:solidFill>";
+    // Shape 5 goes with its group; paragraphs 0 and 2 keep their place, and
+    // paragraph 1 keeps its number 2.
+    const std::string expected =
+        slideXml(body("<a:p><a:pPr lvl=\"1\"><a:buNone/><a:defRPr/></a:pPr><a:r><a:rPr lang=\"pt-BR\">" + clear +
+                          "<a:latin typeface=\"Arial\"/></a:rPr><a:t>Um</a:t></a:r></a:p>",
+                      "<a:p><a:pPr lvl=\"1\"><a:buAutoNum type=\"arabicPeriod\" startAt=\"2\"/></a:pPr><a:r><a:t>Dois"
+                      "</a:t></a:r></a:p>",
+                      "<a:p><a:pPr><a:buNone/></a:pPr><a:r><a:rPr>" + clear + "</a:rPr><a:t>Tres</a:t></a:r></a:p>") +
+                     picture("6", "rId3"),
+                 "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr>");
+    EXPECT_EQ(Storyboard::slideInState(slide, {{"3", 0}, {"3", 2}, {"4", std::nullopt}, {"5", std::nullopt}}), expected);
 }
 
 TEST(StoryboardTest, ShotsFollowTheStatesUntilTheAdvanceTimeAndAlikeStatesSharePages) {
