@@ -82,7 +82,8 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     const auto frames = MovieEncoder::convertToFrames(
         stills, frame, scratch.path() / "frames",
         {.timeout = std::chrono::milliseconds(120'000 + 2'000 * static_cast<std::int64_t>(pages.size())),
-         .cancel = hooks.cancel});
+         .cancel = hooks.cancel,
+         .workers = workers});
     std::map<int, std::filesystem::path> frameOf;
     for (std::size_t i = 0; i < pages.size(); ++i) frameOf[pages[i]] = frames.at(i);
     std::vector<TimelineEntry> entries;
