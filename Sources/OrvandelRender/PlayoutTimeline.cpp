@@ -21,7 +21,7 @@ using TimingTree::firstChild;
 constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 // A chain of references deeper than this is treated as never resolving (it
 // keeps a hostile file from exhausting the stack).
-constexpr int kMaxDepth = 2000;
+constexpr int kMaxDepth = 500;
 // A paragraph range is followed for at most this many paragraphs.
 constexpr std::int64_t kMaxParagraphs = 1000;
 

@@ -67,7 +67,8 @@ RenderPlan read(const std::filesystem::path& preparedDeck) {
                 throw RenderError(RenderError::Case::badDeck, kStage,
                                   std::string(kStage) + ": the animation timing of slide " +
                                       std::to_string(slide.displayIndex) + " (" + files[i] + ") cannot be read (" +
-                                      e.what() + "). Prepare the deck again with orvandel.");
+                                      e.what() + "). Prepare the deck again with orvandel.",
+                                  e.cause());
             }
         }
         plan.slides.push_back(std::move(slide));

@@ -296,13 +296,14 @@ bool animates(std::string_view xml, const Span& block) {
 // The start tag with the attribute set to value (replaced, or added last).
 std::string withAttribute(std::string_view tag, std::string_view name, std::string_view value) {
     std::string out(tag);
-    const std::string key = " " + std::string(name) + "=\"";
-    if (const auto at = out.find(key); at != std::string::npos) {
-        const auto close = out.find('"', at + key.size());
-        return out.replace(at + key.size(), close - at - key.size(), value);
+    const std::string key = " " + std::string(name) + "=";
+    if (const auto at = out.find(key); at != std::string::npos && at + key.size() < out.size()) {
+        const auto open = at + key.size();
+        const auto close = out.find(out[open], open + 1);
+        if (close != std::string::npos) return out.replace(open + 1, close - open - 1, value);
     }
     const auto end = out.size() - (out.ends_with("/>") ? 2 : 1);
-    return out.insert(end, key + std::string(value) + "\"");
+    return out.insert(end, key + "\"" + std::string(value) + "\"");
 }
 
 // Hides the wanted paragraphs of the shape's text body, counted from 0. An

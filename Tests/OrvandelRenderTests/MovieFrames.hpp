@@ -11,9 +11,16 @@
 #include <vector>
 
 #include "base/Numbers.hpp"
+#include "TestSupport.hpp"
 #include "base/Subprocess.hpp"
 
 namespace orvandel::test {
+
+// LibreOffice, poppler and ffmpeg are there, and slow tests are not skipped.
+inline bool canRender() {
+    return !slowTestsSkipped() && haveProgram("soffice") && haveProgram("pdftocairo") && haveProgram("ffmpeg") &&
+           haveProgram("ffprobe");
+}
 
 inline std::vector<std::int64_t> frameTimesMs(const std::filesystem::path& movie) {
     std::istringstream lines(Subprocess::run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
@@ -56,22 +63,18 @@ inline bool keepsText(const std::string& before, const std::string& after) {
     return true;
 }
 
-class MovieFrames {
-public:
-    explicit MovieFrames(const std::filesystem::path& movie) : timesMs_(frameTimesMs(movie)), pixels_(grayFrames(movie)) {}
-
-    const std::vector<std::int64_t>& timesMs() const { return timesMs_; }
+struct MovieFrames {
+    explicit MovieFrames(const std::filesystem::path& movie) : timesMs(frameTimesMs(movie)), pixels(grayFrames(movie)) {}
 
     // The frame on screen at ms: the last one that starts at or before it.
     std::string shownAt(std::int64_t ms) const {
-        const auto after = std::upper_bound(timesMs_.begin(), timesMs_.end(), ms);
-        const auto index = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, after - timesMs_.begin() - 1));
-        return pixels_.substr(index * kWidth * kHeight, std::size_t(kWidth) * kHeight);
+        const auto after = std::upper_bound(timesMs.begin(), timesMs.end(), ms);
+        const auto index = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, after - timesMs.begin() - 1));
+        return pixels.substr(index * kWidth * kHeight, std::size_t(kWidth) * kHeight);
     }
 
-private:
-    std::vector<std::int64_t> timesMs_;
-    std::string pixels_;  // kWidth x kHeight bytes per frame, in order
+    std::vector<std::int64_t> timesMs;
+    std::string pixels;  // kWidth x kHeight bytes per frame, in order
 };
 
 }  // namespace orvandel::test

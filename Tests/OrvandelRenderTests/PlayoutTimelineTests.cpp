@@ -26,7 +26,7 @@ PlayoutTarget whole(const std::string& spid) { return {spid, std::nullopt}; }
 
 }  // namespace
 
-TEST(PlayoutTimelineTest, ClickStepsOfAPreparedBulletSlideShowAtTheirPlannedTimes) {
+TEST(PlayoutTimelineTest, PreparedClickStepsShowAtTheirPlannedTimesAndExitsLeaveWhenTheyEnd) {
     const std::string source = slideXml("", timing(click(fade("clickEffect", paragraph(0))) +
                                                    click(fade("clickEffect", paragraph(1)) + fade("withEffect", shape("4"))) +
                                                    click(fade("clickEffect", paragraph(2)))));
@@ -34,7 +34,6 @@ TEST(PlayoutTimelineTest, ClickStepsOfAPreparedBulletSlideShowAtTheirPlannedTime
     const auto unprepared = PlayoutTimeline::evaluate(source);
     EXPECT_EQ(unprepared.states, (std::vector<PlayoutState>{{0, {p3(0), p3(1), p3(2), whole("4")}}}));
     EXPECT_EQ(unprepared.groupStartsMs, (std::vector<std::optional<std::int64_t>>(3)));
-
     // Groups start at 0, 1500 and 3000; each head after its 1000 ms pause,
     // and the shape that comes with the second bullet with it.
     const auto prepared = PlayoutTimeline::evaluate(TimingTransformer::transformBulletSlide(source, {6000, 1000, 1500}));
@@ -43,16 +42,20 @@ TEST(PlayoutTimelineTest, ClickStepsOfAPreparedBulletSlideShowAtTheirPlannedTime
                                                           {2500, {p3(2)}},
                                                           {4000, {}}}));
     EXPECT_EQ(prepared.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 1500, 3000}));
-}
 
-TEST(PlayoutTimelineTest, ExitsLeaveWhenTheyEndAndStepsThatWaitForAClickNeverPlay) {
-    const std::string source = slideXml("", timing(click(fade("clickEffect", shape("4"), false)) +
-                                                   click(fade("clickEffect", shape("5"), false))));
-    const auto playout = PlayoutTimeline::evaluate(ExitWriter::convertExitToAfterEffect(source));
+    // A chart built part by part appears whole with its first part.
+    const std::string part = "<p:spTgt spid=\"7\"><p:graphicEl><a:chart seriesIdx=\"0\" categoryIdx=\"0\" "
+                             "bldStep=\"ptInSeries\"/></p:graphicEl></p:spTgt>";
+    const auto chart = PlayoutTimeline::evaluate(TimingTransformer::transformBulletSlide(
+        slideXml("", timing(click(fade("clickEffect", part)) + click(fade("clickEffect", part)))), {4500, 1000, 1500}));
+    EXPECT_EQ(chart.states, (std::vector<PlayoutState>{{0, {whole("7")}}, {1000, {}}}));
+
     // The first exit starts 500 ms in and hides its shape as its fade ends;
     // the second step still waits for a click.
-    EXPECT_EQ(playout.states, (std::vector<PlayoutState>{{0, {}}, {1000, {whole("4")}}}));
-    EXPECT_EQ(playout.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, std::nullopt}));
+    const auto exits = PlayoutTimeline::evaluate(ExitWriter::convertExitToAfterEffect(slideXml(
+        "", timing(click(fade("clickEffect", shape("4"), false)) + click(fade("clickEffect", shape("5"), false))))));
+    EXPECT_EQ(exits.states, (std::vector<PlayoutState>{{0, {}}, {1000, {whole("4")}}}));
+    EXPECT_EQ(exits.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, std::nullopt}));
 }
 
 TEST(PlayoutTimelineTest, ReferencesMediaAndTriggersFollowTheTimingTree) {
