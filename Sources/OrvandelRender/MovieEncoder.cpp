@@ -39,6 +39,7 @@ std::vector<std::filesystem::path> convertToFrames(const std::vector<std::filesy
                                                    const std::filesystem::path& outDir, const Options& options) {
     std::filesystem::create_directories(outDir);
     std::vector<std::filesystem::path> frames;
+    if (stills.empty()) return frames;
     for (std::size_t i = 0; i < stills.size(); ++i) {
         char name[32];
         std::snprintf(name, sizeof name, "frame-%05zu.y4m", i + 1);
