@@ -14,10 +14,10 @@
 //   starts at its parent's start plus its p:cond delay; a child of p:seq when
 //   the child before it has ended, plus its delay;
 // - the effects of a group (a presetClass, nodeType clickEffect, withEffect
-//   or afterEffect, one plain delay) follow one another as the timing rewrite lays them
-//   out: an afterEffect starts when the effect before it has ended, any other
-//   where the effect before it started, then its own delay is added (so the
-//   effects that come with a retimed click head start with it);
+//   or afterEffect, one plain delay) follow one another as the timing rewrite
+//   lays them out: an afterEffect starts when the effect before it has ended,
+//   any other where the effect before it started, then its own delay is
+//   added (so the effects that come with a retimed click head start with it);
 // - a condition on another node (evt onBegin/begin or onEnd/end with p:tn)
 //   starts it at that node's start or end plus the delay; the earliest
 //   condition that resolves wins, never before the parent starts;
@@ -26,7 +26,7 @@
 //   it never start, as in a slideshow that nobody clicks;
 // - a node ends after its dur, or without one when its last child ends.
 //   repeatCount, endCondLst and fill are not evaluated: visibility once set
-//   holds until another p:set changes it.
+//   holds until another change.
 //
 // What is shown: an entrance effect (presetClass "entr") shows its targets
 // when it begins, an exit effect ("exit") hides them when it ends; elsewhere a
