@@ -55,7 +55,9 @@ std::map<int, std::filesystem::path> rasterize(const std::filesystem::path& pdf,
                                                FrameSize size, const std::filesystem::path& outDir,
                                                const Options& options) {
     std::filesystem::create_directories(outDir);
-    const auto plan = planRuns(pages, options.workers, 8);
+    // Each pdftocairo opens the whole PDF: runs of up to 32 pages keep that
+    // small on a storyboard of hundreds of pages, and progress still moves.
+    const auto plan = planRuns(pages, options.workers, 32);
     const int total = static_cast<int>(pages.size());
     std::atomic<int> done{0};
     std::mutex progressMutex;
