@@ -4,6 +4,7 @@
 #include <map>
 #include <thread>
 
+#include "FrameConverter.hpp"
 #include "LibreOffice.hpp"
 #include "MovieEncoder.hpp"
 #include "PageRasterizer.hpp"
@@ -79,11 +80,7 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
                                        std::filesystem::copy_options::overwrite_existing);
         }
     }
-    const auto frames = MovieEncoder::convertToFrames(
-        stills, frame, scratch.path() / "frames",
-        {.timeout = std::chrono::milliseconds(120'000 + 2'000 * static_cast<std::int64_t>(pages.size())),
-         .cancel = hooks.cancel,
-         .workers = workers});
+    const auto frames = FrameConverter::convert(stills, frame, scratch.path() / "frames", workers, hooks.cancel);
     std::map<int, std::filesystem::path> frameOf;
     for (std::size_t i = 0; i < pages.size(); ++i) frameOf[pages[i]] = frames.at(i);
     std::vector<TimelineEntry> entries;
