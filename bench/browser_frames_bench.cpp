@@ -1,9 +1,10 @@
 // Material for bench/browser-check.sh: prepares and renders a deck with the
 // headless renderer, keeping the stills that went into the movie, and writes
-// the schedule of the visible slides.
+// the schedule of what the movie shows.
 //   browser_frames_bench OUT_DIR [DECK] [--gif N:MS]... [--periodic MS]
-// OUT_DIR receives master.mp4, still-<slide>.tif and slides.json
-// ([{"slide": N, "startMs": A, "endMs": B}, ...]). Without DECK, the bench
+// OUT_DIR receives master.mp4, still-<page>.tif (a page of the storyboard:
+// one state of one slide) and shots.json ([{"slide": N, "page": P,
+// "startMs": A, "endMs": B}, ...], in movie order). Without DECK, the bench
 // deck of 100 slides with four bullets each is generated.
 #include <cstdio>
 #include <cstring>
@@ -14,6 +15,7 @@
 
 #include "BenchDecks.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
+#include "Storyboard.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
 #include "rewrite/DeckTransformer.hpp"
@@ -52,17 +54,18 @@ int main(int argc, char** argv) {
     }
     if (argc < 3 || deck == out / "bench-deck.pptx") test::writeBulletDeck(deck, 100, 4);
     try {
-        const auto reports = DeckTransformer::prepare(deck, out / "prepared.pptx", {}, gifMs, 1000, 1500);
+        DeckTransformer::prepare(deck, out / "prepared.pptx", {}, gifMs, 1000, 1500);
         LibreOfficeMp4Exporter(options).export_(out / "prepared.pptx", out / "master.mp4", {});
-        nlohmann::ordered_json slides = nlohmann::ordered_json::array();
+        const auto layout = Storyboard::layout(RenderPlanReader::read(out / "prepared.pptx"));
+        nlohmann::ordered_json shots = nlohmann::ordered_json::array();
         std::int64_t start = 0;
-        for (const auto& r : reports) {
-            if (r.isHidden) continue;
-            const std::int64_t end = start + r.advTmMs.value_or(0);
-            slides.push_back({{"slide", r.displayIndex}, {"startMs", start}, {"endMs", end}});
-            start = end;
+        for (const auto& shot : layout.shots) {
+            const auto& page = layout.pages.at(static_cast<std::size_t>(shot.page - 1));
+            shots.push_back({{"slide", page.displayIndex}, {"page", shot.page}, {"startMs", start},
+                             {"endMs", start + shot.durationMs}});
+            start += shot.durationMs;
         }
-        writeFile(out / "slides.json", slides.dump(1));
+        writeFile(out / "shots.json", shots.dump(1));
     } catch (const std::exception& e) {
         std::fprintf(stderr, "browser_frames_bench: %s\n", e.what());
         return 1;

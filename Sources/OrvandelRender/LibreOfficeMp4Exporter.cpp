@@ -1,12 +1,16 @@
 #include "LibreOfficeMp4Exporter.hpp"
 
+#include <algorithm>
+#include <map>
 #include <thread>
 
+#include "FrameConverter.hpp"
 #include "LibreOffice.hpp"
 #include "MovieEncoder.hpp"
 #include "PageRasterizer.hpp"
 #include "RenderError.hpp"
 #include "RenderPlan.hpp"
+#include "Storyboard.hpp"
 #include "Timeline.hpp"
 #include "base/Bytes.hpp"
 #include "base/TemporaryDirectory.hpp"
@@ -18,8 +22,8 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
                                      const std::function<bool()>&, const RenderHooks& hooks) const {
     hooks.report(kStageRead, 0);
     const RenderPlan plan = RenderPlanReader::read(preparedDeck);
-    const auto pages = plan.visiblePages();
-    if (pages.empty()) {
+    const Storyboard::Layout storyboard = Storyboard::layout(plan, options_.showSteps);
+    if (storyboard.shots.empty()) {
         throw RenderError(RenderError::Case::badDeck, kStageRead,
                           std::string(kStageRead) + ": the deck has no visible slides, so there is nothing to render.");
     }
@@ -30,19 +34,24 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     hooks.throwIfCancelled();
 
     hooks.report(kStagePdf, 0);
-    const auto slideCount = static_cast<std::int64_t>(plan.slides.size());
+    std::filesystem::path deckToDraw = preparedDeck;
+    if (storyboard.needsDeck()) {
+        deckToDraw = scratch.path() / "storyboard.pptx";
+        Storyboard::write(preparedDeck, plan, storyboard, deckToDraw);
+    }
+    const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
     const auto pdf = LibreOffice::convert(
-        preparedDeck, kPdfFilter, "pdf", scratch.path() / "pdf",
+        deckToDraw, kPdfFilter, "pdf", scratch.path() / "pdf",
         {.workDir = scratch.path() / "lo",
-         .timeout = options_.libreOfficeTimeout.value_or(std::chrono::milliseconds(120'000 + 1'000 * slideCount)),
+         .timeout = options_.libreOfficeTimeout.value_or(std::chrono::milliseconds(120'000 + 1'000 * pageTotal)),
          .cancel = hooks.cancel});
     hooks.report(kStagePdf, 1);
 
     const int pageCount = PageRasterizer::pageCount(pdf, hooks.cancel);
-    if (pageCount != slideCount) {
+    if (pageCount != pageTotal) {
         throw RenderError(RenderError::Case::badOutput, kStagePdf,
                           std::string(kStagePdf) + ": LibreOffice made " + std::to_string(pageCount) +
-                              " pages from a deck of " + std::to_string(slideCount) +
+                              " pages from a deck of " + std::to_string(pageTotal) +
                               " slides, so pages cannot be matched to slides. Open the deck in LibreOffice "
                               "Impress to see which slides it cannot read, or pass a movie you rendered "
                               "yourself with --mp4.");
@@ -52,6 +61,10 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
                                              : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     hooks.report(kStageDraw, 0);
     const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
+    std::vector<int> pages;
+    for (const auto& shot : storyboard.shots) pages.push_back(shot.page);
+    std::sort(pages.begin(), pages.end());
+    pages.erase(std::unique(pages.begin(), pages.end()), pages.end());
     const auto images = PageRasterizer::rasterize(
         pdf, pages, frame, scratch.path() / "pages",
         {.workers = workers,
@@ -67,13 +80,11 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
                                        std::filesystem::copy_options::overwrite_existing);
         }
     }
-    const auto frames = MovieEncoder::convertToFrames(
-        stills, frame, scratch.path() / "frames", {.timeout = std::chrono::milliseconds(120'000 + 2'000 * slideCount), .cancel = hooks.cancel});
+    const auto frames = FrameConverter::convert(stills, frame, scratch.path() / "frames", workers, hooks.cancel);
+    std::map<int, std::filesystem::path> frameOf;
+    for (std::size_t i = 0; i < pages.size(); ++i) frameOf[pages[i]] = frames.at(i);
     std::vector<TimelineEntry> entries;
-    std::size_t next = 0;
-    for (const auto& slide : plan.slides) {
-        if (!slide.hidden) entries.push_back({frames.at(next++), slide.advanceTimeMs});
-    }
+    for (const auto& shot : storyboard.shots) entries.push_back({frameOf.at(shot.page), shot.durationMs});
     const auto list = scratch.path() / "timeline.ffconcat";
     writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs));
     hooks.throwIfCancelled();

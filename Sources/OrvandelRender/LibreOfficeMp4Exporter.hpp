@@ -1,10 +1,12 @@
 #pragma once
 // The headless renderer: turns a prepared deck into the master movie with
-// LibreOffice (deck -> PDF pages), poppler (pages -> stills) and ffmpeg
-// (stills -> H.264), with every visible slide on screen for exactly its
+// LibreOffice (storyboard deck -> PDF pages), poppler (pages -> stills) and
+// ffmpeg (stills -> H.264). Every visible slide is on screen for exactly its
 // advance time, so that the movie's length equals the plan to the
-// millisecond. This first version shows each slide in its final state (all
-// build steps shown, media as their poster frames).
+// millisecond, and within it every state of its animations (PlayoutTimeline)
+// from the millisecond the slideshow reaches it: each click step appears,
+// and each exit leaves, at its planned time. Effects are cuts; media show
+// their poster frames.
 //
 // Failures throw RenderError (never Mp4Exporter::ExportError, whose texts
 // speak of PowerPoint), cancellation throws CancelledError. Every child
@@ -28,10 +30,13 @@ public:
         std::int64_t minPlausibleMs = 1000;
         // LibreOffice's limit per attempt; default 120 s plus 1 s per slide.
         std::optional<std::chrono::milliseconds> libreOfficeTimeout;
-        // When set, the stills of the visible slides are copied here
-        // (still-<slide number>.tif), for checks that compare the movie
-        // with what went into it.
+        // When set, the stills that go into the movie are copied here
+        // (still-<storyboard page>.tif, see Storyboard::layout), for checks
+        // that compare the movie with what went into it.
         std::optional<std::filesystem::path> keepStillsIn;
+        // False: every slide in its final state for its whole advance time
+        // (one still per slide), for comparison.
+        bool showSteps = true;
     };
 
     LibreOfficeMp4Exporter() = default;
@@ -48,7 +53,7 @@ public:
     static constexpr const char* kStageEncode = "encoding movie";
 
     // The filter LibreOffice converts with: PDF with hidden slides kept, so
-    // that page i is slide i.
+    // that page i is storyboard slide i.
     static constexpr const char* kPdfFilter =
         "pdf:impress_pdf_Export:{\"ExportHiddenSlides\":{\"type\":\"boolean\",\"value\":\"true\"}}";
 

@@ -1,5 +1,5 @@
 #pragma once
-// Stills to one H.264 movie with ffmpeg. Every frame keeps its millisecond
+// Frames (FrameConverter) to one H.264 movie with ffmpeg. Every frame keeps its millisecond
 // timestamp (passthrough, track time scale 1000), B-frames are off (they would
 // shorten the video track) and the level is pinned to 4.1 (x264 would pick a
 // higher one for long still frames). A silent AAC track is added for players
@@ -24,15 +24,6 @@ struct Options {
     std::function<void(double fraction)> onProgress;
     bool silentAudio = true;
 };
-
-// Decodes each still once into a YUV4MPEG frame at 1000 frames per second
-// (frame-00001.y4m, ... in outDir, in order). The timeline repeats these
-// frames for its periodic frames: reading one costs a copy, where every
-// repeat of a TIFF would cost a decode and a colour conversion. Unlike bare
-// raw frames, they carry their size and format, so ffmpeg never has to
-// guess what it opened. Throws RenderError.
-std::vector<std::filesystem::path> convertToFrames(const std::vector<std::filesystem::path>& stills, FrameSize size,
-                                                   const std::filesystem::path& outDir, const Options& options);
 
 // The ffmpeg arguments (after the program name) that encode `ffconcatFile`
 // lasting totalMs into `output` (exposed for tests).

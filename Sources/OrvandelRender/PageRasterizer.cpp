@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <mutex>
-#include <thread>
 
 #include "RenderError.hpp"
 #include "RenderTools.hpp"
@@ -57,17 +55,16 @@ std::map<int, std::filesystem::path> rasterize(const std::filesystem::path& pdf,
                                                FrameSize size, const std::filesystem::path& outDir,
                                                const Options& options) {
     std::filesystem::create_directories(outDir);
-    const auto plan = planRuns(pages, options.workers, 8);
+    // Each pdftocairo opens the whole PDF: runs of up to 32 pages keep that
+    // small on a storyboard of hundreds of pages, and progress still moves.
+    const auto plan = planRuns(pages, options.workers, 32);
     const int total = static_cast<int>(pages.size());
     std::atomic<int> done{0};
     std::mutex progressMutex;
-    std::exception_ptr failure;
-    std::mutex failureMutex;
     // A failure in one worker stops the others at their next process.
     CancellationToken stopOthers;
-
-    auto work = [&](const std::vector<std::pair<int, int>>& runs) {
-        for (const auto& [first, last] : runs) {
+    RenderTools::inParallel(static_cast<int>(plan.size()), [&](int worker) {
+        for (const auto& [first, last] : plan[static_cast<std::size_t>(worker)]) {
             if (stopOthers.isCancelled() || (options.cancel && options.cancel->isCancelled())) return;
             try {
                 const auto count = last - first + 1;
@@ -83,18 +80,11 @@ std::map<int, std::filesystem::path> rasterize(const std::filesystem::path& pdf,
                     options.onProgress(now, total);
                 }
             } catch (...) {
-                std::lock_guard lock(failureMutex);
-                if (!failure) failure = std::current_exception();
                 stopOthers.cancel();
-                return;
+                throw;
             }
         }
-    };
-    std::vector<std::thread> threads;
-    for (std::size_t w = 1; w < plan.size(); ++w) threads.emplace_back(work, std::cref(plan[w]));
-    if (!plan.empty()) work(plan[0]);
-    for (auto& t : threads) t.join();
-    if (failure) std::rethrow_exception(failure);
+    });
     if (options.cancel && options.cancel->isCancelled()) throw CancelledError();
 
     // pdftocairo zero-pads the page number to the width of the page count.

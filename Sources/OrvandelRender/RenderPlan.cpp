@@ -18,14 +18,6 @@ std::int64_t RenderPlan::totalMs() const {
     return total;
 }
 
-std::vector<int> RenderPlan::visiblePages() const {
-    std::vector<int> pages;
-    for (const auto& s : slides) {
-        if (!s.hidden) pages.push_back(static_cast<int>(s.displayIndex));
-    }
-    return pages;
-}
-
 namespace RenderPlanReader {
 
 namespace {
@@ -59,7 +51,7 @@ RenderPlan read(const std::filesystem::path& preparedDeck) {
     const auto files = DeckScanner::orderedSlideFiles(deck);
     for (std::size_t i = 0; i < files.size(); ++i) {
         const std::string xml = deck.readEntry(files[i]);
-        RenderSlide slide{static_cast<std::int64_t>(i) + 1, files[i], DeckScanner::isSlideHidden(xml), 0};
+        RenderSlide slide{static_cast<std::int64_t>(i) + 1, files[i], DeckScanner::isSlideHidden(xml), 0, {}};
         const auto advTm = advanceTimeMs(xml);
         if (!advTm && !slide.hidden) {
             throw RenderError(RenderError::Case::badDeck, kStage,
@@ -68,6 +60,17 @@ RenderPlan read(const std::filesystem::path& preparedDeck) {
                                   "orvandel (orvandel prepare, or the export itself) can be rendered.");
         }
         slide.advanceTimeMs = advTm.value_or(0);
+        if (!slide.hidden) {
+            try {
+                slide.playout = PlayoutTimeline::evaluate(xml);
+            } catch (const SlideXMLError& e) {
+                throw RenderError(RenderError::Case::badDeck, kStage,
+                                  std::string(kStage) + ": the animation timing of slide " +
+                                      std::to_string(slide.displayIndex) + " (" + files[i] + ") cannot be read (" +
+                                      e.what() + "). Prepare the deck again with orvandel.",
+                                  e.cause());
+            }
+        }
         plan.slides.push_back(std::move(slide));
     }
     return plan;

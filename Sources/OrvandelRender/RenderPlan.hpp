@@ -1,12 +1,15 @@
 #pragma once
 // What the headless renderer needs to know of a prepared deck: the slides in
-// presentation order with their hidden flags and the advance time the timing
-// rewrite wrote into each transition, and the slide size.
+// presentation order with their hidden flags, the advance time the timing
+// rewrite wrote into each transition and what each visible slide shows while
+// it plays (PlayoutTimeline), and the slide size.
 #include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "PlayoutTimeline.hpp"
 
 namespace orvandel {
 
@@ -15,6 +18,7 @@ struct RenderSlide {
     std::string file;
     bool hidden = false;
     std::int64_t advanceTimeMs = 0;  // 0 for hidden slides without one
+    SlidePlayout playout;            // left empty for hidden slides
     bool operator==(const RenderSlide&) const = default;
 };
 
@@ -23,14 +27,14 @@ struct RenderPlan {
     std::int64_t slideWidthEmu = 0;
     std::int64_t slideHeightEmu = 0;
 
-    std::int64_t totalMs() const;            // sum over the visible slides
-    std::vector<int> visiblePages() const;   // 1-based
+    std::int64_t totalMs() const;  // sum over the visible slides
 };
 
 namespace RenderPlanReader {
 
 // Throws RenderError when a visible slide has no advance time (the deck was
-// not prepared), and the archive reader's errors for an unreadable deck.
+// not prepared) or a timing that cannot be read, and the archive reader's
+// errors for an unreadable deck.
 RenderPlan read(const std::filesystem::path& preparedDeck);
 
 // The advTm of the slide's transition block, if any (exposed for tests).

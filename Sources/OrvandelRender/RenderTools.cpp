@@ -1,5 +1,9 @@
 #include "RenderTools.hpp"
 
+#include <exception>
+#include <mutex>
+#include <thread>
+
 #include "RenderError.hpp"
 
 namespace orvandel::RenderTools {
@@ -58,6 +62,24 @@ SubprocessResult runTool(const std::string& stage, const std::string& program, c
                           lastLine(r.standardError));
     }
     return r;
+}
+
+void inParallel(int n, const std::function<void(int)>& work) {
+    std::exception_ptr failure;
+    std::mutex failureMutex;
+    auto guarded = [&](int k) {
+        try {
+            work(k);
+        } catch (...) {
+            std::lock_guard lock(failureMutex);
+            if (!failure) failure = std::current_exception();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int k = 1; k < n; ++k) threads.emplace_back(guarded, k);
+    if (n > 0) guarded(0);
+    for (auto& t : threads) t.join();
+    if (failure) std::rethrow_exception(failure);
 }
 
 }  // namespace orvandel::RenderTools

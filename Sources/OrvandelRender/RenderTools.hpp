@@ -1,6 +1,7 @@
 #pragma once
 // Running the renderer's helper programs: a missing program or a failing run
 // becomes a RenderError that names the stage, what happened and what to do.
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,5 +20,10 @@ SubprocessResult runTool(const std::string& stage, const std::string& program, c
 
 // The last few hundred characters of a tool's output, trimmed.
 std::string tail(const std::string& text, std::size_t maxChars = 600);
+
+// Runs work(0) .. work(n - 1) at once, one on the calling thread, and
+// rethrows the first failure when all have ended. A failing work item should
+// tell the others to stop (through a token they watch).
+void inParallel(int n, const std::function<void(int)>& work);
 
 }  // namespace orvandel::RenderTools

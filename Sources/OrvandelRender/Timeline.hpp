@@ -22,7 +22,7 @@ namespace Timeline {
 // with the last image once more (without it the last duration is lost); that
 // closing frame lasts 1 ms, taken from the last entry, so the total stays
 // exact. Images are YUV4MPEG frames at 1000 frames per second (see
-// MovieEncoder::convertToFrames): self-describing, so nothing is left to
+// FrameConverter): self-describing, so nothing is left to
 // guess when ffmpeg opens them, and read without a decode.
 std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs);
 

@@ -40,7 +40,7 @@ try {
   const page = await browser.newPage();
   await page.goto(`http://127.0.0.1:${server.address().port}/index.html`);
   await page.waitForFunction(() => document.getElementById('result').textContent !== 'running', null,
-                             { timeout: 600000 });
+                             { timeout: 1800000 });
   console.log(await page.textContent('#result'));
 } finally {
   await browser.close();

@@ -1,0 +1,493 @@
+#include "Storyboard.hpp"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "RenderError.hpp"
+#include "base/Bytes.hpp"
+#include "base/Numbers.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/SlideXML.hpp"
+#include "container/XMLEmitter.hpp"
+#include "container/ZipArchive.hpp"
+#include "deck/NotesScanner.hpp"
+
+namespace orvandel::Storyboard {
+
+namespace {
+
+const char* const kStage = "writing the storyboard";
+const char* const kSlideContentType = "application/vnd.openxmlformats-officedocument.presentationml.slide+xml";
+
+// Where one element of a part's text lies: [begin, end), its start tag ending
+// at tagEnd, and the index of its parent (-1 for the root).
+struct Span {
+    std::string_view name;
+    std::size_t begin = 0, tagEnd = 0, end = 0;
+    int parent = -1;
+};
+
+// Every element of a well-formed text, in document order. Comments, CDATA,
+// processing instructions and declarations are skipped; quotes are honoured
+// inside start tags (a ">" may stand in an attribute value).
+std::vector<Span> elementSpans(std::string_view xml) {
+    std::vector<Span> spans;
+    std::vector<int> open;
+    auto skipPast = [&](std::size_t from, std::string_view closing) {
+        const auto at = xml.find(closing, from);
+        return at == std::string_view::npos ? xml.size() : at + closing.size();
+    };
+    for (std::size_t i = xml.find('<'); i != std::string_view::npos && i < xml.size(); i = xml.find('<', i)) {
+        const std::string_view rest = xml.substr(i);
+        if (rest.starts_with("<!--")) {
+            i = skipPast(i, "-->");
+        } else if (rest.starts_with("<![CDATA[")) {
+            i = skipPast(i, "]]>");
+        } else if (rest.starts_with("<?") || rest.starts_with("<!")) {
+            i = skipPast(i, ">");
+        } else if (rest.starts_with("</")) {
+            i = skipPast(i, ">");
+            if (!open.empty()) {
+                spans[static_cast<std::size_t>(open.back())].end = i;
+                open.pop_back();
+            }
+        } else {
+            std::size_t j = i + 1;
+            for (char quote = 0; j < xml.size() && (quote || xml[j] != '>'); ++j) {
+                if (quote) {
+                    if (xml[j] == quote) quote = 0;
+                } else if (xml[j] == '"' || xml[j] == '\'') {
+                    quote = xml[j];
+                }
+            }
+            if (j >= xml.size()) break;
+            const std::size_t nameEnd = std::min(xml.find_first_of(" \t\r\n/>", i + 1), j);
+            spans.push_back({xml.substr(i + 1, nameEnd - i - 1), i, j + 1, j + 1, open.empty() ? -1 : open.back()});
+            if (xml[j - 1] != '/') open.push_back(static_cast<int>(spans.size() - 1));
+            i = j + 1;
+        }
+    }
+    return spans;
+}
+
+// An attribute of a start tag as written (entities not decoded).
+std::optional<std::string> attributeOf(std::string_view tag, std::string_view name) {
+    auto space = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+    std::size_t i = tag.find_first_of(" \t\r\n/>");
+    while (i < tag.size()) {
+        while (i < tag.size() && space(tag[i])) ++i;
+        const std::size_t nameBegin = i;
+        while (i < tag.size() && tag[i] != '=' && !space(tag[i]) && tag[i] != '>' && tag[i] != '/') ++i;
+        const std::string_view attribute = tag.substr(nameBegin, i - nameBegin);
+        while (i < tag.size() && space(tag[i])) ++i;
+        if (attribute.empty() || i >= tag.size() || tag[i] != '=') return std::nullopt;
+        ++i;
+        while (i < tag.size() && space(tag[i])) ++i;
+        if (i >= tag.size() || (tag[i] != '"' && tag[i] != '\'')) return std::nullopt;
+        const std::size_t close = tag.find(tag[i], i + 1);
+        if (close == std::string_view::npos) return std::nullopt;
+        if (attribute == name) return std::string(tag.substr(i + 1, close - i - 1));
+        i = close + 1;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> attributeOf(std::string_view xml, const Span& span, std::string_view name) {
+    return attributeOf(xml.substr(span.begin, span.tagEnd - span.begin), name);
+}
+
+bool isShape(std::string_view name) {
+    return name == "p:sp" || name == "p:pic" || name == "p:graphicFrame" || name == "p:grpSp" || name == "p:cxnSp" ||
+           name == "p:contentPart";
+}
+
+// Moves `element` before `before` (both children of parent), or to the end.
+void place(XmlElement& parent, const XmlElement& element, const std::optional<XmlElement>& before) {
+    parent.appendChild(element);
+    if (!before) return;
+    bool moving = false;
+    for (const auto& child : parent.childElements()) {
+        if (child == *before) moving = true;
+        if (moving && !(child == element)) parent.appendChild(child);
+    }
+}
+
+std::optional<XmlElement> firstOf(const XmlElement& parent, std::initializer_list<std::string_view> names) {
+    for (const auto& child : parent.childElements()) {
+        if (std::find(names.begin(), names.end(), child.name()) != names.end()) return child;
+    }
+    return std::nullopt;
+}
+
+void removeChildren(const XmlElement& parent, std::initializer_list<std::string_view> names) {
+    for (auto child : parent.childElements()) {
+        if (std::find(names.begin(), names.end(), child.name()) != names.end()) child.detach();
+    }
+}
+
+// The first child named `name`, created first in `parent` when missing.
+XmlElement firstChildMade(XmlElement& parent, std::string_view name) {
+    if (auto child = parent.firstChildElement(name)) return child;
+    XmlElement child = parent.createElement(name);
+    const auto children = parent.childElements();
+    place(parent, child, children.empty() ? std::nullopt : std::optional(children.front()));
+    return child;
+}
+
+// The paragraph with its bullet off and its runs fully transparent, in place.
+std::optional<std::string> hiddenParagraph(std::string_view paragraph) {
+    if (paragraph.find("xmlns") != std::string_view::npos) return std::nullopt;  // the emitter would drop it
+    XmlElement p;
+    try {
+        p = SlideXML::parseFragment(paragraph, "a:p");
+    } catch (const SlideXMLError&) {
+        return std::nullopt;
+    }
+    XmlElement pPr = firstChildMade(p, "a:pPr");
+    removeChildren(pPr, {"a:buNone", "a:buAutoNum", "a:buChar", "a:buBlip"});
+    place(pPr, pPr.createElement("a:buNone"), firstOf(pPr, {"a:tabLst", "a:defRPr", "a:extLst"}));
+    for (auto run : p.childElements()) {
+        if (run.name() != "a:r" && run.name() != "a:fld") continue;
+        XmlElement rPr = firstChildMade(run, "a:rPr");
+        // Everything drawn in or around the glyphs goes; a transparent fill comes first.
+        removeChildren(rPr, {"a:ln", "a:noFill", "a:solidFill", "a:gradFill", "a:blipFill", "a:pattFill", "a:grpFill",
+                             "a:effectLst", "a:effectDag", "a:highlight", "a:uLnTx", "a:uLn", "a:uFillTx", "a:uFill"});
+        XmlElement fill = rPr.createElement("a:solidFill");
+        XmlElement color = rPr.createElement("a:srgbClr");
+        color.addAttribute("val", "FFFFFF");
+        XmlElement alpha = rPr.createElement("a:alpha");
+        alpha.addAttribute("val", "0");
+        color.appendChild(alpha);
+        fill.appendChild(color);
+        const auto children = rPr.childElements();
+        place(rPr, fill, children.empty() ? std::nullopt : std::optional(children.front()));
+    }
+    return XMLEmitter::emit(p, XMLEmitter::Options::identity);
+}
+
+// A name not in `used` (and now in it): stem + n + suffix, n from `from` up.
+std::string freshName(std::set<std::string>& used, const std::string& stem, const std::string& suffix, int from) {
+    for (int n = from;; ++n) {
+        std::string name = stem + std::to_string(n) + suffix;
+        if (used.insert(name).second) return name;
+    }
+}
+
+struct Insertion {
+    std::size_t at;
+    std::string text;
+};
+
+std::string inserted(std::string text, std::vector<Insertion> insertions) {
+    std::stable_sort(insertions.begin(), insertions.end(),
+                     [](const Insertion& a, const Insertion& b) { return a.at > b.at; });
+    for (const auto& i : insertions) text.insert(i.at, i.text);
+    return text;
+}
+
+// The archive path a relationship of the presentation points at.
+std::string presentationTarget(const std::string& target) {
+    return target.starts_with('/') ? target.substr(1) : "ppt/" + target;
+}
+
+struct PresentationParts {
+    std::string presentation, rels, types;
+};
+
+// Lists each copy right after the slide it copies: a slide id in
+// presentation.xml, a relationship, a content type.
+void listCopies(PresentationParts& parts, const std::vector<std::pair<std::string, std::vector<std::string>>>& copies) {
+    struct Rel {
+        std::string type, target;
+    };
+    std::map<std::string, Rel> rels;
+    std::set<std::string> relIds;
+    const auto relSpans = elementSpans(parts.rels);
+    for (const auto& s : relSpans) {
+        if (s.name != "Relationship") continue;
+        const auto id = attributeOf(parts.rels, s, "Id");
+        if (!id) continue;
+        relIds.insert(*id);
+        rels.try_emplace(*id, Rel{attributeOf(parts.rels, s, "Type").value_or(""),
+                                  attributeOf(parts.rels, s, "Target").value_or("")});
+    }
+    std::set<std::string> slideIds;
+    const auto slideSpans = elementSpans(parts.presentation);
+    for (const auto& s : slideSpans) {
+        if (s.name == "p:sldId") slideIds.insert(attributeOf(parts.presentation, s, "id").value_or(""));
+    }
+    std::map<std::string, std::string> contentTypes;  // part name -> content type
+    const auto typeSpans = elementSpans(parts.types);
+    for (const auto& s : typeSpans) {
+        if (s.name != "Override") continue;
+        if (const auto part = attributeOf(parts.types, s, "PartName")) {
+            contentTypes[*part] = attributeOf(parts.types, s, "ContentType").value_or(kSlideContentType);
+        }
+    }
+
+    std::vector<Insertion> inPresentation;
+    std::string newRels, newTypes;
+    for (const auto& [slide, copyParts] : copies) {
+        const Span* listed = nullptr;
+        std::string relType, relFolder;
+        for (const auto& s : slideSpans) {
+            if (s.name != "p:sldId") continue;
+            const auto rel = rels.find(attributeOf(parts.presentation, s, "r:id").value_or(""));
+            if (rel != rels.end() && presentationTarget(rel->second.target) == slide) {
+                listed = &s;
+                relType = rel->second.type;
+                relFolder = rel->second.target.substr(0, rel->second.target.rfind('/') + 1);
+                break;
+            }
+        }
+        if (!listed) {
+            throw RenderError(RenderError::Case::badDeck, kStage,
+                              std::string(kStage) + ": " + slide + " is not in the slide list of the prepared deck.");
+        }
+        const auto type = contentTypes.find("/" + slide);
+        std::string ids;
+        for (const auto& part : copyParts) {
+            const std::string relId = freshName(relIds, "rId", "", 1);
+            const std::string fileName = part.substr(part.rfind('/') + 1);
+            ids += "<p:sldId id=\"" + freshName(slideIds, "", "", 256) + "\" r:id=\"" + relId + "\"/>";
+            newRels += "<Relationship Id=\"" + relId + "\" Type=\"" + relType + "\" Target=\"" + relFolder + fileName +
+                       "\"/>";
+            newTypes += "<Override PartName=\"/" + part + "\" ContentType=\"" +
+                        (type == contentTypes.end() ? std::string(kSlideContentType) : type->second) + "\"/>";
+        }
+        inPresentation.push_back({listed->end, ids});
+    }
+    parts.presentation = inserted(std::move(parts.presentation), std::move(inPresentation));
+    const auto relsEnd = parts.rels.rfind("</Relationships>");
+    const auto typesEnd = parts.types.rfind("</Types>");
+    if (relsEnd == std::string::npos || typesEnd == std::string::npos) {
+        throw RenderError(RenderError::Case::badDeck, kStage,
+                          std::string(kStage) + ": the prepared deck's relationships or content types are damaged.");
+    }
+    parts.rels.insert(relsEnd, newRels);
+    parts.types.insert(typesEnd, newTypes);
+}
+
+// The slide's relationships for a copy: the notes stay with the slide itself.
+std::string withoutNotes(const std::string& rels) {
+    std::vector<std::pair<std::size_t, std::size_t>> cuts;
+    for (const auto& s : elementSpans(rels)) {
+        if (s.name == "Relationship" && attributeOf(rels, s, "Type").value_or("").ends_with("/notesSlide")) {
+            cuts.emplace_back(s.begin, s.end);
+        }
+    }
+    std::string out = rels;
+    for (auto it = cuts.rbegin(); it != cuts.rend(); ++it) out.erase(it->first, it->second - it->first);
+    return out;
+}
+
+struct Edit {
+    std::size_t begin, end;
+    std::string text;
+};
+
+// A compatibility block after the shape tree that holds timing or a transition.
+bool animates(std::string_view xml, const Span& block) {
+    const auto text = xml.substr(block.begin, block.end - block.begin);
+    return text.find("<p:timing") != std::string_view::npos || text.find("<p:transition") != std::string_view::npos;
+}
+
+// The start tag with the attribute set to value (replaced, or added last).
+std::string withAttribute(std::string_view tag, std::string_view name, std::string_view value) {
+    std::string out(tag);
+    const std::string key = " " + std::string(name) + "=";
+    if (const auto at = out.find(key); at != std::string::npos && at + key.size() < out.size()) {
+        const auto open = at + key.size();
+        const auto close = out.find(out[open], open + 1);
+        if (close != std::string::npos) return out.replace(open + 1, close - open - 1, value);
+    }
+    const auto end = out.size() - (out.ends_with("/>") ? 2 : 1);
+    return out.insert(end, key + "\"" + std::string(value) + "\"");
+}
+
+// Hides the wanted paragraphs of the shape's text body, counted from 0. An
+// explicitly numbered paragraph that follows hidden ones keeps its number:
+// a hidden paragraph has no bullet, which would restart the count.
+void hideParagraphs(std::string_view xml, const std::vector<Span>& spans, int shape,
+                    const std::set<std::int64_t>& wanted, std::vector<Edit>& edits) {
+    struct Count {
+        std::string type;
+        std::int64_t number = 0;
+    };
+    // Per level, the list running in the deck and the one the state shows.
+    std::map<std::int64_t, Count> deck, shown;
+    int body = -1;
+    std::int64_t index = 0;
+    for (std::size_t m = std::size_t(shape) + 1; m < spans.size() && spans[m].begin < spans[std::size_t(shape)].end; ++m) {
+        if (spans[m].parent == shape && spans[m].name == "p:txBody") body = static_cast<int>(m);
+        if (body < 0 || spans[m].parent != body || spans[m].name != "a:p") continue;
+        const bool hide = wanted.contains(index++);
+        std::int64_t level = 0;
+        const Span* number = nullptr;  // the paragraph's own a:buAutoNum
+        for (std::size_t c = m + 1; c < spans.size() && spans[c].begin < spans[m].end; ++c) {
+            if (spans[c].parent == int(m) && spans[c].name == "a:pPr") {
+                level = parseInt64(attributeOf(xml, spans[c], "lvl").value_or("0")).value_or(0);
+            } else if (spans[c].name == "a:buAutoNum" && spans[spans[c].parent].name == "a:pPr") {
+                number = &spans[c];
+            }
+        }
+        std::erase_if(deck, [&](const auto& e) { return e.first > level; });
+        std::erase_if(shown, [&](const auto& e) { return e.first > level; });
+        if (hide) {
+            const auto text = xml.substr(spans[m].begin, spans[m].end - spans[m].begin);
+            if (auto edited = hiddenParagraph(text)) edits.push_back({spans[m].begin, spans[m].end, *edited});
+        }
+        if (!number) {
+            deck.erase(level);
+            shown.erase(level);
+            continue;
+        }
+        const std::string type = attributeOf(xml, *number, "type").value_or("");
+        const std::int64_t startAt = parseInt64(attributeOf(xml, *number, "startAt").value_or("1")).value_or(1);
+        auto next = [&](std::map<std::int64_t, Count>& lists) {
+            const auto running = lists.find(level);
+            return running != lists.end() && running->second.type == type ? running->second.number + 1 : startAt;
+        };
+        const std::int64_t inDeck = next(deck);
+        deck[level] = {type, inDeck};
+        if (hide) {
+            shown.erase(level);
+        } else {
+            if (next(shown) != inDeck) {
+                const auto tag = xml.substr(number->begin, number->tagEnd - number->begin);
+                edits.push_back({number->begin, number->tagEnd, withAttribute(tag, "startAt", formatInt(inDeck))});
+            }
+            shown[level] = {type, inDeck};
+        }
+    }
+}
+
+}  // namespace
+
+bool Layout::needsDeck() const {
+    for (std::size_t i = 0; i < pages.size(); ++i) {
+        if (!pages[i].hidden.empty() || (i > 0 && pages[i].displayIndex == pages[i - 1].displayIndex)) return true;
+    }
+    return false;
+}
+
+Layout layout(const RenderPlan& plan, bool steps) {
+    Layout out;
+    for (const auto& slide : plan.slides) {
+        const int firstPage = static_cast<int>(out.pages.size()) + 1;
+        out.pages.push_back({slide.displayIndex, {}});
+        if (slide.hidden) continue;
+        const auto& states = slide.playout.states;
+        if (!steps || states.empty()) {
+            if (slide.advanceTimeMs > 0) out.shots.push_back({firstPage, slide.advanceTimeMs});
+            continue;
+        }
+        out.pages.back().hidden = states.front().hidden;
+        std::map<std::vector<PlayoutTarget>, int> pageOf{{states.front().hidden, firstPage}};
+        for (std::size_t k = 0; k < states.size() && states[k].startMs < slide.advanceTimeMs; ++k) {
+            const std::int64_t end =
+                k + 1 < states.size() ? std::min(states[k + 1].startMs, slide.advanceTimeMs) : slide.advanceTimeMs;
+            const auto [it, isNew] = pageOf.try_emplace(states[k].hidden, static_cast<int>(out.pages.size()) + 1);
+            if (isNew) out.pages.push_back({slide.displayIndex, states[k].hidden});
+            out.shots.push_back({it->second, end - states[k].startMs});
+        }
+    }
+    return out;
+}
+
+std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTarget>& hidden) {
+    std::set<std::string> shapes;
+    std::map<std::string, std::set<std::int64_t>> paragraphs;
+    for (const auto& t : hidden) {
+        if (t.paragraph) {
+            paragraphs[t.shapeId].insert(*t.paragraph);
+        } else {
+            shapes.insert(t.shapeId);
+        }
+    }
+    std::vector<Edit> edits;
+    const auto spans = elementSpans(slideXml);
+    const auto at = [&](int i) -> const Span& { return spans[static_cast<std::size_t>(i)]; };
+    for (std::size_t k = 0; k < spans.size(); ++k) {
+        // Nothing animates or advances in a storyboard: its slides are stills.
+        if (spans[k].parent == 0 && (spans[k].name == "p:timing" || spans[k].name == "p:transition" ||
+                                     (spans[k].name == "mc:AlternateContent" && animates(slideXml, spans[k])))) {
+            edits.push_back({spans[k].begin, spans[k].end, ""});
+        }
+        if (spans[k].name != "p:cNvPr" || spans[k].parent < 0 || at(spans[k].parent).parent < 0) continue;
+        const int shapeIndex = at(spans[k].parent).parent;
+        if (!isShape(at(shapeIndex).name)) continue;
+        const std::string id = attributeOf(slideXml, spans[k], "id").value_or("");
+        if (shapes.contains(id)) {
+            edits.push_back({at(shapeIndex).begin, at(shapeIndex).end, ""});
+        } else if (const auto wanted = paragraphs.find(id); wanted != paragraphs.end()) {
+            hideParagraphs(slideXml, spans, shapeIndex, wanted->second, edits);
+        }
+    }
+    // Outer edits first; an edit inside a removed shape is dropped.
+    std::sort(edits.begin(), edits.end(), [](const Edit& a, const Edit& b) {
+        return a.begin != b.begin ? a.begin < b.begin : a.end > b.end;
+    });
+    std::vector<Edit> kept;
+    for (auto& e : edits) {
+        if (kept.empty() || e.begin >= kept.back().end) kept.push_back(std::move(e));
+    }
+    std::string out(slideXml);
+    for (auto it = kept.rbegin(); it != kept.rend(); ++it) out.replace(it->begin, it->end - it->begin, it->text);
+    return out;
+}
+
+void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const Layout& layout,
+           const std::filesystem::path& out) {
+    PptxArchive::Deck deck(preparedDeck);
+    const auto names = ZipArchive::entryNames(preparedDeck);
+    std::set<std::string> used(names.begin(), names.end());
+    std::map<std::int64_t, std::vector<const Page*>> pagesOf;
+    for (const auto& page : layout.pages) pagesOf[page.displayIndex].push_back(&page);
+
+    std::map<std::string, Bytes> replaced;
+    std::vector<std::pair<std::string, Bytes>> added;
+    std::vector<std::pair<std::string, std::vector<std::string>>> copies;  // slide part -> its copies, in order
+    for (const auto& slide : plan.slides) {
+        const auto& pages = pagesOf[slide.displayIndex];
+        if (pages.empty()) continue;
+        const std::string xml = deck.readEntry(slide.file);
+        replaced[slide.file] = toBytes(slideInState(xml, pages.front()->hidden));
+        if (pages.size() == 1) continue;
+        std::string rels;
+        try {
+            rels = withoutNotes(deck.readEntry(NotesScanner::relsPath(slide.file)));
+        } catch (const PptxArchive::ArchiveError&) {
+            // A slide without relationships: its copies have none either.
+        }
+        const std::string folder = slide.file.substr(0, slide.file.rfind('/') + 1);
+        copies.push_back({slide.file, {}});
+        for (std::size_t k = 1; k < pages.size(); ++k) {
+            const std::string part = freshName(used, folder + "slide", ".xml", 1);
+            added.emplace_back(part, toBytes(slideInState(xml, pages[k]->hidden)));
+            if (!rels.empty()) added.emplace_back(NotesScanner::relsPath(part), toBytes(rels));
+            copies.back().second.push_back(part);
+        }
+    }
+    if (!copies.empty()) {
+        PresentationParts parts{deck.readEntry("ppt/presentation.xml"), deck.readEntry("ppt/_rels/presentation.xml.rels"),
+                                deck.readEntry("[Content_Types].xml")};
+        listCopies(parts, copies);
+        replaced["ppt/presentation.xml"] = toBytes(parts.presentation);
+        replaced["ppt/_rels/presentation.xml.rels"] = toBytes(parts.rels);
+        replaced["[Content_Types].xml"] = toBytes(parts.types);
+    }
+
+    std::vector<std::pair<std::string, Bytes>> entries;
+    entries.reserve(names.size() + added.size());
+    for (const auto& name : names) {
+        if (name.ends_with('/')) continue;  // a folder entry: nothing to draw
+        auto it = replaced.find(name);
+        entries.emplace_back(name, it != replaced.end() ? std::move(it->second) : deck.readEntryBytes(name));
+    }
+    for (auto& entry : added) entries.push_back(std::move(entry));
+    ZipArchive::create(entries, out);
+}
+
+}  // namespace orvandel::Storyboard

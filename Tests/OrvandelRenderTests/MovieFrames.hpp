@@ -1,0 +1,80 @@
+#pragma once
+// What a movie shows, for the render tests: every frame's time (ffprobe) and
+// pixels in gray (ffmpeg), so that a test can ask which frame is on screen at
+// a millisecond, how many lines of text it holds, and whether text moved.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "base/Numbers.hpp"
+#include "TestSupport.hpp"
+#include "base/Subprocess.hpp"
+
+namespace orvandel::test {
+
+// LibreOffice, poppler and ffmpeg are there, and slow tests are not skipped.
+inline bool canRender() {
+    return !slowTestsSkipped() && haveProgram("soffice") && haveProgram("pdftocairo") && haveProgram("ffmpeg") &&
+           haveProgram("ffprobe");
+}
+
+inline std::vector<std::int64_t> frameTimesMs(const std::filesystem::path& movie) {
+    std::istringstream lines(Subprocess::run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
+                                              "frame=pts_time", "-of", "csv=p=0", movie.string()})
+                                 .standardOutput);
+    std::vector<std::int64_t> out;
+    for (std::string line; std::getline(lines, line);) {
+        if (const auto s = parseDouble(line.substr(0, line.find(',')))) out.push_back(std::llround(*s * 1000));
+    }
+    return out;
+}
+
+// Every frame of a movie or an image, scaled to kWidth x kHeight gray bytes.
+inline constexpr int kWidth = 480, kHeight = 270;
+inline std::string grayFrames(const std::filesystem::path& file) {
+    return Subprocess::run({"ffmpeg", "-v", "error", "-i", file.string(), "-fps_mode", "passthrough", "-vf",
+                            "scale=" + std::to_string(kWidth) + ":" + std::to_string(kHeight), "-pix_fmt", "gray",
+                            "-f", "rawvideo", "-"})
+        .standardOutput;
+}
+
+// The rows of a frame below the top quarter (below a title) with a dark
+// pixel: lines of text on a light slide.
+inline std::vector<int> inkRows(const std::string& frame) {
+    std::vector<int> rows;
+    for (int y = kHeight / 4; y < kHeight; ++y) {
+        const auto row = frame.substr(std::size_t(y) * kWidth, kWidth);
+        if (std::any_of(row.begin(), row.end(), [](char c) { return static_cast<unsigned char>(c) < 128; })) {
+            rows.push_back(y);
+        }
+    }
+    return rows;
+}
+
+// Whether every line of text in `before` is still there, unmoved, in `after`.
+inline bool keepsText(const std::string& before, const std::string& after) {
+    for (int y : inkRows(before)) {
+        if (before.compare(std::size_t(y) * kWidth, kWidth, after, std::size_t(y) * kWidth, kWidth) != 0) return false;
+    }
+    return true;
+}
+
+struct MovieFrames {
+    explicit MovieFrames(const std::filesystem::path& movie) : timesMs(frameTimesMs(movie)), pixels(grayFrames(movie)) {}
+
+    // The frame on screen at ms: the last one that starts at or before it.
+    std::string shownAt(std::int64_t ms) const {
+        const auto after = std::upper_bound(timesMs.begin(), timesMs.end(), ms);
+        const auto index = static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, after - timesMs.begin() - 1));
+        return pixels.substr(index * kWidth * kHeight, std::size_t(kWidth) * kHeight);
+    }
+
+    std::vector<std::int64_t> timesMs;
+    std::string pixels;  // kWidth x kHeight bytes per frame, in order
+};
+
+}  // namespace orvandel::test

@@ -1,0 +1,145 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iostream>
+
+#include "AnimatedSlides.hpp"
+#include "PlayoutTimeline.hpp"
+#include "PrepareSupport.hpp"
+#include "Storyboard.hpp"
+#include "TestSupport.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/SlideXML.hpp"
+#include "deck/DeckScanner.hpp"
+#include "package/CueCalculator.hpp"
+#include "rewrite/ExitWriter.hpp"
+#include "rewrite/TimingTransformer.hpp"
+#include "rewrite/UnifiedBulletPlanBuilder.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+
+namespace {
+
+PlayoutTarget p3(std::int64_t n) { return {"3", n}; }
+PlayoutTarget whole(const std::string& spid) { return {spid, std::nullopt}; }
+
+}  // namespace
+
+TEST(PlayoutTimelineTest, PreparedClickStepsShowAtTheirPlannedTimesAndExitsLeaveWhenTheyEnd) {
+    const std::string source = slideXml("", timing(click(fade("clickEffect", paragraph(0))) +
+                                                   click(fade("clickEffect", paragraph(1)) + fade("withEffect", shape("4"))) +
+                                                   click(fade("clickEffect", paragraph(2)))));
+    // Nobody clicks the source: everything that enters stays hidden.
+    const auto unprepared = PlayoutTimeline::evaluate(source);
+    EXPECT_EQ(unprepared.states, (std::vector<PlayoutState>{{0, {p3(0), p3(1), p3(2), whole("4")}}}));
+    EXPECT_EQ(unprepared.groupStartsMs, (std::vector<std::optional<std::int64_t>>(3)));
+    // Groups start at 0, 1500 and 3000; each head after its 1000 ms pause,
+    // and the shape that comes with the second bullet with it.
+    const auto prepared = PlayoutTimeline::evaluate(TimingTransformer::transformBulletSlide(source, {6000, 1000, 1500}));
+    EXPECT_EQ(prepared.states, (std::vector<PlayoutState>{{0, {p3(0), p3(1), p3(2), whole("4")}},
+                                                          {1000, {p3(1), p3(2), whole("4")}},
+                                                          {2500, {p3(2)}},
+                                                          {4000, {}}}));
+    EXPECT_EQ(prepared.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 1500, 3000}));
+
+    // A chart built part by part appears whole with its first part.
+    const std::string part = "<p:spTgt spid=\"7\"><p:graphicEl><a:chart seriesIdx=\"0\" categoryIdx=\"0\" "
+                             "bldStep=\"ptInSeries\"/></p:graphicEl></p:spTgt>";
+    const auto chart = PlayoutTimeline::evaluate(TimingTransformer::transformBulletSlide(
+        slideXml("", timing(click(fade("clickEffect", part)) + click(fade("clickEffect", part)))), {4500, 1000, 1500}));
+    EXPECT_EQ(chart.states, (std::vector<PlayoutState>{{0, {whole("7")}}, {1000, {}}}));
+
+    // The first exit starts 500 ms in and hides its shape as its fade ends;
+    // the second step still waits for a click.
+    const auto exits = PlayoutTimeline::evaluate(ExitWriter::convertExitToAfterEffect(slideXml(
+        "", timing(click(fade("clickEffect", shape("4"), false)) + click(fade("clickEffect", shape("5"), false))))));
+    EXPECT_EQ(exits.states, (std::vector<PlayoutState>{{0, {}}, {1000, {whole("4")}}}));
+    EXPECT_EQ(exits.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, std::nullopt}));
+}
+
+TEST(PlayoutTimelineTest, ReferencesMediaAndTriggersFollowTheTimingTree) {
+    EXPECT_EQ(PlayoutTimeline::evaluate(slideXml()).states, (std::vector<PlayoutState>{{0, {}}}));
+
+    // The video plays 500 ms in; shape 6 enters when the video's call ends
+    // plus 250 ms; shape 5 only on a click on shape 2, so never.
+    const std::string media =
+        "<p:par><p:cTn presetClass=\"mediacall\" nodeType=\"withEffect\"><p:stCondLst><p:cond delay=\"500\"/>"
+        "</p:stCondLst><p:childTnLst><p:cmd type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn id=\"9\" dur=\"4000\"/>"
+        "<p:tgtEl>" + shape("3") + "</p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>";
+    const std::string afterVideo = "<p:par><p:cTn><p:stCondLst><p:cond evt=\"onEnd\" delay=\"250\"><p:tn val=\"9\"/>"
+                                   "</p:cond></p:stCondLst><p:childTnLst>" + fade("withEffect", shape("6")) +
+                                   "</p:childTnLst></p:cTn></p:par>";
+    const std::string trigger = "<p:seq><p:cTn id=\"20\" nodeType=\"interactiveSeq\"><p:stCondLst><p:cond evt=\"onClick\" "
+                                "delay=\"0\"><p:tgtEl>" + shape("2") + "</p:tgtEl></p:cond></p:stCondLst><p:childTnLst>" +
+                                click(fade("clickEffect", shape("5"))) + "</p:childTnLst></p:cTn></p:seq>";
+    const std::string onBegin =
+        "<p:par><p:cTn><p:stCondLst><p:cond delay=\"indefinite\"/><p:cond evt=\"onBegin\" delay=\"0\"><p:tn val=\"2\"/>"
+        "</p:cond></p:stCondLst><p:childTnLst><p:par><p:cTn><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst>"
+        "<p:childTnLst>" + media + "</p:childTnLst></p:cTn></p:par>" + afterVideo + "</p:childTnLst></p:cTn></p:par>";
+    const auto playout = PlayoutTimeline::evaluate(slideXml("", timing(onBegin, "mainSeq", trigger)));
+    EXPECT_EQ(playout.media, (std::vector<MediaStart>{{"3", 500}}));
+    EXPECT_EQ(playout.states, (std::vector<PlayoutState>{{0, {whole("5"), whole("6")}}, {4750, {whole("5")}}}));
+    EXPECT_EQ(playout.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 4750}));
+}
+
+// Over every deck of the corpus, without LibreOffice: the group starts the
+// play-out reads from each prepared bullet slide are the starts the timing
+// plan gave; each step shows between its slide's cue before it and its own
+// cue (where cues follow the steps: no interleaved entry and exit groups, no
+// media, and no group after a click group that keeps the delay it had within
+// its click, which the timing rewrite does not move); and every state of
+// every slide makes a well-formed storyboard slide.
+TEST(PlayoutTimelineTest, OnEveryCorpusDeckStepsShowWhereThePlanAndTheCuesPutThem) {
+    ORVANDEL_REQUIRE_CORPUS();
+    TempDir dir;
+    int steps = 0, states = 0;
+    for (const auto& deck : corpusDecks()) {
+        SCOPED_TRACE(deck.filename().string());
+        std::vector<SlideReport> reports;
+        try {
+            reports = prepareSupplyingVideoLengths(deck, dir / "prepared.pptx");
+        } catch (const Error&) {
+            continue;  // decks refused on purpose; the deck transformer's tests cover them
+        }
+        const auto inputs = CueInputAssembler::cueInputs(reports, {}, {});
+        PptxArchive::Deck source(deck), prepared(dir / "prepared.pptx");
+        for (std::size_t i = 0; i < reports.size(); ++i) {
+            const auto& r = reports[i];
+            const std::string xml = prepared.readEntry(r.file);
+            const auto playout = PlayoutTimeline::evaluate(xml);
+            for (const auto& state : playout.states) {
+                ++states;
+                EXPECT_NO_THROW(XmlElement::parseDocument(Storyboard::slideInState(xml, state.hidden))) << r.file;
+            }
+            if (r.bulletCount < 1) continue;
+            const auto plan = UnifiedBulletPlanBuilder::buildPlan(
+                *SlideXML::parseElement(source.readEntry(r.file), "p:timing"), {*r.advTmMs, 1000, 1500});
+            ASSERT_EQ(playout.groupStartsMs.size(), plan.groups.size()) << r.file;
+            std::vector<std::int64_t> starts;
+            bool followers = false;  // groups after a click group that keep their own delay
+            for (std::size_t g = 0; g < plan.groups.size(); ++g) {
+                followers = followers || (!starts.empty() && !plan.groups[g].startDelayMs);
+                if (!plan.groups[g].startDelayMs) continue;
+                EXPECT_EQ(playout.groupStartsMs[g], plan.groups[g].startDelayMs) << r.file << " group " << g;
+                starts.push_back(*plan.groups[g].startDelayMs);
+            }
+            const CueInput& alone = inputs[i];
+            if (alone.isHidden || (alone.exitGroupCount >= 1 && !alone.orderedGroupKinds.empty()) ||
+                alone.videoDurationMs || alone.gifDurationMs || followers || starts.size() != std::size_t(r.bulletCount)) {
+                continue;
+            }
+            const auto cues = CueCalculator::calculateCues({alone});  // [lead-in, step 1, ..., step n]
+            for (std::size_t k = 0; k < starts.size(); ++k) {
+                const std::int64_t next = k + 1 < starts.size() ? starts[k + 1] : r.advTmMs.value_or(0);
+                const auto change = std::find_if(playout.states.begin() + 1, playout.states.end(),
+                                                 [&](const PlayoutState& s) { return s.startMs >= starts[k]; });
+                if (change == playout.states.end() || change->startMs >= next) continue;  // shows nothing new
+                ++steps;
+                EXPECT_GE(change->startMs, cues[k].timeMs) << r.file << " step " << k + 1;
+                EXPECT_LT(change->startMs, cues[k + 1].timeMs) << r.file << " step " << k + 1;
+            }
+        }
+    }
+    std::cout << steps << " steps of bullet slides show between their cues; " << states << " states\n";
+}

@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "AnimatedSlides.hpp"
+#include "LibreOfficeMp4Exporter.hpp"
+#include "MovieFrames.hpp"
+#include "TestSupport.hpp"
+#include "render/Mp4Duration.hpp"
+#include "rewrite/DeckTransformer.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+
+// One deck built in code, prepared and rendered once for the suite:
+// 1. three bulleted paragraphs, one per click (a build by paragraph): states
+//    at 0, 1, 2.5 and 4 s of its 6 s; storyboard pages 1 to 4;
+// 2. a text box that comes in whole on a click, then one that leaves on the
+//    next: states at 0, 1 and 2.5 s of its 4.5 s; pages 5 to 7;
+// 3. hidden: no time in the movie; page 8;
+// 4. a numbered list whose first paragraph comes in on a click while the
+//    second is there from the start: states at 0 and 1 s of its 3 s; pages 9, 10.
+class StepByStepMovieTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        if (!canRender()) return;
+        dir_ = std::make_unique<TempDir>();
+        DeckBuilder()
+            .addSlide(bulletSlide())
+            .addSlide(slideXml(textBox("4", 1825625, para("Entra inteira")) + textBox("5", 3825625, para("Sai")),
+                               timing(click(fade("clickEffect", shape("4"))) + click(fade("clickEffect", shape("5"), false)))))
+            .addSlide(slideXml(textBox("2", 365125, para("Escondido")), "", "show=\"0\""))
+            .addSlide(slideXml(textBox("3", 1825625, para("Um", kNumbered) + para("Dois", kNumbered)),
+                               timing(click(fade("clickEffect", paragraph(0))))))
+            .write(*dir_ / "deck.pptx");
+        DeckTransformer::prepare(*dir_ / "deck.pptx", *dir_ / "prepared.pptx", {}, {}, 1000, 1500);
+        LibreOfficeMp4Exporter::Options options;
+        options.keepStillsIn = *dir_ / "stills";
+        LibreOfficeMp4Exporter(options).export_(*dir_ / "prepared.pptx", *dir_ / "master.mp4", {},
+                                                {.progress = [](const std::string& stage, double) {
+                                                    if (stages_.empty() || stages_.back() != stage) stages_.push_back(stage);
+                                                }});
+        movie_ = std::make_unique<MovieFrames>(*dir_ / "master.mp4");
+    }
+    static void TearDownTestSuite() {
+        movie_.reset();
+        dir_.reset();
+    }
+    void SetUp() override {
+        if (!movie_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
+    }
+    static std::string page(int n) { return grayFrames(*dir_ / "stills" / ("still-" + std::to_string(n) + ".tif")); }
+
+    static inline std::unique_ptr<TempDir> dir_;
+    static inline std::unique_ptr<MovieFrames> movie_;
+    static inline std::vector<std::string> stages_;
+};
+
+TEST_F(StepByStepMovieTest, EachStepStartsOnItsPlannedMillisecond) {
+    EXPECT_EQ(Mp4Duration::measureMs(*dir_ / "master.mp4"), 13500);
+    const auto& times = movie_->timesMs;
+    for (std::int64_t change : {1000, 2500, 4000, 6000, 6000 + 1000, 6000 + 2500, 10500, 10500 + 1000}) {
+        EXPECT_NE(std::find(times.begin(), times.end(), change), times.end()) << change;
+        EXPECT_NE(movie_->shownAt(change), movie_->shownAt(change - 1)) << change;
+    }
+    // A frame at least every second, so that seeking lands on the right step.
+    for (std::size_t i = 1; i < times.size(); ++i) EXPECT_LE(times[i] - times[i - 1], 1000) << times[i];
+    // Before its first step a slide shows its title only: no paragraph, no bullet.
+    EXPECT_TRUE(inkRows(movie_->shownAt(999)).empty());
+    EXPECT_EQ(stages_, (std::vector<std::string>{LibreOfficeMp4Exporter::kStageRead, LibreOfficeMp4Exporter::kStagePdf,
+                                                 LibreOfficeMp4Exporter::kStageDraw,
+                                                 LibreOfficeMp4Exporter::kStageEncode}));
+    EXPECT_TRUE(entriesNamed(dir_->path(), ".render-").empty());
+}
+
+TEST_F(StepByStepMovieTest, TextAlreadyShownStaysInPlaceAsTheNextStepAppears) {
+    for (int n : {1, 2, 3, 5, 9}) {
+        const auto before = page(n), after = page(n + 1);
+        EXPECT_LT(inkRows(before).size(), inkRows(after).size()) << "page " << n;
+        EXPECT_TRUE(keepsText(before, after)) << "page " << n;
+    }
+    // The box with the exit is gone in the last state, the other one stays.
+    EXPECT_GT(inkRows(page(6)).size(), inkRows(page(7)).size());
+    EXPECT_TRUE(keepsText(page(7), page(6)));
+}

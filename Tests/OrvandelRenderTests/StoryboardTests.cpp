@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include "AnimatedSlides.hpp"
+#include "Storyboard.hpp"
+#include "TestSupport.hpp"
+#include "container/PptxArchive.hpp"
+#include "deck/DeckScanner.hpp"
+#include "rewrite/DeckTransformer.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+
+TEST(StoryboardTest, AStateIsAStillWithoutHiddenShapesAndWithHiddenParagraphsInPlace) {
+    const std::string numbered = "<a:pPr lvl=\"1\"><a:buAutoNum type=\"arabicPeriod\"/>";
+    const auto body = [&](const std::string& first, const std::string& second, const std::string& third) {
+        return "<p:sp><p:nvSpPr><p:cNvPr id=\"3\" name=\"B\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/><p:txBody>"
+               "<a:bodyPr/>" + first + second + third + "</p:txBody></p:sp>";
+    };
+    const std::string group = "<p:grpSp><p:nvGrpSpPr><p:cNvPr id=\"4\" name=\"G\"/><p:cNvGrpSpPr/><p:nvPr/></p:nvGrpSpPr>"
+                              "<p:grpSpPr/>" + picture("5", "rId2") + "</p:grpSp>";
+    const std::string slide =
+        slideXml(body("<a:p>" + numbered + "<a:defRPr/></a:pPr><a:r><a:rPr lang=\"pt-BR\"><a:solidFill><a:srgbClr "
+                      "val=\"FF0000\"/></a:solidFill><a:latin typeface=\"Arial\"/></a:rPr><a:t>Um</a:t></a:r></a:p>",
+                      "<a:p>" + numbered + "</a:pPr><a:r><a:t>Dois</a:t></a:r></a:p>",
+                      "<a:p><a:r><a:t>Tres</a:t></a:r></a:p>") +
+                     group + picture("6", "rId3"),
+                 "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr><p:transition advTm=\"1500\"/>" + timing(""));
+    const std::string clear = "<a:solidFill><a:srgbClr val=\"FFFFFF\"><a:alpha val=\"0\"/></a:srgbClr></a:solidFill>";
+    // Shape 5 goes with its group; paragraphs 0 and 2 keep their place, and
+    // paragraph 1 keeps its number 2.
+    const std::string expected =
+        slideXml(body("<a:p><a:pPr lvl=\"1\"><a:buNone/><a:defRPr/></a:pPr><a:r><a:rPr lang=\"pt-BR\">" + clear +
+                          "<a:latin typeface=\"Arial\"/></a:rPr><a:t>Um</a:t></a:r></a:p>",
+                      "<a:p><a:pPr lvl=\"1\"><a:buAutoNum type=\"arabicPeriod\" startAt=\"2\"/></a:pPr><a:r><a:t>Dois"
+                      "</a:t></a:r></a:p>",
+                      "<a:p><a:pPr><a:buNone/></a:pPr><a:r><a:rPr>" + clear + "</a:rPr><a:t>Tres</a:t></a:r></a:p>") +
+                     picture("6", "rId3"),
+                 "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr>");
+    EXPECT_EQ(Storyboard::slideInState(slide, {{"3", 0}, {"3", 2}, {"4", std::nullopt}, {"5", std::nullopt}}), expected);
+}
+
+TEST(StoryboardTest, ShotsFollowTheStatesUntilTheAdvanceTimeAndAlikeStatesSharePages) {
+    const std::vector<PlayoutTarget> a{{"3", std::nullopt}};
+    RenderPlan plan;
+    plan.slides = {{1, "s1", false, 5000, {{{0, a}, {1000, {}}, {3000, a}, {9000, {}}}, {}, {}}},
+                   {2, "s2", true, 1500, {}},
+                   {3, "s3", false, 1500, {{{0, {}}}, {}, {}}}};
+    const auto steps = Storyboard::layout(plan);
+    EXPECT_EQ(steps.pages, (std::vector<Storyboard::Page>{{1, a}, {1, {}}, {2, {}}, {3, {}}}));
+    EXPECT_EQ(steps.shots, (std::vector<Storyboard::Shot>{{1, 1000}, {2, 2000}, {1, 2000}, {4, 1500}}));
+    EXPECT_TRUE(steps.needsDeck());
+
+    const auto finalStates = Storyboard::layout(plan, false);
+    EXPECT_EQ(finalStates.pages, (std::vector<Storyboard::Page>{{1, {}}, {2, {}}, {3, {}}}));
+    EXPECT_EQ(finalStates.shots, (std::vector<Storyboard::Shot>{{1, 5000}, {3, 1500}}));
+    EXPECT_FALSE(finalStates.needsDeck());
+}
+
+TEST(StoryboardTest, StatesAreListedRightAfterTheirSlideWithItsRelationshipsButNotItsNotes) {
+    TempDir dir;
+    DeckBuilder()
+        .addSlide(bulletSlide(), {{"rId2", "image", "../media/image1.png"}})
+        .addNotes(1, notesSlideXml({"Fala"}))
+        .addSlide(slideXml())
+        .write(dir / "deck.pptx");
+    DeckTransformer::prepare(dir / "deck.pptx", dir / "prepared.pptx", {}, {}, 1000, 1500);
+    const auto plan = RenderPlanReader::read(dir / "prepared.pptx");
+    const auto layout = Storyboard::layout(plan);
+    Storyboard::write(dir / "prepared.pptx", plan, layout, dir / "storyboard.pptx");
+
+    const auto files = DeckScanner::orderedSlideFiles(dir / "storyboard.pptx");
+    ASSERT_EQ(files, (std::vector<std::string>{"ppt/slides/slide1.xml", "ppt/slides/slide3.xml", "ppt/slides/slide4.xml",
+                                               "ppt/slides/slide5.xml", "ppt/slides/slide2.xml"}));
+    PptxArchive::Deck storyboard(dir / "storyboard.pptx");
+    const std::string prepared = PptxArchive::readEntry(dir / "prepared.pptx", "ppt/slides/slide1.xml");
+    for (std::size_t k = 0; k < 4; ++k) {
+        EXPECT_EQ(storyboard.readEntry(files[k]), Storyboard::slideInState(prepared, layout.pages[k].hidden)) << k;
+    }
+    const std::string rels = storyboard.readEntry("ppt/slides/_rels/slide3.xml.rels");
+    EXPECT_NE(rels.find("../media/image1.png"), std::string::npos);
+    EXPECT_EQ(rels.find("notesSlide"), std::string::npos);
+    EXPECT_NE(storyboard.readEntry("[Content_Types].xml").find("PartName=\"/ppt/slides/slide5.xml\""), std::string::npos);
+}
