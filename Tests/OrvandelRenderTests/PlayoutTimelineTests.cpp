@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <tuple>
 
 #include "AnimatedSlides.hpp"
 #include "PlayoutTimeline.hpp"
@@ -12,6 +13,8 @@
 #include "container/SlideXML.hpp"
 #include "deck/DeckScanner.hpp"
 #include "package/CueCalculator.hpp"
+#include "package/CueInputAssembler.hpp"
+#include "rewrite/DeckTransformer.hpp"
 #include "rewrite/ExitWriter.hpp"
 #include "rewrite/TimingTransformer.hpp"
 #include "rewrite/UnifiedBulletPlanBuilder.hpp"
@@ -142,4 +145,68 @@ TEST(PlayoutTimelineTest, OnEveryCorpusDeckStepsShowWhereThePlanAndTheCuesPutThe
         }
     }
     std::cout << steps << " steps of bullet slides show between their cues; " << states << " states\n";
+}
+
+// Slides whose opening chain plays before three click bullets: a 9 s video,
+// an entrance, and a GIF beside them (the GIF is not in the timing). The
+// advance time, the cues and what the play-out shows must agree: each bullet
+// appears at or after the cue before it and before its own cue, and the slide
+// does not end before the last bullet's fade has played.
+TEST(PlayoutTimelineTest, SlidesThatOpenWithMediaShowEachBulletBetweenItsCues) {
+    TempDir dir;
+    const std::string video = picture("5", "rId9", "<a:videoFile r:link=\"rId2\"/>");
+    const std::vector<Relationship> rels{{"rId2", "video", "../media/media1.mp4"}, {"rId9", "image", "../media/image1.png"},
+                                         {"rId5", "image", "../media/image2.gif"}};
+    const auto opening = [](const std::string& effects) {
+        return "<p:par><p:cTn><p:stCondLst><p:cond delay=\"indefinite\"/><p:cond evt=\"onBegin\" delay=\"0\"><p:tn "
+               "val=\"2\"/></p:cond></p:stCondLst><p:childTnLst><p:par><p:cTn><p:stCondLst><p:cond delay=\"0\"/>"
+               "</p:stCondLst><p:childTnLst>" + effects + "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>";
+    };
+    const std::string playVideo =
+        "<p:par><p:cTn presetClass=\"mediacall\" nodeType=\"withEffect\"><p:stCondLst><p:cond delay=\"0\"/>"
+        "</p:stCondLst><p:childTnLst><p:cmd type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn dur=\"9000\"/>"
+        "<p:tgtEl>" + shape("5") + "</p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>";
+    const std::string bullets = click(fade("clickEffect", paragraph(0))) + click(fade("clickEffect", paragraph(1))) +
+                                click(fade("clickEffect", paragraph(2)));
+    const std::string text = textBox("3", 1825625, para("Um", kBullet) + para("Dois", kBullet) + para("Tres", kBullet));
+    // What, the slide's shapes and timing, the video's and the GIF's lengths:
+    // when the first bullet appears.
+    for (const auto& [what, shapes, chain, videoMs, gifMs, firstBulletMs] :
+         std::vector<std::tuple<const char*, std::string, std::string, SlideDurations, SlideDurations, std::int64_t>>{
+             {"a 9 s opening video", video + text, opening(playVideo), {{1, 9000}}, {}, 10000},
+             {"an opening entrance", textBox("4", 365125, para("Titulo")) + text,
+              opening(fade("afterEffect", shape("4"))), {}, {}, 1500},
+             {"a GIF beside the bullets", picture("6", "rId5") + text, "", {}, {{1, 3000}}, 1000}}) {
+        SCOPED_TRACE(what);
+        const auto deck = DeckBuilder().addSlide(slideXml(shapes, timing(chain + bullets)), rels).write(dir / "in.pptx");
+        const auto reports = DeckTransformer::prepare(deck, dir / "out.pptx", videoMs, gifMs, 1000, 1500);
+        const auto cues = CueCalculator::calculateCues(CueInputAssembler::cueInputs(reports, videoMs, gifMs));
+        const auto playout = PlayoutTimeline::evaluate(PptxArchive::Deck(dir / "out.pptx").readEntry(reports[0].file));
+        const std::int64_t advanceMs = *reports[0].advTmMs;
+        std::vector<std::int64_t> bulletCues;
+        for (const auto& cue : cues) {
+            EXPECT_LE(cue.timeMs, advanceMs) << cue.label;  // no cue points into the next slide
+            if (cue.label.ends_with("bullet") || cue.kind == CueKind::slide) bulletCues.push_back(cue.timeMs);
+            EXPECT_TRUE(!cue.label.ends_with("video") || cue.timeMs >= 9000) << cue.label;
+        }
+        ASSERT_GE(bulletCues.size(), 3u);
+        if (bulletCues.size() == 3) bulletCues.insert(bulletCues.begin(), 0);  // no lead-in cue beside a GIF
+        std::int64_t lastShown = 0;
+        for (std::int64_t k = 0; k < 3; ++k) {
+            const auto shown = std::find_if(playout.states.begin(), playout.states.end(), [&](const PlayoutState& s) {
+                return std::ranges::find(s.hidden, p3(k)) == s.hidden.end();
+            });
+            ASSERT_NE(shown, playout.states.end()) << "bullet " << k + 1;
+            if (k == 0) {
+                EXPECT_EQ(shown->startMs, firstBulletMs);
+            }
+            EXPECT_GE(shown->startMs, bulletCues[std::size_t(k)]) << "bullet " << k + 1;
+            EXPECT_LT(shown->startMs, bulletCues[std::size_t(k) + 1]) << "bullet " << k + 1;
+            lastShown = shown->startMs;
+        }
+        EXPECT_LE(lastShown + 500, advanceMs);
+        if (!videoMs.empty()) {
+            EXPECT_EQ(playout.media, (std::vector<MediaStart>{{"5", 0}}));
+        }
+    }
 }
