@@ -261,10 +261,11 @@ void hidePoints(const Part& part, const Chart& chart, ChartEditor& e, int series
                                "showLeaderLines", "leaderLines", "extLst"});
         return;
     }
-    // Without labels of its own the series shows its chart type's.
+    // Without labels of its own the series shows its chart type's, if any.
     const int group = part.child(part.at(series).parent, "dLbls");
+    if (group < 0) return;
     std::string inherited;
-    if (group >= 0 && part.at(group).tagEnd != part.at(group).end) {
+    if (part.at(group).tagEnd != part.at(group).end) {
         const auto& g = part.at(group);
         inherited = std::string(part.xml().substr(g.tagEnd, part.xml().rfind('<', g.end - 1) - g.tagEnd));
     }
