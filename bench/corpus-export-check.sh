@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
 # Exports every deck of the shared corpus with the headless renderer and
 # reports, per deck: prepared or not (and why), exported or not (and why),
-# the movie's length against the plan, and the wall time.
+# the movie's length against the plan, and the wall time. For decks that
+# build a chart or diagram part by part, it also reports how many of the
+# steps of those slides change the picture between their cues (the frame
+# just before a cue against the frame just before the cue before it).
 #   bench/corpus-export-check.sh [CORPUS_DIR]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -9,13 +12,49 @@ build=${BUILD:-build}
 corpus=${1:-${ORVANDEL_CORPUS:-../shared/corpus}}
 [ -x "$build/orvandel" ] || make build >/dev/null
 python3 - "$build/orvandel" "$corpus" <<'PY'
-import json, os, re, subprocess, sys, tempfile, time
+import json, os, re, subprocess, sys, tempfile, time, zipfile
 cli, corpus = sys.argv[1], sys.argv[2]
+W, H = 320, 180
+def graphic_build_slides(deck):
+    """The display numbers of the slides whose timing builds a graphic part by part."""
+    with zipfile.ZipFile(deck) as z:
+        pres = z.read("ppt/presentation.xml").decode("utf-8", "replace")
+        rels = z.read("ppt/_rels/presentation.xml.rels").decode("utf-8", "replace")
+        targets = dict(re.findall(r'<Relationship\b[^>]*?Id="([^"]+)"[^>]*?Target="([^"]+)"', rels))
+        targets.update({i: t for t, i in re.findall(r'<Relationship\b[^>]*?Target="([^"]+)"[^>]*?Id="([^"]+)"', rels)})
+        out = []
+        for n, rid in enumerate(re.findall(r'<p:sldId\b[^>]*?r:id="([^"]+)"', pres), 1):
+            part = "ppt/" + targets.get(rid, "").lstrip("/").removeprefix("ppt/")
+            try: xml = z.read(part).decode("utf-8", "replace")
+            except KeyError: continue
+            if "graphicEl>" in xml or "<p:bldGraphic" in xml: out.append(n)
+        return out
+def steps_shown(orv, slides):
+    """Per slide: steps that change the picture between their cues, steps."""
+    with zipfile.ZipFile(orv) as z:
+        manifest = json.loads(z.read("manifest.json"))
+        movie = os.path.join(work, "master.mp4")
+        with open(movie, "wb") as f: f.write(z.read(manifest["masterVideoPath"]))
+    times = [round(float(t.split(",")[0]) * 1000) for t in subprocess.run(
+        ["ffprobe", "-v", "error", "-select_streams", "v", "-show_entries", "frame=pts_time", "-of", "csv=p=0", movie],
+        capture_output=True, text=True).stdout.split()]
+    pixels = subprocess.run(["ffmpeg", "-v", "error", "-i", movie, "-fps_mode", "passthrough", "-vf", f"scale={W}:{H}",
+                             "-pix_fmt", "gray", "-f", "rawvideo", "-"], capture_output=True).stdout
+    def at(ms):  # the frame on screen at ms
+        i = max(0, sum(1 for t in times if t <= ms) - 1)
+        return pixels[i * W * H:(i + 1) * W * H]
+    def differ(a, b): return sum(1 for x, y in zip(a, b) if abs(x - y) > 24) > 4
+    out = {}
+    for n in slides:
+        cues = sorted(round(c["time"] * 1000) for c in manifest["cues"] if c["slideIndex"] == n)
+        pairs = list(zip(cues, cues[1:]))
+        out[n] = (sum(1 for a, b in pairs if differ(at(a - 1), at(b - 1))), len(pairs))
+    return out
 decks = sorted(f for f in os.listdir(corpus) if f.endswith((".pptx", ".potx", ".ppsx")))
 work = tempfile.mkdtemp(prefix="orvandel-corpus-export-")
 def run(*args):
     return subprocess.run([cli, *args], capture_output=True, text=True)
-rows, exported, failed, refused = [], 0, [], []
+rows, exported, failed, refused, builds = [], 0, [], [], []
 for name in decks:
     deck = os.path.join(corpus, name)
     scan = run("scan", deck, "--json")
@@ -40,6 +79,9 @@ for name in decks:
         (refused if "no visible slides" in r.stderr else failed).append((name, r.stderr.strip())); continue
     probe = json.loads(run("probe", out, "--json").stdout)
     exported += 1
+    if slides := graphic_build_slides(deck):
+        warned = [l for l in r.stderr.splitlines() if "chart or diagram" in l]
+        builds.append((name, steps_shown(out, slides), warned))
     rows.append((name, planned, probe["masterVideoDuration"], wall))
     os.remove(out)
 print(f"{'deck':62} {'plan (s)':>9} {'movie (s)':>10} {'diff (ms)':>9} {'wall (s)':>8}")
@@ -48,6 +90,13 @@ for name, planned, movie, wall in rows:
 print(f"\n{len(decks)} decks: {exported} exported, {len(failed)} failed to export, {len(refused)} refused with a typed error")
 for name, why in failed: print(f"  FAILED  {name}: {why}")
 for name, why in refused: print(f"  refused {name}: {why[:160]}")
+if builds:
+    print("\nchart and diagram builds: steps that change the picture between their cues / steps")
+for name, per_slide, warned in builds:
+    shown, steps = sum(a for a, _ in per_slide.values()), sum(b for _, b in per_slide.values())
+    print(f"  {name[:62]:62} {shown:3d} / {steps:3d}  (slides " +
+          ", ".join(f"{n}: {a}/{b}" for n, (a, b) in per_slide.items()) + ")")
+    for line in warned: print(f"    {line}")
 worst = max((abs(1000*(m-p)) for _, p, m, _ in rows), default=0)
 print(f"largest difference between movie and plan: {worst:.0f} ms")
 sys.exit(1 if failed else 0)

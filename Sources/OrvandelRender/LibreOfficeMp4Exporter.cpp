@@ -22,6 +22,9 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
                                      const std::function<bool()>&, const RenderHooks& hooks) const {
     hooks.report(kStageRead, 0);
     const RenderPlan plan = RenderPlanReader::read(preparedDeck);
+    if (options_.showSteps) {
+        for (const auto& warning : plan.warnings) hooks.warning(warning);
+    }
     const Storyboard::Layout storyboard = Storyboard::layout(plan, options_.showSteps);
     if (storyboard.shots.empty()) {
         throw RenderError(RenderError::Case::badDeck, kStageRead,

@@ -52,8 +52,8 @@ struct Condition {
     std::int64_t delayMs = 0;
 };
 
-// A shape, a paragraph, or a part of a shape (a chart's series, a diagram's
-// element, characters) that stands for the whole shape.
+// A shape, a paragraph, a part of a graphic, or a part of a shape
+// (characters, a graphic shown whole) that stands for the whole shape.
 struct Target {
     PlayoutTarget target;
     bool part = false;
@@ -127,7 +127,30 @@ std::vector<Condition> conditionsOf(const XmlElement& cTn, int& count) {
     return out;
 }
 
-std::vector<Target> targetsOf(const XmlElement& behaviour) {
+// The part of a graphic a p:spTgt names, when it is one a build shows alone.
+std::optional<GraphicPart> graphicPartOf(const XmlElement& element) {
+    using Kind = GraphicPart::Kind;
+    if (element.name() == "p:oleChartEl") return GraphicPart{Kind::oleChartElement, 0, 0, {}};
+    if (element.name() != "p:graphicEl") return std::nullopt;
+    if (const auto diagram = firstChild(element, "a:dgm")) {
+        const auto id = diagram->attribute("id");
+        return id ? std::optional(GraphicPart{Kind::diagramElement, 0, 0, *id}) : std::nullopt;
+    }
+    const auto chart = firstChild(element, "a:chart");
+    if (!chart) return std::nullopt;
+    const std::string step = chart->attribute("bldStep").value_or("");
+    const std::int64_t series = intAttribute(*chart, "seriesIdx", -1), category = intAttribute(*chart, "categoryIdx", -1);
+    if (step == "gridLegend") return GraphicPart{Kind::chartBackground, 0, 0, {}};
+    if (step == "allPts") return GraphicPart{Kind::chartData, 0, 0, {}};
+    if (step == "series" && series >= 0) return GraphicPart{Kind::chartSeries, series, 0, {}};
+    if (step == "category" && category >= 0) return GraphicPart{Kind::chartCategory, 0, category, {}};
+    if ((step == "ptInSeries" || step == "ptInCategory") && series >= 0 && category >= 0) {
+        return GraphicPart{Kind::chartPoint, series, category, {}};
+    }
+    return std::nullopt;
+}
+
+std::vector<Target> targetsOf(const XmlElement& behaviour, const std::set<std::string>& shownWhole) {
     std::vector<Target> out;
     const auto tgtEl = firstChild(behaviour, "p:tgtEl");
     const auto spTgt = tgtEl ? firstChild(*tgtEl, "p:spTgt") : std::nullopt;
@@ -141,10 +164,15 @@ std::vector<Target> targetsOf(const XmlElement& behaviour) {
         const std::int64_t last = std::min(intAttribute(*range, "end", first), plus(first, kMaxParagraphs - 1));
         for (std::int64_t p = first; p <= last; ++p) out.push_back(Target{PlayoutTarget{*spid, p}, false});
     } else {
-        // The background of a shape is the shape; anything finer is a part.
+        // The background of a shape is the shape; a graphic's part is its
+        // own target unless the caller wants the graphic whole; anything
+        // finer is a part.
         Target whole;
         whole.target.shapeId = *spid;
-        whole.part = !parts.empty() && parts.front().name() != "p:bg";
+        if (!parts.empty() && parts.front().name() != "p:bg") {
+            whole.target.graphic = shownWhole.contains(*spid) ? std::nullopt : graphicPartOf(parts.front());
+            whole.part = !whole.target.graphic;
+        }
         out.push_back(std::move(whole));
     }
     return out;
@@ -163,10 +191,10 @@ std::optional<bool> setsVisibility(const XmlElement& set, const XmlElement& beha
 
 // What a behaviour does that the play-out follows: its targets, a visibility
 // change, a play command.
-void readBehaviour(const XmlElement& element, Node& node) {
+void readBehaviour(const XmlElement& element, Node& node, const std::set<std::string>& shownWhole) {
     const auto behaviour = firstChild(element, "p:cBhvr");
     if (!behaviour) return;
-    node.targets = targetsOf(*behaviour);
+    node.targets = targetsOf(*behaviour, shownWhole);
     if (node.targets.empty()) return;
     const std::string name = element.name();
     if (name == "p:set") {
@@ -179,7 +207,7 @@ void readBehaviour(const XmlElement& element, Node& node) {
 
 class Graph {
 public:
-    explicit Graph(const XmlElement& timing) {
+    Graph(const XmlElement& timing, const std::set<std::string>& shownWhole) : shownWhole_(shownWhole) {
         const auto list = firstChild(timing, "p:tnLst");
         if (!list) return;
         int previous = -1;
@@ -246,7 +274,7 @@ private:
         if (const auto dur = cTn->attribute("dur")) {
             node.durMs = *dur == "indefinite" ? std::optional(kNever) : parseInt64(*dur);
         }
-        readBehaviour(element, node);
+        readBehaviour(element, node, shownWhole_);
         if (const auto id = cTn->attribute("id")) ids_.try_emplace(*id, index);
         nodes_.push_back(std::move(node));
         if (parent >= 0) nodes_[static_cast<std::size_t>(parent)].children.push_back(index);
@@ -338,18 +366,19 @@ private:
         return e;
     }
 
+    const std::set<std::string>& shownWhole_;
     std::vector<Node> nodes_;
     std::map<std::string, int> ids_;  // the first node with each id
 };
 
 }  // namespace
 
-SlidePlayout evaluate(std::string_view slideXml) {
+SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& shownWhole) {
     SlidePlayout out;
     out.states.push_back({});
     const auto timing = SlideXML::parseElement(slideXml, "p:timing");
     if (!timing) return out;
-    Graph graph(*timing);
+    Graph graph(*timing, shownWhole);
 
     struct Event {
         std::int64_t atMs;  // kNever: never happens

@@ -34,23 +34,46 @@
 // motion paths leave their targets as they are. A target whose first change
 // (by time; changes that never happen count after all others, in document
 // order) shows it is hidden when the slide opens. Targets are whole shapes
-// (p:spTgt, also through its background p:bg) and paragraphs (p:txEl/p:pRg,
-// one target per paragraph). A part of a shape (a chart's series or category,
-// a diagram's element, a character range) stands for the whole shape: a
-// graphic built part by part appears with its first part and leaves with its
+// (p:spTgt, also through its background p:bg), paragraphs (p:txEl/p:pRg, one
+// target per paragraph) and the parts of a graphic that a chart or diagram
+// build shows one by one (p:graphicEl: a chart's background, series,
+// categories or data points, a diagram's elements; p:oleChartEl of an
+// embedded chart). Any other part of a shape (a character range) stands for
+// the whole shape, and so do the graphic parts of the shapes the caller asks
+// to see whole: such a shape appears with its first part and leaves with its
 // last.
 #include <compare>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace orvandel {
 
+// A part of a chart or diagram that a build shows on its own.
+struct GraphicPart {
+    enum class Kind {
+        chartBackground,  // axes, gridlines and legend (bldStep gridLegend)
+        chartData,        // every series (allPts)
+        chartSeries,      // series `series`, every data point of it
+        chartCategory,    // data point `category` of every series
+        chartPoint,       // data point `category` of series `series`
+        diagramElement,   // the diagram's data point `element` and its connector
+        oleChartElement,  // a part of an embedded (OLE) chart: never drawn on its own
+    };
+    Kind kind = Kind::chartBackground;
+    std::int64_t series = 0;    // 0-based, in the chart's order
+    std::int64_t category = 0;  // 0-based
+    std::string element;        // a diagram point's modelId
+    auto operator<=>(const GraphicPart&) const = default;
+};
+
 struct PlayoutTarget {
     std::string shapeId;                    // the shape's p:cNvPr id (spid)
     std::optional<std::int64_t> paragraph;  // 0-based in the shape's text body; absent: the whole shape
+    std::optional<GraphicPart> graphic = std::nullopt;  // a part of the graphic the shape shows
     auto operator<=>(const PlayoutTarget&) const = default;
 };
 
@@ -83,8 +106,9 @@ struct SlidePlayout {
 namespace PlayoutTimeline {
 
 // Throws SlideXMLError when the slide's p:timing cannot be parsed. A slide
-// without timing shows one state, with nothing hidden.
-SlidePlayout evaluate(std::string_view slideXml);
+// without timing shows one state, with nothing hidden. The graphic parts of
+// the shapes in `shownWhole` (spids) stand for their whole shape.
+SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& shownWhole = {});
 
 }  // namespace PlayoutTimeline
 

@@ -1,5 +1,9 @@
 #include "RenderPlan.hpp"
 
+#include <map>
+#include <variant>
+
+#include "GraphicBuild.hpp"
 #include "RenderError.hpp"
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
@@ -28,6 +32,30 @@ std::optional<std::int64_t> attributeNumber(const std::string& tag, const char* 
     const Regex re(pattern);
     if (const auto m = re.firstMatch(tag)) return parseInt64(m->group(tag, 1));
     return std::nullopt;
+}
+
+// The graphics of the slide whose hidden parts cannot be drawn one by one,
+// with the reason.
+std::map<std::string, std::string> graphicsShownWhole(PptxArchive::Deck& deck, const std::string& file,
+                                                      const std::string& xml, const SlidePlayout& playout) {
+    std::map<std::string, std::vector<GraphicPart>> parts;
+    for (const auto& state : playout.states) {
+        for (const auto& target : state.hidden) {
+            if (target.graphic) parts[target.shapeId].push_back(*target.graphic);
+        }
+    }
+    std::map<std::string, std::string> out;
+    for (const auto& [shape, hidden] : parts) {
+        const auto source = GraphicBuild::locate(deck, file, xml, shape);
+        if (const auto* why = std::get_if<std::string>(&source)) {
+            out[shape] = *why;
+            continue;
+        }
+        const auto& found = std::get<GraphicBuild::Source>(source);
+        const std::string data = found.kind == GraphicBuild::Source::Kind::diagram ? deck.readEntry(found.dataPart) : "";
+        if (auto why = GraphicBuild::whyNot(found, deck.readEntry(found.part), data, hidden)) out[shape] = std::move(*why);
+    }
+    return out;
 }
 
 }  // namespace
@@ -63,6 +91,13 @@ RenderPlan read(const std::filesystem::path& preparedDeck) {
         if (!slide.hidden) {
             try {
                 slide.playout = PlayoutTimeline::evaluate(xml);
+                const auto whole = graphicsShownWhole(deck, files[i], xml, slide.playout);
+                std::set<std::string> shapes;
+                for (const auto& [shape, why] : whole) {
+                    shapes.insert(shape);
+                    plan.warnings.push_back(Warning::graphicBuildShownWhole(slide.displayIndex, why));
+                }
+                if (!shapes.empty()) slide.playout = PlayoutTimeline::evaluate(xml, shapes);
             } catch (const SlideXMLError& e) {
                 throw RenderError(RenderError::Case::badDeck, kStage,
                                   std::string(kStage) + ": the animation timing of slide " +

@@ -2,7 +2,8 @@
 // What the headless renderer needs to know of a prepared deck: the slides in
 // presentation order with their hidden flags, the advance time the timing
 // rewrite wrote into each transition and what each visible slide shows while
-// it plays (PlayoutTimeline), and the slide size.
+// it plays (PlayoutTimeline), and the slide size. A chart or diagram built
+// part by part that cannot be drawn so is shown whole, with a warning.
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "PlayoutTimeline.hpp"
+#include "base/Warning.hpp"
 
 namespace orvandel {
 
@@ -26,6 +28,7 @@ struct RenderPlan {
     std::vector<RenderSlide> slides;
     std::int64_t slideWidthEmu = 0;
     std::int64_t slideHeightEmu = 0;
+    std::vector<Warning> warnings;  // graphic builds shown whole, in slide order
 
     std::int64_t totalMs() const;  // sum over the visible slides
 };

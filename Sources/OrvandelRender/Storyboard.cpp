@@ -1,10 +1,14 @@
 #include "Storyboard.hpp"
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <set>
+#include <variant>
 
+#include "GraphicBuild.hpp"
 #include "RenderError.hpp"
+#include "XmlSpans.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
 #include "container/PptxArchive.hpp"
@@ -17,85 +21,13 @@ namespace orvandel::Storyboard {
 
 namespace {
 
+using XmlSpans::Edit;
+using XmlSpans::Span;
+using XmlSpans::attributeOf;
+using XmlSpans::elementSpans;
+
 const char* const kStage = "writing the storyboard";
 const char* const kSlideContentType = "application/vnd.openxmlformats-officedocument.presentationml.slide+xml";
-
-// Where one element of a part's text lies: [begin, end), its start tag ending
-// at tagEnd, and the index of its parent (-1 for the root).
-struct Span {
-    std::string_view name;
-    std::size_t begin = 0, tagEnd = 0, end = 0;
-    int parent = -1;
-};
-
-// Every element of a well-formed text, in document order. Comments, CDATA,
-// processing instructions and declarations are skipped; quotes are honoured
-// inside start tags (a ">" may stand in an attribute value).
-std::vector<Span> elementSpans(std::string_view xml) {
-    std::vector<Span> spans;
-    std::vector<int> open;
-    auto skipPast = [&](std::size_t from, std::string_view closing) {
-        const auto at = xml.find(closing, from);
-        return at == std::string_view::npos ? xml.size() : at + closing.size();
-    };
-    for (std::size_t i = xml.find('<'); i != std::string_view::npos && i < xml.size(); i = xml.find('<', i)) {
-        const std::string_view rest = xml.substr(i);
-        if (rest.starts_with("<!--")) {
-            i = skipPast(i, "-->");
-        } else if (rest.starts_with("<![CDATA[")) {
-            i = skipPast(i, "]]>");
-        } else if (rest.starts_with("<?") || rest.starts_with("<!")) {
-            i = skipPast(i, ">");
-        } else if (rest.starts_with("</")) {
-            i = skipPast(i, ">");
-            if (!open.empty()) {
-                spans[static_cast<std::size_t>(open.back())].end = i;
-                open.pop_back();
-            }
-        } else {
-            std::size_t j = i + 1;
-            for (char quote = 0; j < xml.size() && (quote || xml[j] != '>'); ++j) {
-                if (quote) {
-                    if (xml[j] == quote) quote = 0;
-                } else if (xml[j] == '"' || xml[j] == '\'') {
-                    quote = xml[j];
-                }
-            }
-            if (j >= xml.size()) break;
-            const std::size_t nameEnd = std::min(xml.find_first_of(" \t\r\n/>", i + 1), j);
-            spans.push_back({xml.substr(i + 1, nameEnd - i - 1), i, j + 1, j + 1, open.empty() ? -1 : open.back()});
-            if (xml[j - 1] != '/') open.push_back(static_cast<int>(spans.size() - 1));
-            i = j + 1;
-        }
-    }
-    return spans;
-}
-
-// An attribute of a start tag as written (entities not decoded).
-std::optional<std::string> attributeOf(std::string_view tag, std::string_view name) {
-    auto space = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-    std::size_t i = tag.find_first_of(" \t\r\n/>");
-    while (i < tag.size()) {
-        while (i < tag.size() && space(tag[i])) ++i;
-        const std::size_t nameBegin = i;
-        while (i < tag.size() && tag[i] != '=' && !space(tag[i]) && tag[i] != '>' && tag[i] != '/') ++i;
-        const std::string_view attribute = tag.substr(nameBegin, i - nameBegin);
-        while (i < tag.size() && space(tag[i])) ++i;
-        if (attribute.empty() || i >= tag.size() || tag[i] != '=') return std::nullopt;
-        ++i;
-        while (i < tag.size() && space(tag[i])) ++i;
-        if (i >= tag.size() || (tag[i] != '"' && tag[i] != '\'')) return std::nullopt;
-        const std::size_t close = tag.find(tag[i], i + 1);
-        if (close == std::string_view::npos) return std::nullopt;
-        if (attribute == name) return std::string(tag.substr(i + 1, close - i - 1));
-        i = close + 1;
-    }
-    return std::nullopt;
-}
-
-std::optional<std::string> attributeOf(std::string_view xml, const Span& span, std::string_view name) {
-    return attributeOf(xml.substr(span.begin, span.tagEnd - span.begin), name);
-}
 
 bool isShape(std::string_view name) {
     return name == "p:sp" || name == "p:pic" || name == "p:graphicFrame" || name == "p:grpSp" || name == "p:cxnSp" ||
@@ -282,11 +214,6 @@ std::string withoutNotes(const std::string& rels) {
     return out;
 }
 
-struct Edit {
-    std::size_t begin, end;
-    std::string text;
-};
-
 // A compatibility block after the shape tree that holds timing or a transition.
 bool animates(std::string_view xml, const Span& block) {
     const auto text = xml.substr(block.begin, block.end - block.begin);
@@ -363,6 +290,88 @@ void hideParagraphs(std::string_view xml, const std::vector<Span>& spans, int sh
     }
 }
 
+// The copies of the charts and diagram drawings that a deck's states show
+// part by part: one per graphic and set of hidden parts, shared by the
+// states that hide the same parts.
+class GraphicCopies {
+public:
+    GraphicCopies(PptxArchive::Deck& deck, std::set<std::string>& used) : deck_(deck), used_(used) {}
+
+    // The slide's relationships for a state: each graphic with hidden parts
+    // points at its copy.
+    std::string relsFor(const std::string& slideFile, std::string_view slideXml, const std::string& rels,
+                        const std::vector<PlayoutTarget>& hidden) {
+        std::map<std::string, std::vector<GraphicPart>> parts;
+        for (const auto& t : hidden) {
+            if (t.graphic) parts[t.shapeId].push_back(*t.graphic);
+        }
+        std::vector<Edit> edits;
+        const auto spans = elementSpans(rels);
+        for (const auto& [shape, shapeParts] : parts) {
+            const auto found = GraphicBuild::locate(deck_, slideFile, slideXml, shape);
+            const auto* source = std::get_if<GraphicBuild::Source>(&found);
+            if (!source) continue;  // shown whole: the plan has said why
+            const std::string copy = copyOf(*source, shapeParts);
+            for (const auto& r : spans) {
+                if (r.name != "Relationship" || attributeOf(rels, r, "Id") != source->relationshipId) continue;
+                const std::string target = attributeOf(rels, r, "Target").value_or("");
+                const std::string tag = rels.substr(r.begin, r.tagEnd - r.begin);
+                edits.push_back({r.begin, r.tagEnd,
+                                 withAttribute(tag, "Target",
+                                               target.substr(0, target.rfind('/') + 1) + copy.substr(copy.rfind('/') + 1))});
+            }
+        }
+        return XmlSpans::applied(rels, std::move(edits));
+    }
+
+    std::vector<std::pair<std::string, Bytes>> added;
+    std::vector<std::pair<std::string, std::string>> partOf;  // copy -> the part it copies
+
+private:
+    std::string copyOf(const GraphicBuild::Source& source, std::vector<GraphicPart> parts) {
+        std::sort(parts.begin(), parts.end());
+        auto [it, isNew] = copies_.try_emplace({source.part, parts});
+        if (!isNew) return it->second;
+        const std::string xml = deck_.readEntry(source.part);
+        const std::string content =
+            source.kind == GraphicBuild::Source::Kind::chart
+                ? GraphicBuild::chartInState(xml, parts)
+                : GraphicBuild::drawingInState(xml, deck_.readEntry(source.dataPart), parts);
+        std::string stem = source.part.substr(0, source.part.rfind('.'));
+        while (!stem.empty() && std::isdigit(static_cast<unsigned char>(stem.back()))) stem.pop_back();
+        it->second = freshName(used_, stem, ".xml", 1);
+        added.emplace_back(it->second, toBytes(content));
+        // Its relationships are relative to the same folder: they carry over.
+        if (const auto rels = NotesScanner::relsPath(source.part); deck_.contains(rels)) {
+            added.emplace_back(NotesScanner::relsPath(it->second), deck_.readEntryBytes(rels));
+        }
+        partOf.emplace_back(it->second, source.part);
+        return it->second;
+    }
+
+    PptxArchive::Deck& deck_;
+    std::set<std::string>& used_;
+    std::map<std::pair<std::string, std::vector<GraphicPart>>, std::string> copies_;
+};
+
+// The content types listed for the copies: those of the parts they copy.
+std::string copiedContentTypes(const std::string& types, const std::vector<std::pair<std::string, std::string>>& partOf) {
+    std::map<std::string, std::string> contentTypes;
+    for (const auto& s : elementSpans(types)) {
+        if (s.name != "Override") continue;
+        const auto part = attributeOf(types, s, "PartName");
+        const auto type = attributeOf(types, s, "ContentType");
+        if (part && type) contentTypes[*part] = *type;
+    }
+    std::string out;
+    for (const auto& [copy, original] : partOf) {
+        if (const auto it = contentTypes.find("/" + original); it != contentTypes.end()) {
+            out += "<Override PartName=\"/" + copy + "\" ContentType=\"" + it->second + "\"/>";
+        }
+    }
+    return out;
+}
+
 }  // namespace
 
 bool Layout::needsDeck() const {
@@ -400,6 +409,7 @@ std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTar
     std::set<std::string> shapes;
     std::map<std::string, std::set<std::int64_t>> paragraphs;
     for (const auto& t : hidden) {
+        if (t.graphic) continue;  // drawn by the graphic's own copy
         if (t.paragraph) {
             paragraphs[t.shapeId].insert(*t.paragraph);
         } else {
@@ -425,17 +435,8 @@ std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTar
             hideParagraphs(slideXml, spans, shapeIndex, wanted->second, edits);
         }
     }
-    // Outer edits first; an edit inside a removed shape is dropped.
-    std::sort(edits.begin(), edits.end(), [](const Edit& a, const Edit& b) {
-        return a.begin != b.begin ? a.begin < b.begin : a.end > b.end;
-    });
-    std::vector<Edit> kept;
-    for (auto& e : edits) {
-        if (kept.empty() || e.begin >= kept.back().end) kept.push_back(std::move(e));
-    }
-    std::string out(slideXml);
-    for (auto it = kept.rbegin(); it != kept.rend(); ++it) out.replace(it->begin, it->end - it->begin, it->text);
-    return out;
+    // An edit inside a removed shape is dropped.
+    return XmlSpans::applied(slideXml, std::move(edits));
 }
 
 void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const Layout& layout,
@@ -449,31 +450,41 @@ void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, co
     std::map<std::string, Bytes> replaced;
     std::vector<std::pair<std::string, Bytes>> added;
     std::vector<std::pair<std::string, std::vector<std::string>>> copies;  // slide part -> its copies, in order
+    GraphicCopies graphics(deck, used);
     for (const auto& slide : plan.slides) {
         const auto& pages = pagesOf[slide.displayIndex];
         if (pages.empty()) continue;
         const std::string xml = deck.readEntry(slide.file);
         replaced[slide.file] = toBytes(slideInState(xml, pages.front()->hidden));
-        if (pages.size() == 1) continue;
-        std::string rels;
-        try {
-            rels = withoutNotes(deck.readEntry(NotesScanner::relsPath(slide.file)));
-        } catch (const PptxArchive::ArchiveError&) {
-            // A slide without relationships: its copies have none either.
+        const std::string relsPart = NotesScanner::relsPath(slide.file);
+        // A slide without relationships: its copies have none either.
+        const std::string ownRels = deck.contains(relsPart) ? deck.readEntry(relsPart) : "";
+        if (!ownRels.empty()) {
+            if (auto rels = graphics.relsFor(slide.file, xml, ownRels, pages.front()->hidden); rels != ownRels) {
+                replaced[relsPart] = toBytes(rels);
+            }
         }
+        if (pages.size() == 1) continue;
+        const std::string rels = ownRels.empty() ? "" : withoutNotes(ownRels);
         const std::string folder = slide.file.substr(0, slide.file.rfind('/') + 1);
         copies.push_back({slide.file, {}});
         for (std::size_t k = 1; k < pages.size(); ++k) {
             const std::string part = freshName(used, folder + "slide", ".xml", 1);
             added.emplace_back(part, toBytes(slideInState(xml, pages[k]->hidden)));
-            if (!rels.empty()) added.emplace_back(NotesScanner::relsPath(part), toBytes(rels));
+            if (!rels.empty()) {
+                added.emplace_back(NotesScanner::relsPath(part),
+                                   toBytes(graphics.relsFor(slide.file, xml, rels, pages[k]->hidden)));
+            }
             copies.back().second.push_back(part);
         }
     }
-    if (!copies.empty()) {
+    for (auto& entry : graphics.added) added.push_back(std::move(entry));
+    if (!copies.empty() || !graphics.partOf.empty()) {
         PresentationParts parts{deck.readEntry("ppt/presentation.xml"), deck.readEntry("ppt/_rels/presentation.xml.rels"),
                                 deck.readEntry("[Content_Types].xml")};
+        const std::string graphicTypes = copiedContentTypes(parts.types, graphics.partOf);
         listCopies(parts, copies);
+        parts.types.insert(parts.types.rfind("</Types>"), graphicTypes);
         replaced["ppt/presentation.xml"] = toBytes(parts.presentation);
         replaced["ppt/_rels/presentation.xml.rels"] = toBytes(parts.rels);
         replaced["[Content_Types].xml"] = toBytes(parts.types);

@@ -46,12 +46,20 @@ TEST(PlayoutTimelineTest, PreparedClickStepsShowAtTheirPlannedTimesAndExitsLeave
                                                           {4000, {}}}));
     EXPECT_EQ(prepared.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 1500, 3000}));
 
-    // A chart built part by part appears whole with its first part.
-    const std::string part = "<p:spTgt spid=\"7\"><p:graphicEl><a:chart seriesIdx=\"0\" categoryIdx=\"0\" "
-                             "bldStep=\"ptInSeries\"/></p:graphicEl></p:spTgt>";
-    const auto chart = PlayoutTimeline::evaluate(TimingTransformer::transformBulletSlide(
-        slideXml("", timing(click(fade("clickEffect", part)) + click(fade("clickEffect", part)))), {4500, 1000, 1500}));
-    EXPECT_EQ(chart.states, (std::vector<PlayoutState>{{0, {whole("7")}}, {1000, {}}}));
+    // A chart built by series shows one more series per step, unless it is
+    // to be shown whole: then it appears with its first part.
+    const auto series = [](int n) {
+        return "<p:spTgt spid=\"7\"><p:graphicEl><a:chart seriesIdx=\"" + std::to_string(n) +
+               "\" categoryIdx=\"-4\" bldStep=\"series\"/></p:graphicEl></p:spTgt>";
+    };
+    const std::string chart = TimingTransformer::transformBulletSlide(
+        slideXml("", timing(click(fade("clickEffect", series(0))) + click(fade("clickEffect", series(1))))), {4500, 1000, 1500});
+    const auto part = [](std::int64_t n) {
+        return PlayoutTarget{"7", std::nullopt, GraphicPart{GraphicPart::Kind::chartSeries, n, 0, {}}};
+    };
+    EXPECT_EQ(PlayoutTimeline::evaluate(chart).states,
+              (std::vector<PlayoutState>{{0, {part(0), part(1)}}, {1000, {part(1)}}, {2500, {}}}));
+    EXPECT_EQ(PlayoutTimeline::evaluate(chart, {"7"}).states, (std::vector<PlayoutState>{{0, {whole("7")}}, {1000, {}}}));
 
     // The first exit starts 500 ms in and hides its shape as its fade ends;
     // the second step still waits for a click.

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "AnimatedSlides.hpp"
+#include "GraphicParts.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
 #include "MovieFrames.hpp"
 #include "TestSupport.hpp"
@@ -19,19 +20,38 @@ using namespace orvandel::test;
 //    next: states at 0, 1 and 2.5 s of its 4.5 s; pages 5 to 7;
 // 3. hidden: no time in the movie; page 8;
 // 4. a numbered list whose first paragraph comes in on a click while the
-//    second is there from the start: states at 0 and 1 s of its 3 s; pages 9, 10.
+//    second is there from the start: states at 0 and 1 s of its 3 s; pages 9, 10;
+// 5. a column chart built by series, 3 clicks: states at 0, 1, 2.5 and 4 s of
+//    its 6 s; pages 11 to 14;
+// 6. a column chart built by category, likewise: pages 15 to 18;
+// 7. a diagram of three boxes built one by one, likewise: pages 19 to 22.
 class StepByStepMovieTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {
         if (!canRender()) return;
         dir_ = std::make_unique<TempDir>();
-        DeckBuilder()
-            .addSlide(bulletSlide())
+        DeckBuilder deck;
+        for (const auto& [name, xml] : diagramDefinitionParts()) deck.addEntry(name, xml);
+        deck.addSlide(bulletSlide())
             .addSlide(slideXml(textBox("4", 1825625, para("Entra inteira")) + textBox("5", 3825625, para("Sai")),
                                timing(click(fade("clickEffect", shape("4"))) + click(fade("clickEffect", shape("5"), false)))))
             .addSlide(slideXml(textBox("2", 365125, para("Escondido")), "", "show=\"0\""))
             .addSlide(slideXml(textBox("3", 1825625, para("Um", kNumbered) + para("Dois", kNumbered)),
                                timing(click(fade("clickEffect", paragraph(0))))))
+            .addSlide(slideXml(chartFrame("4", "rIdG"), timing(byParts("series", 0, -3) + byParts("series", 1, -3) +
+                                                               byParts("series", 2, -3))),
+                      {{"rIdG", "chart", "../charts/chart1.xml"}})
+            .addSlide(slideXml(chartFrame("4", "rIdG"), timing(byParts("category", -3, 0) + byParts("category", -3, 1) +
+                                                               byParts("category", -3, 2))),
+                      {{"rIdG", "chart", "../charts/chart2.xml"}})
+            .addSlide(slideXml(diagramFrame("4"), timing(click(fade("clickEffect", diagramPart("4", 0))) +
+                                                          click(fade("clickEffect", diagramPart("4", 1))) +
+                                                          click(fade("clickEffect", diagramPart("4", 2))))),
+                      diagramRelationships())
+            .addEntry("ppt/charts/chart1.xml", columnChartXml(3, 2))
+            .addEntry("ppt/charts/chart2.xml", columnChartXml(2, 3))
+            .addEntry("ppt/diagrams/data1.xml", diagramDataXml(3))
+            .addEntry("ppt/diagrams/drawing1.xml", diagramDrawingXml(3))
             .write(*dir_ / "deck.pptx");
         DeckTransformer::prepare(*dir_ / "deck.pptx", *dir_ / "prepared.pptx", {}, {}, 1000, 1500);
         LibreOfficeMp4Exporter::Options options;
@@ -49,6 +69,9 @@ protected:
     void SetUp() override {
         if (!movie_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
     }
+    static std::string byParts(const std::string& step, int series, int category) {
+        return click(fade("clickEffect", chartPart("4", step, series, category)));
+    }
     static std::string page(int n) { return grayFrames(*dir_ / "stills" / ("still-" + std::to_string(n) + ".tif")); }
 
     static inline std::unique_ptr<TempDir> dir_;
@@ -57,7 +80,7 @@ protected:
 };
 
 TEST_F(StepByStepMovieTest, EachStepStartsOnItsPlannedMillisecond) {
-    EXPECT_EQ(Mp4Duration::measureMs(*dir_ / "master.mp4"), 13500);
+    EXPECT_EQ(Mp4Duration::measureMs(*dir_ / "master.mp4"), 31500);
     const auto& times = movie_->timesMs;
     for (std::int64_t change : {1000, 2500, 4000, 6000, 6000 + 1000, 6000 + 2500, 10500, 10500 + 1000}) {
         EXPECT_NE(std::find(times.begin(), times.end(), change), times.end()) << change;
@@ -82,4 +105,28 @@ TEST_F(StepByStepMovieTest, TextAlreadyShownStaysInPlaceAsTheNextStepAppears) {
     // The box with the exit is gone in the last state, the other one stays.
     EXPECT_GT(inkRows(page(6)).size(), inkRows(page(7)).size());
     EXPECT_TRUE(keepsText(page(7), page(6)));
+}
+
+// Each state of a chart or diagram build shows one more part (in the chart:
+// a series, or one bar of each series) and keeps the ink the state before it
+// drew where it was, axes and legend included.
+TEST_F(StepByStepMovieTest, ChartsAndDiagramsGrowPartByPartWithoutMoving) {
+    for (int first : {11, 15, 19}) {
+        for (int n = first; n < first + 3; ++n) {
+            const auto before = page(n), after = page(n + 1);
+            const auto ink = [](const std::string& frame, std::size_t i) {
+                return static_cast<unsigned char>(frame[i]) < 160;
+            };
+            std::size_t inkBefore = 0, inkAfter = 0, moved = 0;
+            for (std::size_t i = std::size_t(kWidth) * kHeight / 4; i + 1 < before.size(); ++i) {
+                inkBefore += ink(before, i);
+                inkAfter += ink(after, i);
+                // Where a bar comes in right beside another their shared edge blends.
+                const bool besideNew = (!ink(before, i - 1) && ink(after, i - 1)) || (!ink(before, i + 1) && ink(after, i + 1));
+                moved += ink(before, i) && std::abs(int(before[i]) - int(after[i])) > 48 && !besideNew;
+            }
+            EXPECT_GT(inkAfter, inkBefore + 100) << "page " << n;
+            EXPECT_EQ(moved, 0u) << "page " << n;
+        }
+    }
 }

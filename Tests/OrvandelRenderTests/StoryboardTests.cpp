@@ -1,10 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "AnimatedSlides.hpp"
+#include "GraphicParts.hpp"
 #include "Storyboard.hpp"
 #include "TestSupport.hpp"
 #include "container/PptxArchive.hpp"
+#include "container/XmlElement.hpp"
 #include "deck/DeckScanner.hpp"
+#include "deck/NotesScanner.hpp"
 #include "rewrite/DeckTransformer.hpp"
 
 using namespace orvandel;
@@ -80,4 +85,50 @@ TEST(StoryboardTest, StatesAreListedRightAfterTheirSlideWithItsRelationshipsButN
     EXPECT_NE(rels.find("../media/image1.png"), std::string::npos);
     EXPECT_EQ(rels.find("notesSlide"), std::string::npos);
     EXPECT_NE(storyboard.readEntry("[Content_Types].xml").find("PartName=\"/ppt/slides/slide5.xml\""), std::string::npos);
+}
+
+// Slide 1 builds its chart by series, and its states point at copies of the
+// chart; slides 2 and 3 name a series the chart lacks and a diagram without
+// a drawing: they are shown whole, with a warning each.
+TEST(StoryboardTest, GraphicBuildsGetCopiesOfTheirPartsOrAreShownWholeWithAWarning) {
+    TempDir dir;
+    const auto chartSlide = [](int first, int second) {
+        return slideXml(chartFrame("4", "rIdG"),
+                        timing(click(fade("clickEffect", chartPart("4", "series", first, -3))) +
+                               click(fade("clickEffect", chartPart("4", "series", second, -3)))));
+    };
+    auto relationships = diagramRelationships();
+    relationships.pop_back();  // the drawing
+    DeckBuilder()
+        .addSlide(chartSlide(0, 1), {{"rIdG", "chart", "../charts/chart1.xml"}})
+        .addSlide(chartSlide(0, 5), {{"rIdG", "chart", "../charts/chart1.xml"}})
+        .addSlide(slideXml(diagramFrame("4"), timing(click(fade("clickEffect", diagramPart("4", 0))))), relationships)
+        .addEntry("ppt/charts/chart1.xml", columnChartXml(2, 2))
+        .addEntry("ppt/diagrams/data1.xml", diagramDataXml(1))
+        .write(dir / "deck.pptx");
+    DeckTransformer::prepare(dir / "deck.pptx", dir / "prepared.pptx", {}, {}, 1000, 1500);
+    const auto plan = RenderPlanReader::read(dir / "prepared.pptx");
+    ASSERT_EQ(plan.warnings.size(), 2u);
+    EXPECT_EQ(plan.warnings[0].slide, 2);
+    EXPECT_EQ(plan.warnings[1].slide, 3);
+    for (std::size_t s : {1, 2}) {
+        EXPECT_EQ(plan.slides[s].playout.states.front().hidden, (std::vector<PlayoutTarget>{{"4", std::nullopt}})) << s;
+    }
+
+    const auto layout = Storyboard::layout(plan);
+    Storyboard::write(dir / "prepared.pptx", plan, layout, dir / "storyboard.pptx");
+    PptxArchive::Deck storyboard(dir / "storyboard.pptx");
+    const auto files = DeckScanner::orderedSlideFiles(dir / "storyboard.pptx");
+    std::set<std::string> charts;
+    for (std::size_t k = 0; k < 3; ++k) {  // slide 1: no series, one, both
+        const std::string rels = storyboard.readEntry(NotesScanner::relsPath(files[k]));
+        const auto at = rels.find("../charts/");
+        ASSERT_NE(at, std::string::npos) << k;
+        const std::string chart = "ppt/charts/" + rels.substr(at + 10, rels.find('"', at) - at - 10);
+        charts.insert(chart);
+        const std::string xml = storyboard.readEntry(chart);
+        EXPECT_NO_THROW(XmlElement::parseDocument(xml)) << k;
+        EXPECT_EQ(xml == columnChartXml(2, 2), k == 2) << k;
+    }
+    EXPECT_EQ(charts.size(), 3u);
 }
