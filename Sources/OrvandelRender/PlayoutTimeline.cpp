@@ -78,6 +78,9 @@ struct Node {
     bool chained = false;
     bool afterPrevious = false;
     std::int64_t effectDurationMs = 0;
+    // A click group whose first effect is an exit made to follow the one
+    // before: it starts with the group before it, its delay counted from there.
+    bool withPreviousGroup = false;
     std::optional<std::int64_t> durMs;  // kNever for "indefinite"
     std::vector<int> children;
     std::vector<Target> targets;  // a behaviour's
@@ -286,6 +289,16 @@ private:
             if (!list) continue;
             for (const auto& child : list->childElements()) last = add(child, index, sequence, last);
         }
+        // The conversion of click-started exits leaves each exit in a group
+        // that still waits for a click, headed by an afterEffect whose delay
+        // (500, 2000, 3500...) counts from the start of the main sequence, as
+        // the advance time and the cues count it: a slideshow plays such an
+        // effect by itself.
+        if (inSequence && node.conditionCount >= 1 && nodes_[std::size_t(index)].conditions.empty()) {
+            const auto head = std::find_if(nodes_.begin() + index + 1, nodes_.end(), [](const Node& n) { return n.chained; });
+            nodes_[std::size_t(index)].withPreviousGroup = head != nodes_.end() && head->afterPrevious &&
+                                                           head->cTn.attribute("presetClass") == "exit";
+        }
         // An entrance shows its targets when it begins, an exit hides them
         // when it ends, whatever its behaviours do on the way; the nodes
         // below it are the ones added since.
@@ -313,6 +326,11 @@ private:
             const auto b = begin(n.parent, depth);
             if (!b) return kNever;
             parentBegin = *b;
+        }
+        if (n.withPreviousGroup) {
+            if (n.previous < 0) return parentBegin;
+            const auto b = begin(n.previous, depth);
+            return b ? *b : kNever;
         }
         // In a sequence a node follows the one before it; elsewhere its parent.
         const std::int64_t base = n.inSequence && n.previous >= 0 ? end(n.previous, depth) : parentBegin;

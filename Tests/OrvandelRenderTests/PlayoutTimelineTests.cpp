@@ -61,12 +61,13 @@ TEST(PlayoutTimelineTest, PreparedClickStepsShowAtTheirPlannedTimesAndExitsLeave
               (std::vector<PlayoutState>{{0, {part(0), part(1)}}, {1000, {part(1)}}, {2500, {}}}));
     EXPECT_EQ(PlayoutTimeline::evaluate(chart, {"7"}).states, (std::vector<PlayoutState>{{0, {whole("7")}}, {1000, {}}}));
 
-    // The first exit starts 500 ms in and hides its shape as its fade ends;
-    // the second step still waits for a click.
+    // Converted exits play by themselves, 500 and 2000 ms into the slide,
+    // each hiding its shape as its fade ends.
     const auto exits = PlayoutTimeline::evaluate(ExitWriter::convertExitToAfterEffect(slideXml(
         "", timing(click(fade("clickEffect", shape("4"), false)) + click(fade("clickEffect", shape("5"), false))))));
-    EXPECT_EQ(exits.states, (std::vector<PlayoutState>{{0, {}}, {1000, {whole("4")}}}));
-    EXPECT_EQ(exits.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, std::nullopt}));
+    EXPECT_EQ(exits.states,
+              (std::vector<PlayoutState>{{0, {}}, {1000, {whole("4")}}, {2500, {whole("4"), whole("5")}}}));
+    EXPECT_EQ(exits.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 0}));
 }
 
 TEST(PlayoutTimelineTest, ReferencesMediaAndTriggersFollowTheTimingTree) {
