@@ -138,6 +138,11 @@ XmlElement XmlElement::parseDocument(std::string_view text) {
     static std::once_flag init;
     std::call_once(init, [] { xmlInitParser(); });
     if (text.size() > static_cast<std::size_t>(INT_MAX)) throw XmlParseError("document too large");
+    // The tree parser stops at a NUL as if the text ended there; the
+    // streaming check (and every other reader) refuses it.
+    if (const auto nul = text.find('\0'); nul != std::string_view::npos) {
+        throw XmlParseError("NUL byte at offset " + std::to_string(nul));
+    }
 
     ErrorSink sink;
     ErrorCapture capture(&sink);
