@@ -43,7 +43,7 @@ bench: build
 	./bench/run-all.sh $(BUILD)
 
 # libFuzzer targets of the readers (clang, address + undefined sanitizers),
-# each run for SECONDS with seeds from ../shared/corpus.
+# each run for SECONDS with seeds from ../shared/corpus (TARGETS="..." for some).
 FUZZ_BUILD ?= build-fuzz
 SECONDS ?= 60
 fuzz:

@@ -4,7 +4,7 @@
 # made by ffmpeg, beside the committed inputs. Prints each target's
 # executions per second and whether it found anything; findings go to
 # BUILD/artifacts/.
-#   fuzz/run.sh BUILD SECONDS
+#   [TARGETS="XmlElementFuzz ..."] fuzz/run.sh BUILD SECONDS
 set -uo pipefail
 build=${1:-build-fuzz}
 seconds=${2:-60}
@@ -26,8 +26,8 @@ if [ -d "$corpus" ]; then
   done
 fi
 if command -v ffmpeg >/dev/null && [ -z "$(ls -A "$seeds/movies")" ]; then
-  for spec in "1:320x240:10" "2:160x120:25"; do
-    IFS=: read -r len size rate <<<"$spec"
+  for movie in "1:320x240:10" "2:160x120:25"; do
+    IFS=: read -r len size rate <<<"$movie"
     ffmpeg -v error -f lavfi -i "testsrc=duration=$len:size=$size:rate=$rate" -movflags +faststart \
       -pix_fmt yuv420p -y "$seeds/movies/testsrc-$len.mp4"
     head -c 4096 "$seeds/movies/testsrc-$len.mp4" > "$seeds/movies/head-$len.mp4"
@@ -36,7 +36,7 @@ fi
 
 status=0
 printf '%-18s %10s %12s  %s\n' target runs "exec/s" result
-for target in ZipReaderFuzz EntryReaderFuzz XmlElementFuzz DeckScanFuzz MovieHeaderFuzz; do
+for target in ${TARGETS:-ZipReaderFuzz EntryReaderFuzz XmlElementFuzz DeckScanFuzz MovieHeaderFuzz}; do
   case $target in
     XmlElementFuzz) extra=("$seeds/xml") max=65536 ;;
     MovieHeaderFuzz) extra=("$seeds/movies") max=65536 ;;
