@@ -116,7 +116,8 @@ private:
         const auto nvPicPr = child(pic, "p:nvPicPr");
         m.shapeId = child(nvPicPr, "p:cNvPr").attribute("id").value_or("");
         const auto nvPr = child(nvPicPr, "p:nvPr");
-        const auto video = child(nvPr, "a:videoFile"), audio = child(nvPr, "a:audioFile");
+        const auto video = child(nvPr, "a:videoFile"), wav = child(nvPr, "a:wavAudioFile");
+        const auto audio = wav ? wav : child(nvPr, "a:audioFile");
         XmlElement embedded;
         if (const auto extLst = child(nvPr, "p:extLst")) {
             for (const auto& ext : extLst.childElements("p:ext")) {
@@ -128,7 +129,8 @@ private:
             m.kind = video ? SlideMedium::Kind::video : SlideMedium::Kind::audio;
             // The embedded part first; the link is the older readers' way to it.
             if (!locate(embedded ? embedded.attribute("r:embed") : std::nullopt, m)) {
-                locate((video ? video : audio).attribute("r:link"), m);
+                // A WAV sound is embedded in the deck, anything else linked.
+                locate((video ? video : audio).attribute(wav && !video ? "r:embed" : "r:link"), m);
             }
             if (const auto trim = child(embedded, "p14:trim")) {
                 m.trimStartMs = wholeMs(trim.attribute("st").value_or("0")).value_or(0);

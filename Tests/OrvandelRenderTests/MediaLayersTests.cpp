@@ -40,7 +40,7 @@ TEST(SlideMediaTest, MediaAreFoundWithTheirFileRectangleAndPlayback) {
         "<p:cMediaNode mute=\"1\"><p:cTn id=\"3\"/><p:tgtEl><p:spTgt spid=\"6\"/></p:tgtEl></p:cMediaNode></p:audio>"
         "</p:childTnLst></p:cTn></p:par></p:tnLst></p:timing>";
     const std::string slide = slideXml(
-        group + pic("5", "", "", "") + pic("6", "<a:audioFile r:link=\"rId4\"/>", "", "") +
+        group + pic("5", "", "", "") + pic("6", "<a:wavAudioFile r:embed=\"rId4\"/>", "", "") +
             pic("7", "", "", "") + pic("8", "<a:videoFile r:link=\"rId5\"/>", "", ""),
         timing);
     const std::string rels = relationshipsXml({{"rId2", "video", "../media/media1.mp4"},
