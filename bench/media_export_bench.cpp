@@ -17,6 +17,7 @@
 #include "BenchDecks.hpp"
 #include "DeckBuilder.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
+#include "TimingFixtures.hpp"
 #include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
 #include "base/Uuid.hpp"
@@ -38,18 +39,7 @@ std::string videoSlide(int n) {
         "<a:videoFile r:link=\"rId2\"/></p:nvPr></p:nvPicPr><p:blipFill><a:blip r:embed=\"rId9\"/></p:blipFill>"
         "<p:spPr><a:xfrm><a:off x=\"3048000\" y=\"1600200\"/><a:ext cx=\"6096000\" cy=\"3429000\"/></a:xfrm>"
         "</p:spPr></p:pic>";
-    const std::string timing =
-        "<p:timing><p:tnLst><p:par><p:cTn id=\"1\" dur=\"indefinite\" nodeType=\"tmRoot\"><p:childTnLst><p:seq>"
-        "<p:cTn id=\"2\" dur=\"indefinite\" nodeType=\"mainSeq\"><p:childTnLst><p:par><p:cTn id=\"4\"><p:stCondLst>"
-        "<p:cond delay=\"indefinite\"/></p:stCondLst><p:childTnLst><p:par><p:cTn id=\"5\"><p:stCondLst><p:cond "
-        "delay=\"0\"/></p:stCondLst><p:childTnLst><p:par><p:cTn id=\"6\" presetClass=\"mediacall\" "
-        "nodeType=\"clickEffect\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:cmd type=\"call\" "
-        "cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn id=\"3\" dur=\"" + std::to_string(kVideoMs) +
-        "\"/><p:tgtEl><p:spTgt spid=\"3\"/></p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>"
-        "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:seq>"
-        "</p:childTnLst></p:cTn></p:par></p:tnLst>"
-        "</p:timing>";
-    return test::slideXml(pic, timing);
+    return test::slideXml(pic, test::playOnClick(std::to_string(kVideoMs)));
 }
 
 struct Timed {

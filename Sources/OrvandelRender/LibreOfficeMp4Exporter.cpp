@@ -1,6 +1,7 @@
 #include "LibreOfficeMp4Exporter.hpp"
 
 #include <algorithm>
+#include <exception>
 #include <map>
 #include <thread>
 
@@ -51,10 +52,18 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     const TemporaryDirectory scratch(to.parent_path(), ".render-");
     const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
     MediaLayers::Gathered media;
+    // A missing ffprobe is told where a missing ffmpeg would be, so that the
+    // tools are asked for in the order the stages need them.
+    std::exception_ptr missingProbe;
     if (options_.playMedia) {
-        media = MediaLayers::gather(preparedDeck, plan, frame, scratch.path() / "media",
-                                    options_.linkedMediaDir.value_or(preparedDeck.parent_path()), hooks.warn,
-                                    hooks.cancel);
+        try {
+            media = MediaLayers::gather(preparedDeck, plan, frame, scratch.path() / "media",
+                                        options_.linkedMediaDir.value_or(preparedDeck.parent_path()), hooks.warn,
+                                        hooks.cancel);
+        } catch (const RenderError& e) {
+            if (e.errorCase() != RenderError::Case::missingTool) throw;
+            missingProbe = std::current_exception();
+        }
         hideDrawnGifs(plan, media.drawnGifs);
     }
     const Storyboard::Layout storyboard = Storyboard::layout(plan, options_.showSteps);
@@ -115,6 +124,7 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs, media.moving));
     hooks.throwIfCancelled();
 
+    if (missingProbe) std::rethrow_exception(missingProbe);
     hooks.report(kStageEncode, 0);
     const std::int64_t totalMs = plan.totalMs();
     MovieEncoder::encode(list, totalMs, to,

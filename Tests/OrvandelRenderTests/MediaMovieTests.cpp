@@ -27,21 +27,6 @@ std::string mediaPicture(const std::string& nvPr, const std::string& blip) {
            "</p:spPr></p:pic>";
 }
 
-// A click that plays shape 3 for durationMs, as the deck's writer times it.
-std::string playOnClick(const std::string& durationMs) {
-    return "<p:timing><p:tnLst><p:par><p:cTn id=\"1\" dur=\"indefinite\" nodeType=\"tmRoot\"><p:childTnLst><p:seq>"
-           "<p:cTn id=\"2\" dur=\"indefinite\" nodeType=\"mainSeq\"><p:childTnLst><p:par><p:cTn id=\"4\"><p:stCondLst>"
-           "<p:cond delay=\"indefinite\"/></p:stCondLst><p:childTnLst><p:par><p:cTn id=\"5\"><p:stCondLst><p:cond "
-           "delay=\"0\"/></p:stCondLst><p:childTnLst><p:par><p:cTn id=\"6\" presetClass=\"mediacall\" "
-           "nodeType=\"clickEffect\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:cmd "
-           "type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn id=\"3\" dur=\"" + durationMs +
-           "\"/><p:tgtEl><p:spTgt spid=\"3\"/></p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>"
-           "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:seq><p:video>"
-           "<p:cMediaNode><p:cTn id=\"7\"><p:stCondLst><p:cond delay=\"indefinite\"/></p:stCondLst></p:cTn><p:tgtEl>"
-           "<p:spTgt spid=\"3\"/></p:tgtEl></p:cMediaNode></p:video></p:childTnLst></p:cTn></p:par></p:tnLst>"
-           "</p:timing>";
-}
-
 void ffmpeg(const std::vector<std::string>& args) {
     std::vector<std::string> argv{"ffmpeg", "-v", "error", "-y"};
     argv.insert(argv.end(), args.begin(), args.end());
