@@ -5,6 +5,9 @@
 # build a chart or diagram part by part, it also reports how many of the
 # steps of those slides change the picture between their cues (the frame
 # just before a cue against the frame just before the cue before it).
+# For every deck with media (videos, audio clips, GIFs), what the movie made
+# of them: how long its picture moves at 30 frames a second, whether its sound
+# track is audible, and the warnings of media that kept their poster frame.
 #   bench/corpus-export-check.sh [CORPUS_DIR]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -54,7 +57,36 @@ decks = sorted(f for f in os.listdir(corpus) if f.endswith((".pptx", ".potx", ".
 work = tempfile.mkdtemp(prefix="orvandel-corpus-export-")
 def run(*args):
     return subprocess.run([cli, *args], capture_output=True, text=True)
-rows, exported, failed, refused, builds = [], 0, [], [], []
+MEDIA = re.compile(r"\.(mp4|m4v|mov|wmv|avi|mpe?g|mp3|wav|m4a|wma|aiff?|gif)$", re.I)
+def media_in(deck):
+    try:
+        with zipfile.ZipFile(deck) as z: return sum(1 for n in z.namelist() if MEDIA.search(n))
+    except Exception: return 0
+def what_plays(movie):
+    # Seconds of the movie at 30 frames a second, and the loudest sample.
+    times = [float(t.split(",")[0]) for t in subprocess.run(["ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
+             "frame=pts_time", "-of", "csv=p=0", movie], capture_output=True, text=True).stdout.split()
+             if t.split(",")[0]]
+    moving = sum(b - a for a, b in zip(times, times[1:]) if b - a < 0.04)
+    vol = subprocess.run(["ffmpeg", "-v", "info", "-i", movie, "-vn", "-af", "volumedetect", "-f", "null", "-"],
+                         capture_output=True, text=True).stderr
+    m = re.search(r"max_volume: (-?[0-9.]+) dB", vol)
+    return moving, float(m.group(1)) if m else -91.0
+def why_still(deck):
+    # What in the deck's slides keeps media still or silent, as far as their
+    # markup tells: the renderer plays what the prepared timing starts.
+    reasons = set()
+    with zipfile.ZipFile(deck) as z:
+        for n in z.namelist():
+            if not re.match(r"ppt/slides/slide\d+\.xml$", n): continue
+            x = z.read(n).decode("utf-8", "replace")
+            if "<p:sndTgt" in x: reasons.add("sounds of animation effects are not played")
+            if "<p:sndAc" in x: reasons.add("transition sounds are not played")
+            if "interactiveSeq" in x: reasons.add("a medium waits for a click on a trigger")
+            if re.search(r"<a:(audioFile|wavAudioFile|videoFile)", x) and "cmd=\"play" not in x:
+                reasons.add("a medium that the timing never plays")
+    return "; ".join(sorted(reasons)) or "no medium placed on a visible slide"
+rows, exported, failed, refused, builds, media_rows = [], 0, [], [], [], []
 for name in decks:
     deck = os.path.join(corpus, name)
     scan = run("scan", deck, "--json")
@@ -83,6 +115,14 @@ for name in decks:
         warned = [l for l in r.stderr.splitlines() if "chart or diagram" in l]
         builds.append((name, steps_shown(out, slides), warned))
     rows.append((name, planned, probe["masterVideoDuration"], wall))
+    if media_in(deck):
+        movie = os.path.join(work, "master.mp4")
+        with zipfile.ZipFile(out) as z, open(movie, "wb") as f: f.write(z.read("assets/master.mp4"))
+        moving, loudest = what_plays(movie)
+        posters = [l.split("warning: ", 1)[1] for l in r.stderr.splitlines()
+                   if "warning: " in l and "could not be decoded" in l]
+        media_rows.append((name, media_in(deck), moving, loudest, posters))
+        os.remove(movie)
     os.remove(out)
 print(f"{'deck':62} {'plan (s)':>9} {'movie (s)':>10} {'diff (ms)':>9} {'wall (s)':>8}")
 for name, planned, movie, wall in rows:
@@ -99,5 +139,10 @@ for name, per_slide, warned in builds:
     for line in warned: print(f"    {line}")
 worst = max((abs(1000*(m-p)) for _, p, m, _ in rows), default=0)
 print(f"largest difference between movie and plan: {worst:.0f} ms")
+print(f"\n{'deck with media':52} {'files':>5} {'moving (s)':>10} {'loudest (dB)':>12}  media kept as posters")
+for name, files, moving, loudest, posters in media_rows:
+    print(f"{name[:52]:52} {files:5} {moving:10.1f} {loudest:12.1f}  {len(posters) or '-'}")
+    for why in posters: print(f"    poster: {why}")
+    if moving == 0 and loudest <= -90 and not posters: print(f"    still and silent: {why_still(os.path.join(corpus, name))}")
 sys.exit(1 if failed else 0)
 PY

@@ -1,8 +1,8 @@
 // Writes the bundled example deck, examples/aula-exemplo.pptx: a short lesson
 // on photosynthesis, in Brazilian Portuguese, that exercises what Orvandel
 // handles: bullets that appear one per click, an exit effect, a hidden slide,
-// speaker notes, an animated GIF and a click-to-play video whose timing states
-// its length. `orvandel scan examples/aula-exemplo.pptx --gif 4:3000` reports
+// speaker notes, an animated GIF and a click-to-play video with sound whose
+// timing states its length. `orvandel scan examples/aula-exemplo.pptx --gif 4:3000` reports
 // an advance time for every slide: only the GIF's length comes from the user.
 //
 // To regenerate it (ffmpeg with libx264 must be on PATH; it makes the video):
@@ -307,13 +307,16 @@ void runFfmpeg(const std::vector<std::string>& arguments) {
     }
 }
 
-// A 4-second test pattern (640x360, H.264) and a poster frame of it.
+// A 4-second test pattern (640x360, H.264) with a tone that rises each
+// second (AAC), and a poster frame of it.
 Video testVideo(const fs::path& workDir) {
     const fs::path movie = workDir / "video.mp4";
     const fs::path poster = workDir / "poster.png";
-    runFfmpeg({"-f", "lavfi", "-i", "testsrc=size=640x360:rate=25:duration=4", "-c:v", "libx264", "-preset",
-               "veryfast", "-crf", "32", "-pix_fmt", "yuv420p", "-threads", "1", "-movflags", "+faststart",
-               "-map_metadata", "-1", "-fflags", "+bitexact", "-flags:v", "+bitexact", movie.string()});
+    runFfmpeg({"-f", "lavfi", "-i", "testsrc=size=640x360:rate=25:duration=4", "-f", "lavfi", "-i",
+               "aevalsrc=0.3*sin(2*PI*(440+110*floor(t))*t):s=48000:d=4", "-c:v", "libx264", "-preset", "veryfast",
+               "-crf", "32", "-pix_fmt", "yuv420p", "-threads", "1", "-c:a", "aac", "-b:a", "64k", "-shortest",
+               "-movflags", "+faststart", "-map_metadata", "-1", "-fflags", "+bitexact", "-flags:v", "+bitexact",
+               "-flags:a", "+bitexact", movie.string()});
     runFfmpeg({"-ss", "1", "-i", movie.string(), "-frames:v", "1", "-fflags", "+bitexact", poster.string()});
     return {readFile(movie), readFile(poster), Mp4Duration::measureMs(movie)};
 }

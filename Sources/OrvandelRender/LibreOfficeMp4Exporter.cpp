@@ -1,11 +1,13 @@
 #include "LibreOfficeMp4Exporter.hpp"
 
 #include <algorithm>
+#include <exception>
 #include <map>
 #include <thread>
 
 #include "FrameConverter.hpp"
 #include "LibreOffice.hpp"
+#include "MediaLayers.hpp"
 #include "MovieEncoder.hpp"
 #include "PageRasterizer.hpp"
 #include "RenderError.hpp"
@@ -18,15 +20,32 @@
 
 namespace orvandel {
 
+namespace {
+
+// The GIFs the movie draws are left out of the stills: their own
+// transparent pixels would show the first frame beneath.
+void hideDrawnGifs(RenderPlan& plan, const std::map<std::int64_t, std::vector<std::string>>& gifs) {
+    for (auto& slide : plan.slides) {
+        const auto drawn = gifs.find(slide.displayIndex);
+        if (drawn == gifs.end()) continue;
+        for (auto& state : slide.playout.states) {
+            for (const auto& id : drawn->second) state.hidden.push_back({id, std::nullopt});
+            std::sort(state.hidden.begin(), state.hidden.end());
+            state.hidden.erase(std::unique(state.hidden.begin(), state.hidden.end()), state.hidden.end());
+        }
+    }
+}
+
+}  // namespace
+
 void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
                                      const std::function<bool()>&, const RenderHooks& hooks) const {
     hooks.report(kStageRead, 0);
-    const RenderPlan plan = RenderPlanReader::read(preparedDeck);
+    RenderPlan plan = RenderPlanReader::read(preparedDeck);
     if (options_.showSteps) {
         for (const auto& warning : plan.warnings) hooks.warning(warning);
     }
-    const Storyboard::Layout storyboard = Storyboard::layout(plan, options_.showSteps);
-    if (storyboard.shots.empty()) {
+    if (plan.totalMs() <= 0) {
         throw RenderError(RenderError::Case::badDeck, kStageRead,
                           std::string(kStageRead) + ": the deck has no visible slides, so there is nothing to render.");
     }
@@ -34,6 +53,23 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     std::filesystem::remove(to, ec);
     // The renderer's scratch space beside the movie, removed on every exit.
     const TemporaryDirectory scratch(to.parent_path(), ".render-");
+    const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
+    MediaLayers::Gathered media;
+    // A missing ffprobe is told where a missing ffmpeg would be, so that the
+    // tools are asked for in the order the stages need them.
+    std::exception_ptr missingProbe;
+    if (options_.playMedia) {
+        try {
+            media = MediaLayers::gather(preparedDeck, plan, frame, scratch.path() / "media",
+                                        options_.linkedMediaDir.value_or(preparedDeck.parent_path()), hooks.warn,
+                                        hooks.cancel);
+        } catch (const RenderError& e) {
+            if (e.errorCase() != RenderError::Case::missingTool) throw;
+            missingProbe = std::current_exception();
+        }
+        hideDrawnGifs(plan, media.drawnGifs);
+    }
+    const Storyboard::Layout storyboard = Storyboard::layout(plan, options_.showSteps);
     hooks.throwIfCancelled();
 
     hooks.report(kStagePdf, 0);
@@ -63,7 +99,6 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     const int workers = options_.workers > 0 ? options_.workers
                                              : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     hooks.report(kStageDraw, 0);
-    const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
     std::vector<int> pages;
     for (const auto& shot : storyboard.shots) pages.push_back(shot.page);
     std::sort(pages.begin(), pages.end());
@@ -89,16 +124,18 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     std::vector<TimelineEntry> entries;
     for (const auto& shot : storyboard.shots) entries.push_back({frameOf.at(shot.page), shot.durationMs});
     const auto list = scratch.path() / "timeline.ffconcat";
-    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs));
+    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs, media.moving));
     hooks.throwIfCancelled();
 
+    if (missingProbe) std::rethrow_exception(missingProbe);
     hooks.report(kStageEncode, 0);
     const std::int64_t totalMs = plan.totalMs();
     MovieEncoder::encode(list, totalMs, to,
                          {.timeout = std::chrono::milliseconds(300'000 + totalMs / 2),
                           .cancel = hooks.cancel,
                           .onProgress = [&](double f) { hooks.report(kStageEncode, f); },
-                          .silentAudio = options_.silentAudio});
+                          .silentAudio = options_.silentAudio,
+                          .media = std::move(media.layers)});
     hooks.report(kStageEncode, 1);
 
     std::int64_t measured = 0;

@@ -5,8 +5,8 @@
 // advance time, so that the movie's length equals the plan to the
 // millisecond, and within it every state of its animations (PlayoutTimeline)
 // from the millisecond the slideshow reaches it: each click step appears,
-// and each exit leaves, at its planned time. Effects are cuts; media show
-// their poster frames.
+// and each exit leaves, at its planned time. Effects are cuts. Videos, audio
+// clips and GIFs play (MediaLayers) in the same encode.
 //
 // Failures throw RenderError (never Mp4Exporter::ExportError, whose texts
 // speak of PowerPoint), cancellation throws CancelledError. Every child
@@ -37,6 +37,12 @@ public:
         // False: every slide in its final state for its whole advance time
         // (one still per slide), for comparison.
         bool showSteps = true;
+        // False: media show their poster (or first) frame and the sound
+        // track stays silent, for comparison.
+        bool playMedia = true;
+        // Where a relative link to a medium outside the deck points from;
+        // default: the prepared deck's folder.
+        std::optional<std::filesystem::path> linkedMediaDir;
     };
 
     LibreOfficeMp4Exporter() = default;

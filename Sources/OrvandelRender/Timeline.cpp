@@ -1,5 +1,8 @@
 #include "Timeline.hpp"
 
+#include <algorithm>
+#include <limits>
+
 #include "base/Numbers.hpp"
 
 namespace orvandel::Timeline {
@@ -18,33 +21,56 @@ std::string quoted(const std::string& path) {
 
 namespace {
 
+constexpr std::int64_t kMovingRate = 30;  // frames per second where media move
+
+// The first frame boundary after `at` that the moving spans ask for.
+std::int64_t nextMovingCut(const std::vector<MsRange>& moving, std::int64_t at) {
+    std::int64_t best = std::numeric_limits<std::int64_t>::max();
+    for (const auto& r : moving) {
+        if (r.startMs > at) {
+            best = std::min(best, r.startMs);
+        } else if (at < r.endMs) {
+            std::int64_t k = (at - r.startMs) * kMovingRate / 1000 + 1;
+            while (r.startMs + k * 1000 / kMovingRate <= at) ++k;
+            best = std::min(best, std::min(r.endMs, r.startMs + k * 1000 / kMovingRate));
+        }
+    }
+    return best;
+}
+
 template <typename Visit>
-void forEachPiece(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs, Visit visit) {
+void forEachPiece(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
+                  const std::vector<MsRange>& moving, Visit visit) {
+    std::int64_t at = 0;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         std::int64_t remaining = entries[i].durationMs;
         if (i + 1 == entries.size()) remaining -= 1;  // the closing frame's millisecond
         while (remaining > 0) {
-            const std::int64_t piece = periodicFrameMs > 0 ? std::min(remaining, periodicFrameMs) : remaining;
+            std::int64_t piece = periodicFrameMs > 0 ? std::min(remaining, periodicFrameMs) : remaining;
+            if (!moving.empty()) piece = std::min(piece, nextMovingCut(moving, at) - at);
             visit(entries[i].image, piece);
             remaining -= piece;
+            at += piece;
         }
     }
 }
 
 }  // namespace
 
-std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs) {
+std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
+                     const std::vector<MsRange>& moving) {
     std::string out = "ffconcat version 1.0\n";
-    forEachPiece(entries, periodicFrameMs, [&](const std::filesystem::path& image, std::int64_t ms) {
+    forEachPiece(entries, periodicFrameMs, moving, [&](const std::filesystem::path& image, std::int64_t ms) {
         out += "file " + quoted(image.string()) + "\nduration " + msAsDecimalSeconds(ms) + "\n";
     });
     if (!entries.empty()) out += "file " + quoted(entries.back().image.string()) + "\n";
     return out;
 }
 
-std::int64_t frameCount(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs) {
+std::int64_t frameCount(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
+                        const std::vector<MsRange>& moving) {
     std::int64_t n = 0;
-    forEachPiece(entries, periodicFrameMs, [&](const std::filesystem::path&, std::int64_t) { ++n; });
+    forEachPiece(entries, periodicFrameMs, moving, [&](const std::filesystem::path&, std::int64_t) { ++n; });
     return entries.empty() ? 0 : n + 1;
 }
 

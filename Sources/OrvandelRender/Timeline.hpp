@@ -9,6 +9,13 @@
 
 namespace orvandel {
 
+// A span of the movie, [startMs, endMs).
+struct MsRange {
+    std::int64_t startMs = 0;
+    std::int64_t endMs = 0;
+    bool operator==(const MsRange&) const = default;
+};
+
 struct TimelineEntry {
     std::filesystem::path image;
     std::int64_t durationMs = 0;  // > 0
@@ -24,13 +31,20 @@ namespace Timeline {
 // exact. Images are YUV4MPEG frames at 1000 frames per second (see
 // FrameConverter): self-describing, so nothing is left to
 // guess when ffmpeg opens them, and read without a decode.
-std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs);
+//
+// Within the `moving` spans of the movie (where media play over the still)
+// the stills repeat 30 times a second, on the whole milliseconds nearest
+// below each 1/30 s from the span's start, so that the media drawn over them
+// move; each span starts on a frame of its own.
+std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
+                     const std::vector<MsRange>& moving = {});
 
 // A file name quoted for ffconcat: in single quotes, a quote inside as '\''.
 std::string quoted(const std::string& path);
 
 // How many frames the list yields (for progress reports).
-std::int64_t frameCount(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs);
+std::int64_t frameCount(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
+                        const std::vector<MsRange>& moving = {});
 
 }  // namespace Timeline
 

@@ -27,6 +27,22 @@ inline std::string mediaCall(const std::string& nodeType, const std::string& dur
     return effect("presetClass=\"mediacall\" nodeType=\"" + nodeType + "\"", delay, dur, "3");
 }
 
+// A whole p:timing in which a click plays shape 3 for durationMs, as the deck's
+// own writer times a video or sound that waits for a click.
+inline std::string playOnClick(const std::string& durationMs) {
+    return "<p:timing><p:tnLst><p:par><p:cTn id=\"1\" dur=\"indefinite\" nodeType=\"tmRoot\"><p:childTnLst><p:seq>"
+           "<p:cTn id=\"2\" dur=\"indefinite\" nodeType=\"mainSeq\"><p:childTnLst><p:par><p:cTn id=\"4\"><p:stCondLst>"
+           "<p:cond delay=\"indefinite\"/></p:stCondLst><p:childTnLst><p:par><p:cTn id=\"5\"><p:stCondLst><p:cond "
+           "delay=\"0\"/></p:stCondLst><p:childTnLst><p:par><p:cTn id=\"6\" presetClass=\"mediacall\" "
+           "nodeType=\"clickEffect\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:cmd "
+           "type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn id=\"3\" dur=\"" + durationMs +
+           "\"/><p:tgtEl><p:spTgt spid=\"3\"/></p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>"
+           "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:seq><p:video>"
+           "<p:cMediaNode><p:cTn id=\"7\"><p:stCondLst><p:cond delay=\"indefinite\"/></p:stCondLst></p:cTn><p:tgtEl>"
+           "<p:spTgt spid=\"3\"/></p:tgtEl></p:cMediaNode></p:video></p:childTnLst></p:cTn></p:par></p:tnLst>"
+           "</p:timing>";
+}
+
 // A click step or a group container holding the given p:par children.
 inline std::string node(const std::string& id, const std::string& children) {
     return "<p:par><p:cTn id=\"" + id + "\"><p:stCondLst><p:cond delay=\"indefinite\"/></p:stCondLst><p:childTnLst>" +

@@ -1,0 +1,172 @@
+#include "MediaLayers.hpp"
+
+#include <algorithm>
+
+#include "base/Bytes.hpp"
+#include "container/PptxArchive.hpp"
+#include "deck/NotesScanner.hpp"
+
+namespace orvandel::MediaLayers {
+
+namespace {
+
+const char* mediumName(SlideMedium::Kind kind) {
+    switch (kind) {
+        case SlideMedium::Kind::video: return "video";
+        case SlideMedium::Kind::audio: return "audio clip";
+        case SlideMedium::Kind::gif: return "GIF";
+    }
+    return "medium";
+}
+
+// The spans of the slide in which the shape is not hidden by a build step.
+std::vector<MsRange> visibleSpans(const RenderSlide& slide, const std::string& shapeId) {
+    std::vector<MsRange> out;
+    const auto& states = slide.playout.states;
+    const PlayoutTarget whole{shapeId, std::nullopt};
+    for (std::size_t k = 0; k < states.size() && states[k].startMs < slide.advanceTimeMs; ++k) {
+        if (std::binary_search(states[k].hidden.begin(), states[k].hidden.end(), whole)) continue;
+        const std::int64_t end = k + 1 < states.size() ? std::min(states[k + 1].startMs, slide.advanceTimeMs)
+                                                       : slide.advanceTimeMs;
+        if (!out.empty() && out.back().endMs == states[k].startMs) {
+            out.back().endMs = end;
+        } else {
+            out.push_back({states[k].startMs, end});
+        }
+    }
+    if (states.empty()) out.push_back({0, slide.advanceTimeMs});
+    return out;
+}
+
+// A link out of the deck as a file: file URLs and absolute paths as they
+// are, anything else from linkedBase.
+std::filesystem::path linkedFile(std::string target, const std::filesystem::path& linkedBase) {
+    if (target.starts_with("file://")) target.erase(0, 7);
+    const std::filesystem::path path(target);
+    return path.is_absolute() ? path : linkedBase / path;
+}
+
+}  // namespace
+
+std::optional<MediaLayer> place(const SlideMedium& medium, const MediaInfo& info, const SlideTime& time,
+                                FrameSize frame, std::int64_t slideWidthEmu, std::int64_t slideHeightEmu) {
+    const bool gif = medium.kind == SlideMedium::Kind::gif;
+    const std::optional<std::int64_t> playStart = gif ? std::optional<std::int64_t>(0) : time.playStartMs;
+    if (!playStart || *playStart < 0 || *playStart >= time.advanceMs) return std::nullopt;
+    MediaLayer l;
+    l.gif = gif;
+    l.picture = info.hasPicture && medium.kind != SlideMedium::Kind::audio;
+    l.sound = !gif && info.hasSound && medium.volume > 0;
+    if (!l.picture && !l.sound) return std::nullopt;
+    const std::int64_t rest = time.advanceMs - *playStart;
+    l.startMs = time.startMs + *playStart;
+    l.loops = !gif && medium.loops;
+    l.trimStartMs = gif ? 0 : medium.trimStartMs;
+    l.playMs = rest;
+    if (!gif && !l.loops && info.durationMs) {
+        l.playMs = std::min(rest, *info.durationMs - medium.trimStartMs - medium.trimEndMs);
+    }
+    if (l.playMs <= 0) return std::nullopt;
+    l.volume = medium.volume;
+
+    // The page raster's scale, each axis on its own.
+    const std::int64_t w = slideWidthEmu > 0 ? slideWidthEmu : 1, h = slideHeightEmu > 0 ? slideHeightEmu : 1;
+    const auto x0 = medium.xEmu * frame.width / w, x1 = (medium.xEmu + medium.widthEmu) * frame.width / w;
+    const auto y0 = medium.yEmu * frame.height / h, y1 = (medium.yEmu + medium.heightEmu) * frame.height / h;
+    l.left = x0;
+    l.top = y0;
+    l.width = std::max<std::int64_t>(2, x1 - x0);
+    l.height = std::max<std::int64_t>(2, y1 - y0);
+    l.rotation = medium.rotation;
+    l.flipH = medium.flipH;
+    l.flipV = medium.flipV;
+    l.cropLeft = medium.cropLeft;
+    l.cropTop = medium.cropTop;
+    l.cropRight = medium.cropRight;
+    l.cropBottom = medium.cropBottom;
+    if (l.picture) {
+        for (const auto& span : time.visible) {
+            const std::int64_t from = std::max(span.startMs, *playStart), to = std::min(span.endMs, time.advanceMs);
+            if (from < to) l.shown.push_back({time.startMs + from, time.startMs + to});
+        }
+    }
+    return l;
+}
+
+std::optional<MsRange> moving(const MediaLayer& layer) {
+    if (!layer.picture || layer.shown.empty()) return std::nullopt;
+    return MsRange{layer.startMs, layer.startMs + layer.playMs};
+}
+
+Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
+                const std::filesystem::path& mediaDir, const std::filesystem::path& linkedBase,
+                const WarningCallback& warn, const std::optional<CancellationToken>& cancel) {
+    Gathered out;
+    PptxArchive::Deck deck(preparedDeck);
+    std::map<std::string, std::variant<MediaInfo, std::string>> probed;  // by file
+    std::map<std::string, std::filesystem::path> copied;                   // entry -> file
+    std::int64_t slideStart = 0;
+    for (const auto& slide : plan.slides) {
+        if (slide.hidden) continue;
+        const std::string xml = deck.readEntry(slide.file);
+        std::string rels;
+        try {
+            rels = deck.readEntry(NotesScanner::relsPath(slide.file));
+        } catch (const PptxArchive::ArchiveError&) {
+            // No relationships: no media behind the shapes.
+        }
+        for (const auto& medium : SlideMedia::find(xml, rels, slide.file)) {
+            if (cancel && cancel->isCancelled()) throw CancelledError();
+            const auto refuse = [&](const std::string& why) {
+                if (warn) warn(Warning::mediaNotPlayed(slide.displayIndex, mediumName(medium.kind), why));
+            };
+            std::filesystem::path file;
+            if (!medium.entry.empty()) {
+                auto [it, isNew] = copied.try_emplace(medium.entry);
+                if (isNew) {
+                    try {
+                        const Bytes bytes = deck.readEntryBytes(medium.entry);
+                        std::filesystem::create_directories(mediaDir);
+                        it->second = mediaDir / (std::to_string(copied.size()) + "-" +
+                                                 std::filesystem::path(medium.entry).filename().string());
+                        writeFile(it->second, bytes);
+                    } catch (const PptxArchive::ArchiveError& e) {
+                        probed[medium.entry] = std::string(e.what());
+                    }
+                }
+                file = it->second;
+            } else {
+                file = linkedFile(medium.externalTarget, linkedBase);
+                std::error_code ec;
+                if (!std::filesystem::is_regular_file(file, ec)) {
+                    refuse("the linked file " + medium.externalTarget + " is not there");
+                    continue;
+                }
+            }
+            const std::string key = file.empty() ? medium.entry : file.string();
+            if (!probed.contains(key)) probed[key] = MediaProbe::probe(file, cancel);
+            if (const auto* why = std::get_if<std::string>(&probed[key])) {
+                refuse(*why);
+                continue;
+            }
+            const auto& info = std::get<MediaInfo>(probed[key]);
+            SlideTime time{slideStart, slide.advanceTimeMs, std::nullopt, visibleSpans(slide, medium.shapeId)};
+            for (const auto& start : slide.playout.media) {
+                if (start.shapeId == medium.shapeId) {
+                    time.playStartMs = start.startMs;
+                    break;
+                }
+            }
+            auto layer = place(medium, info, time, frame, plan.slideWidthEmu, plan.slideHeightEmu);
+            if (!layer) continue;
+            layer->file = file;
+            if (const auto span = moving(*layer)) out.moving.push_back(*span);
+            if (layer->gif) out.drawnGifs[slide.displayIndex].push_back(medium.shapeId);
+            out.layers.push_back(std::move(*layer));
+        }
+        slideStart += slide.advanceTimeMs;
+    }
+    return out;
+}
+
+}  // namespace orvandel::MediaLayers

@@ -1,0 +1,72 @@
+#include "MediaProbe.hpp"
+
+#include <sstream>
+
+#include "RenderError.hpp"
+#include "RenderTools.hpp"
+#include "base/Numbers.hpp"
+
+namespace orvandel::MediaProbe {
+
+namespace {
+const char* const kStage = "reading the media";
+
+// ffprobe's seconds ("4.000000", "N/A") to whole milliseconds, rounded,
+// without floating point.
+std::optional<std::int64_t> secondsAsMs(const std::string& text) {
+    const auto dot = text.find('.');
+    const auto whole = parseInt64(text.substr(0, dot));
+    const std::string fraction = (dot == std::string::npos ? "" : text.substr(dot + 1)) + "0000";
+    const auto digits = parseInt64(fraction.substr(0, 4));
+    if (!whole || *whole < 0 || !digits || *digits < 0 || fraction.find_first_not_of("0123456789") != std::string::npos) {
+        return std::nullopt;
+    }
+    return *whole * 1000 + (*digits + 5) / 10;
+}
+
+}  // namespace
+
+std::variant<MediaInfo, std::string> parse(const std::string& output) {
+    MediaInfo info;
+    bool decodedPicture = false, decodedSound = false;
+    std::string lastStream;
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line);) {
+        if (line == "media_type=video") decodedPicture = true;
+        if (line == "media_type=audio") decodedSound = true;
+        if (line.starts_with("codec_type=")) {
+            lastStream = line.substr(11);
+            if (lastStream == "video") info.hasPicture = true;
+            if (lastStream == "audio") info.hasSound = true;
+        }
+        // A still that comes with sound (an album cover) is not a picture to play.
+        if (line == "DISPOSITION:attached_pic=1" && lastStream == "video") info.hasPicture = false;
+        if (line.starts_with("duration=")) {
+            info.durationMs = secondsAsMs(line.substr(9));
+        }
+    }
+    if (!info.hasPicture && !info.hasSound) return std::string("no picture or sound in it");
+    if (info.hasPicture && !decodedPicture) return std::string("its pictures do not decode");
+    if (!info.hasPicture && !decodedSound) return std::string("its sound does not decode");
+    return info;
+}
+
+std::variant<MediaInfo, std::string> probe(const std::filesystem::path& file,
+                                           const std::optional<CancellationToken>& cancel) {
+    // The first packets are decoded too: a damaged stream fails here, not
+    // in the middle of the movie's encode.
+    try {
+        const auto r = RenderTools::runTool(
+            kStage, "ffprobe", "ffmpeg",
+            {"-v", "error", "-read_intervals", "%+#16", "-show_entries",
+             "frame=media_type:stream=codec_type:stream_disposition=attached_pic:format=duration", "-of",
+             "default=nw=1", file.string()},
+            {.timeout = std::chrono::minutes(1), .cancel = cancel});
+        return parse(r.standardOutput);
+    } catch (const RenderError& e) {
+        if (e.errorCase() == RenderError::Case::missingTool) throw;
+        return e.cause().empty() ? std::string(e.what()) : e.cause();
+    }
+}
+
+}  // namespace orvandel::MediaProbe

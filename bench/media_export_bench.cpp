@@ -1,0 +1,144 @@
+// End to end with media: a 20-slide deck in which every fourth slide plays a
+// 30-second video with sound (1280x720, 30 frames a second, started by a
+// click that the export turns into autoplay) and the others bring in four
+// bullets, exported with the headless renderer twice in the same run: with
+// the media playing (the default) and with every medium kept as its poster
+// frame (the static movie). Prints the wall time of each stage, each export
+// against real time, and what the media cost per second of media played.
+//   media_export_bench
+#include <sys/resource.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "BenchDecks.hpp"
+#include "DeckBuilder.hpp"
+#include "LibreOfficeMp4Exporter.hpp"
+#include "TimingFixtures.hpp"
+#include "base/Bytes.hpp"
+#include "base/Subprocess.hpp"
+#include "base/Uuid.hpp"
+#include "package/ManifestReader.hpp"
+#include "package/OrvExporter.hpp"
+
+using namespace orvandel;
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr int kSlides = 20, kEvery = 4, kVideoMs = 30000;
+
+// Shape 3 of the slide, a video in the right half under the title.
+std::string videoSlide(int n) {
+    const std::string pic =
+        "<p:pic><p:nvPicPr><p:cNvPr id=\"3\" name=\"Video " + std::to_string(n) + "\"/><p:cNvPicPr/><p:nvPr>"
+        "<a:videoFile r:link=\"rId2\"/></p:nvPr></p:nvPicPr><p:blipFill><a:blip r:embed=\"rId9\"/></p:blipFill>"
+        "<p:spPr><a:xfrm><a:off x=\"3048000\" y=\"1600200\"/><a:ext cx=\"6096000\" cy=\"3429000\"/></a:xfrm>"
+        "</p:spPr></p:pic>";
+    return test::slideXml(pic, test::playOnClick(std::to_string(kVideoMs)));
+}
+
+struct Timed {
+    std::vector<std::pair<std::string, double>> stages;
+    double total = 0;
+    double cpu = 0;  // of this process and the programs it ran
+};
+
+// CPU seconds so far, this process's and its finished children's: on a
+// shared machine wall time says as much about the neighbours as about us.
+double cpuSeconds() {
+    double total = 0;
+    for (int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+        rusage u{};
+        getrusage(who, &u);
+        total += double(u.ru_utime.tv_sec + u.ru_stime.tv_sec) + double(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
+    }
+    return total;
+}
+
+Timed exportOnce(const fs::path& deck, const fs::path& out, bool playMedia) {
+    LibreOfficeMp4Exporter::Options options;
+    options.playMedia = playMedia;
+    Timed t;
+    const double cpuBefore = cpuSeconds();
+    const auto start = Clock::now();
+    auto last = start;
+    std::string current;
+    auto mark = [&](const std::string& next) {
+        const auto now = Clock::now();
+        if (!current.empty()) t.stages.emplace_back(current, std::chrono::duration<double>(now - last).count());
+        current = next;
+        last = now;
+    };
+    RenderHooks hooks{[&](const std::string& stage, double) {
+        if (stage != current) mark(stage);
+    }};
+    OrvExporter::export_(deck, std::nullopt, out, {}, {}, std::chrono::system_clock::now(), "bench", "bench", {},
+                         LibreOfficeMp4Exporter(options), hooks);
+    mark("");
+    t.total = std::chrono::duration<double>(Clock::now() - start).count();
+    t.cpu = cpuSeconds() - cpuBefore;
+    return t;
+}
+
+void print(const char* title, const Timed& t, double movieSeconds) {
+    std::printf("%s\n", title);
+    for (const auto& [stage, seconds] : t.stages) std::printf("  %-22s %7.2f s\n", stage.c_str(), seconds);
+    std::printf("  %-22s %7.2f s: %.1fx faster than real time (CPU %.1f s)\n", "total", t.total,
+                movieSeconds / t.total, t.cpu);
+}
+
+}  // namespace
+
+int main() {
+    const fs::path dir = fs::temp_directory_path() / ("orvandel-media-bench-" + makeUuid());
+    fs::create_directories(dir);
+    int status = 0;
+    try {
+        const auto clip = dir / "clip.mp4", poster = dir / "poster.png";
+        const auto made = Subprocess::run(
+            {"ffmpeg", "-v", "error", "-y", "-f", "lavfi", "-i", "testsrc2=size=1280x720:rate=30:duration=30", "-f",
+             "lavfi", "-i", "sine=frequency=440:duration=30", "-c:v", "libx264", "-preset", "veryfast", "-pix_fmt",
+             "yuv420p", "-c:a", "aac", "-shortest", clip.string()});
+        const auto still = Subprocess::run(
+            {"ffmpeg", "-v", "error", "-y", "-i", clip.string(), "-frames:v", "1", poster.string()});
+        if (!made.succeeded() || !still.succeeded()) throw std::runtime_error("ffmpeg could not make the clip");
+        test::DeckBuilder deck;
+        int videos = 0;
+        for (int n = 1; n <= kSlides; ++n) {
+            if (n % kEvery != 0) {
+                deck.addSlide(test::bulletSlideXml(n, 4));
+                continue;
+            }
+            // Each video its own entry: five files to decode.
+            const std::string media = "../media/clip" + std::to_string(++videos) + ".mp4";
+            deck.addSlide(videoSlide(n), {{"rId2", "video", media}, {"rId9", "image", "../media/poster.png"}});
+            deck.addEntry("ppt/media/clip" + std::to_string(videos) + ".mp4", readFile(clip));
+        }
+        deck.addEntry("ppt/media/poster.png", readFile(poster));
+        deck.write(dir / "media-deck.pptx");
+
+        const auto playing = exportOnce(dir / "media-deck.pptx", dir / "media.orv", true);
+        const double movieSeconds = ManifestReader::read(dir / "media.orv").masterVideoDuration;
+        const double mediaSeconds = videos * kVideoMs / 1000.0;
+        std::printf("%d slides, %d videos of %d s, movie %.1f s\n", kSlides, videos, kVideoMs / 1000, movieSeconds);
+        print("media playing (the default):", playing, movieSeconds);
+        const auto still_ = exportOnce(dir / "media-deck.pptx", dir / "static.orv", false);
+        print("media as poster frames (static):", still_, movieSeconds);
+        std::printf("per second of media: %.3f s of export with media playing, %.3f s more than the static export\n",
+                    playing.total / mediaSeconds, (playing.total - still_.total) / mediaSeconds);
+        std::printf("whole export: %.1fx faster than real time playing media, %.1fx static\n",
+                    movieSeconds / playing.total, movieSeconds / still_.total);
+        std::printf("CPU per second of media: %.3f s more than the static export\n",
+                    (playing.cpu - still_.cpu) / mediaSeconds);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "media_export_bench: %s\n", e.what());
+        status = 1;
+    }
+    fs::remove_all(dir);
+    return status;
+}
