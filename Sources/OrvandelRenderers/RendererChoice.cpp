@@ -18,9 +18,15 @@ Renderer resolve(Renderer requested) {
     return Mp4Exporter::isPowerPointAvailable() ? Renderer::powerPoint : Renderer::headless;
 }
 
-std::unique_ptr<Mp4Exporting> make(Renderer requested) {
+std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::path& deck) {
     if (resolve(requested) == Renderer::powerPoint) return std::make_unique<DefaultMp4Exporter>();
-    return std::make_unique<LibreOfficeMp4Exporter>();
+    LibreOfficeMp4Exporter::Options options;
+    if (!deck.empty()) {
+        std::error_code ec;
+        const auto absolute = std::filesystem::absolute(deck, ec);
+        options.linkedMediaDir = (ec ? deck : absolute).parent_path();
+    }
+    return std::make_unique<LibreOfficeMp4Exporter>(options);
 }
 
 }  // namespace orvandel::RendererChoice

@@ -2,6 +2,7 @@
 // Which renderer makes the movie, the same for the command line and the app:
 // `automatic` means PowerPoint for Mac where it is installed, the headless
 // renderer everywhere else.
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -18,6 +19,9 @@ std::optional<Renderer> fromName(std::string_view name);
 // The renderer `automatic` stands for on this machine; the others as they are.
 Renderer resolve(Renderer requested);
 
-std::unique_ptr<Mp4Exporting> make(Renderer requested);
+// deck: the deck to be exported, whose relative links to media outside it
+// point from its folder (the headless renderer plays them); empty: from the
+// prepared copy's folder.
+std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::path& deck = {});
 
 }  // namespace orvandel::RendererChoice

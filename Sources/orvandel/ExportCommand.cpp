@@ -82,7 +82,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");
     std::optional<std::filesystem::path> movie;
     if (!options.mp4.empty()) movie = options.mp4;
-    const auto renderer = RendererChoice::make(*RendererChoice::fromName(options.renderer));
+    const auto renderer = RendererChoice::make(*RendererChoice::fromName(options.renderer), deck);
 
     InterruptGuard interrupt;
     ProgressLine line(err);

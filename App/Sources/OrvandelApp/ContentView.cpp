@@ -61,7 +61,6 @@ QColor warningColor() { return QColor(180, 35, 24); }
 ContentView::ContentView(RendererChoice::Renderer renderer, std::shared_ptr<const Mp4Exporting> exporter,
                          QWidget* parent)
     : QWidget(parent), renderer_(RendererChoice::resolve(renderer)), exporter_(std::move(exporter)) {
-    if (!exporter_) exporter_ = RendererChoice::make(renderer_);
     setWindowTitle(ExportCopy::kWindowTitle);
     setAcceptDrops(true);
     buildLayout();
@@ -420,7 +419,10 @@ void ContentView::runExport() {
                       },
                       exportCancel_,
                       {}};
-    exportWatcher_.setFuture(QtConcurrent::run([deck, destination, gifMs, hooks, exporter = exporter_] {
+    // One renderer per export, made for its deck (media linked beside the deck play).
+    std::shared_ptr<const Mp4Exporting> exporter = exporter_;
+    if (!exporter) exporter = RendererChoice::make(renderer_, deck);
+    exportWatcher_.setFuture(QtConcurrent::run([deck, destination, gifMs, hooks, exporter] {
         ExportRun run;
         try {
             run.result = OrvExporter::export_(deck, std::nullopt, destination, {}, gifMs,

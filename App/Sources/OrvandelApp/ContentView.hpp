@@ -133,7 +133,7 @@ private:
     static std::optional<std::filesystem::path> droppedDeck(const QMimeData* data);
 
     RendererChoice::Renderer renderer_;
-    std::shared_ptr<const Mp4Exporting> exporter_;
+    std::shared_ptr<const Mp4Exporting> exporter_;  // injected; otherwise one per export
 
     // View state, changed only on the GUI thread.
     std::optional<std::filesystem::path> deckURL_;

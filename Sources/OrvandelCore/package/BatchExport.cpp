@@ -99,7 +99,7 @@ std::vector<Outcome> run(const std::vector<Item>& items, const Options& options)
             const auto start = std::chrono::steady_clock::now();
             try {
                 if (options.cancel && options.cancel->isCancelled()) throw CancelledError();
-                const auto renderer = options.makeRenderer();
+                const auto renderer = options.makeRenderer(items[i].deck);
                 RenderHooks hooks;
                 if (options.progress) {
                     hooks.progress = [&, i](const std::string& stage, double f) { options.progress(i, stage, f); };

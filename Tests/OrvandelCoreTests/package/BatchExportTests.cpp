@@ -65,7 +65,7 @@ TEST(BatchExportTest, OneBrokenDeckFailsAloneAndNothingIsLeftBehind) {
     };
     BatchExport::Options options;
     options.jobs = 2;
-    options.makeRenderer = [] { return std::make_unique<TwoPlainSlides>(); };
+    options.makeRenderer = [](const auto&) { return std::make_unique<TwoPlainSlides>(); };
     int finished = 0;
     options.finished = [&](std::size_t, const BatchExport::Outcome&) { ++finished; };
     const auto items = BatchExport::plan(BatchExport::collectDecks({dir / "in"}), dir / "out", {});
