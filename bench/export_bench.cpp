@@ -7,7 +7,6 @@
 //   export_bench                 generate the deck in a temporary folder and export it
 //   export_bench --deck-only P   only write the bench deck to P
 //   export_bench DECK [--gif N:MS]...   export another deck
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -16,6 +15,7 @@
 #include <vector>
 
 #include "BenchDecks.hpp"
+#include "TimedExport.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
 #include "base/Numbers.hpp"
 #include "base/Uuid.hpp"
@@ -24,45 +24,13 @@
 
 using namespace orvandel;
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 namespace {
 
-struct Timed {
-    std::vector<std::pair<std::string, double>> stages;  // name, seconds
-    double total = 0;
-};
-
-Timed exportOnce(const fs::path& deck, const fs::path& out, const SlideDurations& gifMs, bool steps) {
+test::TimedExport exportOnce(const fs::path& deck, const fs::path& out, const SlideDurations& gifMs, bool steps) {
     LibreOfficeMp4Exporter::Options options;
     options.showSteps = steps;
-    const LibreOfficeMp4Exporter renderer(options);
-    Timed t;
-    const auto start = Clock::now();
-    auto last = start;
-    std::string current;
-    auto mark = [&](const std::string& next) {
-        const auto now = Clock::now();
-        if (!current.empty()) t.stages.emplace_back(current, std::chrono::duration<double>(now - last).count());
-        current = next;
-        last = now;
-    };
-    RenderHooks hooks{[&](const std::string& stage, double) {
-        if (stage != current) mark(stage);
-    }};
-    OrvExporter::export_(deck, std::nullopt, out, {}, gifMs, std::chrono::system_clock::now(), "bench", "bench", {},
-                         renderer, hooks);
-    mark("");
-    t.total = std::chrono::duration<double>(Clock::now() - start).count();
-    return t;
-}
-
-void print(const char* title, const Timed& t, std::int64_t movieMs) {
-    std::printf("%s\n", title);
-    for (const auto& [stage, seconds] : t.stages) std::printf("  %-22s %7.2f s\n", stage.c_str(), seconds);
-    std::printf("  %-22s %7.2f s\n", "total", t.total);
-    std::printf("  movie %s s, %.1fx faster than real time\n", msAsDecimalSeconds(movieMs).c_str(),
-                double(movieMs) / 1000.0 / t.total);
+    return test::timedExport(deck, out, gifMs, options);
 }
 
 }  // namespace
@@ -91,9 +59,9 @@ int main(int argc, char** argv) {
         const auto steps = exportOnce(deck, dir / "steps.orv", gifMs, true);
         const auto movieMs =
             static_cast<std::int64_t>(ManifestReader::read(dir / "steps.orv").masterVideoDuration * 1000 + 0.5);
-        print("step by step (the default):", steps, movieMs);
+        test::printTimedExport("step by step (the default):", steps, double(movieMs) / 1000.0);
         const auto finalStates = exportOnce(deck, dir / "final.orv", gifMs, false);
-        print("every slide in its final state:", finalStates, movieMs);
+        test::printTimedExport("every slide in its final state:", finalStates, double(movieMs) / 1000.0);
         std::printf("the steps cost %.2f s (%.2fx the final-state export)\n", steps.total - finalStates.total,
                     steps.total / finalStates.total);
     } catch (const std::exception& e) {

@@ -6,15 +6,13 @@
 // frame (the static movie). Prints the wall time of each stage, each export
 // against real time, and what the media cost per second of media played.
 //   media_export_bench
-#include <sys/resource.h>
-
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "BenchDecks.hpp"
+#include "TimedExport.hpp"
 #include "DeckBuilder.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
 #include "TimingFixtures.hpp"
@@ -26,7 +24,6 @@
 
 using namespace orvandel;
 namespace fs = std::filesystem;
-using Clock = std::chrono::steady_clock;
 
 namespace {
 
@@ -42,54 +39,10 @@ std::string videoSlide(int n) {
     return test::slideXml(pic, test::playOnClick(std::to_string(kVideoMs)));
 }
 
-struct Timed {
-    std::vector<std::pair<std::string, double>> stages;
-    double total = 0;
-    double cpu = 0;  // of this process and the programs it ran
-};
-
-// CPU seconds so far, this process's and its finished children's: on a
-// shared machine wall time says as much about the neighbours as about us.
-double cpuSeconds() {
-    double total = 0;
-    for (int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
-        rusage u{};
-        getrusage(who, &u);
-        total += double(u.ru_utime.tv_sec + u.ru_stime.tv_sec) + double(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
-    }
-    return total;
-}
-
-Timed exportOnce(const fs::path& deck, const fs::path& out, bool playMedia) {
+test::TimedExport exportOnce(const fs::path& deck, const fs::path& out, bool playMedia) {
     LibreOfficeMp4Exporter::Options options;
     options.playMedia = playMedia;
-    Timed t;
-    const double cpuBefore = cpuSeconds();
-    const auto start = Clock::now();
-    auto last = start;
-    std::string current;
-    auto mark = [&](const std::string& next) {
-        const auto now = Clock::now();
-        if (!current.empty()) t.stages.emplace_back(current, std::chrono::duration<double>(now - last).count());
-        current = next;
-        last = now;
-    };
-    RenderHooks hooks{[&](const std::string& stage, double) {
-        if (stage != current) mark(stage);
-    }};
-    OrvExporter::export_(deck, std::nullopt, out, {}, {}, std::chrono::system_clock::now(), "bench", "bench", {},
-                         LibreOfficeMp4Exporter(options), hooks);
-    mark("");
-    t.total = std::chrono::duration<double>(Clock::now() - start).count();
-    t.cpu = cpuSeconds() - cpuBefore;
-    return t;
-}
-
-void print(const char* title, const Timed& t, double movieSeconds) {
-    std::printf("%s\n", title);
-    for (const auto& [stage, seconds] : t.stages) std::printf("  %-22s %7.2f s\n", stage.c_str(), seconds);
-    std::printf("  %-22s %7.2f s: %.1fx faster than real time (CPU %.1f s)\n", "total", t.total,
-                movieSeconds / t.total, t.cpu);
+    return test::timedExport(deck, out, {}, options);
 }
 
 }  // namespace
@@ -126,9 +79,9 @@ int main() {
         const double movieSeconds = ManifestReader::read(dir / "media.orv").masterVideoDuration;
         const double mediaSeconds = videos * kVideoMs / 1000.0;
         std::printf("%d slides, %d videos of %d s, movie %.1f s\n", kSlides, videos, kVideoMs / 1000, movieSeconds);
-        print("media playing (the default):", playing, movieSeconds);
+        test::printTimedExport("media playing (the default):", playing, movieSeconds);
         const auto still_ = exportOnce(dir / "media-deck.pptx", dir / "static.orv", false);
-        print("media as poster frames (static):", still_, movieSeconds);
+        test::printTimedExport("media as poster frames (static):", still_, movieSeconds);
         std::printf("per second of media: %.3f s of export with media playing, %.3f s more than the static export\n",
                     playing.total / mediaSeconds, (playing.total - still_.total) / mediaSeconds);
         std::printf("whole export: %.1fx faster than real time playing media, %.1fx static\n",
