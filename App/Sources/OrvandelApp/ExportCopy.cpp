@@ -305,7 +305,8 @@ QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClick
                 break;
             case Warning::Kind::graphicBuildShownWhole:
                 lines << slidesLine("O gráfico ou diagrama animado do(s) slide(s) ", s,
-                                    " não pôde ser montado passo a passo; ele aparece inteiro desde o início.");
+                                    " não pôde ser montado passo a passo; ele aparece inteiro já na primeira "
+                                    "etapa da animação.");
                 break;
         }
     }
