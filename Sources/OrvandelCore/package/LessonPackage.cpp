@@ -3,7 +3,6 @@
 #include <nlohmann/json.hpp>
 
 #include "base/Numbers.hpp"
-#include "container/PptxArchive.hpp"
 
 namespace orvandel::LessonPackage {
 
@@ -144,14 +143,7 @@ Lesson decode(const std::string& manifestJson) {
 }
 
 Lesson read(const std::filesystem::path& orv) {
-    std::string manifest;
-    try {
-        manifest = PptxArchive::readEntry(orv, "manifest.json");
-    } catch (const PptxArchive::ArchiveError& e) {
-        if (e.errorCase() == PptxArchive::ArchiveError::Case::decodeFailed) throw DecodeError(e.what());
-        throw ManifestReader::ReadError::unzipFailed(e.status());
-    }
-    return decode(manifest);
+    return decode(ManifestReader::manifestText(orv));
 }
 
 }  // namespace orvandel::LessonPackage

@@ -39,15 +39,17 @@ Probe decode(const std::string& manifestJson) {
     return probe;
 }
 
-Probe read(const std::filesystem::path& orv) {
-    std::string text;
+std::string manifestText(const std::filesystem::path& orv) {
     try {
-        text = PptxArchive::readEntry(orv, "manifest.json");
+        return PptxArchive::readEntry(orv, "manifest.json");
     } catch (const PptxArchive::ArchiveError& e) {
         if (e.errorCase() == PptxArchive::ArchiveError::Case::decodeFailed) throw DecodeError(e.what());
         throw ReadError::unzipFailed(e.status());
     }
-    return decode(text);
+}
+
+Probe read(const std::filesystem::path& orv) {
+    return decode(manifestText(orv));
 }
 
 }  // namespace orvandel::ManifestReader

@@ -57,4 +57,7 @@ Probe decode(const std::string& manifestJson);
 // a ZIP, 11 no such entry, 2 damaged); a bad manifest is DecodeError.
 Probe read(const std::filesystem::path& orv);
 
+// The text of the package's manifest.json, with the errors of read.
+std::string manifestText(const std::filesystem::path& orv);
+
 }  // namespace orvandel::ManifestReader
