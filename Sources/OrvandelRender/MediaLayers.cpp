@@ -125,11 +125,18 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
                 auto [it, isNew] = copied.try_emplace(medium.entry);
                 if (isNew) {
                     try {
-                        const Bytes bytes = deck.readEntryBytes(medium.entry);
                         std::filesystem::create_directories(mediaDir);
                         it->second = mediaDir / (std::to_string(copied.size()) + "-" +
                                                  std::filesystem::path(medium.entry).filename().string());
-                        writeFile(it->second, bytes);
+                        // Media are stored, and copied in chunks whatever their size; the
+                        // rare compressed one is inflated in memory.
+                        try {
+                            deck.extractStored(medium.entry, it->second, [&](std::int64_t, std::int64_t) {
+                                if (cancel && cancel->isCancelled()) throw CancelledError();
+                            });
+                        } catch (const PptxArchive::ArchiveError&) {
+                            writeFile(it->second, deck.readEntryBytes(medium.entry));
+                        }
                     } catch (const PptxArchive::ArchiveError& e) {
                         probed[medium.entry] = std::string(e.what());
                     }

@@ -6,6 +6,7 @@
 
 #include "base/Numbers.hpp"
 #include "container/XmlElement.hpp"
+#include "deck/NotesScanner.hpp"
 
 namespace orvandel::SlideMedia {
 
@@ -145,7 +146,7 @@ private:
             const auto rel = id ? rels_.find(*id) : rels_.end();
             if (rel == rels_.end() || rel->second.external || !endsWithGif(rel->second.target)) return;
             m.kind = SlideMedium::Kind::gif;
-            m.entry = resolvedTarget(part_, rel->second.target);
+            m.entry = NotesScanner::resolveEntry(rel->second.target, part_);
         }
         if (m.entry.empty() && m.externalTarget.empty()) return;
 
@@ -179,7 +180,7 @@ private:
         if (rel->second.external) {
             m.externalTarget = rel->second.target;
         } else {
-            m.entry = resolvedTarget(part_, rel->second.target);
+            m.entry = NotesScanner::resolveEntry(rel->second.target, part_);
         }
         return true;
     }
@@ -190,32 +191,6 @@ private:
 };
 
 }  // namespace
-
-std::string resolvedTarget(std::string_view slidePart, std::string_view target) {
-    std::vector<std::string> parts;
-    std::string_view path = target;
-    if (path.starts_with('/')) {
-        path.remove_prefix(1);
-    } else {
-        const std::string_view folder = slidePart.substr(0, slidePart.rfind('/') + 1);
-        for (std::size_t at = 0, slash; (slash = folder.find('/', at)) != std::string_view::npos; at = slash + 1) {
-            parts.emplace_back(folder.substr(at, slash - at));
-        }
-    }
-    for (std::size_t at = 0; at <= path.size();) {
-        const std::size_t slash = std::min(path.find('/', at), path.size());
-        const std::string_view piece = path.substr(at, slash - at);
-        if (piece == "..") {
-            if (!parts.empty()) parts.pop_back();
-        } else if (!piece.empty() && piece != ".") {
-            parts.emplace_back(piece);
-        }
-        at = slash + 1;
-    }
-    std::string out;
-    for (const auto& p : parts) out += (out.empty() ? "" : "/") + p;
-    return out;
-}
 
 std::optional<std::int64_t> wholeMs(std::string_view text) {
     const auto dot = text.find('.');

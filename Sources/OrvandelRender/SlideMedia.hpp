@@ -42,10 +42,6 @@ namespace SlideMedia {
 // plan reader has already refused a slide whose timing cannot be read.
 std::vector<SlideMedium> find(std::string_view slideXml, std::string_view relsXml, std::string_view slidePart);
 
-// "../media/a.mp4" from "ppt/slides/slide1.xml" -> "ppt/media/a.mp4"; a
-// target that starts with "/" is from the archive's root.
-std::string resolvedTarget(std::string_view slidePart, std::string_view target);
-
 // A time the deck writes in milliseconds, maybe with a fraction ("1234.56"),
 // to whole milliseconds, rounded half up; nothing for anything else.
 std::optional<std::int64_t> wholeMs(std::string_view text);
