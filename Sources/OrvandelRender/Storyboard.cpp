@@ -106,23 +106,6 @@ std::string freshName(std::set<std::string>& used, const std::string& stem, cons
     }
 }
 
-struct Insertion {
-    std::size_t at;
-    std::string text;
-};
-
-std::string inserted(std::string text, std::vector<Insertion> insertions) {
-    std::stable_sort(insertions.begin(), insertions.end(),
-                     [](const Insertion& a, const Insertion& b) { return a.at > b.at; });
-    for (const auto& i : insertions) text.insert(i.at, i.text);
-    return text;
-}
-
-// The archive path a relationship of the presentation points at.
-std::string presentationTarget(const std::string& target) {
-    return target.starts_with('/') ? target.substr(1) : "ppt/" + target;
-}
-
 struct PresentationParts {
     std::string presentation, rels, types;
 };
@@ -145,9 +128,16 @@ void listCopies(PresentationParts& parts, const std::vector<std::pair<std::strin
                                   attributeOf(parts.rels, s, "Target").value_or("")});
     }
     std::set<std::string> slideIds;
+    std::map<std::string, std::pair<const Span*, const Rel*>> listedAs;  // slide part -> its p:sldId, relationship
     const auto slideSpans = elementSpans(parts.presentation);
     for (const auto& s : slideSpans) {
-        if (s.name == "p:sldId") slideIds.insert(attributeOf(parts.presentation, s, "id").value_or(""));
+        if (s.name != "p:sldId") continue;
+        slideIds.insert(attributeOf(parts.presentation, s, "id").value_or(""));
+        const auto rel = rels.find(attributeOf(parts.presentation, s, "r:id").value_or(""));
+        if (rel != rels.end()) {
+            listedAs.try_emplace(NotesScanner::resolveEntry(rel->second.target, "ppt/presentation.xml"),
+                                 std::pair{&s, &rel->second});
+        }
     }
     std::map<std::string, std::string> contentTypes;  // part name -> content type
     const auto typeSpans = elementSpans(parts.types);
@@ -158,25 +148,17 @@ void listCopies(PresentationParts& parts, const std::vector<std::pair<std::strin
         }
     }
 
-    std::vector<Insertion> inPresentation;
+    std::vector<Edit> inPresentation;
     std::string newRels, newTypes;
     for (const auto& [slide, copyParts] : copies) {
-        const Span* listed = nullptr;
-        std::string relType, relFolder;
-        for (const auto& s : slideSpans) {
-            if (s.name != "p:sldId") continue;
-            const auto rel = rels.find(attributeOf(parts.presentation, s, "r:id").value_or(""));
-            if (rel != rels.end() && presentationTarget(rel->second.target) == slide) {
-                listed = &s;
-                relType = rel->second.type;
-                relFolder = rel->second.target.substr(0, rel->second.target.rfind('/') + 1);
-                break;
-            }
-        }
-        if (!listed) {
+        const auto found = listedAs.find(slide);
+        if (found == listedAs.end()) {
             throw RenderError(RenderError::Case::badDeck, kStage,
                               std::string(kStage) + ": " + slide + " is not in the slide list of the prepared deck.");
         }
+        const auto [listed, rel] = found->second;
+        const std::string& relType = rel->type;
+        const std::string relFolder = rel->target.substr(0, rel->target.rfind('/') + 1);
         const auto type = contentTypes.find("/" + slide);
         std::string ids;
         for (const auto& part : copyParts) {
@@ -188,9 +170,9 @@ void listCopies(PresentationParts& parts, const std::vector<std::pair<std::strin
             newTypes += "<Override PartName=\"/" + part + "\" ContentType=\"" +
                         (type == contentTypes.end() ? std::string(kSlideContentType) : type->second) + "\"/>";
         }
-        inPresentation.push_back({listed->end, ids});
+        inPresentation.push_back({listed->end, listed->end, ids});
     }
-    parts.presentation = inserted(std::move(parts.presentation), std::move(inPresentation));
+    parts.presentation = XmlSpans::applied(parts.presentation, std::move(inPresentation));
     const auto relsEnd = parts.rels.rfind("</Relationships>");
     const auto typesEnd = parts.types.rfind("</Types>");
     if (relsEnd == std::string::npos || typesEnd == std::string::npos) {
@@ -203,15 +185,13 @@ void listCopies(PresentationParts& parts, const std::vector<std::pair<std::strin
 
 // The slide's relationships for a copy: the notes stay with the slide itself.
 std::string withoutNotes(const std::string& rels) {
-    std::vector<std::pair<std::size_t, std::size_t>> cuts;
+    std::vector<Edit> cuts;
     for (const auto& s : elementSpans(rels)) {
         if (s.name == "Relationship" && attributeOf(rels, s, "Type").value_or("").ends_with("/notesSlide")) {
-            cuts.emplace_back(s.begin, s.end);
+            cuts.push_back({s.begin, s.end, ""});
         }
     }
-    std::string out = rels;
-    for (auto it = cuts.rbegin(); it != cuts.rend(); ++it) out.erase(it->first, it->second - it->first);
-    return out;
+    return XmlSpans::applied(rels, std::move(cuts));
 }
 
 // A compatibility block after the shape tree that holds timing or a transition.
