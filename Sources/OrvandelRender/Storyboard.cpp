@@ -470,15 +470,8 @@ void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, co
         replaced["[Content_Types].xml"] = toBytes(parts.types);
     }
 
-    std::vector<std::pair<std::string, Bytes>> entries;
-    entries.reserve(names.size() + added.size());
-    for (const auto& name : names) {
-        if (name.ends_with('/')) continue;  // a folder entry: nothing to draw
-        auto it = replaced.find(name);
-        entries.emplace_back(name, it != replaced.end() ? std::move(it->second) : deck.readEntryBytes(name));
-    }
-    for (auto& entry : added) entries.push_back(std::move(entry));
-    ZipArchive::create(entries, out);
+    // The untouched entries, media included, are copied as they lie in the file.
+    ZipArchive::rewrite(preparedDeck, replaced, out, added);
 }
 
 }  // namespace orvandel::Storyboard

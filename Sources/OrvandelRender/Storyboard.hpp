@@ -57,8 +57,9 @@ Layout layout(const RenderPlan& plan, bool steps = true);
 // own or uses prefixes the fragment parser does not know) is left visible.
 std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTarget>& hidden);
 
-// Writes the storyboard of the prepared deck to `out` (stored entries; the
-// deck's entries pass through memory, as in the timing rewrite). Throws the
+// Writes the storyboard of the prepared deck to `out`: its entries copied as
+// they are, the changed parts replaced and the copies added (stored), as in
+// the timing rewrite. Throws the
 // archive reader's errors and RenderError for a deck whose slide list cannot
 // be extended.
 void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const Layout& layout,

@@ -451,7 +451,8 @@ private:
 
 using Replacements = std::map<std::string, std::span<const std::uint8_t>>;
 
-void rewriteArchive(const std::filesystem::path& url, const Replacements& replacing, const std::filesystem::path& to) {
+void rewriteArchive(const std::filesystem::path& url, const Replacements& replacing, const std::filesystem::path& to,
+                    const std::vector<std::pair<std::string, Bytes>>& appending = {}) {
     const Bytes src = readFile(url);
     const std::span<const std::uint8_t> srcSpan(src);
     const ParseResult parsed = parse(src);
@@ -499,6 +500,14 @@ void rewriteArchive(const std::filesystem::path& url, const Replacements& replac
                        static_cast<std::int64_t>(data.size()));
         out.write(data);
     }
+    std::vector<std::int64_t> appendedOffsets;
+    std::vector<std::uint32_t> appendedCrcs;
+    for (const auto& [name, data] : appending) {
+        appendedOffsets.push_back(out.position());
+        appendedCrcs.push_back(crc32(data));
+        putLocalHeader(out.buffer(), name, 0, 0, appendedCrcs.back(), size64(data));
+        out.write(data);
+    }
 
     // The directory and the end record are small: built whole, then written.
     const std::int64_t cdStart = out.position();
@@ -517,10 +526,19 @@ void rewriteArchive(const std::filesystem::path& url, const Replacements& replac
             patchCentralValues(tail, at, e.uncompressedSize, e.compressedSize, newOffsets[i]);
         }
     }
+    for (std::size_t i = 0; i < appending.size(); ++i) {
+        putCentralRecord(tail, appending[i].first, appendedCrcs[i], size64(appending[i].second), appendedOffsets[i]);
+    }
     const std::int64_t cdSize = size64(tail);
     // The record and its comment only: stray bytes after it are dropped.
     const std::size_t endAt = tail.size();
     append(tail, srcSpan.subspan(idx(parsed.eocd), idx(kEndSize + parsed.commentLen)));
+    if (!appending.empty()) {
+        const std::size_t count = parsed.entries.size() + appending.size();
+        if (count >= 0xFFFF) throw ZipError::zip64Unsupported();
+        patchU16(tail, endAt + 8, static_cast<std::uint16_t>(count));
+        patchU16(tail, endAt + 10, static_cast<std::uint16_t>(count));
+    }
     patchU32(tail, endAt + 12, fit32("central directory size", cdSize));
     patchU32(tail, endAt + 16, fit32("offset", cdStart));
     out.write(tail);
@@ -530,10 +548,10 @@ void rewriteArchive(const std::filesystem::path& url, const Replacements& replac
 }  // namespace
 
 void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes>& replacing,
-             const std::filesystem::path& to) {
+             const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending) {
     Replacements views;
     for (const auto& [name, bytes] : replacing) views.emplace(name, bytes);
-    rewriteArchive(url, views, to);
+    rewriteArchive(url, views, to, appending);
 }
 
 void rewriteText(const std::filesystem::path& url, const std::map<std::string, std::string>& replacing,

@@ -98,10 +98,11 @@ struct Window {
 std::vector<std::string> entryNames(const std::filesystem::path& url);
 
 // Copies `url` to `to`, with each entry named in `replacing` holding its new
-// bytes (stored). Every key must name an entry (else entryNotFound and nothing
-// is written). Throws ZipError, FileError.
+// bytes (stored), and the `appending` entries (stored, new names) after the
+// others. Every key must name an entry (else entryNotFound and nothing is
+// written). Throws ZipError, FileError.
 void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes>& replacing,
-             const std::filesystem::path& to);
+             const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending = {});
 // The same with text contents (a rewritten slide), written without a copy.
 void rewriteText(const std::filesystem::path& url, const std::map<std::string, std::string>& replacing,
              const std::filesystem::path& to);
