@@ -13,16 +13,7 @@ const char* const kStage = "reading the media";
 
 // ffprobe's seconds ("4.000000", "N/A") to whole milliseconds, rounded,
 // without floating point.
-std::optional<std::int64_t> secondsAsMs(const std::string& text) {
-    const auto dot = text.find('.');
-    const auto whole = parseInt64(text.substr(0, dot));
-    const std::string fraction = (dot == std::string::npos ? "" : text.substr(dot + 1)) + "0000";
-    const auto digits = parseInt64(fraction.substr(0, 4));
-    if (!whole || *whole < 0 || !digits || *digits < 0 || fraction.find_first_not_of("0123456789") != std::string::npos) {
-        return std::nullopt;
-    }
-    return *whole * 1000 + (*digits + 5) / 10;
-}
+std::optional<std::int64_t> secondsAsMs(const std::string& text) { return roundedDecimal(text, 3); }
 
 }  // namespace
 

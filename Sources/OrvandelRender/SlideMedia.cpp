@@ -192,17 +192,7 @@ private:
 
 }  // namespace
 
-std::optional<std::int64_t> wholeMs(std::string_view text) {
-    const auto dot = text.find('.');
-    const auto whole = parseInt64(text.substr(0, dot));
-    if (!whole || *whole < 0) return std::nullopt;
-    if (dot == std::string_view::npos) return whole;
-    const std::string_view fraction = text.substr(dot + 1);
-    if (fraction.empty() || !std::all_of(fraction.begin(), fraction.end(), [](char c) { return c >= '0' && c <= '9'; })) {
-        return std::nullopt;
-    }
-    return *whole + (fraction.front() >= '5' ? 1 : 0);
-}
+std::optional<std::int64_t> wholeMs(std::string_view text) { return roundedDecimal(text, 0); }
 
 std::vector<SlideMedium> find(std::string_view slideXml, std::string_view relsXml, std::string_view slidePart) {
     XmlElement sld;

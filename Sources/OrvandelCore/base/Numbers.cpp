@@ -82,4 +82,27 @@ std::optional<std::int64_t> msFromDecimalSeconds(std::string_view text) {
     return *seconds * 1000 + ms;
 }
 
+std::optional<std::int64_t> roundedDecimal(std::string_view text, int places) {
+    const auto dot = text.find('.');
+    const std::string_view whole = text.substr(0, dot);
+    const std::string_view fraction = dot == std::string_view::npos ? std::string_view{} : text.substr(dot + 1);
+    const auto isDigits = [](std::string_view s) {
+        return s.find_first_not_of("0123456789") == std::string_view::npos;
+    };
+    if (whole.empty() || (dot != std::string_view::npos && fraction.empty()) || !isDigits(whole) ||
+        !isDigits(fraction)) {
+        return std::nullopt;
+    }
+    auto value = parseInt64(whole);
+    for (int i = 0; value && i <= places; ++i) {
+        const int digit = std::size_t(i) < fraction.size() ? fraction[std::size_t(i)] - '0' : 0;
+        if (i == places) {
+            if (digit >= 5 && __builtin_add_overflow(*value, 1, &*value)) value.reset();
+        } else if (__builtin_mul_overflow(*value, 10, &*value) || __builtin_add_overflow(*value, digit, &*value)) {
+            value.reset();
+        }
+    }
+    return value;
+}
+
 }  // namespace orvandel

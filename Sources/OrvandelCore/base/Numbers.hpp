@@ -31,4 +31,9 @@ std::string msAsDecimalSeconds(std::int64_t ms);
 // ("1.2345") or a value beyond 64 bits.
 std::optional<std::int64_t> msFromDecimalSeconds(std::string_view text);
 
+// An unsigned decimal scaled by 10^places and rounded half up on the first
+// digit dropped, without floating point: ("1.2345", 3) -> 1235, ("7.5", 0) ->
+// 8. Nothing for a sign, an exponent, an empty part or a value beyond 64 bits.
+std::optional<std::int64_t> roundedDecimal(std::string_view text, int places);
+
 }  // namespace orvandel

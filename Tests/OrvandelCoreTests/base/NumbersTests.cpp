@@ -29,4 +29,11 @@ TEST_F(NumbersUnderCommaLocaleTest, DecimalsKeepTheirDot) {
     for (const char* bad : {"", "1.", ".5", "-1", "+1", "1e3", "1.2345", "1,5", "9223372036854775"}) {
         EXPECT_EQ(msFromDecimalSeconds(bad), std::nullopt) << bad;
     }
+    // Rounded half up on the first digit dropped, never through a double.
+    EXPECT_EQ(roundedDecimal("1.2345", 3), 1235);
+    EXPECT_EQ(roundedDecimal("4.0004999", 3), 4000);
+    EXPECT_EQ(roundedDecimal("7.5", 0), 8);
+    for (const char* bad : {"", "1.", ".5", "-0.5", "+1", "1e3", "1,5", "9223372036854775807.5"}) {
+        EXPECT_EQ(roundedDecimal(bad, 0), std::nullopt) << bad;
+    }
 }
