@@ -109,12 +109,9 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
     for (const auto& slide : plan.slides) {
         if (slide.hidden) continue;
         const std::string xml = deck.readEntry(slide.file);
-        std::string rels;
-        try {
-            rels = deck.readEntry(NotesScanner::relsPath(slide.file));
-        } catch (const PptxArchive::ArchiveError&) {
-            // No relationships: no media behind the shapes.
-        }
+        // No relationships: no media behind the shapes.
+        const std::string relsPart = NotesScanner::relsPath(slide.file);
+        const std::string rels = deck.contains(relsPart) ? deck.readEntry(relsPart) : "";
         for (const auto& medium : SlideMedia::find(xml, rels, slide.file)) {
             if (cancel && cancel->isCancelled()) throw CancelledError();
             const auto refuse = [&](const std::string& why) {
