@@ -17,13 +17,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${BUILD:-build}
 
-ORVANDEL_WITH_BROWSER=1 ./scripts/install-deps.sh
-command -v node >/dev/null || { echo "browser-check: node is needed (Debian package nodejs)" >&2; exit 2; }
-[ -f "$build/CMakeCache.txt" ] || cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$build" -j "$(nproc)" --target browser_frames_bench >/dev/null
-if [ ! -d bench/browser/node_modules/playwright-core ]; then
-  (cd bench/browser && npm install --silent --no-audit --no-fund --no-save playwright-core@1 >/dev/null)
-fi
+. bench/browser/setup.sh
+browser_setup browser-check ORVANDEL_WITH_BROWSER browser_frames_bench
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

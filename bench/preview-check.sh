@@ -13,13 +13,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${BUILD:-build}
 
-ORVANDEL_WITH_PREVIEW=1 ./scripts/install-deps.sh
-command -v node >/dev/null || { echo "preview-check: node is needed (Debian package nodejs)" >&2; exit 2; }
-[ -f "$build/CMakeCache.txt" ] || cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$build" -j 2 --target orvandel >/dev/null
-if [ ! -d bench/browser/node_modules/playwright-core ]; then
-  (cd bench/browser && npm install --silent --no-audit --no-fund --no-save playwright-core@1 >/dev/null)
-fi
+. bench/browser/setup.sh
+browser_setup preview-check ORVANDEL_WITH_PREVIEW orvandel
 
 if [ $# -eq 0 ]; then set -- examples/aula-exemplo.pptx --gif 4:3000; fi
 deck=$1
