@@ -13,7 +13,11 @@
 // process has a time limit and runs in its own process group.
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <optional>
+#include <string>
+
+#include "DrawnEffect.hpp"
 
 #include "render/Mp4Exporting.hpp"
 
@@ -43,6 +47,12 @@ public:
         // Where a relative link to a medium outside the deck points from;
         // default: the prepared deck's folder.
         std::optional<std::filesystem::path> linkedMediaDir;
+        // False: every change is a cut (the movie of stills), for comparison
+        // and for the fastest export.
+        bool drawEffects = true;
+        // The source deck's slide transitions, by slide part name
+        // (SlideTransitions::ofDeck): the prepared deck's are instant.
+        std::map<std::string, DrawnEffect> transitions;
     };
 
     LibreOfficeMp4Exporter() = default;
