@@ -11,7 +11,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <exception>
 #include <map>
+#include <pthread.h>
+#include <thread>
 
 #include "base/Leftovers.hpp"
 
@@ -77,6 +80,37 @@ bool drain(int fd, std::string& sink, std::size_t limit,
     }
 }
 
+// Runs on the writer thread. SIGPIPE is blocked so that a child that has gone
+// turns the writer's next write into EPIPE instead of killing us; the signal
+// that write raised stays pending on this thread and is taken here.
+void feed(const std::function<void(int)>& writer, int fd, std::exception_ptr& error) {
+    sigset_t pipeSignal;
+    sigemptyset(&pipeSignal);
+    sigaddset(&pipeSignal, SIGPIPE);
+    ::pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
+    try {
+        writer(fd);
+    } catch (...) {
+        error = std::current_exception();
+    }
+    ::close(fd);
+    const timespec now{};
+    while (::sigtimedwait(&pipeSignal, nullptr, &now) == SIGPIPE) {
+    }
+}
+
+// Leaving run() by an exception with the writer still running: the group is
+// killed, which closes the pipe under the writer, so that it returns.
+struct WriterJoin {
+    std::thread& thread;
+    pid_t group;
+    ~WriterJoin() {
+        if (!thread.joinable()) return;
+        ::kill(-group, SIGKILL);
+        thread.join();
+    }
+};
+
 }  // namespace
 
 namespace Subprocess {
@@ -106,13 +140,19 @@ std::optional<std::filesystem::path> findOnPath(const std::string& program) {
 
 SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptions& options) {
     if (argv.empty()) throw LaunchError("(nothing)", EINVAL);
-    Pipe out, err;
+    Pipe in, out, err;
+    if (options.standardInput) openPipe(in);
     openPipe(out);
     openPipe(err);
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    if (options.standardInput) {
+        // dup2 clears close-on-exec on fd 0 only; the write end stays ours.
+        posix_spawn_file_actions_adddup2(&actions, in.read, 0);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    }
     posix_spawn_file_actions_adddup2(&actions, out.write, 1);
     posix_spawn_file_actions_adddup2(&actions, err.write, 2);
     if (options.workingDirectory) {
@@ -146,6 +186,22 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
     posix_spawnattr_destroy(&attr);
     if (rc != 0) throw LaunchError(argv[0], rc);
     const auto leftover = Leftovers::processGroup(pid);
+
+    std::thread writer;
+    std::exception_ptr writerError;
+    const WriterJoin writerJoin{writer, pid};
+    if (options.standardInput) {
+        // Our copy of the read end would keep the writer from ever seeing EPIPE.
+        ::close(in.read);
+        in.read = -1;
+        try {
+            writer = std::thread(feed, std::cref(options.standardInput), in.write, std::ref(writerError));
+            in.write = -1;  // the writer closes it
+        } catch (...) {
+            writerError = std::current_exception();
+            in.closeBoth();  // the child reads end of file
+        }
+    }
 
     ::close(out.write);
     ::close(err.write);
@@ -224,6 +280,8 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
         result.termSignal = WTERMSIG(status);
         result.exitStatus = 128 + result.termSignal;
     }
+    if (writer.joinable()) writer.join();
+    if (writerError) std::rethrow_exception(writerError);
     return result;
 }
 

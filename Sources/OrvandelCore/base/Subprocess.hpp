@@ -1,9 +1,9 @@
 #pragma once
 // Runs one child process with posix_spawn: its own process group, standard
-// input from /dev/null, standard output and standard error captured through
-// pipes drained together with poll (so that neither can fill and block the
-// child). An optional time limit and cancellation token kill the whole process
-// group, so grandchildren go too.
+// input from /dev/null or fed by a writer, standard output and standard error
+// captured through pipes drained together with poll (so that neither can fill
+// and block the child). An optional time limit and cancellation token kill the
+// whole process group, so grandchildren go too.
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -27,6 +27,12 @@ struct SubprocessOptions {
     // Called with each chunk of standard output as it arrives (for progress
     // reports); the chunk is captured as well.
     std::function<void(std::string_view)> onStandardOutput;
+    // When set, standard input is a pipe and this is called on a thread of its
+    // own with the pipe's write end (closed when it returns), while the output
+    // is drained. SIGPIPE is blocked there: once the child is gone, writes fail
+    // with EPIPE and the writer must return. Its exception is rethrown by run()
+    // after the child has been reaped.
+    std::function<void(int fd)> standardInput;
 };
 
 struct SubprocessResult {
