@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <sstream>
+
+#include "RawVideoStream.hpp"
+#include "TestSupport.hpp"
+#include "base/Subprocess.hpp"
+
+using namespace orvandel;
+
+namespace {
+
+using FrameLine = std::pair<long long, std::string>;  // pts, hash
+
+// The hash framecrc prints: Adler-32 started from 0.
+std::string frameCrc(const std::vector<std::uint8_t>& bytes) {
+    std::uint32_t a = 0, b = 0;
+    for (const auto byte : bytes) a = (a + byte) % 65521, b = (b + a) % 65521;
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%08x", b << 16 | a);
+    return text;
+}
+
+std::vector<FrameLine> framecrcLines(const std::string& output) {
+    std::vector<FrameLine> lines;
+    std::istringstream in(output);
+    for (std::string line; std::getline(in, line);) {
+        long long pts = 0;
+        char hash[16] = {};
+        if (std::sscanf(line.c_str(), "%*d, %*d, %lld, %*d, %*d, %15s", &pts, hash) == 2) lines.emplace_back(pts, hash);
+    }
+    return lines;
+}
+
+}  // namespace
+
+// ffmpeg decodes every frame at the very millisecond it was given, sample for
+// sample; one that stops reading early makes frame() say so instead of
+// SIGPIPE ending the test.
+TEST(RawVideoStreamTest, FfmpegReadsExactTimesAndSamplesAndMayStopEarly) {
+    if (test::slowTestsSkipped() || !test::haveProgram("ffmpeg")) GTEST_SKIP() << "needs ffmpeg";
+    std::vector<std::int64_t> manyFrames(20000);
+    std::generate(manyFrames.begin(), manyFrames.end(), [ms = -40]() mutable { return ms += 40; });
+    struct Case {
+        FrameSize size;
+        std::vector<std::int64_t> ms;
+        bool pieceRows;  // a piece per row: more pieces than one writev takes
+        int stopAfter;
+    };
+    const std::vector<Case> cases = {{{64, 36}, {0, 33, 67, 1000, 4999}, false, 0},
+                                     {{1920, 1080}, {0, 41}, true, 0},  // frames larger than the pipe
+                                     {{64, 36}, manyFrames, false, 2}};
+    for (const auto& c : cases) {
+        std::vector<std::string> argv{"ffmpeg", "-v", "error", "-f", "matroska", "-i", "pipe:0"};
+        if (c.stopAfter) argv.insert(argv.end(), {"-frames:v", std::to_string(c.stopAfter)});
+        argv.insert(argv.end(), {"-fps_mode", "passthrough", "-enc_time_base", "1:1000", "-f", "framecrc", "pipe:1"});
+        std::vector<FrameLine> expected;
+        bool stopped = false;
+        const auto r = Subprocess::run(argv, {.timeout = std::chrono::minutes(2), .standardInput = [&](int fd) {
+            RawVideoStream stream(fd, c.size);
+            for (std::size_t i = 0; i < c.ms.size(); ++i) {
+                std::vector<std::uint8_t> frame(std::size_t(c.size.width) * c.size.height * 3 / 2);
+                for (std::size_t k = 0; k < frame.size(); ++k) frame[k] = std::uint8_t((k * 2654435761u >> 13) + i);
+                std::vector<std::span<const std::uint8_t>> pieces;
+                const std::size_t step = c.pieceRows ? std::size_t(c.size.width) : frame.size();
+                for (std::size_t at = 0; at < frame.size(); at += step) pieces.emplace_back(frame.data() + at, step);
+                if (!stream.frame(c.ms[i], pieces)) {
+                    stopped = !stream.open();
+                    return;
+                }
+                if (!c.stopAfter || i < std::size_t(c.stopAfter)) expected.emplace_back(c.ms[i], frameCrc(frame));
+            }
+        }});
+        EXPECT_TRUE(r.succeeded()) << r.standardError;
+        EXPECT_EQ(framecrcLines(r.standardOutput), expected) << c.size.width;
+        EXPECT_EQ(stopped, c.stopAfter > 0) << c.size.width;
+    }
+}
