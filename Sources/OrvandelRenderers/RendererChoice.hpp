@@ -21,7 +21,9 @@ Renderer resolve(Renderer requested);
 
 // deck: the deck to be exported, whose relative links to media outside it
 // point from its folder (the headless renderer plays them); empty: from the
-// prepared copy's folder.
-std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::path& deck = {});
+// prepared copy's folder. drawEffects: the headless movie draws animations
+// and the deck's slide transitions over their durations (false: cuts).
+std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::path& deck = {},
+                                   bool drawEffects = true);
 
 }  // namespace orvandel::RendererChoice

@@ -116,7 +116,9 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
     run.source = "orvandel-cli";
     run.pluginVersion = std::string("orvandel-core/") + ORVANDEL_VERSION;
     const auto renderer = *RendererChoice::fromName(options.renderer);
-    run.makeRenderer = [renderer](const std::filesystem::path& deck) { return RendererChoice::make(renderer, deck); };
+    run.makeRenderer = [renderer, draw = options.effects == "draw"](const std::filesystem::path& deck) {
+        return RendererChoice::make(renderer, deck, draw);
+    };
     run.cancel = interrupt.token();
     run.progress = [&](std::size_t i, const std::string& stage, double f) {
         progress.update(items[i].deck.filename().string(), stage, f);

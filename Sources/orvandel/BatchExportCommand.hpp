@@ -17,6 +17,7 @@ struct BatchExportOptions {
     std::vector<std::string> video;
     std::vector<std::string> gif;
     std::string renderer = "auto";
+    std::string effects = "draw";  // "draw" or "cut"
 };
 
 int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::ostream& err);

@@ -32,6 +32,7 @@ struct ExportOptions {
     std::vector<std::string> video;
     std::vector<std::string> gif;
     std::string renderer = "auto";
+    std::string effects = "draw";
     bool chapters = false;
     bool preview = false;
 };
@@ -82,7 +83,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");
     std::optional<std::filesystem::path> movie;
     if (!options.mp4.empty()) movie = options.mp4;
-    const auto renderer = RendererChoice::make(*RendererChoice::fromName(options.renderer), deck);
+    const auto renderer = RendererChoice::make(*RendererChoice::fromName(options.renderer), deck, options.effects == "draw");
 
     InterruptGuard interrupt;
     ProgressLine line(err);
@@ -160,7 +161,7 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
                                        "--shard, --json) does not take it");
         }
         return runBatchExport({options.decks, options.outDir, options.jobs, options.shard, options.json,
-                               options.video, options.gif, options.renderer},
+                               options.video, options.gif, options.renderer, options.effects},
                               out, err);
     }
     if (const std::string problem = RegularFile(options.decks.front()); !problem.empty()) {
@@ -200,6 +201,10 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
                     "who renders the movie: libreoffice (headless, this machine), powerpoint (PowerPoint for Mac) "
                     "or auto (PowerPoint where it is installed, else LibreOffice)")
         ->check(CLI::IsMember({"auto", "libreoffice", "powerpoint"}));
+    cmd->add_option("--effects", options->effects,
+                    "how the headless movie shows animations and slide transitions: draw (default) animates them "
+                    "over their durations; cut switches at once (faster)")
+        ->check(CLI::IsMember({"cut", "draw"}));
     cmd->add_flag("--chapters", options->chapters,
                   "put one chapter per visible slide, titled with the slide's title, into the movie (players such "
                   "as VLC and mpv list them); needs ffmpeg");
