@@ -6,7 +6,8 @@
 # slide), draws the frame to a canvas and compares it with the stills of
 # every state of that slide and its neighbours. Before a step the previous
 # state must match best, after it the step's own; frames showing another are
-# listed with their PSNR.
+# listed with their PSNR. Where a change is drawn (a fade, a wipe, a slide
+# transition) "before" is before its drawing starts and "after" after it ends.
 #
 #   bench/browser-check.sh                      the bench deck (100 slides)
 #   bench/browser-check.sh DECK [--gif N:MS]... another deck

@@ -14,7 +14,9 @@
 #include <nlohmann/json.hpp>
 
 #include "BenchDecks.hpp"
+#include "DrawnChanges.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
+#include "SlideTransitions.hpp"
 #include "Storyboard.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
@@ -54,16 +56,25 @@ int main(int argc, char** argv) {
     }
     if (argc < 3 || deck == out / "bench-deck.pptx") test::writeBulletDeck(deck, 100, 4);
     try {
+        options.transitions = SlideTransitions::ofDeck(deck);
         DeckTransformer::prepare(deck, out / "prepared.pptx", {}, gifMs, 1000, 1500);
         LibreOfficeMp4Exporter(options).export_(out / "prepared.pptx", out / "master.mp4", {});
-        const auto layout = Storyboard::layout(RenderPlanReader::read(out / "prepared.pptx"));
+        const auto layout =
+            Storyboard::layout(RenderPlanReader::read(out / "prepared.pptx"), true, options.transitions);
         nlohmann::ordered_json shots = nlohmann::ordered_json::array();
         std::int64_t start = 0;
         for (const auto& shot : layout.shots) {
             const auto& page = layout.pages.at(static_cast<std::size_t>(shot.page - 1));
             shots.push_back({{"slide", page.displayIndex}, {"page", shot.page}, {"startMs", start},
-                             {"endMs", start + shot.durationMs}});
+                             {"endMs", start + shot.durationMs}, {"shownMs", start},
+                             {"leavesMs", start + shot.durationMs}});
             start += shot.durationMs;
+        }
+        // A drawn change shows neither still whole: the shot before it has
+        // left when the drawing starts, the one after is whole when it ends.
+        for (const auto& change : DrawnChanges::plan(layout.shots)) {
+            shots[change.from]["leavesMs"] = std::min(shots[change.from]["leavesMs"].get<std::int64_t>(), change.span.startMs);
+            shots[change.to]["shownMs"] = std::max(shots[change.to]["shownMs"].get<std::int64_t>(), change.span.endMs);
         }
         writeFile(out / "shots.json", shots.dump(1));
     } catch (const std::exception& e) {

@@ -1,9 +1,10 @@
 // End to end: the bench deck (100 slides, a title and four bullets that
-// appear on click; once prepared each slide lasts 7.5 s, the movie 12.5
-// minutes) exported with the headless renderer. Prints the wall time of each
-// stage and the ratio of movie length to wall time, step by step (five
-// states per slide, the default), then the same export with every slide in
-// its final state (one still per slide), to show what the steps cost.
+// fade in on click, 500 ms each; once prepared each slide lasts 7.5 s, the
+// movie 12.5 minutes) exported with the headless renderer. Prints the wall
+// time of each stage and the ratio of movie length to wall time: step by step
+// with the fades drawn (the default), step by step with cuts, and with every
+// slide in its final state (one still per slide), to show what the drawing
+// and the steps cost.
 //   export_bench                 generate the deck in a temporary folder and export it
 //   export_bench --deck-only P   only write the bench deck to P
 //   export_bench DECK [--gif N:MS]...   export another deck
@@ -17,6 +18,7 @@
 #include "BenchDecks.hpp"
 #include "TimedExport.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
+#include "SlideTransitions.hpp"
 #include "base/Numbers.hpp"
 #include "base/Uuid.hpp"
 #include "package/ManifestReader.hpp"
@@ -27,9 +29,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-test::TimedExport exportOnce(const fs::path& deck, const fs::path& out, const SlideDurations& gifMs, bool steps) {
+test::TimedExport exportOnce(const fs::path& deck, const fs::path& out, const SlideDurations& gifMs, bool steps,
+                             bool draw) {
     LibreOfficeMp4Exporter::Options options;
     options.showSteps = steps;
+    options.drawEffects = draw;
+    options.transitions = SlideTransitions::ofDeck(deck);
     return test::timedExport(deck, out, gifMs, options);
 }
 
@@ -56,14 +61,18 @@ int main(int argc, char** argv) {
     }
     int status = 0;
     try {
-        const auto steps = exportOnce(deck, dir / "steps.orv", gifMs, true);
+        const auto drawn = exportOnce(deck, dir / "drawn.orv", gifMs, true, true);
         const auto movieMs =
-            static_cast<std::int64_t>(ManifestReader::read(dir / "steps.orv").masterVideoDuration * 1000 + 0.5);
-        test::printTimedExport("step by step (the default):", steps, double(movieMs) / 1000.0);
-        const auto finalStates = exportOnce(deck, dir / "final.orv", gifMs, false);
-        test::printTimedExport("every slide in its final state:", finalStates, double(movieMs) / 1000.0);
-        std::printf("the steps cost %.2f s (%.2fx the final-state export)\n", steps.total - finalStates.total,
-                    steps.total / finalStates.total);
+            static_cast<std::int64_t>(ManifestReader::read(dir / "drawn.orv").masterVideoDuration * 1000 + 0.5);
+        const double seconds = double(movieMs) / 1000.0;
+        test::printTimedExport("step by step, effects drawn (the default):", drawn, seconds);
+        const auto cut = exportOnce(deck, dir / "cut.orv", gifMs, true, false);
+        test::printTimedExport("step by step, effects cut (--effects cut):", cut, seconds);
+        const auto finalStates = exportOnce(deck, dir / "final.orv", gifMs, false, false);
+        test::printTimedExport("every slide in its final state:", finalStates, seconds);
+        std::printf("drawn %.1fx real time against cut %.1fx: the drawing costs %.2f s; the steps cost %.2f s\n",
+                    seconds / drawn.total, seconds / cut.total, drawn.total - cut.total,
+                    cut.total - finalStates.total);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "export_bench: %s\n", e.what());
         status = 1;

@@ -5,11 +5,14 @@
 #include <map>
 #include <thread>
 
+#include "DrawnChanges.hpp"
+#include "DrawnMovie.hpp"
 #include "FrameConverter.hpp"
 #include "LibreOffice.hpp"
 #include "MediaLayers.hpp"
 #include "MovieEncoder.hpp"
 #include "PageRasterizer.hpp"
+#include "RawVideoStream.hpp"
 #include "RenderError.hpp"
 #include "RenderPlan.hpp"
 #include "Storyboard.hpp"
@@ -69,7 +72,9 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
         }
         hideDrawnGifs(plan, media.drawnGifs);
     }
-    const Storyboard::Layout storyboard = Storyboard::layout(plan, options_.showSteps);
+    const Storyboard::Layout storyboard =
+        Storyboard::layout(plan, options_.showSteps,
+                           options_.drawEffects ? options_.transitions : std::map<std::string, DrawnEffect>{});
     hooks.throwIfCancelled();
 
     hooks.report(kStagePdf, 0);
@@ -123,19 +128,34 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     for (std::size_t i = 0; i < pages.size(); ++i) frameOf[pages[i]] = frames.at(i);
     std::vector<TimelineEntry> entries;
     for (const auto& shot : storyboard.shots) entries.push_back({frameOf.at(shot.page), shot.durationMs});
+    const auto changes = options_.drawEffects ? DrawnChanges::plan(storyboard.shots) : std::vector<DrawnChange>{};
+    // Drawn changes move as media do: 30 frames a second.
+    std::vector<MsRange> moving = media.moving;
+    for (const auto& change : changes) moving.push_back(change.span);
     const auto list = scratch.path() / "timeline.ffconcat";
-    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs, media.moving));
+    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs, moving));
     hooks.throwIfCancelled();
 
     if (missingProbe) std::rethrow_exception(missingProbe);
     hooks.report(kStageEncode, 0);
     const std::int64_t totalMs = plan.totalMs();
-    MovieEncoder::encode(list, totalMs, to,
-                         {.timeout = std::chrono::milliseconds(300'000 + totalMs / 2),
-                          .cancel = hooks.cancel,
-                          .onProgress = [&](double f) { hooks.report(kStageEncode, f); },
-                          .silentAudio = options_.silentAudio,
-                          .media = std::move(media.layers)});
+    MovieEncoder::Options encoding{.timeout = std::chrono::milliseconds(300'000 + totalMs / 2),
+                                   .cancel = hooks.cancel,
+                                   .onProgress = [&](double f) { hooks.report(kStageEncode, f); },
+                                   .silentAudio = options_.silentAudio,
+                                   .media = std::move(media.layers)};
+    // Without anything to draw the frames are the stills themselves, read by
+    // ffmpeg from the list; otherwise they are made here and piped.
+    if (!changes.empty()) {
+        encoding.frames = [&](int fd) {
+            std::vector<std::filesystem::path> shotFrames;
+            for (const auto& e : entries) shotFrames.push_back(e.image);
+            RawVideoStream stream(fd, frame);
+            DrawnMovie::write(stream, Timeline::frames(entries, options_.periodicFrameMs, moving), shotFrames, changes,
+                              frame, hooks.cancel);
+        };
+    }
+    MovieEncoder::encode(list, totalMs, to, encoding);
     hooks.report(kStageEncode, 1);
 
     std::int64_t measured = 0;

@@ -5,8 +5,10 @@
 // advance time, so that the movie's length equals the plan to the
 // millisecond, and within it every state of its animations (PlayoutTimeline)
 // from the millisecond the slideshow reaches it: each click step appears,
-// and each exit leaves, at its planned time. Effects are cuts. Videos, audio
-// clips and GIFs play (MediaLayers) in the same encode.
+// and each exit leaves, at its planned time, drawn over its effect's duration
+// (or cut, with drawEffects false); the source deck's slide transitions are
+// drawn likewise. Videos, audio clips and GIFs play (MediaLayers) in the same
+// encode.
 //
 // Failures throw RenderError (never Mp4Exporter::ExportError, whose texts
 // speak of PowerPoint), cancellation throws CancelledError. Every child

@@ -86,9 +86,14 @@ std::string filterGraph(const std::vector<MediaLayer>& media, std::int64_t total
 
 std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, std::int64_t totalMs,
                                    const std::filesystem::path& output, bool silentAudio,
-                                   const std::vector<MediaLayer>& media) {
-    std::vector<std::string> args{"-nostdin", "-hide_banner", "-v", "error", "-progress", "pipe:1", "-nostats", "-y",
-                                  "-f", "concat", "-safe", "0", "-i", ffconcatFile.string()};
+                                   const std::vector<MediaLayer>& media, bool framesOnStandardInput) {
+    std::vector<std::string> args{"-hide_banner", "-v", "error", "-progress", "pipe:1", "-nostats", "-y"};
+    if (framesOnStandardInput) {
+        args.insert(args.end(), {"-f", "matroska", "-i", "pipe:0"});
+    } else {
+        args.insert(args.begin(), "-nostdin");
+        args.insert(args.end(), {"-f", "concat", "-safe", "0", "-i", ffconcatFile.string()});
+    }
     for (const auto& m : media) {
         if (m.gif) args.insert(args.end(), {"-ignore_loop", "0"});
         if (m.loops) args.insert(args.end(), {"-stream_loop", "-1"});
@@ -130,8 +135,12 @@ void encode(const std::filesystem::path& ffconcatFile, std::int64_t totalMs, con
         }
     };
     RenderTools::runTool(kStage, "ffmpeg", "ffmpeg",
-                         arguments(ffconcatFile, totalMs, output, options.silentAudio, options.media),
-                         {.timeout = options.timeout, .cancel = options.cancel, .onStandardOutput = onOutput});
+                         arguments(ffconcatFile, totalMs, output, options.silentAudio, options.media,
+                                   static_cast<bool>(options.frames)),
+                         {.timeout = options.timeout,
+                          .cancel = options.cancel,
+                          .onStandardOutput = onOutput,
+                          .standardInput = options.frames});
 }
 
 }  // namespace orvandel::MovieEncoder

@@ -32,13 +32,16 @@ struct Options {
     std::function<void(double fraction)> onProgress;
     bool silentAudio = true;  // a sound track (silent where no medium sounds)
     std::vector<MediaLayer> media;
+    // When set, the frames come from this writer (a RawVideoStream on the
+    // pipe it is given) instead of the ffconcat list, which is then unused.
+    std::function<void(int fd)> frames;
 };
 
 // The ffmpeg arguments (after the program name) that encode `ffconcatFile`
 // lasting totalMs into `output` (exposed for tests).
 std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, std::int64_t totalMs,
                                    const std::filesystem::path& output, bool silentAudio,
-                                   const std::vector<MediaLayer>& media = {});
+                                   const std::vector<MediaLayer>& media = {}, bool framesOnStandardInput = false);
 
 // The filter graph that draws and mixes the media (inputs 1.. are the media,
 // the last one the silence), ending in [v] and, with sound, [a].

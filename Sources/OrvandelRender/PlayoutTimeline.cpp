@@ -65,6 +65,7 @@ struct Visibility {
     std::vector<Target> targets;
     bool visible = false;
     bool atEnd = false;
+    DrawnEffect drawn{};  // an effect's; a plain p:set's is a cut
 };
 
 struct Node {
@@ -208,6 +209,80 @@ void readBehaviour(const XmlElement& element, Node& node, const std::set<std::st
     }
 }
 
+// The side of the slide an animated position value lies beyond ("0-#ppt_w/2",
+// "1+#ppt_h/2", "#ppt_y+1"), if any.
+std::optional<DrawnEffect::Side> edgeOf(std::string value, bool horizontal) {
+    std::erase(value, '#');
+    using Side = DrawnEffect::Side;
+    if (value.starts_with("0-") || value.ends_with("-1")) return horizontal ? Side::left : Side::top;
+    if (value.starts_with("1+") || value.ends_with("+1")) return horizontal ? Side::right : Side::bottom;
+    return std::nullopt;
+}
+
+DrawnEffect drawnEffectOf(const XmlElement& effect, bool entering) {
+    using Kind = DrawnEffect::Kind;
+    using Side = DrawnEffect::Side;
+    std::optional<Side> fly, wipe;
+    bool zoom = false, other = false;
+    effect.walk([&](const XmlElement& e) {
+        const std::string name = e.name();
+        if (name == "p:animEffect") {
+            const std::string filter = e.attribute("filter").value_or("");
+            static const std::pair<const char*, Side> kWipes[] = {
+                {"wipe(left)", Side::left}, {"wipe(right)", Side::right}, {"wipe(up)", Side::top}, {"wipe(down)", Side::bottom}};
+            const auto known = std::find_if(std::begin(kWipes), std::end(kWipes),
+                                            [&](const auto& w) { return filter == w.first; });
+            if (known != std::end(kWipes)) {
+                wipe = known->second;
+            } else {
+                other = true;
+            }
+        } else if (name == "p:animScale") {
+            zoom = true;
+        } else if (name == "p:anim") {
+            const auto behaviour = firstChild(e, "p:cBhvr");
+            const auto names = behaviour ? firstChild(*behaviour, "p:attrNameLst") : std::nullopt;
+            const auto attr = names ? firstChild(*names, "p:attrName") : std::nullopt;
+            const std::string what = attr ? textOf(*attr) : "";
+            if (what == "ppt_w" || what == "ppt_h") {
+                zoom = true;
+            } else if (what == "ppt_x" || what == "ppt_y") {
+                // Where it comes from (an entrance) or goes to (an exit).
+                std::vector<std::string> values;
+                e.walk([&](const XmlElement& v) {
+                    if (v.name() == "p:strVal") values.push_back(v.attribute("val").value_or(""));
+                });
+                const auto edge = values.empty() ? std::nullopt
+                                                 : edgeOf(entering ? values.front() : values.back(), what == "ppt_x");
+                if (edge) {
+                    fly = edge;
+                } else {
+                    other = true;
+                }
+            } else {
+                other = true;
+            }
+        } else if (name == "p:animRot" || name == "p:animMotion" || name == "p:animClr") {
+            other = true;
+        }
+    });
+    DrawnEffect out;
+    out.entering = entering;
+    if (fly) {
+        out.kind = Kind::fly;
+        out.side = *fly;
+    } else if (zoom) {
+        out.kind = Kind::zoom;
+    } else if (wipe) {
+        out.kind = Kind::wipe;
+        out.side = *wipe;
+    } else if (other) {
+        out.kind = Kind::fade;
+    }
+    if (out.kind != Kind::cut) out.durationMs = std::max<std::int64_t>(0, TimingTree::effectDurationMs(effect));
+    return out;
+}
+
 class Graph {
 public:
     Graph(const XmlElement& timing, const std::set<std::string>& shownWhole) : shownWhole_(shownWhole) {
@@ -304,7 +379,8 @@ private:
         // below it are the ones added since.
         const auto presetClass = cTn->attribute("presetClass");
         if (presetClass == "entr" || presetClass == "exit") {
-            Visibility effect{{}, presetClass == "entr", presetClass == "exit"};
+            Visibility effect{{}, presetClass == "entr", presetClass == "exit",
+                              drawnEffectOf(*cTn, presetClass == "entr")};
             for (std::size_t below = std::size_t(index) + 1; below < nodes_.size(); ++below) {
                 for (const auto& target : nodes_[below].targets) {
                     const auto same = [&](const Target& t) { return t.target == target.target; };
@@ -394,6 +470,7 @@ private:
 SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& shownWhole) {
     SlidePlayout out;
     out.states.push_back({});
+    out.effects.push_back({});
     const auto timing = SlideXML::parseElement(slideXml, "p:timing");
     if (!timing) return out;
     Graph graph(*timing, shownWhole);
@@ -403,6 +480,7 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
         std::size_t order;
         Target target;
         bool visible;
+        DrawnEffect drawn;
     };
     std::vector<Event> events;
     for (std::size_t i = 0; i < graph.nodes().size(); ++i) {
@@ -410,7 +488,7 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
         const int index = static_cast<int>(i);
         if (node.visibility) {
             const std::int64_t at = node.visibility->atEnd ? graph.end(index) : graph.begin(index).value_or(kNever);
-            for (const auto& target : node.visibility->targets) events.push_back({at, i, target, node.visibility->visible});
+            for (const auto& target : node.visibility->targets) events.push_back({at, i, target, node.visibility->visible, node.visibility->drawn});
         } else if (node.playsShape) {
             if (const auto at = graph.begin(index)) out.media.push_back({*node.playsShape, *at});
         }
@@ -442,7 +520,9 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
     states.front().hidden.assign(hidden.begin(), hidden.end());
     for (std::size_t i = 0; i < events.size() && events[i].atMs != kNever;) {
         const std::int64_t at = events[i].atMs;
+        std::optional<DrawnEffect> drawn;
         for (; i < events.size() && events[i].atMs == at; ++i) {
+            if (!drawn && events[i].drawn.drawn()) drawn = events[i].drawn;
             if (events[i].visible) {
                 hidden.erase(events[i].target.target);
             } else {
@@ -454,6 +534,7 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
             states.front().hidden = std::move(now);
         } else if (now != states.back().hidden) {
             states.push_back({at, std::move(now)});
+            out.effects.push_back(drawn.value_or(DrawnEffect{}));
         }
     }
 

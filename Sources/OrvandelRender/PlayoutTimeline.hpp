@@ -50,6 +50,8 @@
 #include <string_view>
 #include <vector>
 
+#include "DrawnEffect.hpp"
+
 namespace orvandel {
 
 // A part of a chart or diagram that a build shows on its own.
@@ -100,6 +102,13 @@ struct SlidePlayout {
     std::vector<std::optional<std::int64_t>> groupStartsMs;
     // The media play commands that start, in time order.
     std::vector<MediaStart> media;
+    // One per state: how the change into it is drawn, as the entrance or exit
+    // that makes it (the first of them in document order): its behaviours
+    // name the drawing (p:animEffect "fade", "wipe(side)"; p:anim of ppt_x or
+    // ppt_y from or to an edge: fly; of ppt_w or ppt_h, or p:animScale: zoom;
+    // any other animation: fade; none, as in Appear: cut) and its duration is
+    // that of its longest behaviour. The first state's is a cut.
+    std::vector<DrawnEffect> effects;
     bool operator==(const SlidePlayout&) const = default;
 };
 

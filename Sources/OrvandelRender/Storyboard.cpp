@@ -361,25 +361,33 @@ bool Layout::needsDeck() const {
     return false;
 }
 
-Layout layout(const RenderPlan& plan, bool steps) {
+Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, DrawnEffect>& transitions) {
     Layout out;
     for (const auto& slide : plan.slides) {
         const int firstPage = static_cast<int>(out.pages.size()) + 1;
         out.pages.push_back({slide.displayIndex, {}});
         if (slide.hidden) continue;
+        const std::size_t firstShot = out.shots.size();
         const auto& states = slide.playout.states;
         if (!steps || states.empty()) {
             if (slide.advanceTimeMs > 0) out.shots.push_back({firstPage, slide.advanceTimeMs});
-            continue;
+        } else {
+            out.pages.back().hidden = states.front().hidden;
+            std::map<std::vector<PlayoutTarget>, int> pageOf{{states.front().hidden, firstPage}};
+            for (std::size_t k = 0; k < states.size() && states[k].startMs < slide.advanceTimeMs; ++k) {
+                const std::int64_t end =
+                    k + 1 < states.size() ? std::min(states[k + 1].startMs, slide.advanceTimeMs) : slide.advanceTimeMs;
+                const auto [it, isNew] = pageOf.try_emplace(states[k].hidden, static_cast<int>(out.pages.size()) + 1);
+                if (isNew) out.pages.push_back({slide.displayIndex, states[k].hidden});
+                const DrawnEffect effect = k < slide.playout.effects.size() ? slide.playout.effects[k] : DrawnEffect{};
+                out.shots.push_back({it->second, end - states[k].startMs, effect});
+            }
         }
-        out.pages.back().hidden = states.front().hidden;
-        std::map<std::vector<PlayoutTarget>, int> pageOf{{states.front().hidden, firstPage}};
-        for (std::size_t k = 0; k < states.size() && states[k].startMs < slide.advanceTimeMs; ++k) {
-            const std::int64_t end =
-                k + 1 < states.size() ? std::min(states[k + 1].startMs, slide.advanceTimeMs) : slide.advanceTimeMs;
-            const auto [it, isNew] = pageOf.try_emplace(states[k].hidden, static_cast<int>(out.pages.size()) + 1);
-            if (isNew) out.pages.push_back({slide.displayIndex, states[k].hidden});
-            out.shots.push_back({it->second, end - states[k].startMs});
+        if (firstShot < out.shots.size()) {
+            Shot& opening = out.shots[firstShot];
+            opening.opensSlide = true;
+            const auto own = transitions.find(slide.file);
+            if (firstShot > 0 && own != transitions.end()) opening.effect = own->second;
         }
     }
     return out;

@@ -14,10 +14,12 @@
 // off, and a numbered paragraph after them keeps its number.
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "DrawnEffect.hpp"
 #include "PlayoutTimeline.hpp"
 #include "RenderPlan.hpp"
 
@@ -32,6 +34,10 @@ struct Page {
 struct Shot {
     int page = 0;  // 1-based, as in the PDF
     std::int64_t durationMs = 0;
+    // How the movie changes to this shot from the one before: a state's
+    // effect, or for a slide's first shot the slide's transition.
+    DrawnEffect effect{};
+    bool opensSlide = false;
     bool operator==(const Shot&) const = default;
 };
 
@@ -49,8 +55,9 @@ struct Layout {
 };
 
 // Pure. With steps false every slide shows its final state, as drawn, for its
-// whole advance time.
-Layout layout(const RenderPlan& plan, bool steps = true);
+// whole advance time. `transitions` (by slide part) are the slides' own; the
+// first slide's is not drawn (nothing comes before it).
+Layout layout(const RenderPlan& plan, bool steps = true, const std::map<std::string, DrawnEffect>& transitions = {});
 
 // The storyboard slide of one state of a slide (exposed for tests). A
 // paragraph whose text cannot be edited safely (it declares namespaces of its

@@ -48,7 +48,7 @@ void forEachPiece(const std::vector<TimelineEntry>& entries, std::int64_t period
         while (remaining > 0) {
             std::int64_t piece = periodicFrameMs > 0 ? std::min(remaining, periodicFrameMs) : remaining;
             if (!moving.empty()) piece = std::min(piece, nextMovingCut(moving, at) - at);
-            visit(entries[i].image, piece);
+            visit(i, at, piece);
             remaining -= piece;
             at += piece;
         }
@@ -60,8 +60,8 @@ void forEachPiece(const std::vector<TimelineEntry>& entries, std::int64_t period
 std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
                      const std::vector<MsRange>& moving) {
     std::string out = "ffconcat version 1.0\n";
-    forEachPiece(entries, periodicFrameMs, moving, [&](const std::filesystem::path& image, std::int64_t ms) {
-        out += "file " + quoted(image.string()) + "\nduration " + msAsDecimalSeconds(ms) + "\n";
+    forEachPiece(entries, periodicFrameMs, moving, [&](std::size_t i, std::int64_t, std::int64_t ms) {
+        out += "file " + quoted(entries[i].image.string()) + "\nduration " + msAsDecimalSeconds(ms) + "\n";
     });
     if (!entries.empty()) out += "file " + quoted(entries.back().image.string()) + "\n";
     return out;
@@ -70,8 +70,20 @@ std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t per
 std::int64_t frameCount(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
                         const std::vector<MsRange>& moving) {
     std::int64_t n = 0;
-    forEachPiece(entries, periodicFrameMs, moving, [&](const std::filesystem::path&, std::int64_t) { ++n; });
+    forEachPiece(entries, periodicFrameMs, moving, [&](std::size_t, std::int64_t, std::int64_t) { ++n; });
     return entries.empty() ? 0 : n + 1;
+}
+
+std::vector<TimelineFrame> frames(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
+                                  const std::vector<MsRange>& moving) {
+    std::vector<TimelineFrame> out;
+    std::int64_t total = 0;
+    forEachPiece(entries, periodicFrameMs, moving, [&](std::size_t i, std::int64_t at, std::int64_t ms) {
+        out.push_back({at, i});
+        total = at + ms;
+    });
+    if (!entries.empty()) out.push_back({total, entries.size() - 1});
+    return out;
 }
 
 }  // namespace orvandel::Timeline

@@ -21,6 +21,13 @@ struct TimelineEntry {
     std::int64_t durationMs = 0;  // > 0
 };
 
+// One frame of the list: when it starts and which entry it shows.
+struct TimelineFrame {
+    std::int64_t startMs = 0;
+    std::size_t entry = 0;
+    bool operator==(const TimelineFrame&) const = default;
+};
+
 namespace Timeline {
 
 // The ffconcat text. Long entries are cut into pieces of at most
@@ -38,6 +45,10 @@ namespace Timeline {
 // move; each span starts on a frame of its own.
 std::string ffconcat(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
                      const std::vector<MsRange>& moving = {});
+
+// The frames the list yields, in order, the closing frame included.
+std::vector<TimelineFrame> frames(const std::vector<TimelineEntry>& entries, std::int64_t periodicFrameMs,
+                                  const std::vector<MsRange>& moving = {});
 
 // A file name quoted for ffconcat: in single quotes, a quote inside as '\''.
 std::string quoted(const std::string& path);

@@ -56,6 +56,7 @@ protected:
         DeckTransformer::prepare(*dir_ / "deck.pptx", *dir_ / "prepared.pptx", {}, {}, 1000, 1500);
         LibreOfficeMp4Exporter::Options options;
         options.keepStillsIn = *dir_ / "stills";
+        options.drawEffects = false;  // each state from its first millisecond (drawn effects: DrawnEffectsMovieTest)
         LibreOfficeMp4Exporter(options).export_(*dir_ / "prepared.pptx", *dir_ / "master.mp4", {},
                                                 {.progress = [](const std::string& stage, double) {
                                                     if (stages_.empty() || stages_.back() != stage) stages_.push_back(stage);

@@ -46,18 +46,22 @@ TEST(StoryboardTest, AStateIsAStillWithoutHiddenShapesAndWithHiddenParagraphsInP
 
 TEST(StoryboardTest, ShotsFollowTheStatesUntilTheAdvanceTimeAndAlikeStatesSharePages) {
     const std::vector<PlayoutTarget> a{{"3", std::nullopt}};
+    const DrawnEffect fade{DrawnEffect::Kind::fade, DrawnEffect::Side::left, 500, true};
+    const DrawnEffect push{DrawnEffect::Kind::push, DrawnEffect::Side::right, 700, true};
     RenderPlan plan;
-    plan.slides = {{1, "s1", false, 5000, {{{0, a}, {1000, {}}, {3000, a}, {9000, {}}}, {}, {}}},
+    plan.slides = {{1, "s1", false, 5000, {{{0, a}, {1000, {}}, {3000, a}, {9000, {}}}, {}, {}, {{}, fade, {}, {}}}},
                    {2, "s2", true, 1500, {}},
-                   {3, "s3", false, 1500, {{{0, {}}}, {}, {}}}};
-    const auto steps = Storyboard::layout(plan);
+                   {3, "s3", false, 1500, {{{0, {}}}, {}, {}, {}}}};
+    // The first slide's transition has nothing to come from.
+    const auto steps = Storyboard::layout(plan, true, {{"s1", push}, {"s3", push}});
     EXPECT_EQ(steps.pages, (std::vector<Storyboard::Page>{{1, a}, {1, {}}, {2, {}}, {3, {}}}));
-    EXPECT_EQ(steps.shots, (std::vector<Storyboard::Shot>{{1, 1000}, {2, 2000}, {1, 2000}, {4, 1500}}));
+    EXPECT_EQ(steps.shots,
+              (std::vector<Storyboard::Shot>{{1, 1000, {}, true}, {2, 2000, fade}, {1, 2000}, {4, 1500, push, true}}));
     EXPECT_TRUE(steps.needsDeck());
 
     const auto finalStates = Storyboard::layout(plan, false);
     EXPECT_EQ(finalStates.pages, (std::vector<Storyboard::Page>{{1, {}}, {2, {}}, {3, {}}}));
-    EXPECT_EQ(finalStates.shots, (std::vector<Storyboard::Shot>{{1, 5000}, {3, 1500}}));
+    EXPECT_EQ(finalStates.shots, (std::vector<Storyboard::Shot>{{1, 5000, {}, true}, {3, 1500, {}, true}}));
     EXPECT_FALSE(finalStates.needsDeck());
 }
 

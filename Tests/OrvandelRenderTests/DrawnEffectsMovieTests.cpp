@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "AnimatedSlides.hpp"
+#include "LibreOfficeMp4Exporter.hpp"
+#include "MovieFrames.hpp"
+#include "RenderPlan.hpp"
+#include "SlideTransitions.hpp"
+#include "Storyboard.hpp"
+#include "Timeline.hpp"
+#include "rewrite/DeckTransformer.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+
+// A deck built in code, prepared, and rendered twice (effects drawn, and cut):
+// 1. a text box that fades in (500 ms) on the first click, then one that
+//    wipes in from the left on the second (the timing rewrite shortens it to
+//    500 ms);
+// 2. a slide that comes in with a slow fade transition (1 s).
+class DrawnEffectsMovieTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        if (!canRender()) return;
+        dir_ = std::make_unique<TempDir>();
+        const auto wipe = [](const std::string& target) {
+            std::string effect = fade("clickEffect", target);
+            const std::string from = "filter=\"fade\"><p:cBhvr><p:cTn dur=\"500\"";
+            return effect.replace(effect.find(from), from.size(), "filter=\"wipe(left)\"><p:cBhvr><p:cTn dur=\"1000\"");
+        };
+        DeckBuilder()
+            .addSlide(slideXml(textBox("4", 1825625, para("Entra com fade, devagar")) +
+                                   textBox("5", 3825625, para("Entra da esquerda")),
+                               timing(click(fade("clickEffect", shape("4"))) + click(wipe(shape("5"))))))
+            .addSlide(slideXml(textBox("4", 1825625, para("Outro slide")),
+                               "<p:transition spd=\"slow\"><p:fade/></p:transition>"))
+            .write(*dir_ / "deck.pptx");
+        DeckTransformer::prepare(*dir_ / "deck.pptx", *dir_ / "prepared.pptx", {}, {}, 1000, 1500);
+        plan_ = RenderPlanReader::read(*dir_ / "prepared.pptx");
+        for (bool draw : {true, false}) {
+            LibreOfficeMp4Exporter::Options options;
+            options.drawEffects = draw;
+            options.transitions = SlideTransitions::ofDeck(*dir_ / "deck.pptx");
+            const auto movie = *dir_ / (draw ? "drawn.mp4" : "cut.mp4");
+            LibreOfficeMp4Exporter(options).export_(*dir_ / "prepared.pptx", movie, {});
+            (draw ? drawn_ : cut_) = std::make_unique<MovieFrames>(movie);
+        }
+    }
+    static void TearDownTestSuite() {
+        drawn_.reset();
+        cut_.reset();
+        dir_.reset();
+    }
+    void SetUp() override {
+        if (!drawn_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
+    }
+
+    // How far each frame within [startMs, startMs + durationMs) has gone from
+    // the still before the change to the one after it, where they differ:
+    // by blending (mean share of the new still), or by revealing (the share
+    // of columns of the changed area that show the new still).
+    struct Progress {
+        std::int64_t atMs;
+        double expected, blended, revealed;
+    };
+    static std::vector<Progress> progress(std::int64_t startMs, std::int64_t durationMs) {
+        const std::string before = drawn_->shownAt(startMs - 1), after = drawn_->shownAt(startMs + durationMs);
+        std::vector<Progress> out;
+        for (std::size_t f = 0; f < drawn_->timesMs.size(); ++f) {
+            const std::int64_t t = drawn_->timesMs[f];
+            if (t < startMs || t >= startMs + durationMs) continue;
+            const std::string now = drawn_->shownAt(t);
+            double share = 0;
+            int changed = 0, left = kWidth, right = 0, newColumns = 0, columns = 0;
+            for (std::size_t i = 0; i < before.size(); ++i) {
+                const int b = static_cast<unsigned char>(before[i]), a = static_cast<unsigned char>(after[i]);
+                if (std::abs(a - b) < 96) continue;
+                share += double(static_cast<unsigned char>(now[i]) - b) / double(a - b);
+                ++changed;
+                left = std::min(left, int(i % kWidth));
+                right = std::max(right, int(i % kWidth) + 1);
+            }
+            for (int x = left; x < right; ++x) {
+                bool seen = false, isNew = false;
+                for (int y = 0; y < kHeight; ++y) {
+                    const std::size_t i = std::size_t(y) * kWidth + std::size_t(x);
+                    const int b = static_cast<unsigned char>(before[i]), a = static_cast<unsigned char>(after[i]);
+                    if (std::abs(a - b) < 96) continue;
+                    seen = true;
+                    isNew = isNew || std::abs(static_cast<unsigned char>(now[i]) - a) < 32;
+                }
+                columns += seen;
+                newColumns += seen && isNew;
+            }
+            out.push_back({t, double(t - startMs) / double(durationMs), changed ? share / changed : 0,
+                           columns ? double(newColumns) / columns : 0});
+        }
+        return out;
+    }
+
+    static inline std::unique_ptr<TempDir> dir_;
+    static inline RenderPlan plan_;
+    static inline std::unique_ptr<MovieFrames> drawn_, cut_;
+};
+
+TEST_F(DrawnEffectsMovieTest, FadesBlendAndWipesRevealOverTheirDurations) {
+    const auto& states = plan_.slides.at(0).playout.states;
+    ASSERT_EQ(states.size(), 3u);
+    const std::int64_t slide2 = plan_.slides.at(0).advanceTimeMs;
+    struct Check {
+        const char* what;
+        std::int64_t startMs, durationMs;
+        bool wipe;
+    } checks[] = {{"fade entrance", states[1].startMs, 500, false},
+                  {"wipe from the left", states[2].startMs, plan_.slides.at(0).playout.effects.at(2).durationMs, true},
+                  {"fade transition", slide2, 1000, false}};
+    for (const auto& c : checks) {
+        const auto frames = progress(c.startMs, c.durationMs);
+        // At least 25 frames a second while the effect runs.
+        EXPECT_GE(frames.size() * 1000, std::size_t(25 * c.durationMs)) << c.what;
+        for (double at : {0.2, 0.25, 0.5, 0.75, 0.8}) {
+            const auto frame = std::find_if(frames.rbegin(), frames.rend(),
+                                            [&](const Progress& p) { return p.expected <= at; });
+            ASSERT_NE(frame, frames.rend()) << c.what;
+            EXPECT_NEAR(c.wipe ? frame->revealed : frame->blended, frame->expected, 0.1) << c.what << " at " << frame->atMs;
+        }
+    }
+}
+
+TEST_F(DrawnEffectsMovieTest, CutMovieKeepsTheFramesOfTheStillsOnly) {
+    const auto layout = Storyboard::layout(plan_);
+    std::vector<TimelineEntry> entries;
+    for (const auto& shot : layout.shots) entries.push_back({"", shot.durationMs});
+    std::vector<std::int64_t> expected;
+    for (const auto& f : Timeline::frames(entries, 1000)) expected.push_back(f.startMs);
+    EXPECT_EQ(cut_->timesMs, expected);
+    // Outside the drawn spans both movies show the same stills.
+    const auto& slide = plan_.slides.at(0);
+    for (std::int64_t t : {slide.playout.states[1].startMs - 1, slide.playout.states[2].startMs - 1,
+                           slide.advanceTimeMs - 1, plan_.totalMs() - 1}) {
+        const std::string a = cut_->shownAt(t), b = drawn_->shownAt(t);
+        std::size_t differ = 0;
+        for (std::size_t i = 0; i < a.size(); ++i) differ += std::abs(int(a[i]) - int(b[i])) > 24;
+        EXPECT_LT(differ, a.size() / 1000) << t;
+    }
+}

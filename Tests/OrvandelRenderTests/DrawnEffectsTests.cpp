@@ -1,0 +1,130 @@
+#include <gtest/gtest.h>
+
+#include "AnimatedSlides.hpp"
+#include "DrawnChanges.hpp"
+#include "EffectPainter.hpp"
+#include "PlayoutTimeline.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+using Kind = DrawnEffect::Kind;
+using Side = DrawnEffect::Side;
+
+namespace {
+
+constexpr int W = 64, H = 36;
+
+// A dark frame; with `band`, rows 10..19 of columns 8..55 are white.
+YuvFrame frame(bool band) {
+    YuvFrame f{{W, H}, Bytes(std::size_t(W) * H * 3 / 2, 128)};
+    std::fill(f.planes.begin(), f.planes.begin() + W * H, 16);
+    for (int y = 10; y < 20 && band; ++y) std::fill(f.planes.begin() + y * W + 8, f.planes.begin() + y * W + 56, 235);
+    return f;
+}
+int luma(const YuvFrame& f, int x, int y) { return f.planes[std::size_t(y) * W + std::size_t(x)]; }
+
+// An effect of `cls` ("entr" or "exit") on shape 3 with the given behaviours.
+std::string effect(const std::string& cls, const std::string& behaviours) {
+    return "<p:par><p:cTn presetClass=\"" + cls + "\" nodeType=\"clickEffect\"><p:stCondLst><p:cond delay=\"0\"/>"
+           "</p:stCondLst><p:childTnLst><p:set><p:cBhvr><p:cTn dur=\"1\"/><p:tgtEl>" + shape("3") +
+           "</p:tgtEl><p:attrNameLst><p:attrName>style.visibility</p:attrName></p:attrNameLst></p:cBhvr><p:to>"
+           "<p:strVal val=\"visible\"/></p:to></p:set>" + behaviours + "</p:childTnLst></p:cTn></p:par>";
+}
+std::string behaviour(const std::string& element, const std::string& dur, const std::string& inner = "",
+                      const std::string& attrs = "") {
+    return "<" + element + attrs + "><p:cBhvr><p:cTn dur=\"" + dur + "\"/><p:tgtEl>" + shape("3") + "</p:tgtEl>" +
+           inner + "</p:cBhvr></" + element + ">";
+}
+std::string moving(const std::string& attr, const std::string& from, const std::string& to) {
+    return "<p:anim calcmode=\"lin\" valueType=\"num\"><p:cBhvr><p:cTn dur=\"500\"/><p:tgtEl>" + shape("3") +
+           "</p:tgtEl><p:attrNameLst><p:attrName>" + attr + "</p:attrName></p:attrNameLst></p:cBhvr><p:tavLst>"
+           "<p:tav tm=\"0\"><p:val><p:strVal val=\"" + from + "\"/></p:val></p:tav><p:tav tm=\"100000\"><p:val>"
+           "<p:strVal val=\"" + to + "\"/></p:val></p:tav></p:tavLst></p:anim>";
+}
+
+}  // namespace
+
+TEST(DrawnEffectsTest, EntrancesAndExitsAreDrawnAsTheirBehavioursSay) {
+    const auto wipe = [](const std::string& filter) {
+        return behaviour("p:animEffect", "700", "", " transition=\"in\" filter=\"" + filter + "\"");
+    };
+    struct Case {
+        std::string cls, behaviours;
+        DrawnEffect expected;
+    } cases[] = {
+        {"entr", wipe("fade"), {Kind::fade, Side::left, 700, true}},
+        {"entr", wipe("wipe(down)"), {Kind::wipe, Side::bottom, 700, true}},
+        {"entr", wipe("wipe(left)"), {Kind::wipe, Side::left, 700, true}},
+        {"entr", wipe("checkerboard(across)"), {Kind::fade, Side::left, 700, true}},
+        {"entr", moving("ppt_x", "#ppt_x", "#ppt_x") + moving("ppt_y", "1+#ppt_h/2", "#ppt_y"), {Kind::fly, Side::bottom, 500, true}},
+        {"entr", moving("ppt_x", "0-#ppt_w/2", "#ppt_x"), {Kind::fly, Side::left, 500, true}},
+        {"exit", moving("ppt_x", "ppt_x", "1+ppt_w/2"), {Kind::fly, Side::right, 500, false}},
+        {"entr", moving("ppt_w", "0", "#ppt_w") + wipe("fade"), {Kind::zoom, Side::left, 700, true}},
+        {"entr", moving("ppt_y", "#ppt_y+.1", "#ppt_y"), {Kind::fade, Side::left, 500, true}},
+        {"entr", "", {}},  // appear
+    };
+    for (const auto& c : cases) {
+        // The effect plays by itself one second into the slide.
+        const auto prepared = PlayoutTimeline::evaluate(slideXml(
+            textBox("3", 0, para("x")),
+            timing("<p:par><p:cTn><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:par><p:cTn>"
+                   "<p:stCondLst><p:cond delay=\"1000\"/></p:stCondLst><p:childTnLst>" +
+                   effect(c.cls, c.behaviours) + "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>")));
+        ASSERT_EQ(prepared.states.size(), 2u) << c.behaviours;
+        ASSERT_EQ(prepared.effects.size(), 2u);
+        EXPECT_EQ(prepared.effects[1], c.expected) << c.behaviours;
+        EXPECT_EQ(prepared.effects[0], DrawnEffect{});
+    }
+}
+
+TEST(DrawnEffectsTest, PainterBlendsRevealsAndMovesOnlyWhatChanges) {
+    const YuvFrame before = frame(false), after = frame(true);
+    const auto area = EffectPainter::changedArea(before, after);
+    EXPECT_EQ(area, (EffectPainter::Area{8, 10, 56, 20}));
+    YuvFrame out;
+    // A fade is the linear blend of the stills, everywhere in the band.
+    for (int percent : {20, 50, 80}) {
+        EffectPainter::paint(before, after, {Kind::fade, Side::left, 500, true}, area, false, 5 * percent, out);
+        EXPECT_NEAR(luma(out, 30, 15), 16 + 219 * percent / 100, 2) << percent;
+        EffectPainter::paint(after, before, {Kind::fade, Side::left, 500, false}, area, false, 5 * percent, out);
+        EXPECT_NEAR(luma(out, 30, 15), 16 + 219 * (100 - percent) / 100, 2) << "exit " << percent;
+    }
+    // A wipe from the left shows the new still left of its edge, the old one right of it.
+    for (int percent : {25, 50, 75}) {
+        EffectPainter::paint(before, after, {Kind::wipe, Side::left, 1000, true}, area, false, 10 * percent, out);
+        const int edge = 8 + 48 * percent / 100;
+        EXPECT_EQ(luma(out, edge - 1, 15), 235) << percent;
+        EXPECT_EQ(luma(out, edge + 1, 15), 16) << percent;
+    }
+    // Half way, a fly from the bottom has the band half way between its place and the bottom edge.
+    EffectPainter::paint(before, after, {Kind::fly, Side::bottom, 400, true}, area, false, 200, out);
+    EXPECT_EQ(luma(out, 30, 15), 16);
+    EXPECT_EQ(luma(out, 30, 15 + 12), 235);
+    // A zoom half way covers the middle half of the band, not its ends.
+    EffectPainter::paint(before, after, {Kind::zoom, Side::left, 400, true}, area, false, 200, out);
+    EXPECT_EQ(luma(out, 32, 15), 235);
+    EXPECT_EQ(luma(out, 10, 15), 16);
+    // A push of the whole slide from the right: the new slide's left edge half way across.
+    EffectPainter::paint(after, before, {Kind::push, Side::right, 400, true}, area, true, 200, out);
+    EXPECT_EQ(luma(out, 8 + 32, 15), 16);   // the new (dark) slide on the right half
+    EXPECT_EQ(luma(out, 31 - 16 + 8, 15), 235);  // the old band, moved 32 to the left
+    // At the ends: the old still, then the new one.
+    EffectPainter::paint(before, after, {Kind::fly, Side::left, 400, true}, area, false, 0, out);
+    EXPECT_EQ(out.planes, before.planes);
+    EffectPainter::paint(before, after, {Kind::uncover, Side::right, 400, true}, area, true, 400, out);
+    EXPECT_EQ(out.planes, after.planes);
+}
+
+TEST(DrawnEffectsTest, ChangesAreDrawnWithinTheirShotsWithoutOverlapping) {
+    const DrawnEffect in{Kind::fade, Side::left, 500, true}, out{Kind::fade, Side::left, 800, false};
+    const DrawnEffect slow{Kind::wipe, Side::left, 3000, true};
+    const std::vector<Storyboard::Shot> shots{
+        {1, 1000, {}, true}, {2, 2000, in}, {3, 500, out}, {4, 2000, slow, true}, {5, 1000, in}};
+    EXPECT_EQ(DrawnChanges::plan(shots),
+              (std::vector<DrawnChange>{{{1000, 1500}, 0, 1, in, false, 1000},
+                                        // the exit starts 800 ms before its change
+                                        {{2200, 3000}, 1, 2, out, false, 2200},
+                                        // a slide's transition is cut short by the next step
+                                        {{3500, 5500}, 2, 3, slow, true, 3500},
+                                        {{5500, 6000}, 3, 4, in, false, 5500}}));
+}
