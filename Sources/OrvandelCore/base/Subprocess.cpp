@@ -141,7 +141,12 @@ std::optional<std::filesystem::path> findOnPath(const std::string& program) {
 SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptions& options) {
     if (argv.empty()) throw LaunchError("(nothing)", EINVAL);
     Pipe in, out, err;
-    if (options.standardInput) openPipe(in);
+    if (options.standardInput) {
+        openPipe(in);
+        // Large writes (whole frames) cross in fewer turns through a larger
+        // pipe; the default is kept where the system refuses.
+        ::fcntl(in.write, F_SETPIPE_SZ, 1 << 20);
+    }
     openPipe(out);
     openPipe(err);
 
