@@ -2,7 +2,8 @@
 // Frames (FrameConverter) to one H.264 movie with ffmpeg. Every frame keeps its millisecond
 // timestamp (passthrough, track time scale 1000), B-frames are off (they would
 // shorten the video track) and the level is pinned to 4.1 (x264 would pick a
-// higher one for long still frames). A silent AAC track is added for players
+// higher one for long still frames); frames drawn here (Options::frames) get
+// a lighter analysis. A silent AAC track is added for players
 // that expect sound, trimmed to whole AAC frames so that it never outlasts
 // the video.
 //
