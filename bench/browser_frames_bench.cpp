@@ -72,9 +72,13 @@ int main(int argc, char** argv) {
         }
         // A drawn change shows neither still whole: the shot before it has
         // left when the drawing starts, the one after is whole when it ends.
+        // A transition runs over the states its slide goes through meanwhile.
         for (const auto& change : DrawnChanges::plan(layout.shots)) {
-            shots[change.from]["leavesMs"] = std::min(shots[change.from]["leavesMs"].get<std::int64_t>(), change.span.startMs);
-            shots[change.to]["shownMs"] = std::max(shots[change.to]["shownMs"].get<std::int64_t>(), change.span.endMs);
+            auto& from = shots[change.from];
+            from["leavesMs"] = std::min(from["leavesMs"].get<std::int64_t>(), change.span.startMs);
+            for (std::size_t k = change.to; k < shots.size() && shots[k]["startMs"].get<std::int64_t>() < change.span.endMs; ++k) {
+                shots[k]["shownMs"] = std::max(shots[k]["shownMs"].get<std::int64_t>(), change.span.endMs);
+            }
         }
         writeFile(out / "shots.json", shots.dump(1));
     } catch (const std::exception& e) {

@@ -19,8 +19,14 @@ std::vector<DrawnChange> plan(const std::vector<Storyboard::Shot>& shots) {
         if (i > 0 && e.drawn()) {
             DrawnChange change{{}, i - 1, i, e, shot.opensSlide, 0};
             if (e.entering) {
+                // A transition brings in the slide as it plays: it runs on
+                // over the slide's next states.
+                std::int64_t until = start + shot.durationMs;
+                for (std::size_t k = i + 1; shot.opensSlide && k < shots.size() && !shots[k].opensSlide; ++k) {
+                    until += shots[k].durationMs;
+                }
                 change.effectStartMs = start;
-                change.span = {std::max(start, busyUntil), start + std::min(e.durationMs, shot.durationMs)};
+                change.span = {std::max(start, busyUntil), std::min(start + e.durationMs, until)};
             } else {
                 change.effectStartMs = start - e.durationMs;
                 change.span = {std::max({change.effectStartMs, previousStart, busyUntil}), start};

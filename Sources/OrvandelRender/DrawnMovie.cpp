@@ -67,7 +67,8 @@ void write(RawVideoStream& stream, const std::vector<TimelineFrame>& frames,
         if (next < changes.size() && changes[next].span.startMs <= f.startMs) {
             const DrawnChange& c = changes[next];
             const YuvFrame& before = stills[shotFrames.at(c.from)];
-            const YuvFrame& after = stills[shotFrames.at(c.to)];
+            // A transition brings in the slide as it is at that moment.
+            const YuvFrame& after = stills[shotFrames.at(c.wholeSlide ? f.entry : c.to)];
             if (!area || area->first != next) area.emplace(next, EffectPainter::changedArea(before, after));
             EffectPainter::paint(before, after, c.effect, area->second, c.wholeSlide, c.elapsedAt(f.startMs), drawn);
             planes = &drawn.planes;

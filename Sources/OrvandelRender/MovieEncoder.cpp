@@ -115,9 +115,11 @@ std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, st
     // Drawn changes bring about five times the frames, each mostly the frame
     // before: a lighter analysis keeps the export fast (export_bench), while
     // CABAC and the deblocking filter keep the picture.
+    // The stream names no frame rate: without a millisecond time base the
+    // encoder would take the rate ffmpeg guesses from the first frames.
     if (framesOnStandardInput) {
-        args.insert(args.end(),
-                    {"-x264-params", "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0"});
+        args.insert(args.end(), {"-enc_time_base:v", "1:1000", "-x264-params",
+                                 "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0"});
     }
     args.push_back(output.string());
     return args;

@@ -135,6 +135,12 @@ TEST_F(DrawnEffectsMovieTest, CutMovieKeepsTheFramesOfTheStillsOnly) {
     std::vector<std::int64_t> expected;
     for (const auto& f : Timeline::frames(entries, 1000)) expected.push_back(f.startMs);
     EXPECT_EQ(cut_->timesMs, expected);
+    // With drawing too, every shot starts on its millisecond.
+    std::int64_t start = 0;
+    for (const auto& shot : layout.shots) {
+        EXPECT_TRUE(std::binary_search(drawn_->timesMs.begin(), drawn_->timesMs.end(), start)) << start;
+        start += shot.durationMs;
+    }
     // Outside the drawn spans both movies show the same stills.
     const auto& slide = plan_.slides.at(0);
     for (std::int64_t t : {slide.playout.states[1].startMs - 1, slide.playout.states[2].startMs - 1,
