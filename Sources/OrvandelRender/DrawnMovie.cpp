@@ -69,8 +69,10 @@ void write(RawVideoStream& stream, const std::vector<TimelineFrame>& frames,
             const YuvFrame& before = stills[shotFrames.at(c.from)];
             // A transition brings in the slide as it is at that moment.
             const YuvFrame& after = stills[shotFrames.at(c.wholeSlide ? f.entry : c.to)];
-            if (!area || area->first != next) area.emplace(next, EffectPainter::changedArea(before, after));
-            EffectPainter::paint(before, after, c.effect, area->second, c.wholeSlide, c.elapsedAt(f.startMs), drawn);
+            const bool sameChange = area && area->first == next;
+            if (!sameChange) area.emplace(next, EffectPainter::changedArea(before, after));
+            EffectPainter::paint(before, after, c.effect, area->second, c.wholeSlide, c.elapsedAt(f.startMs), drawn,
+                                 sameChange);
             planes = &drawn.planes;
         } else {
             planes = &stills[shotFrames.at(f.entry)].planes;

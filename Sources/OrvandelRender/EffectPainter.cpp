@@ -175,7 +175,7 @@ Area changedArea(const YuvFrame& a, const YuvFrame& b) {
 }
 
 void paint(const YuvFrame& before, const YuvFrame& after, const DrawnEffect& effect, const Area& area,
-           bool wholeSlide, std::int64_t elapsedMs, YuvFrame& out) {
+           bool wholeSlide, std::int64_t elapsedMs, YuvFrame& out, bool outIsEarlierFrame) {
     const std::int64_t d = std::max<std::int64_t>(1, effect.durationMs), t = std::clamp<std::int64_t>(elapsedMs, 0, d);
     DrawnEffect e = effect;
     bool entering = e.entering;
@@ -187,9 +187,22 @@ void paint(const YuvFrame& before, const YuvFrame& after, const DrawnEffect& eff
     const YuvFrame& shown = entering ? after : before;
     const YuvFrame& base = entering ? before : after;
     const std::int64_t vis = entering ? t : d - t;  // how far the shown picture is in
-    out.size = base.size;
-    out.planes = base.planes;
     const Area a = wholeSlide ? Area{0, 0, base.size.width, base.size.height} : area;
+    // A fade or a wipe changes nothing outside its area: an earlier frame of
+    // the same change needs only its area put back.
+    if (outIsEarlierFrame && !wholeSlide && (e.kind == Kind::fade || e.kind == Kind::wipe) &&
+        out.planes.size() == base.planes.size()) {
+        for (int k = 0; k < 3; ++k) {
+            const int s = k == 0 ? 1 : 2;
+            const Plane b = plane(base, k), o = plane(out, k);
+            for (int y = a.top / s; y < a.bottom / s; ++y) {
+                std::memcpy(&o.at(a.left / s, y), &b.at(a.left / s, y), std::size_t(a.right / s - a.left / s));
+            }
+        }
+    } else {
+        out.size = base.size;
+        out.planes = base.planes;
+    }
     const Mask mask(before, after, wholeSlide);
     if (a.empty()) return;
     switch (e.kind) {

@@ -35,9 +35,10 @@ Area changedArea(const YuvFrame& a, const YuvFrame& b);
 
 // The frame `elapsedMs` into the effect (0 .. effect.durationMs): at 0 an
 // entrance shows `before`, at the end `after`; an exit the other way round.
-// `out` is resized as needed.
+// `out` is resized as needed. With `outIsEarlierFrame`, out holds a frame
+// painted for the same change, so that a fade or wipe only repaints its area.
 void paint(const YuvFrame& before, const YuvFrame& after, const DrawnEffect& effect, const Area& area,
-           bool wholeSlide, std::int64_t elapsedMs, YuvFrame& out);
+           bool wholeSlide, std::int64_t elapsedMs, YuvFrame& out, bool outIsEarlierFrame = false);
 
 }  // namespace EffectPainter
 
