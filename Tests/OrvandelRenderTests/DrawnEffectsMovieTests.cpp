@@ -66,35 +66,24 @@ protected:
     };
     static std::vector<Progress> progress(std::int64_t startMs, std::int64_t durationMs) {
         const std::string before = drawn_->shownAt(startMs - 1), after = drawn_->shownAt(startMs + durationMs);
+        const auto at = [](const std::string& f, std::size_t i) { return int(static_cast<unsigned char>(f[i])); };
         std::vector<Progress> out;
-        for (std::size_t f = 0; f < drawn_->timesMs.size(); ++f) {
-            const std::int64_t t = drawn_->timesMs[f];
+        for (const std::int64_t t : drawn_->timesMs) {
             if (t < startMs || t >= startMs + durationMs) continue;
             const std::string now = drawn_->shownAt(t);
             double share = 0;
-            int changed = 0, left = kWidth, right = 0, newColumns = 0, columns = 0;
+            int changed = 0;
+            std::vector<int> column(kWidth, 0);  // 0: unchanged, 1: changed, 2: shows the new still
             for (std::size_t i = 0; i < before.size(); ++i) {
-                const int b = static_cast<unsigned char>(before[i]), a = static_cast<unsigned char>(after[i]);
+                const int b = at(before, i), a = at(after, i);
                 if (std::abs(a - b) < 96) continue;
-                share += double(static_cast<unsigned char>(now[i]) - b) / double(a - b);
+                share += double(at(now, i) - b) / double(a - b);
                 ++changed;
-                left = std::min(left, int(i % kWidth));
-                right = std::max(right, int(i % kWidth) + 1);
+                column[i % kWidth] = std::max(column[i % kWidth], std::abs(at(now, i) - a) < 32 ? 2 : 1);
             }
-            for (int x = left; x < right; ++x) {
-                bool seen = false, isNew = false;
-                for (int y = 0; y < kHeight; ++y) {
-                    const std::size_t i = std::size_t(y) * kWidth + std::size_t(x);
-                    const int b = static_cast<unsigned char>(before[i]), a = static_cast<unsigned char>(after[i]);
-                    if (std::abs(a - b) < 96) continue;
-                    seen = true;
-                    isNew = isNew || std::abs(static_cast<unsigned char>(now[i]) - a) < 32;
-                }
-                columns += seen;
-                newColumns += seen && isNew;
-            }
+            const auto columns = std::count_if(column.begin(), column.end(), [](int c) { return c > 0; });
             out.push_back({t, double(t - startMs) / double(durationMs), changed ? share / changed : 0,
-                           columns ? double(newColumns) / columns : 0});
+                           columns ? double(std::count(column.begin(), column.end(), 2)) / double(columns) : 0});
         }
         return out;
     }

@@ -30,11 +30,6 @@ std::string effect(const std::string& cls, const std::string& behaviours) {
            "</p:tgtEl><p:attrNameLst><p:attrName>style.visibility</p:attrName></p:attrNameLst></p:cBhvr><p:to>"
            "<p:strVal val=\"visible\"/></p:to></p:set>" + behaviours + "</p:childTnLst></p:cTn></p:par>";
 }
-std::string behaviour(const std::string& element, const std::string& dur, const std::string& inner = "",
-                      const std::string& attrs = "") {
-    return "<" + element + attrs + "><p:cBhvr><p:cTn dur=\"" + dur + "\"/><p:tgtEl>" + shape("3") + "</p:tgtEl>" +
-           inner + "</p:cBhvr></" + element + ">";
-}
 std::string moving(const std::string& attr, const std::string& from, const std::string& to) {
     return "<p:anim calcmode=\"lin\" valueType=\"num\"><p:cBhvr><p:cTn dur=\"500\"/><p:tgtEl>" + shape("3") +
            "</p:tgtEl><p:attrNameLst><p:attrName>" + attr + "</p:attrName></p:attrNameLst></p:cBhvr><p:tavLst>"
@@ -46,7 +41,8 @@ std::string moving(const std::string& attr, const std::string& from, const std::
 
 TEST(DrawnEffectsTest, EntrancesAndExitsAreDrawnAsTheirBehavioursSay) {
     const auto wipe = [](const std::string& filter) {
-        return behaviour("p:animEffect", "700", "", " transition=\"in\" filter=\"" + filter + "\"");
+        return "<p:animEffect transition=\"in\" filter=\"" + filter + "\"><p:cBhvr><p:cTn dur=\"700\"/><p:tgtEl>" +
+               shape("3") + "</p:tgtEl></p:cBhvr></p:animEffect>";
     };
     struct Case {
         std::string cls, behaviours;
@@ -73,7 +69,6 @@ TEST(DrawnEffectsTest, EntrancesAndExitsAreDrawnAsTheirBehavioursSay) {
         ASSERT_EQ(prepared.states.size(), 2u) << c.behaviours;
         ASSERT_EQ(prepared.effects.size(), 2u);
         EXPECT_EQ(prepared.effects[1], c.expected) << c.behaviours;
-        EXPECT_EQ(prepared.effects[0], DrawnEffect{});
     }
 }
 
