@@ -26,7 +26,7 @@ constexpr std::uint32_t kEbml = 0x1A45DFA3, kEbmlVersion = 0x4286, kEbmlReadVers
                         kTracks = 0x1654AE6B, kTrackEntry = 0xAE, kTrackNumber = 0xD7, kTrackUid = 0x73C5,
                         kTrackType = 0x83, kFlagLacing = 0x9C, kCodecId = 0x86, kVideo = 0xE0, kPixelWidth = 0xB0,
                         kPixelHeight = 0xBA, kColourSpace = 0x2EB524, kCluster = 0x1F43B675, kTimestamp = 0xE7,
-                        kSimpleBlock = 0xA3;
+                        kSimpleBlock = 0xA3, kDefaultDuration = 0x23E383;
 
 using Buffer = std::string;
 
@@ -91,6 +91,9 @@ Buffer streamHeader(FrameSize size) {
     putUnsigned(track, kTrackType, 1);
     putUnsigned(track, kFlagLacing, 0);
     putElement(track, kCodecId, "V_UNCOMPRESSED");
+    // A frame lasts 1 ms unless the next one comes later: the last one ends
+    // the movie 1 ms after it starts, as the frame list's closing frame does.
+    putUnsigned(track, kDefaultDuration, 1000000);
     putElement(track, kVideo, video);
 
     Buffer out = element(kEbml, ebml);

@@ -9,6 +9,7 @@
 #include "SlideTransitions.hpp"
 #include "Storyboard.hpp"
 #include "Timeline.hpp"
+#include "render/Mp4Duration.hpp"
 #include "rewrite/DeckTransformer.hpp"
 
 using namespace orvandel;
@@ -124,6 +125,7 @@ TEST_F(DrawnEffectsMovieTest, CutMovieKeepsTheFramesOfTheStillsOnly) {
     std::vector<std::int64_t> expected;
     for (const auto& f : Timeline::frames(entries, 1000)) expected.push_back(f.startMs);
     EXPECT_EQ(cut_->timesMs, expected);
+    for (const char* movie : {"cut.mp4", "drawn.mp4"}) EXPECT_EQ(Mp4Duration::measureMs(*dir_ / movie), plan_.totalMs());
     // With drawing too, every shot starts on its millisecond.
     std::int64_t start = 0;
     for (const auto& shot : layout.shots) {
