@@ -158,20 +158,28 @@ void push(const YuvFrame& before, const YuvFrame& after, Side side, std::int64_t
 }  // namespace
 
 Area changedArea(const YuvFrame& a, const YuvFrame& b) {
-    const int cw = a.size.width / 2, ch = a.size.height / 2;
-    const Mask differs(a, b, false);
-    Area out{cw, ch, 0, 0};
-    for (int y = 0; y < ch; ++y) {
-        for (int x = 0; x < cw; ++x) {
-            if (!differs(x, y)) continue;
-            out.left = std::min(out.left, x);
-            out.right = std::max(out.right, x + 1);
-            out.top = std::min(out.top, y);
-            out.bottom = std::max(out.bottom, y + 1);
+    // Rows that are the same are skipped at memcmp speed; in the others the
+    // first and last differing samples widen the box.
+    int left = a.size.width, top = a.size.height, right = 0, bottom = 0;
+    for (int k = 0; k < 3; ++k) {
+        const int s = k == 0 ? 1 : 2;
+        const Plane pa = plane(a, k), pb = plane(b, k);
+        for (int y = 0; y < pa.height; ++y) {
+            const std::uint8_t* ra = &pa.at(0, y);
+            const std::uint8_t* rb = &pb.at(0, y);
+            if (std::memcmp(ra, rb, std::size_t(pa.width)) == 0) continue;
+            int first = 0, last = pa.width - 1;
+            while (ra[first] == rb[first]) ++first;
+            while (ra[last] == rb[last]) --last;
+            left = std::min(left, first * s);
+            right = std::max(right, (last + 1) * s);
+            top = std::min(top, y * s);
+            bottom = std::max(bottom, (y + 1) * s);
         }
     }
-    if (out.right <= out.left) return {};
-    return {out.left * 2, out.top * 2, out.right * 2, out.bottom * 2};
+    if (right <= left) return {};
+    // Even edges, so that the chroma samples of the area are whole.
+    return {left - left % 2, top - top % 2, right + right % 2, bottom + bottom % 2};
 }
 
 void paint(const YuvFrame& before, const YuvFrame& after, const DrawnEffect& effect, const Area& area,
