@@ -66,6 +66,8 @@ void write(RawVideoStream& stream, const std::vector<TimelineFrame>& frames,
         const Bytes* planes = nullptr;
         if (next < changes.size() && changes[next].span.startMs <= f.startMs) {
             const DrawnChange& c = changes[next];
+            // A drawing's first moment is the picture already on screen.
+            if (c.elapsedAt(f.startMs) == 0 && f.startMs > 0) continue;
             const YuvFrame& before = stills[shotFrames.at(c.from)];
             // A transition brings in the slide as it is at that moment.
             const YuvFrame& after = stills[shotFrames.at(c.wholeSlide ? f.entry : c.to)];

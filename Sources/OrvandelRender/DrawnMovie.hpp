@@ -3,7 +3,8 @@
 // through a RawVideoStream: each frame of the timeline is the still of its
 // shot, or within a drawn change the frame EffectPainter makes from the
 // stills on either side of it. Stills are read from the frame files
-// (FrameConverter) as they are needed; at most a few are held at once.
+// (FrameConverter) as they are needed; at most a few are held at once. A
+// drawing's first frame, the picture already on screen, is left out.
 #include <filesystem>
 #include <optional>
 #include <vector>

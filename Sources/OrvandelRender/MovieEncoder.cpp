@@ -119,7 +119,7 @@ std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, st
     // encoder would take the rate ffmpeg guesses from the first frames.
     if (framesOnStandardInput) {
         args.insert(args.end(), {"-enc_time_base:v", "1:1000", "-x264-params",
-                                 "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0"});
+                                 "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0:cabac=0"});
     }
     args.push_back(output.string());
     return args;

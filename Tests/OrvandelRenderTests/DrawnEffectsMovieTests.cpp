@@ -119,17 +119,19 @@ TEST_F(DrawnEffectsMovieTest, FadesBlendAndWipesRevealOverTheirDurations) {
 }
 
 TEST_F(DrawnEffectsMovieTest, CutMovieKeepsTheFramesOfTheStillsOnly) {
-    const auto layout = Storyboard::layout(plan_);
+    const auto layout = Storyboard::layout(plan_, true, SlideTransitions::ofDeck(*dir_ / "deck.pptx"));
     std::vector<TimelineEntry> entries;
     for (const auto& shot : layout.shots) entries.push_back({"", shot.durationMs});
     std::vector<std::int64_t> expected;
     for (const auto& f : Timeline::frames(entries, 1000)) expected.push_back(f.startMs);
     EXPECT_EQ(cut_->timesMs, expected);
     for (const char* movie : {"cut.mp4", "drawn.mp4"}) EXPECT_EQ(Mp4Duration::measureMs(*dir_ / movie), plan_.totalMs());
-    // With drawing too, every shot starts on its millisecond.
+    // With drawing too, every shot starts on its millisecond (a drawn one on
+    // its first drawn frame, the one before showing the same picture).
     std::int64_t start = 0;
     for (const auto& shot : layout.shots) {
-        EXPECT_TRUE(std::binary_search(drawn_->timesMs.begin(), drawn_->timesMs.end(), start)) << start;
+        const std::int64_t first = start + (shot.effect.drawn() && shot.effect.entering ? 33 : 0);
+        EXPECT_TRUE(std::binary_search(drawn_->timesMs.begin(), drawn_->timesMs.end(), first)) << start;
         start += shot.durationMs;
     }
     // Outside the drawn spans both movies show the same stills.
