@@ -134,13 +134,4 @@ TEST_F(DrawnEffectsMovieTest, CutMovieKeepsTheFramesOfTheStillsOnly) {
         EXPECT_TRUE(std::binary_search(drawn_->timesMs.begin(), drawn_->timesMs.end(), first)) << start;
         start += shot.durationMs;
     }
-    // Outside the drawn spans both movies show the same stills.
-    const auto& slide = plan_.slides.at(0);
-    for (std::int64_t t : {slide.playout.states[1].startMs - 1, slide.playout.states[2].startMs - 1,
-                           slide.advanceTimeMs - 1, plan_.totalMs() - 1}) {
-        const std::string a = cut_->shownAt(t), b = drawn_->shownAt(t);
-        std::size_t differ = 0;
-        for (std::size_t i = 0; i < a.size(); ++i) differ += std::abs(int(a[i]) - int(b[i])) > 24;
-        EXPECT_LT(differ, a.size() / 1000) << t;
-    }
 }

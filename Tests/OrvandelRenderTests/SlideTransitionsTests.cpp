@@ -2,7 +2,6 @@
 
 #include "DeckBuilder.hpp"
 #include "SlideTransitions.hpp"
-#include "TestSupport.hpp"
 #include "rewrite/TransitionWriter.hpp"
 
 using namespace orvandel;
@@ -40,13 +39,4 @@ TEST(SlideTransitionsTest, ReadsKindSideAndDurationOfTheSlidesTransition) {
         {TransitionWriter::block(4000), std::nullopt},
     };
     for (const auto& [block, expected] : rows) EXPECT_EQ(SlideTransitions::read(test::slideXml("", block)), expected) << block;
-}
-
-TEST(SlideTransitionsTest, CorpusDeckGivesEachSlideItsOwn) {
-    const auto deck = test::corpusDir() / "oxpt__SlideTransitions.pptx";
-    if (!std::filesystem::exists(deck)) GTEST_SKIP() << "no corpus";
-    const std::map<std::string, DrawnEffect> expected{{"ppt/slides/slide2.xml", {Kind::fade, Side::left, 700}},
-                                                      {"ppt/slides/slide3.xml", {Kind::wipe, Side::right, 1000}},
-                                                      {"ppt/slides/slide4.xml", {Kind::fade, Side::left, 1000}}};
-    EXPECT_EQ(SlideTransitions::ofDeck(deck), expected);
 }
