@@ -55,6 +55,8 @@ def steps_shown(orv, slides):
     return out
 decks = sorted(f for f in os.listdir(corpus) if f.endswith((".pptx", ".potx", ".ppsx")))
 work = tempfile.mkdtemp(prefix="orvandel-corpus-export-")
+import atexit, shutil
+atexit.register(shutil.rmtree, work, True)  # the packages written go with it
 def run(*args):
     return subprocess.run([cli, *args], capture_output=True, text=True)
 MEDIA = re.compile(r"\.(mp4|m4v|mov|wmv|avi|mpe?g|mp3|wav|m4a|wma|aiff?|gif)$", re.I)
