@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "EffectPainter.hpp"
+#include "FrameConverter.hpp"
 #include "RenderError.hpp"
 
 namespace orvandel::DrawnMovie {
@@ -14,7 +15,7 @@ namespace {
 
 const char* const kStage = "encoding movie";
 
-// The planes of a frame file (a YUV4MPEG header line, "FRAME\n", the planes).
+// The planes of the frame files, the last few used held.
 class Stills {
 public:
     explicit Stills(FrameSize size) : size_(size) {}
@@ -32,11 +33,10 @@ public:
         } catch (const std::exception& e) {
             unreadable(file, e.what());
         }
-        const std::size_t planes = std::size_t(size_.width) * std::size_t(size_.height) * 3 / 2;
-        const auto header = std::find(bytes.begin(), bytes.end(), std::uint8_t('\n'));
-        const auto mark = header == bytes.end() ? bytes.end() : std::find(header + 1, bytes.end(), std::uint8_t('\n'));
-        if (mark == bytes.end() || std::size_t(bytes.end() - mark - 1) != planes) unreadable(file, "not a frame of this movie");
-        held_.emplace_back(file, YuvFrame{size_, Bytes(mark + 1, bytes.end())});
+        const auto planes = FrameConverter::planesOffset(bytes, size_);
+        if (!planes) unreadable(file, "not a frame of this movie");
+        bytes.erase(bytes.begin(), bytes.begin() + std::ptrdiff_t(*planes));
+        held_.emplace_back(file, YuvFrame{size_, std::move(bytes)});
         return held_.back().second;
     }
 
@@ -54,7 +54,7 @@ private:
 }  // namespace
 
 void write(RawVideoStream& stream, const std::vector<TimelineFrame>& frames,
-           const std::vector<std::filesystem::path>& shotFrames, const std::vector<DrawnChange>& changes,
+           const std::vector<TimelineEntry>& shots, const std::vector<DrawnChange>& changes,
            FrameSize size, const std::optional<CancellationToken>& cancel) {
     Stills stills(size);
     YuvFrame drawn;
@@ -68,16 +68,16 @@ void write(RawVideoStream& stream, const std::vector<TimelineFrame>& frames,
             const DrawnChange& c = changes[next];
             // A drawing's first moment is the picture already on screen.
             if (c.elapsedAt(f.startMs) == 0 && f.startMs > 0) continue;
-            const YuvFrame& before = stills[shotFrames.at(c.from)];
+            const YuvFrame& before = stills[shots.at(c.from).image];
             // A transition brings in the slide as it is at that moment.
-            const YuvFrame& after = stills[shotFrames.at(c.wholeSlide ? f.entry : c.to)];
+            const YuvFrame& after = stills[shots.at(c.wholeSlide ? f.entry : c.to).image];
             const bool sameChange = area && area->first == next;
             if (!sameChange) area.emplace(next, EffectPainter::changedArea(before, after));
             EffectPainter::paint(before, after, c.effect, area->second, c.wholeSlide, c.elapsedAt(f.startMs), drawn,
                                  sameChange);
             planes = &drawn.planes;
         } else {
-            planes = &stills[shotFrames.at(f.entry)].planes;
+            planes = &stills[shots.at(f.entry).image].planes;
         }
         const std::span<const std::uint8_t> piece(planes->data(), planes->size());
         if (!stream.frame(f.startMs, std::span(&piece, 1))) return;

@@ -16,11 +16,11 @@
 
 namespace orvandel::DrawnMovie {
 
-// shotFrames[i] is shot i's frame file. Stops early, without an error, when
+// shots are the timeline's entries (a frame file and its duration each). Stops early, without an error, when
 // the stream's reader has gone (the encoder reports why). Throws
 // RenderError for a frame file that cannot be read, CancelledError.
 void write(RawVideoStream& stream, const std::vector<TimelineFrame>& frames,
-           const std::vector<std::filesystem::path>& shotFrames, const std::vector<DrawnChange>& changes,
+           const std::vector<TimelineEntry>& shots, const std::vector<DrawnChange>& changes,
            FrameSize size, const std::optional<CancellationToken>& cancel);
 
 }  // namespace orvandel::DrawnMovie

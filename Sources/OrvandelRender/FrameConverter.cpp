@@ -180,6 +180,14 @@ private:
 
 Bytes frame(const Bytes& tiff, FrameSize size) { return Converter(size).frame(tiff); }
 
+std::optional<std::size_t> planesOffset(const Bytes& frame, FrameSize size) {
+    const std::size_t planes = std::size_t(size.width) * std::size_t(size.height) * 3 / 2;
+    const auto header = std::find(frame.begin(), frame.end(), std::uint8_t('\n'));
+    const auto mark = header == frame.end() ? frame.end() : std::find(header + 1, frame.end(), std::uint8_t('\n'));
+    if (mark == frame.end() || std::size_t(frame.end() - mark - 1) != planes) return std::nullopt;
+    return std::size_t(mark + 1 - frame.begin());
+}
+
 std::vector<std::filesystem::path> convert(const std::vector<std::filesystem::path>& stills, FrameSize size,
                                            const std::filesystem::path& outDir, int workers,
                                            const std::optional<CancellationToken>& cancel) {

@@ -32,4 +32,8 @@ std::vector<std::filesystem::path> convert(const std::vector<std::filesystem::pa
 // One still's frame: the YUV4MPEG header and planes (exposed for tests).
 Bytes frame(const Bytes& tiff, FrameSize size);
 
+// Where the planes start in a frame written by convert, if it is a frame of
+// `size` (its header line, "FRAME", then exactly the planes).
+std::optional<std::size_t> planesOffset(const Bytes& frame, FrameSize size);
+
 }  // namespace orvandel::FrameConverter

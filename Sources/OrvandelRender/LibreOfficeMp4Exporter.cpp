@@ -132,8 +132,6 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     // Drawn changes move as media do: 30 frames a second.
     std::vector<MsRange> moving = media.moving;
     for (const auto& change : changes) moving.push_back(change.span);
-    const auto list = scratch.path() / "timeline.ffconcat";
-    writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs, moving));
     hooks.throwIfCancelled();
 
     if (missingProbe) std::rethrow_exception(missingProbe);
@@ -145,13 +143,15 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
                                    .silentAudio = options_.silentAudio,
                                    .media = std::move(media.layers)};
     // Without anything to draw the frames are the stills themselves, read by
-    // ffmpeg from the list; otherwise they are made here and piped.
-    if (!changes.empty()) {
+    // ffmpeg from a list; otherwise they are made here and piped.
+    std::filesystem::path list;
+    if (changes.empty()) {
+        list = scratch.path() / "timeline.ffconcat";
+        writeFile(list, Timeline::ffconcat(entries, options_.periodicFrameMs, moving));
+    } else {
         encoding.frames = [&](int fd) {
-            std::vector<std::filesystem::path> shotFrames;
-            for (const auto& e : entries) shotFrames.push_back(e.image);
             RawVideoStream stream(fd, frame);
-            DrawnMovie::write(stream, Timeline::frames(entries, options_.periodicFrameMs, moving), shotFrames, changes,
+            DrawnMovie::write(stream, Timeline::frames(entries, options_.periodicFrameMs, moving), entries, changes,
                               frame, hooks.cancel);
         };
     }

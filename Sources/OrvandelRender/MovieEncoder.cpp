@@ -110,13 +110,13 @@ std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, st
         if (audio) args.insert(args.end(), {"-map", "[a]", "-c:a", "aac", "-b:a", sound ? "128k" : "48k"});
     }
     args.insert(args.end(), {"-fps_mode", "passthrough", "-video_track_timescale", "1000", "-c:v", "libx264",
-                             "-preset", framesOnStandardInput ? "superfast" : "veryfast", "-tune", "stillimage", "-bf", "0", "-level:v", "4.1", "-pix_fmt",
-                             "yuv420p", "-movflags", "+faststart"});
+                             "-preset", framesOnStandardInput ? "superfast" : "veryfast", "-tune", "stillimage", "-bf",
+                             "0", "-level:v", "4.1", "-pix_fmt", "yuv420p", "-movflags", "+faststart"});
     // Drawn changes bring about five times the frames, each mostly the frame
-    // before: a lighter analysis keeps the export fast (export_bench), while
-    // CABAC and the deblocking filter keep the picture.
-    // The stream names no frame rate: without a millisecond time base the
-    // encoder would take the rate ffmpeg guesses from the first frames.
+    // before: a lighter analysis keeps the export fast (export_bench); the
+    // deblocking filter keeps the picture, CAVLC costs only bits. The stream
+    // names no frame rate: without a millisecond time base the encoder would
+    // take the rate ffmpeg guesses from the first frames.
     if (framesOnStandardInput) {
         args.insert(args.end(), {"-enc_time_base:v", "1:1000", "-x264-params",
                                  "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0:cabac=0"});

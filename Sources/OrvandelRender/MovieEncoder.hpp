@@ -34,7 +34,8 @@ struct Options {
     bool silentAudio = true;  // a sound track (silent where no medium sounds)
     std::vector<MediaLayer> media;
     // When set, the frames come from this writer (a RawVideoStream on the
-    // pipe it is given) instead of the ffconcat list, which is then unused.
+    // pipe it is given) instead of the ffconcat list, which is then unused
+    // (and may be empty).
     std::function<void(int fd)> frames;
 };
 
