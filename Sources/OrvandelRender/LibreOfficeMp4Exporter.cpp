@@ -64,7 +64,7 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     if (options_.playMedia) {
         try {
             media = MediaLayers::gather(preparedDeck, plan, frame, scratch.path() / "media",
-                                        options_.linkedMediaDir.value_or(preparedDeck.parent_path()), hooks.warn,
+                                        options_.deckFolder.value_or(preparedDeck.parent_path()), hooks.warn,
                                         hooks.cancel);
         } catch (const RenderError& e) {
             if (e.errorCase() != RenderError::Case::missingTool) throw;

@@ -34,7 +34,7 @@ public:
         int workers = 0;  // rasterising processes; 0 = one per core
         bool silentAudio = true;
         std::int64_t minPlausibleMs = 1000;
-        // LibreOffice's limit per attempt; default 120 s plus 1 s per slide.
+        // LibreOffice's time limit; default: grows with the storyboard's pages.
         std::optional<std::chrono::milliseconds> libreOfficeTimeout;
         // When set, the stills that go into the movie are copied here
         // (still-<storyboard page>.tif, see Storyboard::layout), for checks
@@ -46,9 +46,17 @@ public:
         // False: media show their poster (or first) frame and the sound
         // track stays silent, for comparison.
         bool playMedia = true;
-        // Where a relative link to a medium outside the deck points from;
-        // default: the prepared deck's folder.
-        std::optional<std::filesystem::path> linkedMediaDir;
+        // The user's deck's folder: relative links out of the deck point from
+        // it, and a linked file is read only when it lies inside it (unless
+        // allowLinksOutside); default: the prepared deck's folder.
+        std::optional<std::filesystem::path> deckFolder;
+        // Linked local files outside deckFolder are read too (never URLs).
+        bool allowLinksOutside = false;
+        // The deck as the user knows it (its file name), for error messages;
+        // default: the prepared deck's file name.
+        std::string deckName;
+        // The most memory LibreOffice may take (bytes); nothing: no limit.
+        std::optional<std::int64_t> libreOfficeMemoryLimit;
         // False: every change is a cut (the movie of stills), for comparison
         // and for the fastest export.
         bool drawEffects = true;

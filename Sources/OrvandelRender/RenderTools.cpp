@@ -22,6 +22,13 @@ std::string tail(const std::string& text, std::size_t maxChars) {
     return t;
 }
 
+std::vector<std::string> fileInput(const std::filesystem::path& file, bool withOption) {
+    std::vector<std::string> args{"-protocol_whitelist", "file"};
+    if (withOption) args.push_back("-i");
+    args.push_back("file:" + file.string());
+    return args;
+}
+
 std::string lastLine(const std::string& text) {
     std::string t = tail(text, std::string::npos);
     const auto newline = t.find_last_of('\n');

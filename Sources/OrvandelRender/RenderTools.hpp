@@ -1,6 +1,7 @@
 #pragma once
 // Running the renderer's helper programs: a missing program or a failing run
 // becomes a RenderError that names the stage, what happened and what to do.
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -20,6 +21,13 @@ SubprocessResult runTool(const std::string& stage, const std::string& program, c
 
 // The last few hundred characters of a tool's output, trimmed.
 std::string tail(const std::string& text, std::size_t maxChars = 600);
+
+// The arguments that make ffmpeg or ffprobe read `file` as a local file and
+// nothing else: a name that looks like a URL or a protocol ("concat:",
+// "http:") is a file name, and nothing it refers to (a playlist's entries,
+// a reference movie's data) is fetched from anywhere but a local file.
+// For ffmpeg they include "-i"; for ffprobe leave out the "-i".
+std::vector<std::string> fileInput(const std::filesystem::path& file, bool withOption = true);
 
 // Runs work(0) .. work(n - 1) at once, one on the calling thread, and
 // rethrows the first failure when all have ended. A failing work item should

@@ -1,10 +1,13 @@
 #include "RendererChoice.hpp"
 
+#include <algorithm>
+
 #include "DefaultMp4Exporter.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
 #include "Mp4Exporter.hpp"
 #include "SlideTransitions.hpp"
 #include "base/Error.hpp"
+#include "base/SystemMemory.hpp"
 
 namespace orvandel::RendererChoice {
 
@@ -20,15 +23,24 @@ Renderer resolve(Renderer requested) {
     return Mp4Exporter::isPowerPointAvailable() ? Renderer::powerPoint : Renderer::headless;
 }
 
-std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::path& deck, bool drawEffects) {
+std::optional<std::int64_t> defaultMemoryLimit(int exports) {
+    const auto total = SystemMemory::total();
+    if (!total) return std::nullopt;
+    return *total / 2 / std::max(1, exports);
+}
+
+std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::path& deck, const Settings& settings) {
     if (resolve(requested) == Renderer::powerPoint) return std::make_unique<DefaultMp4Exporter>();
     LibreOfficeMp4Exporter::Options options;
-    options.drawEffects = drawEffects;
+    options.drawEffects = settings.drawEffects;
+    options.allowLinksOutside = settings.allowLinksOutside;
+    options.libreOfficeMemoryLimit = settings.maxMemory ? settings.maxMemory : defaultMemoryLimit(1);
     if (!deck.empty()) {
         std::error_code ec;
         const auto absolute = std::filesystem::absolute(deck, ec);
-        options.linkedMediaDir = (ec ? deck : absolute).parent_path();
-        if (drawEffects) {
+        options.deckFolder = (ec ? deck : absolute).parent_path();
+        options.deckName = deck.filename().string();
+        if (settings.drawEffects) {
             try {
                 options.transitions = SlideTransitions::ofDeck(deck);
             } catch (const Error&) {

@@ -2,6 +2,7 @@
 // Which renderer makes the movie, the same for the command line and the app:
 // `automatic` means PowerPoint for Mac where it is installed, the headless
 // renderer everywhere else.
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -19,11 +20,28 @@ std::optional<Renderer> fromName(std::string_view name);
 // The renderer `automatic` stands for on this machine; the others as they are.
 Renderer resolve(Renderer requested);
 
-// deck: the deck to be exported, whose relative links to media outside it
-// point from its folder (the headless renderer plays them); empty: from the
-// prepared copy's folder. drawEffects: the headless movie draws animations
-// and the deck's slide transitions over their durations (false: cuts).
+// How the headless renderer works; PowerPoint takes none of these.
+struct Settings {
+    // Animations and the deck's slide transitions drawn over their durations
+    // (false: cuts).
+    bool drawEffects = true;
+    // Linked local files outside the deck's folder are read too. Never
+    // right on a server that exports decks it did not make; URLs are never
+    // fetched either way.
+    bool allowLinksOutside = false;
+    // The most memory LibreOffice may take, in bytes; nothing: a share of
+    // the machine's (defaultMemoryLimit(1)).
+    std::optional<std::int64_t> maxMemory;
+};
+
+// LibreOffice's share of this machine's memory when `exports` run at once:
+// half of it, split between them; nothing when the memory cannot be read.
+std::optional<std::int64_t> defaultMemoryLimit(int exports);
+
+// deck: the deck to be exported; links out of it point from its folder and
+// stay inside it (the headless renderer plays linked media); empty: the
+// prepared copy's folder.
 std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::path& deck = {},
-                                   bool drawEffects = true);
+                                   const Settings& settings = {});
 
 }  // namespace orvandel::RendererChoice

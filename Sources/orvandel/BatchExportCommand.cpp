@@ -116,8 +116,13 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
     run.source = "orvandel-cli";
     run.pluginVersion = std::string("orvandel-core/") + ORVANDEL_VERSION;
     const auto renderer = *RendererChoice::fromName(options.renderer);
-    run.makeRenderer = [renderer, draw = options.effects == "draw"](const std::filesystem::path& deck) {
-        return RendererChoice::make(renderer, deck, draw);
+    const RendererChoice::Settings settings{
+        .drawEffects = options.effects == "draw",
+        .allowLinksOutside = options.allowLinksOutside,
+        .maxMemory = options.maxMemory.empty() ? RendererChoice::defaultMemoryLimit(run.jobs)
+                                               : parseMemorySize(options.maxMemory, "--max-memory")};
+    run.makeRenderer = [renderer, settings](const std::filesystem::path& deck) {
+        return RendererChoice::make(renderer, deck, settings);
     };
     run.cancel = interrupt.token();
     run.progress = [&](std::size_t i, const std::string& stage, double f) {

@@ -18,6 +18,8 @@ struct BatchExportOptions {
     std::vector<std::string> gif;
     std::string renderer = "auto";
     std::string effects = "draw";  // "draw" or "cut"
+    bool allowLinksOutside = false;
+    std::string maxMemory;  // as --max-memory takes it; empty: a share of the machine's memory per deck
 };
 
 int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::ostream& err);

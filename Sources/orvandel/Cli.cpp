@@ -62,6 +62,30 @@ const CLI::Validator RegularFile(
     },
     "FILE");
 
+std::int64_t parseMemorySize(const std::string& text, const std::string& optionName) {
+    std::size_t digits = 0;
+    while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9') ++digits;
+    std::string unit = text.substr(digits);
+    for (auto& c : unit) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    if (unit.ends_with("IB")) unit.erase(unit.size() - 2);
+    else if (unit.size() == 2 && unit.back() == 'B') unit.pop_back();
+    int shift = -1;
+    if (unit.empty() || unit == "B") shift = 0;
+    else if (unit == "K") shift = 10;
+    else if (unit == "M") shift = 20;
+    else if (unit == "G") shift = 30;
+    else if (unit == "T") shift = 40;
+    const auto number = digits > 0 ? parseInt64(text.substr(0, digits)) : std::nullopt;
+    if (!number || shift < 0 || *number > (std::int64_t{1} << (62 - shift))) {
+        throw CLI::ValidationError(optionName, "expected a size such as 2G, 1500M or 4294967296, got \"" + text + "\"");
+    }
+    const std::int64_t bytes = *number << shift;
+    if (bytes < (std::int64_t{64} << 20)) {
+        throw CLI::ValidationError(optionName, "\"" + text + "\" is too little: LibreOffice needs at least 64M");
+    }
+    return bytes;
+}
+
 void addLargestPartOption(CLI::App& command) {
     command
         .add_option_function<std::int64_t>(

@@ -43,6 +43,12 @@ void checkSlidesExist(const std::map<std::int64_t, std::int64_t>& videoMs,
 // device is a usage error before anything opens it.
 extern const CLI::Validator RegularFile;
 
+// A size in bytes written as a whole number, maybe followed by K, M, G or T
+// (powers of 1024; "KiB", "MB" and lower case are read alike). Throws
+// CLI::ValidationError naming the option for anything else, or for less than
+// 64 MiB (LibreOffice cannot start in less).
+std::int64_t parseMemorySize(const std::string& text, const std::string& optionName);
+
 // Adds --max-part-mib N: the most one text part of a deck may unpack to.
 void addLargestPartOption(CLI::App& command);
 

@@ -35,6 +35,8 @@ struct ExportOptions {
     std::string effects = "draw";
     bool chapters = false;
     bool preview = false;
+    bool allowLinksOutside = false;
+    std::string maxMemory;
 };
 
 std::string joinNumbers(const std::vector<std::int64_t>& v) {
@@ -83,7 +85,12 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");
     std::optional<std::filesystem::path> movie;
     if (!options.mp4.empty()) movie = options.mp4;
-    const auto renderer = RendererChoice::make(*RendererChoice::fromName(options.renderer), deck, options.effects == "draw");
+    const auto renderer = RendererChoice::make(
+        *RendererChoice::fromName(options.renderer), deck,
+        {.drawEffects = options.effects == "draw",
+         .allowLinksOutside = options.allowLinksOutside,
+         .maxMemory = options.maxMemory.empty() ? std::optional<std::int64_t>()
+                                                : parseMemorySize(options.maxMemory, "--max-memory")});
 
     InterruptGuard interrupt;
     ProgressLine line(err);
@@ -147,6 +154,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
 // Several decks, a folder or the batch options make a batch; with a batch, -o
 // and --mp4 (one package, one movie) make no sense.
 int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err) {
+    if (!options.maxMemory.empty()) parseMemorySize(options.maxMemory, "--max-memory");  // a usage error first
     const bool batch = options.decks.size() > 1 || std::filesystem::is_directory(options.decks.front()) ||
                        !options.outDir.empty() || !options.shard.empty() || options.json || options.jobs > 0;
     if (batch) {
@@ -161,7 +169,8 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
                                        "--shard, --json) does not take it");
         }
         return runBatchExport({options.decks, options.outDir, options.jobs, options.shard, options.json,
-                               options.video, options.gif, options.renderer, options.effects},
+                               options.video, options.gif, options.renderer, options.effects,
+                               options.allowLinksOutside, options.maxMemory},
                               out, err);
     }
     if (const std::string problem = RegularFile(options.decks.front()); !problem.empty()) {
@@ -205,6 +214,15 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
                     "how the headless movie shows animations and slide transitions: draw (default) animates them "
                     "over their durations; cut switches at once (faster)")
         ->check(CLI::IsMember({"cut", "draw"}));
+    cmd->add_flag("--allow-links-outside", options->allowLinksOutside,
+                  "also read linked pictures and media that lie outside the deck's folder (by default they keep "
+                  "their poster and a warning says so). Unsafe on a server that exports decks sent by others: a "
+                  "deck could then put any file the server can read into its movie. URLs are never fetched");
+    cmd->add_option("--max-memory", options->maxMemory,
+                    "the most memory LibreOffice may take while it draws the slides, as bytes or with K, M or G "
+                    "(2G, 1500M); beyond it the export stops with an error (default: half the machine's memory, "
+                    "shared among the decks of a batch)")
+        ->type_name("SIZE");
     cmd->add_flag("--chapters", options->chapters,
                   "put one chapter per visible slide, titled with the slide's title, into the movie (players such "
                   "as VLC and mpv list them); needs ffmpeg");

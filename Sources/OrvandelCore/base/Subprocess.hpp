@@ -5,6 +5,7 @@
 // and block the child). An optional time limit and cancellation token kill the
 // whole process group, so grandchildren go too.
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -33,6 +34,9 @@ struct SubprocessOptions {
     // with EPIPE and the writer must return. Its exception is rethrown by run()
     // after the child has been reaped.
     std::function<void(int fd)> standardInput;
+    // The most resident memory the child and everything it starts may hold
+    // together, in bytes; beyond it the whole group is killed.
+    std::optional<std::int64_t> memoryLimit;
 };
 
 struct SubprocessResult {
@@ -40,10 +44,11 @@ struct SubprocessResult {
     int termSignal = 0;      // signal number when it was killed by a signal
     bool timedOut = false;   // killed because the time limit passed
     bool cancelled = false;  // killed because the token was cancelled
+    bool memoryExceeded = false;  // killed because it went over memoryLimit
     std::string standardOutput;
     std::string standardError;
 
-    bool succeeded() const { return termSignal == 0 && exitStatus == 0 && !timedOut && !cancelled; }
+    bool succeeded() const { return termSignal == 0 && exitStatus == 0 && !timedOut && !cancelled && !memoryExceeded; }
 };
 
 namespace Subprocess {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <fstream>
 #include <map>
 #include <mutex>
 #include <set>
@@ -12,6 +11,7 @@
 
 #include "base/Error.hpp"
 #include "base/Numbers.hpp"
+#include "base/SystemMemory.hpp"
 #include "package/OrvExporter.hpp"
 
 namespace orvandel::BatchExport {
@@ -21,18 +21,6 @@ namespace {
 bool isDeck(const std::filesystem::path& path) {
     const auto ext = path.extension().string();
     return ext == ".pptx" || ext == ".ppsx" || ext == ".potx";
-}
-
-// MemAvailable from /proc/meminfo, in bytes; nothing when it cannot be read.
-std::optional<std::int64_t> memoryAvailable() {
-    std::ifstream meminfo("/proc/meminfo");
-    std::string key;
-    std::int64_t kib = 0;
-    std::string unit;
-    while (meminfo >> key >> kib >> unit) {
-        if (key == "MemAvailable:") return kib * 1024;
-    }
-    return std::nullopt;
 }
 
 }  // namespace
@@ -83,7 +71,7 @@ int defaultJobs() {
     const auto cores = static_cast<std::int64_t>(std::thread::hardware_concurrency());
     const std::int64_t byCores = std::max<std::int64_t>(1, cores / 2);
     const std::int64_t perExport = std::int64_t{1} << 30;
-    const auto memory = memoryAvailable();
+    const auto memory = SystemMemory::available();
     const std::int64_t byMemory = memory ? std::max<std::int64_t>(1, *memory / perExport) : byCores;
     return static_cast<int>(std::min(byCores, byMemory));
 }
