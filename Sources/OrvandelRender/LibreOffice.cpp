@@ -1,5 +1,6 @@
 #include "LibreOffice.hpp"
 
+#include <algorithm>
 #include <system_error>
 
 #include "RenderError.hpp"
@@ -48,6 +49,17 @@ std::string fontConfiguration(const std::filesystem::path& cacheDir) {
     return conf;
 }
 
+std::chrono::milliseconds timeLimit(std::int64_t pages) {
+    return std::chrono::milliseconds(120'000 + 1'000 * std::max<std::int64_t>(0, pages));
+}
+
+std::string memorySize(std::int64_t bytes) {
+    constexpr std::int64_t kMiB = std::int64_t{1} << 20, kGiB = std::int64_t{1} << 30;
+    if (bytes < kGiB) return std::to_string((bytes + kMiB / 2) / kMiB) + " MiB";
+    const std::int64_t tenths = (bytes / (kGiB / 1024) * 10 + 512) / 1024;  // of a GiB, rounded
+    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " GiB";
+}
+
 std::filesystem::path convert(const std::filesystem::path& input, const std::string& convertTo,
                               const std::string& outputExtension, const std::filesystem::path& outDir,
                               const ConvertOptions& options) {
@@ -57,6 +69,7 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
                           std::string(kStage) + ": soffice was not found on PATH. Install LibreOffice "
                           "(Debian package libreoffice-impress-nogui, or run scripts/install-deps.sh) and try again.");
     }
+    const std::string deck = options.deckName.empty() ? input.filename().string() : options.deckName;
     std::error_code ec;
     std::filesystem::create_directories(options.workDir, ec);
     std::filesystem::create_directories(outDir, ec);
@@ -64,10 +77,13 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
     writeFile(fontsConf, fontConfiguration(options.workDir / "fontconfig-cache"));
 
     const auto output = outDir / (input.stem().string() + "." + outputExtension);
-    std::string lastError;
-    for (int attempt = 1; attempt <= 2; ++attempt) {
+    const auto seconds = std::to_string((options.timeout.count() + 999) / 1000);
+    for (int attempt = 1;; ++attempt) {
         const auto profile = options.workDir / ("lo-profile-" + std::to_string(attempt));
         std::filesystem::remove(output, ec);
+        // LibreOffice says "convert <input> -> <output>" once it has loaded
+        // the deck; until then a hang is its own start, not the deck.
+        bool loaded = false;
         SubprocessResult r;
         try {
             r = Subprocess::run(
@@ -80,7 +96,11 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
                                  // the scratch folder, which goes however the render ends
                                  "TMPDIR=" + options.workDir.string()},
                  .timeout = options.timeout,
-                 .cancel = options.cancel});
+                 .cancel = options.cancel,
+                 .onStandardOutput = [&](std::string_view chunk) {
+                     if (chunk.find("convert ") != std::string_view::npos) loaded = true;
+                 },
+                 .memoryLimit = options.memoryLimit});
         } catch (const LaunchError& e) {
             throw RenderError(RenderError::Case::missingTool, kStage,
                               std::string(kStage) + ": " + e.what() +
@@ -89,10 +109,21 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
         }
         std::filesystem::remove_all(profile, ec);
         if (r.cancelled) throw CancelledError();
+        if (r.memoryExceeded) {
+            throw RenderError(RenderError::Case::tooLarge, kStage,
+                              std::string(kStage) + ": LibreOffice needed more than " +
+                                  memorySize(*options.memoryLimit) + ", its memory limit, for " + deck +
+                                  ", and was stopped. Split the deck into smaller ones, or allow more memory "
+                                  "with --max-memory.");
+        }
+        if (r.timedOut && !loaded && attempt == 1) continue;  // a hang at start: once more, fresh profile
         if (r.timedOut) {
-            lastError = "LibreOffice did not finish within " +
-                        std::to_string(options.timeout.count() / 1000) + " s";
-            continue;  // a hang: once more with a fresh profile
+            throw RenderError(RenderError::Case::timedOut, kStage,
+                              std::string(kStage) + ": LibreOffice did not finish " + deck + " within " + seconds +
+                                  " s, its time limit, and was stopped" +
+                                  (loaded ? "" : " (twice: the second time with a fresh profile)") +
+                                  ". Close other LibreOffice windows and try again, split the deck into smaller "
+                                  "ones, or pass a movie you rendered yourself with --mp4.");
         }
         if (std::filesystem::is_regular_file(output, ec) && std::filesystem::file_size(output, ec) > 0) {
             return output;
@@ -100,15 +131,11 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
         std::string detail = RenderTools::tail(r.standardError);
         if (detail.empty()) detail = RenderTools::tail(r.standardOutput);
         throw RenderError(RenderError::Case::toolFailed, kStage,
-                          std::string(kStage) + ": soffice (exit status " + std::to_string(r.exitStatus) +
-                              ") wrote no " + outputExtension + " for " + input.filename().string() +
+                          std::string(kStage) + ": LibreOffice (exit status " + std::to_string(r.exitStatus) +
+                              ") wrote no " + outputExtension + " for " + deck +
                               (detail.empty() ? "" : ": " + detail) +
                               ". Check that the deck opens in LibreOffice Impress.");
     }
-    throw RenderError(RenderError::Case::timedOut, kStage,
-                      std::string(kStage) + ": " + lastError + " on " + input.filename().string() +
-                          ", twice (the second time with a fresh profile). Close other LibreOffice "
-                          "windows and try again, or pass a movie you rendered yourself with --mp4.");
 }
 
 }  // namespace orvandel::LibreOffice

@@ -2,10 +2,14 @@
 // The one way this project runs LibreOffice, in the product and in tests:
 // soffice found on PATH, a private profile per run (two runs sharing a
 // profile fail silently), a font configuration that maps the usual Office
-// fonts to their metric-compatible free twins, a time limit that kills the
-// whole process group, one retry with a fresh profile after a hang, and a
-// check that the expected output exists. Failures throw RenderError.
+// fonts to their metric-compatible free twins, a time limit and a memory
+// limit that kill the whole process group, and a check that the expected
+// output exists. A run that hangs before it has loaded the deck is tried
+// once more with a fresh profile; one that runs out of time or memory on
+// the deck itself is not (it would fail the same way). Failures throw
+// RenderError naming the deck and the limit.
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -19,6 +23,10 @@ struct ConvertOptions {
     std::filesystem::path workDir;
     std::chrono::milliseconds timeout{120'000};
     std::optional<CancellationToken> cancel;
+    // The most resident memory LibreOffice may take, in bytes.
+    std::optional<std::int64_t> memoryLimit;
+    // The deck as the user knows it, for messages; default: input's file name.
+    std::string deckName;
 };
 
 // soffice on PATH, or nothing.
@@ -31,6 +39,13 @@ std::optional<std::filesystem::path> findSoffice();
 std::filesystem::path convert(const std::filesystem::path& input, const std::string& convertTo,
                               const std::string& outputExtension, const std::filesystem::path& outDir,
                               const ConvertOptions& options);
+
+// LibreOffice's time limit for a deck of `pages` pages: two minutes, and
+// a second more per page.
+std::chrono::milliseconds timeLimit(std::int64_t pages);
+
+// "512 MiB", "2.5 GiB": a memory size as a person reads it.
+std::string memorySize(std::int64_t bytes);
 
 // The fontconfig file text used for every run (exposed for tests).
 std::string fontConfiguration(const std::filesystem::path& cacheDir);

@@ -84,21 +84,26 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
         Storyboard::write(preparedDeck, plan, storyboard, deckToDraw);
     }
     const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
-    const auto pdf = LibreOffice::convert(
-        deckToDraw, kPdfFilter, "pdf", scratch.path() / "pdf",
-        {.workDir = scratch.path() / "lo",
-         .timeout = options_.libreOfficeTimeout.value_or(std::chrono::milliseconds(120'000 + 1'000 * pageTotal)),
-         .cancel = hooks.cancel});
+    const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;
+    const auto pdf = LibreOffice::convert(deckToDraw, kPdfFilter, "pdf", scratch.path() / "pdf",
+                                          {.workDir = scratch.path() / "lo",
+                                           .timeout = options_.libreOfficeTimeout.value_or(
+                                               LibreOffice::timeLimit(pageTotal)),
+                                           .cancel = hooks.cancel,
+                                           .memoryLimit = options_.libreOfficeMemoryLimit,
+                                           .deckName = deckName});
     hooks.report(kStagePdf, 1);
 
+    // LibreOffice can leave out pages it cannot draw and still succeed: every
+    // page is accounted for before any is drawn.
     const int pageCount = PageRasterizer::pageCount(pdf, hooks.cancel);
     if (pageCount != pageTotal) {
         throw RenderError(RenderError::Case::badOutput, kStagePdf,
                           std::string(kStagePdf) + ": LibreOffice made " + std::to_string(pageCount) +
-                              " pages from a deck of " + std::to_string(pageTotal) +
-                              " slides, so pages cannot be matched to slides. Open the deck in LibreOffice "
-                              "Impress to see which slides it cannot read, or pass a movie you rendered "
-                              "yourself with --mp4.");
+                              " pages of " + deckName + " where " + std::to_string(pageTotal) +
+                              " were asked for, so pages cannot be matched to slides. Open the deck in "
+                              "LibreOffice Impress to see which slides it cannot read, or pass a movie you "
+                              "rendered yourself with --mp4.");
     }
 
     const int workers = options_.workers > 0 ? options_.workers

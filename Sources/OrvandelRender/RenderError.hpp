@@ -9,7 +9,8 @@ namespace orvandel {
 
 class RenderError : public Error {
 public:
-    enum class Case { missingTool, toolFailed, timedOut, badOutput, badDeck };
+    // tooLarge: the deck needs more memory than the renderer may take.
+    enum class Case { missingTool, toolFailed, timedOut, badOutput, badDeck, tooLarge };
 
     // cause: what the tool or the system said, when it said something.
     RenderError(Case c, std::string stage, const std::string& description, std::string cause = {},

@@ -10,6 +10,7 @@
 #include "RenderError.hpp"
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
+#include "base/Subprocess.hpp"
 #include "render/Mp4Duration.hpp"
 
 using namespace orvandel;
@@ -42,31 +43,69 @@ TEST(LibreOfficeMp4ExporterTest, TwoRendersAtOnceBothLastTheirPlan) {
     EXPECT_EQ(Mp4Duration::measureMs(dir / "b" / "other.mp4"), 3000);
 }
 
-TEST(LibreOfficeMp4ExporterTest, HangingOrMissingLibreOfficeEndsInAClearErrorAndLeavesNothing) {
+// A PDF of one blank page, its cross-reference table at the right offsets.
+std::string onePagePdf() {
+    const std::vector<std::string> objects{
+        "<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 320 180] >>"};
+    std::string pdf = "%PDF-1.4\n";
+    std::string xref = "xref\n0 4\n0000000000 65535 f \n";
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        const std::string offset = std::to_string(pdf.size());
+        xref += std::string(10 - offset.size(), '0') + offset + " 00000 n \n";
+        pdf += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
+    }
+    const std::string start = std::to_string(pdf.size());
+    return pdf + xref + "trailer\n<< /Size 4 /Root 1 0 R >>\nstartxref\n" + start + "\n%%EOF\n";
+}
+
+TEST(LibreOfficeMp4ExporterTest, LibreOfficeThatHangsFailsOrFallsShortEndsInAClearErrorAndLeavesNothing) {
     if (test::slowTestsSkipped()) GTEST_SKIP() << "slow";
+    if (!Subprocess::findOnPath("pdfinfo")) GTEST_SKIP() << "needs poppler";
     test::TempDir dir;
-    writeDeck(dir / "prepared.pptx", {1500});
+    writeDeck(dir / "prepared.pptx", {1500, 1500});
+    writeFile(dir / "one-page.pdf", onePagePdf());
     std::filesystem::create_directories(dir / "bin");
     const auto pids = dir / "pids";
-    writeFile(dir / "bin" / "soffice", "#!/bin/sh\necho $$ >> '" + pids.string() + "'\nsleep 300\n");
-    std::filesystem::permissions(dir / "bin" / "soffice", std::filesystem::perms::owner_all);
-    {
+    // Each fake notes its pid, finds where the PDF goes, then does one thing.
+    const std::string prologue = "#!/bin/sh\necho $$ >> '" + pids.string() +
+                                 "'\nwhile [ $# -gt 1 ]; do [ \"$1\" = --outdir ] && out=$2; shift; done\n"
+                                 "pdf=\"$out/$(basename \"$1\" .pptx).pdf\"\n";
+    const struct {
+        const char* does;
+        std::string script;
+        RenderError::Case error;
+        int attempts;
+        const char* says;
+    } cases[] = {
+        {"hangs before it loads the deck", "sleep 300\n", RenderError::Case::timedOut, 2, "twice"},
+        {"hangs on the deck", "echo \"convert $1 -> $pdf using filter : pdf\"\nsleep 300\n",
+         RenderError::Case::timedOut, 1, "did not finish aula.pptx within 1 s"},
+        {"exits 0 without a PDF", "exit 0\n", RenderError::Case::toolFailed, 1, "wrote no pdf for aula.pptx"},
+        {"writes fewer pages", "cp '" + (dir / "one-page.pdf").string() + "' \"$pdf\"\n",
+         RenderError::Case::badOutput, 1, "made 1 pages of aula.pptx where 2"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.does);
+        writeFile(dir / "bin" / "soffice", prologue + c.script);
+        std::filesystem::permissions(dir / "bin" / "soffice", std::filesystem::perms::owner_all);
+        std::filesystem::remove(pids);
         const char* oldPath = std::getenv("PATH");
         const test::ScopedEnv path{{{"PATH", (dir / "bin").string() + ":" + (oldPath ? oldPath : "")}}};
         LibreOfficeMp4Exporter::Options options;
         options.libreOfficeTimeout = std::chrono::milliseconds(700);
+        options.deckName = "aula.pptx";
         const auto e = test::thrown<RenderError>(
             [&] { LibreOfficeMp4Exporter(options).export_(dir / "prepared.pptx", dir / "master.mp4", {}); });
-        EXPECT_EQ(e.errorCase(), RenderError::Case::timedOut);
-        EXPECT_NE(std::string(e.what()).find("twice"), std::string::npos) << e.what();
+        EXPECT_EQ(e.errorCase(), c.error) << e.what();
+        EXPECT_NE(std::string(e.what()).find(c.says), std::string::npos) << e.what();
+        std::istringstream started(toString(readFile(pids)));
+        int attempts = 0;
+        for (int pid; started >> pid; ++attempts) EXPECT_FALSE(test::isRunning(pid)) << "soffice " << pid;
+        EXPECT_EQ(attempts, c.attempts);
+        EXPECT_TRUE(test::entriesNamed(dir.path(), ".render-").empty());
+        EXPECT_FALSE(std::filesystem::exists(dir / "master.mp4"));
     }
-    // Both attempts ran, and neither is still running.
-    std::istringstream started(toString(readFile(pids)));
-    int attempts = 0;
-    for (int pid; started >> pid; ++attempts) EXPECT_FALSE(test::isRunning(pid)) << "soffice " << pid;
-    EXPECT_EQ(attempts, 2);
-    EXPECT_TRUE(test::entriesNamed(dir.path(), ".render-").empty());
-    EXPECT_FALSE(std::filesystem::exists(dir / "master.mp4"));
 
     std::filesystem::create_directories(dir / "empty-bin");
     const test::ScopedEnv nothing{{{"PATH", (dir / "empty-bin").string()}}};

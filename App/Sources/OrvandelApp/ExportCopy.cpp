@@ -100,6 +100,10 @@ QString renderErrorText(const RenderError& error) {
             return QStringLiteral("A cópia da apresentação preparada para o vídeo não pôde ser lida. Exporte de "
                                   "novo.") +
                    kSupport;
+        case RenderError::Case::tooLarge:
+            return QStringLiteral("A apresentação precisa de mais memória do que este computador pode dar ao "
+                                  "LibreOffice para gerar o vídeo. Divida-a em apresentações menores e exporte "
+                                  "cada uma.");
     }
     return generic(Renderer::headless);
 }
