@@ -7,6 +7,7 @@
 #include "base/AtomicFolder.hpp"
 #include "base/Bytes.hpp"
 #include "container/PptxArchive.hpp"
+#include "package/PackagedMovie.hpp"
 
 namespace orvandel::PreviewPage {
 
@@ -293,6 +294,7 @@ std::string html(const LessonPackage::Lesson& lesson) {
 
 void write(const fs::path& orv, const fs::path& folder, const RenderHooks& hooks) {
     const auto lesson = LessonPackage::read(orv);
+    PackagedMovie::check(orv, static_cast<double>(lesson.masterVideoDurationMs) / 1000);
     PptxArchive::Deck package(orv);
     AtomicFolder::replace(
         folder,

@@ -42,9 +42,11 @@ std::string html(const LessonPackage::Lesson& lesson);
 // Reads the package and writes the folder whole (see AtomicFolder): a
 // failure or a cancel leaves no half folder and an older preview as it was.
 // An existing folder is replaced only when it is empty or an earlier
-// preview; anything else throws PreviewError. Throws what reading the
-// package throws (ManifestReader's errors, ArchiveError), FileError and
-// CancelledError. hooks.progress hears the copy of the movie.
+// preview; anything else throws PreviewError. The movie is checked first
+// (PackagedMovie::check). Throws what reading the package throws
+// (ManifestReader's errors, ArchiveError, PackagedMovie::MovieError),
+// FileError and CancelledError. hooks.progress hears the copy of
+// the movie.
 void write(const std::filesystem::path& orv, const std::filesystem::path& folder, const RenderHooks& hooks = {});
 
 }  // namespace orvandel::PreviewPage
