@@ -46,6 +46,8 @@ TEST(HostileInputTest, AnOutputThatIsAnInputOrNotAFileIsRefusedAndNothingIsTouch
     fs::copy_file(deck, box.dir / "aula.orv");
     fs::create_symlink(deck, box.dir / "link.orv");
     fs::create_directories(box.dir / "folder.orv");
+    fs::create_directories(box.dir / "p-preview");
+    writeFile(box.dir / "p-preview" / "mine.txt", std::string("the user's"));
     const Bytes deckBytes = readFile(deck), movieBytes = readFile(box.dir / "m.mp4");
 
     struct Case {
@@ -61,6 +63,7 @@ TEST(HostileInputTest, AnOutputThatIsAnInputOrNotAFileIsRefusedAndNothingIsTouch
         {{"export", "d.pptx", "-o", "folder.orv", "--mp4", "m.mp4"}, "not a regular file"},
         {{"prepare", "d.pptx", "-o", "d.pptx"}, "the input file itself"},
         {{"export", "d.pptx", "-o", "missing/x.orv", "--mp4", "m.mp4"}, "(No such file or directory)"},
+        {{"export", "d.pptx", "-o", "p.orv", "--mp4", "m.mp4", "--preview"}, "other than an earlier preview"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args[3]);
@@ -73,6 +76,7 @@ TEST(HostileInputTest, AnOutputThatIsAnInputOrNotAFileIsRefusedAndNothingIsTouch
         EXPECT_TRUE(entriesNamed(box.dir.path(), ".tmp-").empty());
         EXPECT_TRUE(fs::is_empty(box.tmp));
     }
+    EXPECT_FALSE(fs::exists(box.dir / "p.orv"));
 
     // A package that is replaced keeps its permissions; a new one follows the umask.
     writeFile(box.dir / "old.orv", std::string("old"));
