@@ -60,6 +60,7 @@ private:
     // Only open containers are held: a value added to an array never moves
     // one of them (the containers it holds are closed already).
     Json* place(Json value) {
+        if (++values_ > ManifestReader::kMostManifestValues) throw DecodeError::tooManyValues();
         if (open_.empty()) {
             root_ = std::move(value);
             return &root_;
@@ -75,6 +76,7 @@ private:
     }
 
     Json& root_;
+    std::int64_t values_ = 0;
     std::vector<Json*> open_;
     std::string key_;
 };

@@ -1,5 +1,6 @@
 #include "package/ManifestReader.hpp"
 
+#include "base/Numbers.hpp"
 #include "container/PptxArchive.hpp"
 
 #include <nlohmann/json.hpp>
@@ -107,6 +108,12 @@ DecodeError DecodeError::tooDeep() {
     return DecodeError(Case::tooDeep, std::string(kManifest) + " nests arrays and objects more than " +
                                           std::to_string(kDeepestManifest) +
                                           " deep; the package is damaged or was made to exhaust memory");
+}
+
+DecodeError DecodeError::tooManyValues() {
+    return DecodeError(Case::tooManyValues, std::string(kManifest) + " holds more than " +
+                                                formatInt(kMostManifestValues) +
+                                                " values; the package is damaged or was made to exhaust memory");
 }
 
 Probe decode(const std::string& manifestJson) {

@@ -44,22 +44,30 @@ private:
 // deck with eleven cues a slide and 10,000 characters of notes on every slide
 // takes 11.5 MiB (1.4 of them cues); 32 MiB leaves room for more and bounds
 // the memory a hostile package costs. Its arrays and objects nest 3 deep;
-// 16 leaves room for a later format.
+// 16 leaves room for a later format. A cue takes six values, a note one:
+// that deck's manifest holds 67,000, one of 1,000 slides of 50 bullets
+// 307,000. The bound on values bounds what a reader that builds the whole
+// document keeps, which the text's size alone does not: 32 MiB of "{}," is
+// 11 million objects.
 inline constexpr std::int64_t kLargestManifest = std::int64_t{32} << 20;
 inline constexpr std::size_t kDeepestManifest = 16;
+inline constexpr std::int64_t kMostManifestValues = 1'000'000;
 
 // The manifest text is not JSON (what() is the JSON parser's own message), or
 // lacks one of the two keys, or holds a value of the wrong type there
 // (malformed); or it is larger than kLargestManifest (tooLarge, refused
-// before it is read) or nests deeper than kDeepestManifest (tooDeep, refused
-// on the first container too deep).
+// before it is read), nests deeper than kDeepestManifest (tooDeep, refused
+// on the first container too deep) or holds more than kMostManifestValues
+// values (tooManyValues, refused on the first one too many, by a reader that
+// keeps them).
 class DecodeError : public Error {
 public:
-    enum class Case { malformed, tooLarge, tooDeep };
+    enum class Case { malformed, tooLarge, tooDeep, tooManyValues };
 
     explicit DecodeError(const std::string& message) : DecodeError(Case::malformed, message) {}
     static DecodeError tooLarge(std::int64_t bytes);
     static DecodeError tooDeep();
+    static DecodeError tooManyValues();
 
     Case errorCase() const { return case_; }
 

@@ -76,7 +76,8 @@ TEST(ManifestReaderTest, RejectsManifestsWithoutTheTwoFacts) {
 }
 
 // A hostile manifest costs neither memory nor time: one too deep is refused
-// at its first container past the bound, one too large before it is read.
+// at its first container past the bound, one too large before it is read,
+// one of too many values at the first one too many.
 TEST(ManifestReaderTest, RefusesManifestsTooDeepOrTooLarge) {
     using ManifestReader::DecodeError;
     using ManifestReader::kDeepestManifest;
@@ -102,4 +103,11 @@ TEST(ManifestReaderTest, RefusesManifestsTooDeepOrTooLarge) {
         // The entry's inflated bytes would not bear out the size it declares: a read would fail otherwise.
         EXPECT_EQ(thrown<DecodeError>([&] { read(tooLarge); }).errorCase(), DecodeError::Case::tooLarge);
     }
+
+    // The reader that keeps the document keeps a bounded number of values.
+    std::string many = lesson + "[0";
+    for (std::int64_t i = 0; i < ManifestReader::kMostManifestValues; ++i) many += ",0";
+    many += "]}";
+    EXPECT_EQ(thrown<DecodeError>([&] { LessonPackage::decode(many); }).errorCase(), DecodeError::Case::tooManyValues);
+    EXPECT_NO_THROW(ManifestReader::decode(many));
 }
