@@ -92,9 +92,10 @@ int main(int argc, char** argv) {
     const auto report = [&](const std::string& label, const std::vector<std::string>& args) {
         for (const auto& [name, binary] : builds) {
             const Run run = measure(binary, args);
+            const std::string outcome =
+                run.status == 0 ? "ok" : "exit " + std::to_string(run.status) + ": " + run.firstError;
             std::printf("%-20s %-8s %-10s %12s %10s  %s\n", label.c_str(), args.front().c_str(), name.c_str(),
-                        run.peak.c_str(), run.wall.c_str(),
-                        run.status == 0 ? "ok" : ("exit " + std::to_string(run.status) + ": " + run.firstError).c_str());
+                        run.peak.c_str(), run.wall.c_str(), outcome.c_str());
         }
     };
     for (const auto& [label, deck] : decks) {

@@ -175,15 +175,17 @@ TEST(HostileInputTest, AReadOnlyFolderIsRefusedBeforeTheRender) {
     DeckBuilder().addSlide(slideXml()).write(box.dir / "d.pptx");
     writeFile(box.dir / "m.mp4", craftedMovie(1000, 1500));
     const std::string readOnly = "mount --bind ro ro && mount -o remount,bind,ro ro && ! touch ro/x 2>/dev/null";
-    if (!haveProgram("unshare") ||
-        Subprocess::run({"unshare", "-m", "sh", "-c", readOnly}, {.workingDirectory = box.dir.path()}).exitStatus != 0) {
+    const auto inReadOnly = [&](const std::string& then) {
+        return Subprocess::run({"unshare", "-m", "sh", "-c", readOnly + then, cliPath().string()},
+                               {.environment = {"TMPDIR=" + box.tmp.string()}, .workingDirectory = box.dir.path()});
+    };
+    if (!haveProgram("unshare") || inReadOnly("").exitStatus != 0) {
         GTEST_SKIP() << "needs a private mount namespace (unshare -m)";
     }
-    const auto r = Subprocess::run({"unshare", "-m", "sh", "-c", readOnly + " && exec \"$0\" export d.pptx --mp4 m.mp4 -o ro/d.orv",
-                                    cliPath().string()},
-                                   {.environment = {"TMPDIR=" + box.tmp.string()}, .workingDirectory = box.dir.path()});
+    const auto r = inReadOnly(" && exec \"$0\" export d.pptx --mp4 m.mp4 -o ro/d.orv");
     EXPECT_EQ(r.exitStatus, 1);
-    EXPECT_NE(r.standardError.find("no file can be created in the folder ro (Read-only file system)"), std::string::npos)
+    EXPECT_NE(r.standardError.find("no file can be created in the folder ro (Read-only file system)"),
+              std::string::npos)
         << r.standardError;
     EXPECT_TRUE(fs::is_empty(box.dir / "ro"));
 }

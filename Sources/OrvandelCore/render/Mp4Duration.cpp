@@ -241,6 +241,33 @@ MovieHeader movieHeader(const MovieFile& file) {
     return {*moov, time.timescale, *ms};
 }
 
+// How long a track shows, from its header ('tkhd'): version(1) flags(3),
+// creation and modification times, track id, 4 reserved bytes, then the
+// duration in the movie's time scale; 32-bit fields in version 0, 64-bit
+// times and duration in version 1.
+std::int64_t trackMs(const MovieFile& file, const Box& tkhd, std::uint32_t movieTimescale) {
+    unsigned char body[36] = {};
+    file.readPayload(tkhd, body, 1, "track header ('tkhd')");
+    const int version = body[0];
+    if (version > 1) file.fail("unsupported track header ('tkhd') version " + std::to_string(version));
+    file.readPayload(tkhd, body, version == 0 ? 24 : 36, "track header ('tkhd')");
+    const auto ms = unitsToMs(version == 0 ? be32(body + 20) : be64(body + 28), movieTimescale);
+    if (!ms) file.fail("duration of the video track out of range");
+    return *ms;
+}
+
+// The number of samples in a sample table ('stbl'): both sample size boxes
+// hold it after version, flags and 4 bytes.
+std::int64_t sampleCount(const MovieFile& file, const Box& stbl) {
+    const std::int64_t begin = stbl.offset + stbl.headerSize, end = stbl.offset + stbl.size;
+    auto sizes = file.find("stsz", begin, end, " inside 'stbl'");
+    if (!sizes) sizes = file.find("stz2", begin, end, " inside 'stbl'");
+    if (!sizes) file.fail("no sample sizes ('stsz') inside 'stbl'");
+    unsigned char body[12];
+    file.readPayload(*sizes, body, sizeof body, "sample sizes ('" + sizes->type + "')");
+    return be32(body + 8);
+}
+
 // The first track of the movie whose handler is 'vide'.
 std::optional<VideoTrack> videoTrack(const MovieFile& file, const MovieHeader& movie) {
     const Box& moov = movie.moov;
@@ -254,37 +281,18 @@ std::optional<VideoTrack> videoTrack(const MovieFile& file, const MovieHeader& m
         if (std::memcmp(handler + 8, "vide", 4) != 0) continue;
 
         VideoTrack video;
-        // version(1) flags(3), creation and modification times, track id,
-        // 4 reserved bytes, then the duration: 32-bit fields in version 0,
-        // 64-bit times and duration in version 1.
-        const Box tkhd = file.child(*trak, "tkhd");
-        unsigned char body[36] = {};
-        file.readPayload(tkhd, body, 1, "track header ('tkhd')");
-        const int version = body[0];
-        if (version > 1) file.fail("unsupported track header ('tkhd') version " + std::to_string(version));
-        file.readPayload(tkhd, body, version == 0 ? 24 : 36, "track header ('tkhd')");
-        const auto shown = unitsToMs(version == 0 ? be32(body + 20) : be64(body + 28), movie.timescale);
-        if (!shown) file.fail("duration of the video track out of range");
-        video.durationMs = *shown;
-
+        video.durationMs = trackMs(file, file.child(*trak, "tkhd"), movie.timescale);
+        video.frames = sampleCount(file, file.child(file.child(mdia, "minf"), "stbl"));
         const HeaderTime media = headerTime(file, file.child(mdia, "mdhd"), "media header ('mdhd')");
         const auto mediaMs = unitsToMs(media.indefinite ? 0 : media.duration, media.timescale);
         if (!mediaMs) file.fail("duration of the video track's media out of range");
-
-        // Both sample size boxes hold the count after version, flags and 4 bytes.
-        const Box stbl = file.child(file.child(mdia, "minf"), "stbl");
-        auto sizes = file.find("stsz", stbl.offset + stbl.headerSize, stbl.offset + stbl.size, " inside 'stbl'");
-        if (!sizes) sizes = file.find("stz2", stbl.offset + stbl.headerSize, stbl.offset + stbl.size, " inside 'stbl'");
-        if (!sizes) file.fail("no sample sizes ('stsz') inside 'stbl'");
-        unsigned char count[12];
-        file.readPayload(*sizes, count, sizeof count, "sample sizes ('" + sizes->type + "')");
-        video.frames = be32(count + 8);
-        if (video.frames > 0) video.meanFrameMs = std::max<std::int64_t>(1, (*mediaMs + video.frames - 1) / video.frames);
+        if (video.frames > 0) {
+            video.meanFrameMs = std::max<std::int64_t>(1, (*mediaMs + video.frames - 1) / video.frames);
+        }
         return video;
     }
     return std::nullopt;
 }
-
 
 }  // namespace
 
