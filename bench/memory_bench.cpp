@@ -1,6 +1,8 @@
 // Peak memory of the command line on decks with large parts: the largest
 // corpus deck, a deck whose slide unpacks to 200 MB, and one whose slide
-// unpacks to 4 GiB (refused). Each `scan` and `prepare` runs under
+// unpacks to 4 GiB (refused); and on packages whose manifest is made to
+// exhaust memory: 5 MB of "[", and 32 MiB of "{}," as cues. Each `scan` and
+// `prepare` of a deck, `probe` and `preview` of a package, runs under
 // /usr/bin/time -v; with --baseline PATH another build of the command line
 // runs beside it, so that before and after come from the same machine and run.
 //
@@ -13,8 +15,10 @@
 #include <vector>
 
 #include "BenchDecks.hpp"
+#include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
 #include "base/TemporaryDirectory.hpp"
+#include "container/ZipArchive.hpp"
 
 using namespace orvandel;
 
@@ -71,20 +75,36 @@ int main(int argc, char** argv) {
     test::writeHugeSlideDeck(dir / "slide-4GiB.pptx", 0xFFFFFFFEull);
     decks.emplace_back("4 GiB slide", dir / "slide-4GiB.pptx");
 
-    std::printf("%-20s %-8s %-10s %12s %10s  %s\n", "deck", "command", "build", "peak RSS", "wall", "outcome");
-    for (const auto& [label, deck] : decks) {
-        for (const std::string command : {"scan", "prepare"}) {
-            std::vector<std::string> args{command, deck.string()};
-            if (command == "prepare") args.insert(args.end(), {"-o", (dir / "prepared.pptx").string()});
-            std::vector<std::pair<std::string, std::filesystem::path>> builds{{"this", cli}};
-            if (baseline) builds.emplace_back("baseline", *baseline);
-            for (const auto& [name, binary] : builds) {
-                const Run run = measure(binary, args);
-                std::printf("%-20s %-8s %-10s %12s %10s  %s\n", label.c_str(), command.c_str(), name.c_str(),
-                            run.peak.c_str(), run.wall.c_str(),
-                            run.status == 0 ? "ok" : ("exit " + std::to_string(run.status) + ": " + run.firstError).c_str());
-            }
+    std::vector<std::pair<std::string, std::filesystem::path>> packages;
+    const std::string lesson = R"({"sourceFileName": "a.pptx", "masterVideoDuration": 1, "notesBySlide": {}, "cues": )";
+    std::string objects = lesson + "[{}";
+    while (objects.size() < (std::size_t{32} << 20) - 8) objects += ",{}";
+    for (const auto& [label, manifest] : {std::pair{"5 MB of [", std::string(5 << 20, '[')},
+                                          std::pair{"32 MiB of {},", objects + "]}"}}) {
+        const auto orv = dir / (std::to_string(packages.size()) + ".orv");
+        ZipArchive::create({{"manifest.json", toBytes(manifest)}, {"assets/master.mp4", {}}}, orv);
+        packages.emplace_back(label, orv);
+    }
+
+    std::vector<std::pair<std::string, std::filesystem::path>> builds{{"this", cli}};
+    if (baseline) builds.emplace_back("baseline", *baseline);
+    std::printf("%-20s %-8s %-10s %12s %10s  %s\n", "input", "command", "build", "peak RSS", "wall", "outcome");
+    const auto report = [&](const std::string& label, const std::vector<std::string>& args) {
+        for (const auto& [name, binary] : builds) {
+            const Run run = measure(binary, args);
+            const std::string outcome =
+                run.status == 0 ? "ok" : "exit " + std::to_string(run.status) + ": " + run.firstError;
+            std::printf("%-20s %-8s %-10s %12s %10s  %s\n", label.c_str(), args.front().c_str(), name.c_str(),
+                        run.peak.c_str(), run.wall.c_str(), outcome.c_str());
         }
+    };
+    for (const auto& [label, deck] : decks) {
+        report(label, {"scan", deck.string()});
+        report(label, {"prepare", deck.string(), "-o", (dir / "prepared.pptx").string()});
+    }
+    for (const auto& [label, orv] : packages) {
+        report(label, {"probe", orv.string()});
+        report(label, {"preview", orv.string(), "-o", (dir / "preview").string()});
     }
     std::error_code ec;
     std::filesystem::remove(dir / "prepared.pptx", ec);

@@ -1,4 +1,5 @@
-// The movie-length reader on an arbitrary file: box walking, sizes, versions.
+// The movie-length reader on an arbitrary file: box walking, sizes, versions,
+// and the video track's boxes.
 #include <cstddef>
 #include <cstdint>
 
@@ -12,6 +13,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!file.ok()) return 0;
     try {
         (void)Mp4Duration::measureMs(file.path());
+    } catch (const Error&) {
+    }
+    try {
+        (void)Mp4Duration::inspect(file.path(), 0, static_cast<std::int64_t>(size));
     } catch (const Error&) {
     }
     return 0;

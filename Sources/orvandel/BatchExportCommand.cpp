@@ -12,6 +12,7 @@
 #include "Cli.hpp"
 #include "Interrupt.hpp"
 #include "RendererChoice.hpp"
+#include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
 #include "package/BatchExport.hpp"
 
@@ -78,16 +79,18 @@ std::string summaryTable(const std::vector<BatchExport::Outcome>& outcomes) {
 nlohmann::ordered_json summaryJson(const std::vector<BatchExport::Outcome>& outcomes) {
     auto array = nlohmann::ordered_json::array();
     for (const auto& o : outcomes) {
+        // File names are bytes, JSON is UTF-8: other bytes show as U+FFFD (the
+        // error is already UTF-8, see describe).
         nlohmann::ordered_json row;
-        row["deck"] = o.deck.string();
-        row["package"] = o.package.string();
+        row["deck"] = repairedUtf8(o.deck.string());
+        row["package"] = repairedUtf8(o.package.string());
         row["ok"] = o.ok;
         row["error"] = o.ok ? nlohmann::ordered_json() : nlohmann::ordered_json(o.error);
         row["cues"] = o.cues;
         row["movieMs"] = o.movieMs;
         row["wallMs"] = static_cast<std::int64_t>(o.wall.count());
         auto warnings = nlohmann::ordered_json::array();
-        for (const auto& w : o.warnings) warnings.push_back(w.text);
+        for (const auto& w : o.warnings) warnings.push_back(repairedUtf8(w.text));
         row["warnings"] = std::move(warnings);
         array.push_back(std::move(row));
     }

@@ -92,6 +92,9 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
          .maxMemory = options.maxMemory.empty() ? std::optional<std::int64_t>()
                                                 : parseMemorySize(options.maxMemory, "--max-memory")});
 
+    // The preview comes after minutes of rendering: its folder is checked first.
+    if (options.preview) PreviewPage::checkFolder(PreviewPage::defaultFolder(destination));
+
     InterruptGuard interrupt;
     ProgressLine line(err);
     RenderHooks hooks{[&](const std::string& stage, double f) { line.update(stage, f); }, interrupt.token(),

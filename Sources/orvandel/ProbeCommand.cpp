@@ -5,6 +5,7 @@
 #include "Commands.hpp"
 #include "base/Numbers.hpp"
 #include "package/ManifestReader.hpp"
+#include "package/PackagedMovie.hpp"
 
 namespace orvandel::cli {
 
@@ -17,6 +18,7 @@ struct ProbeOptions {
 
 int runProbe(const ProbeOptions& options, std::ostream& out) {
     const auto probe = ManifestReader::read(options.package);
+    PackagedMovie::check(options.package, probe.masterVideoDuration);
     if (options.json) {
         nlohmann::ordered_json j;
         j["cues"] = probe.cues.size();
@@ -33,7 +35,10 @@ int runProbe(const ProbeOptions& options, std::ostream& out) {
 
 void setupProbeCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream&) {
     auto options = std::make_shared<ProbeOptions>();
-    auto* cmd = app.add_subcommand("probe", "Read a lesson package back: how many cues it has and how long its movie is.");
+    auto* cmd = app.add_subcommand("probe",
+                                   "Read a lesson package back: how many cues it has and how long its movie is, "
+                                   "once the movie is checked to be one, with a video track as long as the "
+                                   "manifest says.");
     cmd->add_option("PACKAGE", options->package, "the .orv package")->required();
     cmd->add_flag("--json", options->json, "print {\"cues\": N, \"masterVideoDuration\": S}");
     cmd->footer("Example:\n  orvandel probe aula.orv --json\n");

@@ -1,6 +1,7 @@
 #pragma once
 // Movie files built byte by byte.
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 
 #include "base/Bytes.hpp"
@@ -29,6 +30,47 @@ inline Bytes mvhd(std::uint32_t timescale, std::uint64_t duration, int version =
     putBe(p, duration, version == 0 ? 4 : 8);
     p.resize(p.size() + 80, 0);
     return box("mvhd", p);
+}
+
+inline Bytes joined(std::initializer_list<Bytes> parts) {
+    Bytes all;
+    for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+// A track: its header's duration in the movie's time scale, its media's
+// time scale and duration, its handler ("vide", "soun") and its number of
+// samples (all of one size). Every other field is zero.
+inline Bytes trak(const std::string& handler, std::uint32_t duration, std::uint32_t mediaTimescale,
+                  std::uint32_t mediaDuration, std::uint32_t samples) {
+    Bytes tkhd(20, 0);  // version 0, flags, creation and modification times, track id, reserved
+    putBe(tkhd, duration, 4);
+    tkhd.resize(tkhd.size() + 60, 0);
+    Bytes mdhd(12, 0);
+    putBe(mdhd, mediaTimescale, 4);
+    putBe(mdhd, mediaDuration, 4);
+    mdhd.resize(mdhd.size() + 4, 0);
+    Bytes hdlr(8, 0);
+    for (const char c : handler) hdlr.push_back(static_cast<std::uint8_t>(c));
+    hdlr.resize(hdlr.size() + 13, 0);
+    Bytes stsz(4, 0);
+    putBe(stsz, 1, 4);  // every sample one byte long: no table follows
+    putBe(stsz, samples, 4);
+    return box("trak", joined({box("tkhd", tkhd),
+                               box("mdia", joined({box("mdhd", mdhd), box("hdlr", hdlr),
+                                                   box("minf", box("stbl", box("stsz", stsz)))}))}));
+}
+
+// ftyp, then moov holding mvhd and the tracks.
+inline Bytes movieOfTracks(std::uint32_t timescale, std::uint64_t duration, std::initializer_list<Bytes> tracks) {
+    Bytes moov = mvhd(timescale, duration);
+    for (const auto& t : tracks) moov.insert(moov.end(), t.begin(), t.end());
+    return joined({box("ftyp", toBytes("isom")), box("moov", moov)});
+}
+
+// A movie of `ms` milliseconds with one video track of a frame a second.
+inline Bytes stillsMovie(std::uint32_t ms) {
+    return movieOfTracks(1000, ms, {trak("vide", ms, 1000, ms, ms / 1000 + 1)});
 }
 
 // ftyp, then moov holding only mvhd: enough to have a duration.

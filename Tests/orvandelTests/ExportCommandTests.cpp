@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "DeckBuilder.hpp"
+#include "MovieFixtures.hpp"
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
@@ -53,9 +54,10 @@ TEST(ExportCommandTest, AnInterruptStopsTheRenderAndLeavesNothingBehind) {
 
 TEST(ProbeCommandTest, ReportsCuesAndLengthOrTheUnzipStatus) {
     TempDir dir;
-    ZipArchive::create({{"manifest.json", toBytes(R"({"version": "1.0", "cues": [{}, {}, {}],
-                                                      "masterVideoDuration": 12.345, "notesBySlide": {}})")}},
-                       dir / "a.orv");
+    const std::string cue = R"({"cueIndex": 0, "slideIndex": 1, "kind": "slide", "label": "Slide 1", "time": 1})";
+    const Bytes manifest = toBytes(R"({"version": "1.0", "sourceFileName": "a.pptx", "cues": [)" + cue + "," + cue +
+                                   "," + cue + R"(], "masterVideoDuration": 12.345, "notesBySlide": {}})");
+    ZipArchive::create({{"manifest.json", manifest}, {"assets/master.mp4", stillsMovie(12345)}}, dir / "a.orv");
     EXPECT_EQ(Json::parse(runCli({"probe", (dir / "a.orv").string(), "--json"}).standardOutput),
               (Json{{"cues", 3}, {"masterVideoDuration", 12.345}}));
     EXPECT_EQ(runCli({"probe", (dir / "a.orv").string()}).standardOutput,
@@ -69,6 +71,25 @@ TEST(ProbeCommandTest, ReportsCuesAndLengthOrTheUnzipStatus) {
         EXPECT_EQ(r.exitStatus, 1);
         EXPECT_EQ(r.standardError, "orvandel: unzip do manifest.json falhou (status " + std::to_string(status) + ")\n");
         EXPECT_EQ(r.standardOutput, "");
+    }
+
+    // A movie that is none, or not the one the manifest describes: nothing is
+    // reported, no preview written.
+    for (const auto& [movie, saying] : std::vector<std::pair<Bytes, std::string>>{
+             {{}, "is not a movie: empty file"},
+             {toBytes("hello, this is text"), "is not a movie: not an MP4 movie"},
+             {stillsMovie(3000), "lasts 3.000 s where the manifest says 12.345 s"}}) {
+        SCOPED_TRACE(saying);
+        ZipArchive::create({{"manifest.json", manifest}, {"assets/master.mp4", movie}}, dir / "e.orv");
+        for (const std::string command : {"probe", "preview"}) {
+            const auto r = runCli({command, (dir / "e.orv").string()});
+            EXPECT_EQ(r.exitStatus, 1);
+            EXPECT_NE(r.standardError.find("assets/master.mp4 in " + (dir / "e.orv").string() + " " + saying),
+                      std::string::npos)
+                << r.standardError;
+            EXPECT_EQ(r.standardOutput, "");
+        }
+        EXPECT_FALSE(fs::exists(dir / "e-preview"));
     }
 }
 

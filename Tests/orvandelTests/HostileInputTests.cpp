@@ -46,6 +46,8 @@ TEST(HostileInputTest, AnOutputThatIsAnInputOrNotAFileIsRefusedAndNothingIsTouch
     fs::copy_file(deck, box.dir / "aula.orv");
     fs::create_symlink(deck, box.dir / "link.orv");
     fs::create_directories(box.dir / "folder.orv");
+    fs::create_directories(box.dir / "p-preview");
+    writeFile(box.dir / "p-preview" / "mine.txt", std::string("the user's"));
     const Bytes deckBytes = readFile(deck), movieBytes = readFile(box.dir / "m.mp4");
 
     struct Case {
@@ -61,6 +63,7 @@ TEST(HostileInputTest, AnOutputThatIsAnInputOrNotAFileIsRefusedAndNothingIsTouch
         {{"export", "d.pptx", "-o", "folder.orv", "--mp4", "m.mp4"}, "not a regular file"},
         {{"prepare", "d.pptx", "-o", "d.pptx"}, "the input file itself"},
         {{"export", "d.pptx", "-o", "missing/x.orv", "--mp4", "m.mp4"}, "(No such file or directory)"},
+        {{"export", "d.pptx", "-o", "p.orv", "--mp4", "m.mp4", "--preview"}, "other than an earlier preview"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args[3]);
@@ -73,6 +76,7 @@ TEST(HostileInputTest, AnOutputThatIsAnInputOrNotAFileIsRefusedAndNothingIsTouch
         EXPECT_TRUE(entriesNamed(box.dir.path(), ".tmp-").empty());
         EXPECT_TRUE(fs::is_empty(box.tmp));
     }
+    EXPECT_FALSE(fs::exists(box.dir / "p.orv"));
 
     // A package that is replaced keeps its permissions; a new one follows the umask.
     writeFile(box.dir / "old.orv", std::string("old"));
@@ -143,4 +147,45 @@ TEST(HostileInputTest, AbsurdNumbersDamagedPartsAndSpecialFilesEndInAClearErrorO
     EXPECT_NE(Subprocess::run({"unzip", "-p", (box.dir / "gap.orv").string(), "manifest.json"})
                   .standardOutput.find("\"slideCount\": 2"),
               std::string::npos);
+}
+
+// A name JSON cannot hold as it is, and one too long for the package's
+// temporary name: the batch goes on past both, before any render (neither
+// file is a deck, which a scan would say), and its JSON holds every name.
+TEST(HostileInputTest, NamesAreCarriedAsBytesAndTooLongOnesRefusedBeforeTheRender) {
+    Sandbox box;
+    fs::create_directories(box.dir / "in");
+    writeFile(box.dir / "in" / (std::string(246, 'a') + ".pptx"), std::string("not a deck"));
+    writeFile(box.dir / "in" / "aula\xFF.pptx", std::string("not a deck"));
+    const auto r = box.run({"export", "in", "--json"});
+    EXPECT_EQ(r.exitStatus, 1) << r.standardError;
+    const auto rows = nlohmann::json::parse(r.standardOutput);
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_NE(rows[0]["error"].get<std::string>().find("choose a shorter name"), std::string::npos) << rows[0];
+    EXPECT_EQ(rows[1]["deck"], "in/aula\uFFFD.pptx");
+    EXPECT_NE(rows[1]["error"].get<std::string>().find("in/aula\uFFFD.pptx"), std::string::npos) << rows[1];
+    EXPECT_TRUE(fs::is_empty(box.tmp));
+    EXPECT_TRUE(entriesNamed(box.dir / "in", ".tmp-").empty());
+}
+
+// Read-only as root sees it too: a read-only bind mount in a private mount namespace.
+TEST(HostileInputTest, AReadOnlyFolderIsRefusedBeforeTheRender) {
+    Sandbox box;
+    fs::create_directories(box.dir / "ro");
+    DeckBuilder().addSlide(slideXml()).write(box.dir / "d.pptx");
+    writeFile(box.dir / "m.mp4", craftedMovie(1000, 1500));
+    const std::string readOnly = "mount --bind ro ro && mount -o remount,bind,ro ro && ! touch ro/x 2>/dev/null";
+    const auto inReadOnly = [&](const std::string& then) {
+        return Subprocess::run({"unshare", "-m", "sh", "-c", readOnly + then, cliPath().string()},
+                               {.environment = {"TMPDIR=" + box.tmp.string()}, .workingDirectory = box.dir.path()});
+    };
+    if (!haveProgram("unshare") || inReadOnly("").exitStatus != 0) {
+        GTEST_SKIP() << "needs a private mount namespace (unshare -m)";
+    }
+    const auto r = inReadOnly(" && exec \"$0\" export d.pptx --mp4 m.mp4 -o ro/d.orv");
+    EXPECT_EQ(r.exitStatus, 1);
+    EXPECT_NE(r.standardError.find("no file can be created in the folder ro (Read-only file system)"),
+              std::string::npos)
+        << r.standardError;
+    EXPECT_TRUE(fs::is_empty(box.dir / "ro"));
 }

@@ -113,6 +113,7 @@ QString renderErrorText(const RenderError& error) {
 std::optional<QString> fileProblem(int errnoValue, bool package) {
     switch (errnoValue) {
         case ENOSPC:
+        case EDQUOT:
             return package ? QStringLiteral("Não foi possível gravar o pacote: o disco está cheio. Libere espaço e "
                                             "exporte de novo.")
                            : QStringLiteral("O disco está cheio e não há espaço para os arquivos temporários da "
@@ -134,6 +135,35 @@ std::optional<QString> fileProblem(int errnoValue, bool package) {
         default:
             return std::nullopt;
     }
+}
+
+// The package goes beside the deck: its folder is the deck's.
+QString outputProblem(const OutputError& error) {
+    switch (error.errorCase()) {
+        case OutputError::Case::sameAsInput:
+            return QStringLiteral("O pacote seria gravado por cima da própria apresentação. Renomeie a "
+                                  "apresentação para que ela termine em .pptx e exporte de novo.");
+        case OutputError::Case::notARegularFile:
+            return QStringLiteral("Já existe uma pasta com o nome do pacote ao lado da apresentação. Renomeie ou "
+                                  "mova essa pasta e exporte de novo.");
+        case OutputError::Case::folderMissing:
+            return QStringLiteral("A pasta da apresentação não existe mais, então o pacote não teria onde ser "
+                                  "gravado. Escolha a apresentação de novo onde ela está agora e exporte.");
+        case OutputError::Case::folderNotWritable:
+            if (error.causeErrno() == EROFS) {
+                return QStringLiteral("A pasta da apresentação fica num disco ou pendrive protegido contra "
+                                      "gravação, então o pacote não pode ser gravado ao lado dela. Copie a "
+                                      "apresentação para uma pasta sua, como Documentos, e exporte de novo.");
+            }
+            if (const auto text = fileProblem(error.causeErrno(), true)) return *text;
+            return QStringLiteral("O Orvandel não consegue criar arquivos na pasta da apresentação, então o pacote "
+                                  "não pode ser gravado ali. Copie a apresentação para uma pasta sua, como "
+                                  "Documentos, e exporte de novo.");
+        case OutputError::Case::nameTooLong:
+            return QStringLiteral("O nome da apresentação é longo demais para o pacote ser gravado ao lado dela. "
+                                  "Renomeie a apresentação com um nome mais curto e exporte de novo.");
+    }
+    return generic(Renderer::headless);
 }
 
 const QString kCannotOpenDeck = QStringLiteral(
@@ -237,13 +267,7 @@ QString errorMessage(const std::exception& error, Renderer renderer) {
                                     "exporte de novo.");
     }
     if (const auto text = deckProblem(error)) return *text;
-    if (const auto* e = dynamic_cast<const OutputError*>(&error)) {
-        return e->errorCase() == OutputError::Case::sameAsInput
-                   ? QStringLiteral("O pacote seria gravado por cima da própria apresentação. Renomeie a "
-                                    "apresentação para que ela termine em .pptx e exporte de novo.")
-                   : QStringLiteral("Já existe uma pasta com o nome do pacote ao lado da apresentação. Renomeie ou "
-                                    "mova essa pasta e exporte de novo.");
-    }
+    if (const auto* e = dynamic_cast<const OutputError*>(&error)) return outputProblem(*e);
     if (const auto* e = dynamic_cast<const FileError*>(&error)) {
         if (const auto text = fileProblem(e->errnoValue(), false)) return *text;
     }

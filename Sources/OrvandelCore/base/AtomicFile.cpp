@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,8 +12,19 @@
 
 namespace orvandel {
 
-OutputError::OutputError(Case c, std::filesystem::path destination, const std::string& description)
-    : Error(description), case_(c), destination_(std::move(destination)) {}
+OutputError::OutputError(Case c, std::filesystem::path destination, const std::string& description,
+                         int errnoValue)
+    : Error(description, errnoValue ? std::strerror(errnoValue) : "", errnoValue),
+      case_(c),
+      destination_(std::move(destination)) {}
+
+namespace {
+
+std::filesystem::path folderOf(const std::filesystem::path& destination) {
+    return destination.parent_path().empty() ? std::filesystem::path(".") : destination.parent_path();
+}
+
+}  // namespace
 
 OutputError OutputError::sameAsInput(const std::filesystem::path& destination, const std::filesystem::path& input) {
     const bool sameName = destination.lexically_normal() == input.lexically_normal();
@@ -27,6 +39,32 @@ OutputError OutputError::notARegularFile(const std::filesystem::path& destinatio
     return OutputError(Case::notARegularFile, destination,
                        "refusing to write " + destination.string() +
                            ": something that is not a regular file (a folder or a device) is there");
+}
+
+OutputError OutputError::folderMissing(const std::filesystem::path& destination, int errnoValue) {
+    return OutputError(Case::folderMissing, destination,
+                       "cannot write " + destination.string() + ": the folder " + folderOf(destination).string() +
+                           " does not exist",
+                       errnoValue);
+}
+
+OutputError OutputError::folderNotWritable(const std::filesystem::path& destination, int errnoValue) {
+    return OutputError(Case::folderNotWritable, destination,
+                       "cannot write " + destination.string() + ": no file can be created in the folder " +
+                           folderOf(destination).string(),
+                       errnoValue);
+}
+
+OutputError OutputError::nameTooLong(const std::filesystem::path& destination, std::int64_t temporaryBytes,
+                                     std::int64_t limit) {
+    const std::string folder = folderOf(destination).string();
+    return OutputError(Case::nameTooLong, destination,
+                       "cannot write " + destination.string() + ": it is written first under a temporary name of " +
+                           std::to_string(temporaryBytes) + " bytes, " +
+                           (limit > 0 ? "and a file name in " + folder + " may take at most " + std::to_string(limit)
+                                      : "longer than a file name in " + folder + " may be") +
+                           "; choose a shorter name",
+                       ENAMETOOLONG);
 }
 
 namespace AtomicFile {
@@ -62,6 +100,32 @@ void checkDestination(const std::filesystem::path& destination, const std::vecto
     if (!S_ISREG(out.st_mode)) throw OutputError::notARegularFile(destination);
 }
 
+void checkWritable(const std::filesystem::path& destination) {
+    const auto folder = folderOf(destination);
+    struct stat st {};
+    if (::stat(folder.c_str(), &st) != 0) {
+        const int error = errno;
+        if (error == ENOENT || error == ENOTDIR) throw OutputError::folderMissing(destination, error);
+        throw OutputError::folderNotWritable(destination, error);
+    }
+    if (!S_ISDIR(st.st_mode)) throw OutputError::folderMissing(destination, ENOTDIR);
+
+    const auto temporary = temporaryPath(destination);
+    const auto nameBytes = static_cast<std::int64_t>(temporary.filename().native().size());
+    const long limit = ::pathconf(folder.c_str(), _PC_NAME_MAX);  // -1: no limit, or none known
+    if (limit >= 0 && nameBytes > limit) throw OutputError::nameTooLong(destination, nameBytes, limit);
+
+    const auto leftover = Leftovers::path(temporary);
+    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (fd < 0) {
+        const int error = errno;
+        if (error == ENAMETOOLONG) throw OutputError::nameTooLong(destination, nameBytes, limit);
+        throw OutputError::folderNotWritable(destination, error);
+    }
+    ::close(fd);
+    ::unlink(temporary.c_str());
+}
+
 void replace(const std::filesystem::path& destination,
              const std::function<void(const std::filesystem::path& temporary)>& write,
              const std::vector<std::filesystem::path>& inputs) {
@@ -84,8 +148,7 @@ void replace(const std::filesystem::path& destination,
         std::filesystem::remove(temporary, ignored);
         throw;
     }
-    const auto folder = destination.parent_path().empty() ? std::filesystem::path(".") : destination.parent_path();
-    flush(folder, true, destination);
+    flush(folderOf(destination), true, destination);
 }
 
 }  // namespace AtomicFile

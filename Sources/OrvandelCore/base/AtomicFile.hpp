@@ -6,6 +6,7 @@
 // rename. On any failure the temporary file is removed and the destination is
 // left as it was. An existing destination keeps its permission bits; a new
 // one gets the default mode under the process umask.
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -15,20 +16,27 @@
 
 namespace orvandel {
 
-// A destination that must not be written: one of the inputs of the same
-// operation, or something that is not a regular file (a folder, a device).
+// A destination that must not or cannot be written: one of the inputs of the
+// same operation, something that is not a regular file (a folder, a device),
+// or a place where the temporary file cannot be made (see checkWritable).
+// Where the system said why, its words are the error's cause.
 class OutputError : public Error {
 public:
-    enum class Case { sameAsInput, notARegularFile };
+    enum class Case { sameAsInput, notARegularFile, folderMissing, folderNotWritable, nameTooLong };
 
     static OutputError sameAsInput(const std::filesystem::path& destination, const std::filesystem::path& input);
     static OutputError notARegularFile(const std::filesystem::path& destination);
+    static OutputError folderMissing(const std::filesystem::path& destination, int errnoValue);
+    static OutputError folderNotWritable(const std::filesystem::path& destination, int errnoValue);
+    // The temporary name takes temporaryBytes where the folder allows limit.
+    static OutputError nameTooLong(const std::filesystem::path& destination, std::int64_t temporaryBytes,
+                                   std::int64_t limit);
 
     Case errorCase() const { return case_; }
     const std::filesystem::path& destination() const { return destination_; }
 
 private:
-    OutputError(Case c, std::filesystem::path destination, const std::string& description);
+    OutputError(Case c, std::filesystem::path destination, const std::string& description, int errnoValue = 0);
     Case case_;
     std::filesystem::path destination_;
 };
@@ -43,6 +51,20 @@ std::filesystem::path temporaryPath(const std::filesystem::path& destination);
 // the names: a link, "./x" and "x" are all caught). Inputs that do not exist
 // are ignored.
 void checkDestination(const std::filesystem::path& destination, const std::vector<std::filesystem::path>& inputs);
+
+// Throws OutputError when the temporary file of a replace could not be made
+// beside the destination, so that a long job fails before it starts rather
+// than at its end: the folder is missing or is not a folder (folderMissing),
+// the temporary name is longer than the folder's file system allows
+// (nameTooLong, the limit from pathconf), or no file can be created there
+// (folderNotWritable: read-only, no permission, no inode or quota left). The
+// last is learned by creating and removing an empty file under a temporary
+// name: access(2) looks at permission bits and mount flags only, and misses
+// what only a creation meets (quotas, a full inode table, a file system that
+// decides in a server or a FUSE process). Writes nothing else; the probe file
+// is gone when it returns. AtomicFolder names its scratch folder alike, so a
+// folder it will write is checked the same way.
+void checkWritable(const std::filesystem::path& destination);
 
 // checkDestination, then write(temporary), then the temporary replaces the
 // destination. Rethrows what write throws; a failed flush or rename throws

@@ -2,20 +2,25 @@
 
 #include <cstring>
 
+#include "base/Bytes.hpp"
+
 namespace orvandel {
+
+Error::Error(const std::string& description, const std::string& cause, int causeErrno)
+    : std::runtime_error(repairedUtf8(description)), cause_(repairedUtf8(cause)), causeErrno_(causeErrno) {}
 
 void Error::keepCause(const std::exception& replaced) {
     if (const auto* error = dynamic_cast<const Error*>(&replaced); error && !error->cause().empty()) {
         cause_ = error->cause();
         causeErrno_ = error->causeErrno();
     } else {
-        cause_ = replaced.what();
+        cause_ = repairedUtf8(replaced.what());
         causeErrno_ = 0;
     }
 }
 
 std::string describe(const std::exception& error) {
-    std::string text = error.what();
+    std::string text = repairedUtf8(error.what());
     const auto* own = dynamic_cast<const Error*>(&error);
     if (own && !own->cause().empty() && text.find(own->cause()) == std::string::npos) {
         text += " (" + own->cause() + ")";

@@ -5,6 +5,10 @@
 // library said why something failed (strerror of a failed call, a parser's
 // message, a tool's last error line), the error also keeps those words as its
 // cause, so that a caller can show them after the description.
+//
+// Descriptions and causes are UTF-8, whatever they quote: a file name is
+// bytes, and a byte that starts no UTF-8 character shows as U+FFFD, so that
+// any message can go into JSON or a window as it is.
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -13,8 +17,7 @@ namespace orvandel {
 
 class Error : public std::runtime_error {
 public:
-    explicit Error(const std::string& description, std::string cause = {}, int causeErrno = 0)
-        : std::runtime_error(description), cause_(std::move(cause)), causeErrno_(causeErrno) {}
+    explicit Error(const std::string& description, const std::string& cause = {}, int causeErrno = 0);
 
     // The system's or a library's own words; empty when there are none.
     const std::string& cause() const { return cause_; }
@@ -31,7 +34,7 @@ private:
 };
 
 // The description followed by the cause in parentheses, unless the
-// description already says it.
+// description already says it; UTF-8 for any exception (see above).
 std::string describe(const std::exception& error);
 
 // A child process could not be started (the launch failure, unchanged).

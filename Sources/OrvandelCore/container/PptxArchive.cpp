@@ -316,6 +316,11 @@ bool Deck::contains(const std::string& entry) {
     return open_->records.count(entry) > 0;
 }
 
+std::int64_t Deck::unpackedSize(const std::string& entry) {
+    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    return open_->record(entry).declaredSize;
+}
+
 ZipArchive::ByteRange Deck::storedRange(const std::string& entry) {
     if (!open_) open_ = std::make_unique<Open>(url_, entry);
     return open_->storedRange(entry);

@@ -68,6 +68,10 @@ public:
     // Whether the archive has an entry of that name. Throws as a read does when
     // the deck cannot be opened.
     bool contains(const std::string& entry);
+    // The size the entry unpacks to as the archive's directory declares it,
+    // read before any of its bytes; a read never yields more (it fails).
+    // Throws as a read does when the deck cannot be opened or lacks the entry.
+    std::int64_t unpackedSize(const std::string& entry);
 
     // Where the bytes of a stored (uncompressed) entry lie in the file, for
     // a reader that opens them in place. A compressed or encrypted entry is

@@ -28,7 +28,7 @@ public:
     bool string(string_t& value) override { return place(value) != nullptr; }
     bool binary(binary_t& value) override { return place(Json::binary(value)) != nullptr; }
     bool start_object(std::size_t) override {
-        open_.push_back(place(Json::object()));
+        open(Json::object());
         return true;
     }
     bool key(string_t& key) override {
@@ -40,7 +40,7 @@ public:
         return true;
     }
     bool start_array(std::size_t) override {
-        open_.push_back(place(Json::array()));
+        open(Json::array());
         return true;
     }
     bool end_array() override {
@@ -52,9 +52,15 @@ public:
     }
 
 private:
+    void open(Json container) {
+        if (open_.size() == ManifestReader::kDeepestManifest) throw DecodeError::tooDeep();
+        open_.push_back(place(std::move(container)));
+    }
+
     // Only open containers are held: a value added to an array never moves
     // one of them (the containers it holds are closed already).
     Json* place(Json value) {
+        if (++values_ > ManifestReader::kMostManifestValues) throw DecodeError::tooManyValues();
         if (open_.empty()) {
             root_ = std::move(value);
             return &root_;
@@ -70,6 +76,7 @@ private:
     }
 
     Json& root_;
+    std::int64_t values_ = 0;
     std::vector<Json*> open_;
     std::string key_;
 };

@@ -28,7 +28,7 @@ struct Lesson {
 
 // Decodes a manifest. Times are read from the JSON text as exact decimals,
 // never through floating point. Throws ManifestReader::DecodeError naming
-// what is missing or wrong.
+// what is missing or wrong, or the bound it passes (nesting, values).
 Lesson decode(const std::string& manifestJson);
 
 // Reads and decodes the package's manifest. Throws as ManifestReader::read.

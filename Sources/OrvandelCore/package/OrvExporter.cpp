@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/AtomicFile.hpp"
+#include "base/Bytes.hpp"
 #include "base/Checked.hpp"
 #include "base/TemporaryDirectory.hpp"
 #include "deck/DeckError.hpp"
@@ -64,11 +65,13 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         warnings.push_back(w);
         callerHooks.warning(w);
     };
-    // A destination that is an input (the deck or the movie), or a folder, is
-    // refused before minutes of rendering.
+    // A destination that is an input (the deck or the movie), or a folder, or
+    // where the package could not be written, is refused before minutes of
+    // rendering.
     std::vector<std::filesystem::path> inputs{originalPptx};
     if (masterMp4) inputs.push_back(*masterMp4);
     AtomicFile::checkDestination(outOrv, inputs);
+    AtomicFile::checkWritable(outOrv);
     hooks.report(kStageScan, 0);
     const auto reports = DeckScanner::report(originalPptx, videoMs, gifMs, hooks.warn);
     if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
@@ -125,7 +128,9 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     }
 
     hooks.report(kStagePackage, 0);
-    const ManifestMetadata metadata{originalPptx.filename().string(), static_cast<std::int64_t>(reports.size()),
+    // A file name is bytes, the manifest UTF-8: bytes of another encoding show as U+FFFD.
+    const ManifestMetadata metadata{repairedUtf8(originalPptx.filename().string()),
+                                    static_cast<std::int64_t>(reports.size()),
                                     measuredMs, generatedAt, source, pluginVersion};
     // A cancel that arrives while the archive is written still keeps an
     // existing package: the token is looked at once more before the rename.

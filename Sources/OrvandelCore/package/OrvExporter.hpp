@@ -59,9 +59,12 @@ inline constexpr const char* kStageChapters = "adding the chapters";
 
 // The arguments of one export. masterMp4 present: the deck is neither
 // prepared nor rendered and the duration check is skipped. An outOrv that is
-// the deck or the movie, or is not a regular file, throws OutputError before
-// anything else. isRenderAlive is handed to the renderer as it is (empty: the
-// renderer's own default). The work directory goes into
+// the deck or the movie, or is not a regular file, or where the package could
+// not be written (AtomicFile::checkWritable), throws OutputError before
+// anything else. The manifest names the deck with U+FFFD for the bytes of its
+// file name that are not UTF-8; the package is written under outOrv's bytes.
+// isRenderAlive is handed to the renderer as it is (empty: the renderer's own
+// default). The work directory goes into
 // exporter.workDirectoryBase(). hooks reach the renderer; a cancelled token
 // ends the flow with CancelledError, cleaned up like any other failure.
 // Warnings reach hooks.warn as they are noticed and are also returned in

@@ -4,9 +4,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/AtomicFile.hpp"
 #include "base/AtomicFolder.hpp"
 #include "base/Bytes.hpp"
 #include "container/PptxArchive.hpp"
+#include "package/PackagedMovie.hpp"
 
 namespace orvandel::PreviewPage {
 
@@ -291,8 +293,20 @@ std::string html(const LessonPackage::Lesson& lesson) {
     return page;
 }
 
+void checkFolder(const fs::path& folder) {
+    std::error_code ec;
+    if (fs::exists(fs::symlink_status(folder, ec)) && !isEarlierPreview(folder)) {
+        throw PreviewError::folderInUse(folder);
+    }
+    // A missing parent is made by the write.
+    const auto parent = folder.parent_path().empty() ? fs::path(".") : folder.parent_path();
+    if (fs::is_directory(parent, ec)) AtomicFile::checkWritable(folder);
+}
+
 void write(const fs::path& orv, const fs::path& folder, const RenderHooks& hooks) {
     const auto lesson = LessonPackage::read(orv);
+    PackagedMovie::check(orv, static_cast<double>(lesson.masterVideoDurationMs) / 1000);
+    checkFolder(folder);
     PptxArchive::Deck package(orv);
     AtomicFolder::replace(
         folder,

@@ -39,12 +39,21 @@ std::filesystem::path defaultFolder(const std::filesystem::path& orv);
 // The page of a lesson whose movie is kMovie beside it.
 std::string html(const LessonPackage::Lesson& lesson);
 
+// Throws what write would throw about the folder, before anything is read or
+// written: PreviewError when something other than an earlier preview is
+// there, OutputError (AtomicFile::checkWritable) when its scratch folder could
+// not be made beside it (a missing parent is not checked: write makes it).
+// For a caller with work to do first (an export).
+void checkFolder(const std::filesystem::path& folder);
+
 // Reads the package and writes the folder whole (see AtomicFolder): a
 // failure or a cancel leaves no half folder and an older preview as it was.
 // An existing folder is replaced only when it is empty or an earlier
-// preview; anything else throws PreviewError. Throws what reading the
-// package throws (ManifestReader's errors, ArchiveError), FileError and
-// CancelledError. hooks.progress hears the copy of the movie.
+// preview; anything else throws PreviewError. The movie is checked first
+// (PackagedMovie::check). Throws what reading the package throws
+// (ManifestReader's errors, ArchiveError, PackagedMovie::MovieError), what
+// checkFolder throws, FileError and CancelledError. hooks.progress hears the
+// copy of the movie.
 void write(const std::filesystem::path& orv, const std::filesystem::path& folder, const RenderHooks& hooks = {});
 
 }  // namespace orvandel::PreviewPage

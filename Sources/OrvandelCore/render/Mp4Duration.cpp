@@ -1,5 +1,6 @@
 #include "render/Mp4Duration.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -63,16 +64,21 @@ bool isLeadingType(const std::string& type) {
     return false;
 }
 
+// A movie in bytes [begin, end) of a file (end < 0: to the end of the file);
+// offsets are counted from begin.
 class MovieFile {
 public:
-    explicit MovieFile(const std::filesystem::path& url) : url_(url) {
+    MovieFile(const std::filesystem::path& url, std::int64_t begin = 0, std::int64_t end = -1)
+        : url_(url), begin_(begin) {
         // O_NONBLOCK: opening a FIFO must not hang; it is refused below.
         fd_.fd = ::open(url.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
         if (fd_.fd < 0) fail(std::strerror(errno));
         struct stat st {};
         if (::fstat(fd_.fd, &st) != 0) fail(std::strerror(errno));
         if (!S_ISREG(st.st_mode)) fail("not a regular file");
-        size_ = st.st_size;
+        if (end < 0) end = st.st_size;
+        if (begin < 0 || begin > end || end > st.st_size) fail("the movie's bytes lie beyond the end of the file");
+        size_ = end - begin;
     }
 
     std::int64_t size() const { return size_; }
@@ -83,7 +89,8 @@ public:
     void readAt(std::int64_t offset, unsigned char* buffer, std::size_t n) const {
         std::size_t done = 0;
         while (done < n) {
-            const ssize_t r = ::pread(fd_.fd, buffer + done, n - done, static_cast<off_t>(offset) + off_t(done));
+            const ssize_t r =
+                ::pread(fd_.fd, buffer + done, n - done, static_cast<off_t>(begin_ + offset) + off_t(done));
             if (r < 0 && errno == EINTR) continue;
             if (r < 0) fail(std::string("read failed: ") + std::strerror(errno));
             if (r == 0) fail("file shrank while being read");
@@ -140,16 +147,77 @@ public:
         return std::nullopt;
     }
 
+    // The payload of a box (after its header), at least `needed` bytes of it
+    // read into `body`.
+    void readPayload(const Box& box, unsigned char* body, std::int64_t needed, const std::string& what) const {
+        if (box.size - box.headerSize < needed) fail("truncated " + what);
+        readAt(box.offset + box.headerSize, body, static_cast<std::size_t>(needed));
+    }
+
+    // The box of `type` inside `parent`, which must hold one.
+    Box child(const Box& parent, const std::string& type) const {
+        const std::string where = " inside '" + parent.type + "'";
+        const auto found = find(type, parent.offset + parent.headerSize, parent.offset + parent.size, where);
+        if (!found) fail("no '" + type + "'" + where);
+        return *found;
+    }
+
 private:
     std::filesystem::path url_;
+    std::int64_t begin_ = 0;
     Fd fd_;
     std::int64_t size_ = 0;
 };
 
-}  // namespace
+// Units of a time scale in whole milliseconds, truncated; nothing when they
+// do not fit 63 bits (a crafted header can claim more: bad input, not a fault).
+std::optional<std::int64_t> unitsToMs(std::uint64_t units, std::uint32_t timescale) {
+    // In integers, so that 1009 units at time scale 1000 are 1009 ms (through
+    // a double they were 1008).
+    constexpr std::uint64_t kMsPerSecond = 1000;
+    const std::uint64_t wholeSeconds = units / timescale;
+    const std::uint64_t restMs = units % timescale * kMsPerSecond / timescale;
+    if (wholeSeconds > (static_cast<std::uint64_t>(INT64_MAX) - restMs) / kMsPerSecond) return std::nullopt;
+    return static_cast<std::int64_t>(wholeSeconds * kMsPerSecond + restMs);
+}
 
-std::int64_t measureMs(const std::filesystem::path& url) {
-    const MovieFile file(url);
+// The time scale and duration of a movie or media header ('mvhd', 'mdhd'):
+// version(1) flags(3), creation and modification times, then the time scale
+// and the duration; times and duration are 32-bit in version 0, 64-bit in
+// version 1.
+struct HeaderTime {
+    std::uint32_t timescale = 0;
+    std::uint64_t duration = 0;
+    bool indefinite = false;
+};
+
+HeaderTime headerTime(const MovieFile& file, const Box& header, const std::string& what) {
+    unsigned char body[32] = {};
+    file.readPayload(header, body, 1, what);
+    const int version = body[0];
+    if (version > 1) file.fail("unsupported " + what + " version " + std::to_string(version));
+    file.readPayload(header, body, version == 0 ? 20 : 32, what);
+    HeaderTime t;
+    if (version == 0) {
+        t.timescale = be32(body + 12);
+        t.duration = be32(body + 16);
+        t.indefinite = t.duration == UINT32_MAX;
+    } else {
+        t.timescale = be32(body + 20);
+        t.duration = be64(body + 24);
+        t.indefinite = t.duration == UINT64_MAX;
+    }
+    if (t.timescale == 0) file.fail("zero timescale in the " + what);
+    return t;
+}
+
+struct MovieHeader {
+    Box moov;
+    std::uint32_t timescale = 0;
+    std::int64_t durationMs = 0;
+};
+
+MovieHeader movieHeader(const MovieFile& file) {
     if (file.size() == 0) file.fail("empty file");
 
     // A file that does not open with a box a movie starts with is no movie at
@@ -165,44 +233,75 @@ std::int64_t measureMs(const std::filesystem::path& url) {
     if (!moov) file.fail("no movie box ('moov') in the file");
     const auto mvhd = file.find("mvhd", moov->offset + moov->headerSize, moov->offset + moov->size, " inside 'moov'");
     if (!mvhd) file.fail("no movie header ('mvhd') inside 'moov'");
+    const HeaderTime time = headerTime(file, *mvhd, "movie header ('mvhd')");
+    if (time.indefinite || time.duration == 0) file.fail("non-finite or zero duration");
+    // A remainder of a millisecond is truncated.
+    const auto ms = unitsToMs(time.duration, time.timescale);
+    if (!ms) file.fail("duration out of range");
+    return {*moov, time.timescale, *ms};
+}
 
-    // version(1) flags(3), then creation and modification times, timescale and
-    // duration: 32-bit times and duration in version 0, 64-bit in version 1.
-    const std::int64_t payload = mvhd->size - mvhd->headerSize;
-    unsigned char body[32] = {};
-    if (payload < 1) file.fail("truncated movie header ('mvhd')");
-    file.readAt(mvhd->offset + mvhd->headerSize, body, 1);
+// How long a track shows, from its header ('tkhd'): version(1) flags(3),
+// creation and modification times, track id, 4 reserved bytes, then the
+// duration in the movie's time scale; 32-bit fields in version 0, 64-bit
+// times and duration in version 1.
+std::int64_t trackMs(const MovieFile& file, const Box& tkhd, std::uint32_t movieTimescale) {
+    unsigned char body[36] = {};
+    file.readPayload(tkhd, body, 1, "track header ('tkhd')");
     const int version = body[0];
-    if (version > 1) file.fail("unsupported movie header ('mvhd') version " + std::to_string(version));
-    const std::int64_t needed = version == 0 ? 20 : 32;
-    if (payload < needed) file.fail("truncated movie header ('mvhd')");
-    file.readAt(mvhd->offset + mvhd->headerSize, body, static_cast<std::size_t>(needed));
+    if (version > 1) file.fail("unsupported track header ('tkhd') version " + std::to_string(version));
+    file.readPayload(tkhd, body, version == 0 ? 24 : 36, "track header ('tkhd')");
+    const auto ms = unitsToMs(version == 0 ? be32(body + 20) : be64(body + 28), movieTimescale);
+    if (!ms) file.fail("duration of the video track out of range");
+    return *ms;
+}
 
-    std::uint32_t timescale = 0;
-    std::uint64_t duration = 0;
-    bool indefinite = false;
-    if (version == 0) {
-        timescale = be32(body + 12);
-        duration = be32(body + 16);
-        indefinite = duration == UINT32_MAX;
-    } else {
-        timescale = be32(body + 20);
-        duration = be64(body + 24);
-        indefinite = duration == UINT64_MAX;
-    }
-    if (timescale == 0) file.fail("zero timescale in the movie header ('mvhd')");
+// The number of samples in a sample table ('stbl'): both sample size boxes
+// hold it after version, flags and 4 bytes.
+std::int64_t sampleCount(const MovieFile& file, const Box& stbl) {
+    const std::int64_t begin = stbl.offset + stbl.headerSize, end = stbl.offset + stbl.size;
+    auto sizes = file.find("stsz", begin, end, " inside 'stbl'");
+    if (!sizes) sizes = file.find("stz2", begin, end, " inside 'stbl'");
+    if (!sizes) file.fail("no sample sizes ('stsz') inside 'stbl'");
+    unsigned char body[12];
+    file.readPayload(*sizes, body, sizeof body, "sample sizes ('" + sizes->type + "')");
+    return be32(body + 8);
+}
 
-    if (indefinite || duration == 0) file.fail("non-finite or zero duration");
-    // In integers, so that 1009 units at time scale 1000 are 1009 ms (through
-    // a double they were 1008); a remainder of a millisecond is truncated.
-    constexpr std::uint64_t kMsPerSecond = 1000;
-    const std::uint64_t wholeSeconds = duration / timescale;
-    const std::uint64_t restMs = duration % timescale * kMsPerSecond / timescale;
-    // A crafted header can claim more than 63 bits of milliseconds; that is bad input, not a fault.
-    if (wholeSeconds > (static_cast<std::uint64_t>(INT64_MAX) - restMs) / kMsPerSecond) {
-        file.fail("duration out of range");
+// The first track of the movie whose handler is 'vide'.
+std::optional<VideoTrack> videoTrack(const MovieFile& file, const MovieHeader& movie) {
+    const Box& moov = movie.moov;
+    const std::int64_t end = moov.offset + moov.size;
+    for (auto trak = file.find("trak", moov.offset + moov.headerSize, end, " inside 'moov'"); trak;
+         trak = file.find("trak", trak->offset + trak->size, end, " inside 'moov'")) {
+        const Box mdia = file.child(*trak, "mdia");
+        // version(1) flags(3) pre_defined(4) handler_type(4)
+        unsigned char handler[12];
+        file.readPayload(file.child(mdia, "hdlr"), handler, sizeof handler, "handler ('hdlr')");
+        if (std::memcmp(handler + 8, "vide", 4) != 0) continue;
+
+        VideoTrack video;
+        video.durationMs = trackMs(file, file.child(*trak, "tkhd"), movie.timescale);
+        video.frames = sampleCount(file, file.child(file.child(mdia, "minf"), "stbl"));
+        const HeaderTime media = headerTime(file, file.child(mdia, "mdhd"), "media header ('mdhd')");
+        const auto mediaMs = unitsToMs(media.indefinite ? 0 : media.duration, media.timescale);
+        if (!mediaMs) file.fail("duration of the video track's media out of range");
+        if (video.frames > 0) {
+            video.meanFrameMs = std::max<std::int64_t>(1, (*mediaMs + video.frames - 1) / video.frames);
+        }
+        return video;
     }
-    return static_cast<std::int64_t>(wholeSeconds * kMsPerSecond + restMs);
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::int64_t measureMs(const std::filesystem::path& url) { return movieHeader(MovieFile(url)).durationMs; }
+
+Movie inspect(const std::filesystem::path& file, std::int64_t begin, std::int64_t end) {
+    const MovieFile movie(file, begin, end);
+    const MovieHeader header = movieHeader(movie);
+    return {header.durationMs, videoTrack(movie, header)};
 }
 
 }  // namespace orvandel::Mp4Duration

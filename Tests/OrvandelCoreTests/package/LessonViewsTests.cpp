@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 
+#include "MovieFixtures.hpp"
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
 #include "container/PptxArchive.hpp"
@@ -13,6 +15,7 @@
 #include "package/CueCalculator.hpp"
 #include "package/LessonPackage.hpp"
 #include "package/ManifestBuilder.hpp"
+#include "package/PackagedMovie.hpp"
 #include "package/PreviewPage.hpp"
 
 using namespace orvandel;
@@ -90,9 +93,51 @@ TEST(LessonPackageTest, ReadsBackWhatTheManifestBuilderWrote) {
     }
 }
 
+// The movie is read where it lies in the package: a movie cut short inside
+// it is refused though the archive's own bytes follow.
+TEST(PackagedMovieTest, TheMovieMustBeAMovieWithAVideoTrackAsLongAsTheManifestSays) {
+    TempDir dir;
+    using enum PackagedMovie::MovieError::Case;
+    const Bytes sound = trak("soun", 30000, 48000, 1'440'000, 1407);
+    const Bytes thirtyFrames = movieOfTracks(1000, 1000, {trak("vide", 1000, 30, 30, 30)});  // 34 ms each, rounded up
+    Bytes cut = stillsMovie(30000);
+    cut.resize(cut.size() - 6);
+    struct Row {
+        const char* what;
+        Bytes movie;
+        double seconds;
+        std::optional<PackagedMovie::MovieError::Case> refusal;
+    };
+    for (const auto& [what, movie, seconds, refusal] : std::vector<Row>{
+             {"a frame a second, as long as said", stillsMovie(30000), 30, {}},
+             {"a frame's length apart", thirtyFrames, 1.034, {}},
+             {"more than a frame's length apart", thirtyFrames, 1.035, lengthMismatch},
+             {"after a sound track", movieOfTracks(1000, 30000, {sound, trak("vide", 30000, 1000, 30000, 31)}), 30, {}},
+             {"a video that ends before its sound", movieOfTracks(1000, 30000, {sound, trak("vide", 3000, 1, 3, 4)}),
+              30, lengthMismatch},
+             {"empty", {}, 30, notAMovie},
+             {"cut short", cut, 30, notAMovie},
+             {"sound only", movieOfTracks(1000, 30000, {sound}), 30, noVideoTrack},
+             {"a video track without frames", movieOfTracks(1000, 30000, {trak("vide", 30000, 1000, 30000, 0)}), 30,
+              noVideoTrack},
+             {"a movie header alone", craftedMovie(1000, 30000), 30, noVideoTrack}}) {
+        SCOPED_TRACE(what);
+        const auto orv = dir / "aula.orv";
+        ZipArchive::create({{"manifest.json", toBytes("{}")}, {LessonPackage::kMovieEntry, movie}}, orv);
+        if (!refusal) {
+            EXPECT_NO_THROW(PackagedMovie::check(orv, seconds));
+            continue;
+        }
+        const auto e = thrown<PackagedMovie::MovieError>([&] { PackagedMovie::check(orv, seconds); });
+        EXPECT_EQ(e.errorCase(), *refusal);
+        EXPECT_EQ(e.package(), orv);
+    }
+}
+
 TEST(PreviewPageTest, WritesTheFolderWholeAndReplacesOnlyAnEarlierPreview) {
     TempDir dir;
-    const Bytes movie(3 << 20, 7);  // several copy chunks
+    // Several copy chunks of movie data.
+    const Bytes movie = joined({stillsMovie(12'400'000), box("mdat", Bytes(3 << 20, 7))});
     const auto orv = writePackage(dir / "aula.orv", movie);
     const auto folder = PreviewPage::defaultFolder(orv);  // aula-preview, as the export's --preview shows
 
@@ -112,11 +157,13 @@ TEST(PreviewPageTest, WritesTheFolderWholeAndReplacesOnlyAnEarlierPreview) {
     EXPECT_THROW(PreviewPage::write(orv, folder), PreviewPage::PreviewError);
     EXPECT_EQ(toString(readFile(folder / "mine.txt")), "keep");
 
-    // A damaged movie leaves no folder, not even a hidden one.
+    // A damaged movie, or none, leaves no folder, not even a hidden one.
     Bytes damaged = readFile(orv);
     damaged[damaged.size() / 2] ^= 1;
     writeFile(dir / "damaged.orv", damaged);
     EXPECT_THROW(PreviewPage::write(dir / "damaged.orv", dir / "d"), PptxArchive::ArchiveError);
+    EXPECT_THROW(PreviewPage::write(writePackage(dir / "text.orv", toBytes("not a movie")), dir / "d"),
+                 PackagedMovie::MovieError);
     EXPECT_FALSE(fs::exists(dir / "d"));
     EXPECT_TRUE(entriesNamed(dir.path(), ".tmp-").empty());
 }

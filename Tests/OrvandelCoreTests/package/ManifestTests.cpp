@@ -1,11 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <nlohmann/json.hpp>
 
+#include "TestSupport.hpp"
+#include "ZipFixtures.hpp"
+#include "package/LessonPackage.hpp"
 #include "package/ManifestBuilder.hpp"
 #include "package/ManifestReader.hpp"
 
 using namespace orvandel;
+using namespace orvandel::test;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -55,9 +61,53 @@ TEST(ManifestBuilderTest, EmptyDeckAndUnencodableText) {
 
 TEST(ManifestReaderTest, RejectsManifestsWithoutTheTwoFacts) {
     EXPECT_EQ(ManifestReader::decode(R"({"extra": {}, "cues": [{}, 1], "masterVideoDuration": 7})").cues.size(), 2u);
+    // Only the root's keys count, and of a key given twice the last value.
+    const auto twice = ManifestReader::decode(
+        R"({"cues": [1], "x": {"cues": [1, 1, 1, 1]}, "cues": [[1, 2], {"cues": [1]}, 3], "masterVideoDuration": 7,)"
+        R"( "masterVideoDuration": 2.5})");
+    EXPECT_EQ(twice.cues.size(), 3u);
+    EXPECT_EQ(twice.masterVideoDuration, 2.5);
     for (const char* bad : {R"({"masterVideoDuration": 1.5})", R"({"cues": [], "masterVideoDuration": "1.5"})",
                             R"({"cues": {}, "masterVideoDuration": 1})", R"({"cues": [], "masterVideoDuration": true})",
+                            R"({"cues": [], "masterVideoDuration": 1, "cues": null})", R"({"x": {"cues": []}})",
                             R"([])", "{\"cues\": [", ""}) {
         EXPECT_THROW(ManifestReader::decode(bad), ManifestReader::DecodeError) << bad;
     }
+}
+
+// A hostile manifest costs neither memory nor time: one too deep is refused
+// at its first container past the bound, one too large before it is read,
+// one of too many values at the first one too many.
+TEST(ManifestReaderTest, RefusesManifestsTooDeepOrTooLarge) {
+    using ManifestReader::DecodeError;
+    using ManifestReader::kDeepestManifest;
+    const std::string lesson =
+        R"({"sourceFileName": "a.pptx", "masterVideoDuration": 1, "cues": [], "notesBySlide": {}, "x": )";
+    // The root object and n arrays inside it.
+    const auto nested = [&](std::size_t n) { return lesson + std::string(n, '[') + std::string(n, ']') + "}"; };
+    TempDir dir;
+    const auto tooLarge = dir / "large.orv";
+    writeFile(tooLarge, buildZip({{.name = "manifest.json", .data = toBytes(lesson + "1}"),
+                                   .declaredSize = static_cast<std::uint32_t>(ManifestReader::kLargestManifest + 1)}}));
+
+    const std::vector<std::pair<std::function<void(const std::string&)>, std::function<void(const fs::path&)>>>
+        readers{{[](const std::string& text) { ManifestReader::decode(text); },
+                 [](const fs::path& orv) { ManifestReader::read(orv); }},
+                {[](const std::string& text) { LessonPackage::decode(text); },
+                 [](const fs::path& orv) { LessonPackage::read(orv); }}};
+    for (const auto& [decode, read] : readers) {
+        EXPECT_NO_THROW(decode(nested(kDeepestManifest - 1)));
+        for (const auto& text : {nested(kDeepestManifest), std::string(5 << 20, '[')}) {
+            EXPECT_EQ(thrown<DecodeError>([&] { decode(text); }).errorCase(), DecodeError::Case::tooDeep);
+        }
+        // The entry's inflated bytes would not bear out the size it declares: a read would fail otherwise.
+        EXPECT_EQ(thrown<DecodeError>([&] { read(tooLarge); }).errorCase(), DecodeError::Case::tooLarge);
+    }
+
+    // The reader that keeps the document keeps a bounded number of values.
+    std::string many = lesson + "[0";
+    for (std::int64_t i = 0; i < ManifestReader::kMostManifestValues; ++i) many += ",0";
+    many += "]}";
+    EXPECT_EQ(thrown<DecodeError>([&] { LessonPackage::decode(many); }).errorCase(), DecodeError::Case::tooManyValues);
+    EXPECT_NO_THROW(ManifestReader::decode(many));
 }

@@ -167,6 +167,42 @@ TEST_F(OrvExporterTest, RefusesDecksInOrderBeforeAnyRendering) {
     EXPECT_TRUE(clean());
 }
 
+// Where the package cannot go is found before the deck is even read (a
+// file that is no deck would say otherwise). A file name is bytes: the
+// package keeps them, the manifest shows the ones that are not UTF-8 as U+FFFD.
+TEST_F(OrvExporterTest, ADestinationThatCannotBeWrittenIsRefusedBeforeAnyWork) {
+    writeFile(dir / "file", std::string("a file, not a folder"));
+    std::string accented;  // 2 bytes a character
+    while (accented.size() < 246) accented += "\xC3\xA7";
+    using enum OutputError::Case;
+    for (const auto& [what, deckName, destination, refusal] :
+         std::vector<std::tuple<const char*, std::string, fs::path, OutputError::Case>>{
+             {"a folder that has gone", "aula.pptx", dir / "gone" / "aula.orv", folderMissing},
+             {"a folder that is a file", "aula.pptx", dir / "file" / "aula.orv", folderMissing},
+             {"a 251-byte deck name", std::string(246, 'a') + ".pptx", {}, nameTooLong},
+             {"a 251-byte deck name of 2-byte characters", accented + ".pptx", {}, nameTooLong}}) {
+        SCOPED_TRACE(what);
+        const auto deck = dir / deckName;
+        writeFile(deck, std::string("not even a deck"));
+        auto renderer = movieOf(1500);
+        const auto to = destination.empty() ? fs::path(deck).replace_extension(".orv") : destination;
+        const auto e = thrown<OutputError>([&] {
+            OrvExporter::export_(deck, std::nullopt, to, {}, {}, {}, "test", "test/1", {}, renderer);
+        });
+        EXPECT_EQ(e.errorCase(), refusal);
+        EXPECT_EQ(e.destination(), to);
+        EXPECT_EQ(renderer.calls, 0);
+        EXPECT_TRUE(clean());
+        fs::remove(deck);
+    }
+
+    const auto deck = DeckBuilder().addSlide(plain()).write(dir / "aula\xFF.pptx");
+    OrvExporter::export_(deck, std::nullopt, dir / "aula\xFF.orv", {}, {}, {}, "test", "test/1", {}, movieOf(1500));
+    const Json manifest = Json::parse(PptxArchive::readEntry(dir / "aula\xFF.orv", "manifest.json"));
+    EXPECT_EQ(manifest["sourceFileName"], "aula\uFFFD.pptx");
+    EXPECT_TRUE(clean());
+}
+
 TEST_F(OrvExporterTest, AGivenMovieIsNeitherRenderedNorCheckedNorMoved) {
     const auto deck = DeckBuilder().addSlide(plain()).addSlide(clickVideo()).write(dir / "aula.pptx");
     const Bytes movie = craftedMovie(1000, 100);  // far shorter than the plan
