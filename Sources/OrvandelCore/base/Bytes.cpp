@@ -84,6 +84,14 @@ std::size_t lineBreakAt(std::string_view text, std::size_t at) {
     return 0;
 }
 
+std::string_view utf8Prefix(std::string_view text, std::size_t maxBytes) {
+    if (text.size() <= maxBytes) return text;
+    std::size_t end = maxBytes;
+    // Back to the first byte of the sequence the cut falls in, unless it falls between two.
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    return text.substr(0, end);
+}
+
 namespace {
 
 struct Fd {

@@ -26,6 +26,10 @@ std::string repairedUtf8(std::string_view text);
 // U+2028 LINE SEPARATOR, U+2029 PARAGRAPH SEPARATOR); 0 when none starts there.
 std::size_t lineBreakAt(std::string_view text, std::size_t at);
 
+// The longest start of `text` of at most maxBytes bytes that does not end
+// inside a UTF-8 sequence.
+std::string_view utf8Prefix(std::string_view text, std::size_t maxBytes);
+
 // Reads a whole file. Throws FileError.
 Bytes readFile(const std::filesystem::path& path);
 // Writes (creating or truncating) a whole file in one go. Throws FileError.
