@@ -40,7 +40,9 @@ std::string ffmetadata(const std::vector<Chapter>& chapters) {
 // be), no NUL (which would end the argument), at most `limit` bytes.
 std::string argumentTitle(const std::string& title, std::size_t limit) {
     std::string text = repairedUtf8(title);
-    for (auto at = text.find('\0'); at != std::string::npos; at = text.find('\0', at)) text.replace(at, 1, "\xEF\xBF\xBD");
+    for (auto at = text.find('\0'); at != std::string::npos; at = text.find('\0', at)) {
+        text.replace(at, 1, "\xEF\xBF\xBD");
+    }
     return std::string(utf8Prefix(text, limit));
 }
 
@@ -59,7 +61,8 @@ std::vector<std::string> titleArguments(const std::vector<Chapter>& chapters) {
 std::vector<Chapter> probe(const std::vector<std::string>& input, const RenderHooks& hooks) {
     std::vector<std::string> args{"-v", "error", "-show_chapters", "-of", "json"};
     args.insert(args.end(), input.begin(), input.end());
-    const auto r = RenderTools::runTool(kReadStage, "ffprobe", "ffmpeg", args, {.timeout = kTimeout, .cancel = hooks.cancel});
+    const auto r =
+        RenderTools::runTool(kReadStage, "ffprobe", "ffmpeg", args, {.timeout = kTimeout, .cancel = hooks.cancel});
     const auto badOutput = [](const std::string& why) {
         return RenderError(RenderError::Case::badOutput, kReadStage,
                            std::string(kReadStage) + ": ffprobe's answer " + why + ". Check that ffmpeg is "
@@ -125,7 +128,9 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
     }
     writeFile(metadata, ffmetadata(within));
     std::vector<std::string> args{"-nostdin", "-hide_banner", "-v", "error", "-y"};
-    const auto append = [&args](const std::vector<std::string>& more) { args.insert(args.end(), more.begin(), more.end()); };
+    const auto append = [&args](const std::vector<std::string>& more) {
+        args.insert(args.end(), more.begin(), more.end());
+    };
     append(RenderTools::fileInput(in));
     append({"-f", "ffmetadata"});
     append(RenderTools::fileInput(metadata));
