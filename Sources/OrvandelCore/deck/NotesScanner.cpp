@@ -30,7 +30,8 @@ const Regex& paragraphPattern() {
     return re;
 }
 const Regex& runPattern() {
-    static const Regex re(R"re(<a:t\b[^>]*>(.*?)</a:t>)re", Regex::Options{.dotAll = true});
+    // Not an empty run "<a:t/>": it would take the markup up to the next run's end.
+    static const Regex re(R"re(<a:t\b[^>]*(?<!/)>(.*?)</a:t>)re", Regex::Options{.dotAll = true});
     return re;
 }
 const Regex& numericReferencePattern() {

@@ -35,6 +35,8 @@ TEST(NotesScannerTest, ParagraphsBecomeLines) {
     EXPECT_EQ(text(para(run("  ")) + para(run("\xC2\xA0texto\xE3\x80\x80")) + para(run(" "))), "texto");
     // A paragraph laid out over several lines keeps its runs.
     EXPECT_EQ(text("<a:p>\n  " + run("a") + "\r\n  " + run("b") + "\n</a:p>" + para(run("c"))), "ab\nc");
+    // An empty run holds no text, not the markup up to the next run's end.
+    EXPECT_EQ(text(para("<a:r><a:t/></a:r>\n" + run("d"))), "d");
     EXPECT_EQ(text(para(run(" "))), "");
     // Only the body placeholder counts.
     EXPECT_EQ(NotesScanner::bodyText("<p:notes><p:sp><p:txBody>" + para(run("x")) + "</p:txBody></p:sp></p:notes>"),
