@@ -19,20 +19,50 @@ const char* const kReadStage = "reading the chapters";
 // Both only copy: minutes would mean something is wrong.
 constexpr std::chrono::minutes kTimeout{10};
 
-// Characters with a meaning in a metadata file are escaped with a backslash.
-std::string metadataValue(const std::string& text) {
-    std::string out;
-    for (const char c : text) {
-        if (c == '=' || c == ';' || c == '#' || c == '\\' || c == '\n') out += '\\';
-        out += c;
+// All titles together, as ffmpeg's arguments: with the other arguments and
+// the environment well below ARG_MAX (2 MiB by default). One argument alone
+// may not pass 128 KiB, and the movie's chapter track keeps less than
+// 64 KiB of a title: kLongestTitleBytes is far below both.
+constexpr std::size_t kAllTitlesBytes = std::size_t(512) << 10;
+
+// The chapter times only. The titles cannot go in this file: ffmpeg's reader
+// takes a newline after an escaped backslash for an escaped newline (it looks
+// only at the byte before), so no escaping carries a title that ends in "\".
+std::string ffmetadata(const std::vector<Chapter>& chapters) {
+    std::string text = ";FFMETADATA1\n";
+    for (const auto& c : chapters) {
+        text += "[CHAPTER]\nTIMEBASE=1/1000\nSTART=" + formatInt(c.startMs) + "\nEND=" + formatInt(c.endMs) + "\n";
     }
-    return out;
+    return text;
 }
 
-std::vector<Chapter> probe(const std::string& input, const RenderHooks& hooks) {
-    const auto r = RenderTools::runTool(kReadStage, "ffprobe", "ffmpeg",
-                                        {"-v", "error", "-show_chapters", "-of", "json", input},
-                                        {.timeout = kTimeout, .cancel = hooks.cancel});
+// A title as an argument can hold: valid UTF-8 (what ffprobe's answer must
+// be), no NUL (which would end the argument), at most `limit` bytes.
+std::string argumentTitle(const std::string& title, std::size_t limit) {
+    std::string text = repairedUtf8(title);
+    for (auto at = text.find('\0'); at != std::string::npos; at = text.find('\0', at)) {
+        text.replace(at, 1, "\xEF\xBF\xBD");
+    }
+    return std::string(utf8Prefix(text, limit));
+}
+
+// "-metadata:c:N title=..." for every chapter, in the order of the metadata file.
+std::vector<std::string> titleArguments(const std::vector<Chapter>& chapters) {
+    const std::size_t limit = std::min(kLongestTitleBytes, kAllTitlesBytes / std::max<std::size_t>(chapters.size(), 1));
+    std::vector<std::string> args;
+    for (std::size_t i = 0; i < chapters.size(); ++i) {
+        args.push_back("-metadata:c:" + formatInt(static_cast<std::int64_t>(i)));
+        args.push_back("title=" + argumentTitle(chapters[i].title, limit));
+    }
+    return args;
+}
+
+// `input`: ffprobe's arguments that name the movie.
+std::vector<Chapter> probe(const std::vector<std::string>& input, const RenderHooks& hooks) {
+    std::vector<std::string> args{"-v", "error", "-show_chapters", "-of", "json"};
+    args.insert(args.end(), input.begin(), input.end());
+    const auto r =
+        RenderTools::runTool(kReadStage, "ffprobe", "ffmpeg", args, {.timeout = kTimeout, .cancel = hooks.cancel});
     const auto badOutput = [](const std::string& why) {
         return RenderError(RenderError::Case::badOutput, kReadStage,
                            std::string(kReadStage) + ": ffprobe's answer " + why + ". Check that ffmpeg is "
@@ -72,15 +102,6 @@ ChaptersError ChaptersError::noChapters(const std::filesystem::path& package) {
                                             "deck again with --chapters");
 }
 
-std::string ffmetadata(const std::vector<Chapter>& chapters) {
-    std::string text = ";FFMETADATA1\n";
-    for (const auto& c : chapters) {
-        text += "[CHAPTER]\nTIMEBASE=1/1000\nSTART=" + formatInt(c.startMs) + "\nEND=" + formatInt(c.endMs) +
-                "\ntitle=" + metadataValue(c.title) + "\n";
-    }
-    return text;
-}
-
 void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters, const std::filesystem::path& out,
            const RenderHooks& hooks) {
     const auto metadata = out.parent_path() / (out.filename().string() + ".ffmetadata");
@@ -98,22 +119,37 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
     for (const auto& c : chapters) {
         if (c.startMs < before) within.push_back({c.startMs, std::min(c.endMs, before), c.title});
     }
+    if (within.size() > kMostChapters) {
+        throw RenderError(RenderError::Case::badDeck, kWriteStage,
+                          std::string(kWriteStage) + ": the movie would have " +
+                              formatInt(static_cast<std::int64_t>(within.size())) + " chapters, more than the " +
+                              formatInt(static_cast<std::int64_t>(kMostChapters)) +
+                              " that can be named. Export without --chapters.");
+    }
     writeFile(metadata, ffmetadata(within));
+    std::vector<std::string> args{"-nostdin", "-hide_banner", "-v", "error", "-y"};
+    const auto append = [&args](const std::vector<std::string>& more) {
+        args.insert(args.end(), more.begin(), more.end());
+    };
+    append(RenderTools::fileInput(in));
+    append({"-f", "ffmetadata"});
+    append(RenderTools::fileInput(metadata));
     // Every stream but a chapter track of the movie's own (a data stream):
-    // the chapters given replace it. "file:" keeps a colon in a name from
-    // being read as a protocol.
-    std::vector<std::string> args{"-nostdin", "-hide_banner", "-v", "error", "-y", "-i", "file:" + in.string(), "-f",
-                                  "ffmetadata", "-i", "file:" + metadata.string(), "-map", "0", "-map", "-0:d?",
-                                  "-map_metadata", "0", "-map_chapters", "1", "-c", "copy", "-movflags", "+faststart"};
+    // the chapters given replace it.
+    append({"-map", "0", "-map", "-0:d?", "-map_metadata", "0", "-map_chapters", "1", "-c", "copy", "-movflags",
+            "+faststart"});
+    append(titleArguments(within));
     // The muxer would raise a video time scale below 10000 (the renderer's
     // is 1000, one tick a millisecond) to a multiple of it: kept as it was.
-    const auto timeBase = RenderTools::runTool(kWriteStage, "ffprobe", "ffmpeg",
-                                               {"-v", "error", "-select_streams", "v:0", "-show_entries",
-                                                "stream=time_base", "-of", "csv=p=0", "file:" + in.string()},
+    std::vector<std::string> timeBaseArgs{"-v", "error", "-select_streams", "v:0", "-show_entries", "stream=time_base",
+                                          "-of", "csv=p=0"};
+    const auto movie = RenderTools::fileInput(in, false);
+    timeBaseArgs.insert(timeBaseArgs.end(), movie.begin(), movie.end());
+    const auto timeBase = RenderTools::runTool(kWriteStage, "ffprobe", "ffmpeg", timeBaseArgs,
                                                {.timeout = kTimeout, .cancel = hooks.cancel});
     const std::string base = RenderTools::lastLine(timeBase.standardOutput);
     if (base.starts_with("1/") && parseInt64(base.substr(2)).value_or(0) > 0) {
-        args.insert(args.end(), {"-video_track_timescale", base.substr(2)});
+        append({"-video_track_timescale", base.substr(2)});
     }
     args.push_back("file:" + out.string());
     RenderTools::runTool(kWriteStage, "ffmpeg", "ffmpeg", args, {.timeout = kTimeout, .cancel = hooks.cancel});
@@ -129,10 +165,13 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
 std::vector<Chapter> readPackage(const std::filesystem::path& orv, const RenderHooks& hooks) {
     PptxArchive::Deck package(orv);
     const auto range = package.storedRange("assets/master.mp4");
-    // ffmpeg's subfile protocol reads the stored movie in place.
-    auto chapters = probe("subfile,,start," + formatInt(range.begin) + ",end," + formatInt(range.end) +
-                              ",,:file:" + std::filesystem::absolute(orv).string(),
-                          hooks);
+    // ffmpeg's subfile protocol reads the stored movie in place, through the
+    // file protocol: both are allowed, nothing else.
+    auto input = RenderTools::fileInput(std::filesystem::absolute(orv), false);
+    const auto whitelist = std::find(input.begin(), input.end(), "-protocol_whitelist");
+    if (whitelist != input.end() && whitelist + 1 != input.end()) *(whitelist + 1) = "subfile," + *(whitelist + 1);
+    input.back() = "subfile,,start," + formatInt(range.begin) + ",end," + formatInt(range.end) + ",,:" + input.back();
+    auto chapters = probe(input, hooks);
     if (chapters.empty()) throw ChaptersError::noChapters(orv);
     return chapters;
 }

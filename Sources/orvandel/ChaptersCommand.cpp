@@ -4,7 +4,6 @@
 #include "Commands.hpp"
 #include "MovieChapters.hpp"
 #include "base/AtomicFile.hpp"
-#include "base/Bytes.hpp"
 #include "package/ChapterVtt.hpp"
 
 namespace orvandel::cli {
@@ -37,8 +36,7 @@ int runChapters(const ChaptersOptions& options, std::ostream& out) {
     if (options.output.empty()) {
         out << text;
     } else {
-        AtomicFile::replace(options.output, [&](const std::filesystem::path& temporary) { writeFile(temporary, text); },
-                            {options.package});
+        AtomicFile::write(options.output, text, {options.package});
     }
     return kExitOk;
 }

@@ -1,9 +1,16 @@
 #include "Cli.hpp"
 
 #include <CLI/CLI.hpp>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <iostream>
 
 #include "Commands.hpp"
+#include "StandardOutput.hpp"
 #include "base/Error.hpp"
 #include "base/Numbers.hpp"
 #include "container/PptxArchive.hpp"
@@ -144,6 +151,24 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
         err << "orvandel: " << describe(e) << "\n";
         return kExitFailure;
     }
+}
+
+int runOnStandardStreams(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(fd, F_GETFD) != -1 || errno != EBADF) continue;
+        // The lowest free number: this very one, as the lower ones are open by now.
+        if (::open("/dev/null", fd == STDERR_FILENO ? O_WRONLY : O_RDONLY) != fd) break;
+    }
+    StandardOutput out;
+    const int status = run(argc, argv, out.stream(), std::cerr);
+    try {
+        out.finish();
+    } catch (const StandardOutputError& e) {
+        std::cerr << "orvandel: " << describe(e) << "\n";
+        return status == kExitOk ? kExitFailure : status;
+    }
+    return status;
 }
 
 }  // namespace orvandel::cli

@@ -17,6 +17,17 @@ namespace orvandel::cli {
 
 int run(int argc, char** argv, std::ostream& out, std::ostream& err);
 
+// run() as the process itself, on its standard streams. Standard output is
+// checked to the end: when a write to it failed (a full disk, a closed pipe,
+// a closed descriptor), the reason is said on standard error and the status
+// is 1 (a failure's own status stays). SIGPIPE is ignored for that, so that
+// a reader that has gone is the failed write EPIPE; child processes get its
+// default back (Subprocess resets it). A standard descriptor that is closed
+// is held by /dev/null first, standard output read-only so that writing to
+// it still fails: otherwise the next file opened would take its number and
+// the output meant for it.
+int runOnStandardStreams(int argc, char** argv);
+
 // Exit statuses.
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailure = 1;

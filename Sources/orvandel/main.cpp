@@ -1,5 +1,3 @@
-#include <iostream>
-
 #include "Cli.hpp"
 
-int main(int argc, char** argv) { return orvandel::cli::run(argc, argv, std::cout, std::cerr); }
+int main(int argc, char** argv) { return orvandel::cli::runOnStandardStreams(argc, argv); }

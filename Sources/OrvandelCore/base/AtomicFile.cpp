@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Bytes.hpp"
 #include "base/Leftovers.hpp"
 #include "base/Uuid.hpp"
 
@@ -149,6 +150,20 @@ void replace(const std::filesystem::path& destination,
         throw;
     }
     flush(folderOf(destination), true, destination);
+}
+
+void write(const std::filesystem::path& destination, std::string_view contents,
+           const std::vector<std::filesystem::path>& inputs) {
+    replace(
+        destination,
+        [&](const std::filesystem::path& temporary) {
+            try {
+                writeFile(temporary, contents);
+            } catch (const FileError& e) {
+                throw FileError("write", destination.string(), e.errnoValue());
+            }
+        },
+        inputs);
 }
 
 }  // namespace AtomicFile

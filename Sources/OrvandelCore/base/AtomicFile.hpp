@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/Error.hpp"
@@ -72,6 +73,11 @@ void checkWritable(const std::filesystem::path& destination);
 void replace(const std::filesystem::path& destination,
              const std::function<void(const std::filesystem::path& temporary)>& write,
              const std::vector<std::filesystem::path>& inputs = {});
+
+// replace() with `contents` as the new file; a write that fails (a full
+// disk) is FileError naming the destination, not the temporary file.
+void write(const std::filesystem::path& destination, std::string_view contents,
+           const std::vector<std::filesystem::path>& inputs = {});
 
 }  // namespace AtomicFile
 

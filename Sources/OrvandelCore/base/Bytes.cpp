@@ -74,6 +74,24 @@ std::string repairedUtf8(std::string_view text) {
     return out;
 }
 
+std::size_t lineBreakAt(std::string_view text, std::size_t at) {
+    const std::string_view rest = text.substr(at);
+    if (rest.starts_with("\r\n")) return 2;
+    if (rest.empty()) return 0;
+    if (rest[0] >= '\n' && rest[0] <= '\r') return 1;
+    if (rest.starts_with("\xC2\x85")) return 2;
+    if (rest.starts_with("\xE2\x80\xA8") || rest.starts_with("\xE2\x80\xA9")) return 3;
+    return 0;
+}
+
+std::string_view utf8Prefix(std::string_view text, std::size_t maxBytes) {
+    if (text.size() <= maxBytes) return text;
+    std::size_t end = maxBytes;
+    // Back to the first byte of the sequence the cut falls in, unless it falls between two.
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+    return text.substr(0, end);
+}
+
 namespace {
 
 struct Fd {

@@ -21,6 +21,15 @@ bool isValidUtf8(std::string_view text);
 // U+FFFD, so that the readable rest survives.
 std::string repairedUtf8(std::string_view text);
 
+// The length of the line break that starts at text[at]: 2 for CR LF, else the
+// length of a line terminator as Unicode names them (LF, VT, FF, CR, NEL,
+// U+2028 LINE SEPARATOR, U+2029 PARAGRAPH SEPARATOR); 0 when none starts there.
+std::size_t lineBreakAt(std::string_view text, std::size_t at);
+
+// The longest start of `text` of at most maxBytes bytes that does not end
+// inside a UTF-8 sequence.
+std::string_view utf8Prefix(std::string_view text, std::size_t maxBytes);
+
 // Reads a whole file. Throws FileError.
 Bytes readFile(const std::filesystem::path& path);
 // Writes (creating or truncating) a whole file in one go. Throws FileError.

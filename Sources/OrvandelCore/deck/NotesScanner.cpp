@@ -14,8 +14,9 @@ namespace orvandel::NotesScanner {
 
 namespace {
 
-// The relationship patterns look across line breaks (attributes may be
-// wrapped); the paragraph and run patterns deliberately do not.
+// Every pattern looks across line breaks: attributes may be wrapped, a
+// paragraph may be laid out on several lines, and a run's text may hold any
+// line terminator, none of which may cost the text around it.
 const Regex& notesRelPattern() {
     static const Regex re(R"re(<Relationship\b[^>]*?/notesSlide"[^>]*>)re", Regex::Options{.dotAll = true});
     return re;
@@ -25,11 +26,12 @@ const Regex& targetPattern() {
     return re;
 }
 const Regex& paragraphPattern() {
-    static const Regex re(R"re(<a:p\b[^>]*>(.*?)</a:p>)re");
+    static const Regex re(R"re(<a:p\b[^>]*>(.*?)</a:p>)re", Regex::Options{.dotAll = true});
     return re;
 }
 const Regex& runPattern() {
-    static const Regex re(R"re(<a:t\b[^>]*>(.*?)</a:t>)re");
+    // Not an empty run "<a:t/>": it would take the markup up to the next run's end.
+    static const Regex re(R"re(<a:t\b[^>]*(?<!/)>(.*?)</a:t>)re", Regex::Options{.dotAll = true});
     return re;
 }
 const Regex& numericReferencePattern() {
@@ -147,6 +149,21 @@ std::string xmlUnescape(std::string text) {
 
     replaceAll(text, "&amp;", "&");
     return text;
+}
+
+// Every line terminator (CR LF, CR, NEL, U+2028...) made "\n", the notes' one line break.
+std::string withPlainLineBreaks(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size();) {
+        if (const std::size_t length = lineBreakAt(text, i)) {
+            out += '\n';
+            i += length;
+        } else {
+            out += text[i++];
+        }
+    }
+    return out;
 }
 
 // One code point at `at` (which must start one), and its length; invalid bytes count as one.
@@ -278,7 +295,7 @@ std::string bodyText(std::string_view notesSlideXML) {
         first = false;
         for (const auto& run : allMatches(paragraph, runPattern(), 1)) text += xmlUnescape(run);
     }
-    return trimmed(text);
+    return trimmed(withPlainLineBreaks(text));
 }
 
 std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& pptxURL, const WarningCallback& warn) {

@@ -34,7 +34,8 @@ std::optional<std::string> notesTarget(std::string_view relsXML);
 std::string resolveEntry(std::string_view target, std::string_view relativeTo);
 
 // The text of the notes body placeholder: one line per paragraph, runs joined,
-// entities decoded, trimmed; "" when there is none.
+// entities decoded, every line break within a run (CR LF, CR, NEL, U+2028,
+// U+2029...) made "\n", trimmed; "" when there is none.
 std::string bodyText(std::string_view notesSlideXML);
 
 }  // namespace orvandel::NotesScanner

@@ -1,5 +1,6 @@
 #include "deck/SlideTitles.hpp"
 
+#include "base/Bytes.hpp"
 #include "base/Regex.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
@@ -35,20 +36,21 @@ std::optional<std::string_view> shapeAround(std::string_view xml, std::size_t at
     return xml.substr(start, end + close.size() - start);
 }
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
-
-// Runs of ASCII white space become one space; none at either end.
+// Runs of spaces, tabs and line breaks (NEL, U+2028 and U+2029 too: a title
+// is one line) become one space; none at either end.
 std::string collapsed(std::string_view text) {
     std::string out;
     bool pendingSpace = false;
-    for (const char c : text) {
-        if (isSpace(c)) {
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t blank = text[i] == ' ' || text[i] == '\t' ? 1 : lineBreakAt(text, i);
+        if (blank > 0) {
             pendingSpace = !out.empty();
+            i += blank;
             continue;
         }
         if (pendingSpace) out += ' ';
         pendingSpace = false;
-        out += c;
+        out += text[i++];
     }
     return out;
 }

@@ -12,7 +12,9 @@
 namespace orvandel::SlideTitles {
 
 // The text of the first title placeholder of a slide's XML: its paragraphs
-// and line breaks joined by one space, runs of white space made one, trimmed.
+// and line breaks joined by one space, runs of spaces, tabs and line breaks
+// (U+2028 and the other Unicode line terminators among them) made one space,
+// trimmed.
 // Nothing when there is no title placeholder, when it holds no text, or when
 // the shape does not parse: a title is a nicety, never a reason to fail.
 std::optional<std::string> titleText(std::string_view slideXML);

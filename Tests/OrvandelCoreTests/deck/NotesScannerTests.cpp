@@ -33,12 +33,25 @@ TEST(NotesScannerTest, ParagraphsBecomeLines) {
     // A self-closing paragraph runs on to the next paragraph's end and takes its text.
     EXPECT_EQ(text(para(run("Um")) + "<a:p/>" + para(run("Dois"))), "Um\nDois");
     EXPECT_EQ(text(para(run("  ")) + para(run("\xC2\xA0texto\xE3\x80\x80")) + para(run(" "))), "texto");
-    // "." stops at a line break: such a paragraph or run is not matched at all.
-    EXPECT_EQ(text(para(run("a\nb")) + para(run("c"))), "c");
+    // A paragraph laid out over several lines keeps its runs.
+    EXPECT_EQ(text("<a:p>\n  " + run("a") + "\r\n  " + run("b") + "\n</a:p>" + para(run("c"))), "ab\nc");
+    // An empty run holds no text, not the markup up to the next run's end.
+    EXPECT_EQ(text(para("<a:r><a:t/></a:r>\n" + run("d"))), "d");
     EXPECT_EQ(text(para(run(" "))), "");
     // Only the body placeholder counts.
     EXPECT_EQ(NotesScanner::bodyText("<p:notes><p:sp><p:txBody>" + para(run("x")) + "</p:txBody></p:sp></p:notes>"),
               "");
+}
+
+// Whatever line terminator a run holds, raw or as a reference, the text
+// around it stays and the break is one "\n".
+TEST(NotesScannerTest, EveryLineBreakInARunBecomesANewline) {
+    for (const std::string lineBreak : {"\n", "\r\n", "\r", "&#13;&#10;", "&#xD;", "\xC2\x85", "&#x85;",
+                                        "\xE2\x80\xA8", "&#x2028;", "\xE2\x80\xA9", "&#8233;", "\v", "\f"}) {
+        EXPECT_EQ(text(para(run("um" + lineBreak + "dois")) + para(run("tr&#xEA;s"))), "um\ndois\ntrês")
+            << testing::PrintToString(lineBreak);
+    }
+    EXPECT_EQ(text(para(run("a\xE2\x80\xA8\xE2\x80\xA8" "b\r\rc"))), "a\n\nb\n\nc");
 }
 
 // The plain cases (relative and absolute targets) are read in NotesBySlideKeyedByDisplayIndex.
@@ -84,6 +97,7 @@ TEST(SlideTitlesTest, TheTitlePlaceholderOnOneLineOrNothing) {
              {shape("title", para(run(" Luz &amp;") + "<a:br/>" + run("água")) + para(run("e  ar "))),
               "Luz & água e ar"},
              {subtitle, std::nullopt},
+             {shape("title", para(run("Luz\xE2\x80\xA8\r\n&#x2029;e\xC2\x85" "ar"))), "Luz e ar"},
              {shape("title", para(run(" "))), std::nullopt},
              {shape("title", para("<a:r><a:t>not closed</a:r>")), std::nullopt}}) {
         EXPECT_EQ(SlideTitles::titleText(slideXml(tree)), title) << tree;

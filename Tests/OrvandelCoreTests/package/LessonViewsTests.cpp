@@ -67,10 +67,15 @@ TEST(ChapterListTest, OneChapterPerVisibleSlideHoldingItsCues) {
     }
 }
 
+// A cue's text ends at a blank line and cannot hold "-->": a title keeps
+// its cue to itself on one line.
 TEST(ChapterVttTest, TimesFromWholeMillisecondsAndTitlesWithoutMarkup) {
-    EXPECT_EQ(ChapterVtt::webVtt({{0, 1500, "Luz & <sombra> --> fim"}, {3'723'004, 360'000'000, "Resumo"}}),
+    EXPECT_EQ(ChapterVtt::webVtt({{0, 1500, "Luz & <sombra> --> fim"},
+                                  {1500, 2000, "um\r\n\ndois\r\n\n3\n00:00:00.000 --> 00:00:09.000\nfalso\\"},
+                                  {3'723'004, 360'000'000, "Resumo"}}),
               "WEBVTT\n\n1\n00:00:00.000 --> 00:00:01.500\nLuz &amp; &lt;sombra&gt; --&gt; fim\n\n"
-              "2\n01:02:03.004 --> 100:00:00.000\nResumo\n");
+              "2\n00:00:01.500 --> 00:00:02.000\num   dois   3 00:00:00.000 --&gt; 00:00:09.000 falso\\\n\n"
+              "3\n01:02:03.004 --> 100:00:00.000\nResumo\n");
 }
 
 TEST(LessonPackageTest, ReadsBackWhatTheManifestBuilderWrote) {

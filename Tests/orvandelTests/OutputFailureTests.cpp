@@ -1,0 +1,102 @@
+// What a command prints reaches its reader, or the command fails saying why:
+// standard output that is full, closed or a pipe nobody reads any more, and
+// files on a disk that fills up.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "DeckBuilder.hpp"
+#include "Lessons.hpp"
+#include "MovieFixtures.hpp"
+#include "TestSupport.hpp"
+#include "base/Bytes.hpp"
+#include "base/Subprocess.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+// The tool run in `dir` with its standard output redirected as bash reads
+// `redirection` (">/dev/full", ">&-"...).
+SubprocessResult runRedirected(const fs::path& dir, const std::string& redirection,
+                               const std::vector<std::string>& args) {
+    std::vector<std::string> argv{"/bin/bash", "-c", "exec \"$0\" \"$@\" " + redirection, cliPath().string()};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return Subprocess::run(argv, {.workingDirectory = dir, .timeout = std::chrono::minutes(3)});
+}
+
+std::string failedWrite(int errnoValue) {
+    return "orvandel: could not write to standard output (" + std::string(std::strerror(errnoValue)) + ")\n";
+}
+
+}  // namespace
+
+TEST(StandardOutputTest, EveryCommandThatPrintsFailsWhenItsOutputIsLost) {
+    if (!haveMediaTools()) GTEST_SKIP() << "needs ffmpeg";
+    TempDir dir;
+    DeckBuilder().addSlide(slideXml()).addNotes(1, notesSlideXml({"Um"})).write(dir / "d.pptx");
+    fs::copy_file(dir / "d.pptx", dir / "d2.pptx");
+    writeFile(dir / "m.mp4", craftedMovie(1000, 1500));
+    ASSERT_EQ(runCli({"export", (dir / "d.pptx").string(), "--mp4", (dir / "m.mp4").string()}).exitStatus, 0);
+    const auto chaptered = exportLesson(dir, {"--chapters"}).orv.string();
+    // A batch's decks fail fast (no PowerPoint here), and its summary is printed all the same.
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {"scan", "d.pptx"}, {"scan", "d.pptx", "--json"}, {"notes", "d.pptx"}, {"notes", "d.pptx", "--json"},
+             {"prepare", "d.pptx", "-o", "p.pptx"}, {"export", "d.pptx", "--mp4", "m.mp4", "-o", "e.orv"},
+             {"export", "d.pptx", "d2.pptx", "--renderer", "powerpoint"},
+             {"export", "d.pptx", "d2.pptx", "--renderer", "powerpoint", "--json"}, {"probe", "d.orv"},
+             {"probe", "d.orv", "--json"}, {"preview", "d.orv", "-o", "page"}, {"chapters", chaptered},
+             {"chapters", chaptered, "--vtt"}, {"scan", "--help"}, {"--version"}}) {
+        SCOPED_TRACE(args[0] + " " + args.back());
+        const auto r = runRedirected(dir.path(), ">/dev/full", args);
+        EXPECT_EQ(r.exitStatus, 1);
+        EXPECT_TRUE(r.standardError.ends_with(failedWrite(ENOSPC))) << r.standardError;
+    }
+
+    // A closed descriptor, and a pipe whose reader has gone: no death by SIGPIPE.
+    int pipeEnds[2];
+    ASSERT_EQ(::pipe(pipeEnds), 0);
+    ::close(pipeEnds[0]);
+    for (const auto& [redirection, errnoValue] :
+         {std::pair{std::string(">&-"), EBADF}, {">&" + std::to_string(pipeEnds[1]), EPIPE}}) {
+        const auto r = runRedirected(dir.path(), redirection, {"notes", "d.pptx", "--json"});
+        EXPECT_EQ(r.termSignal, 0);
+        EXPECT_EQ(r.exitStatus, 1);
+        EXPECT_EQ(r.standardError, failedWrite(errnoValue));
+    }
+    ::close(pipeEnds[1]);
+}
+
+// A disk that fills up: a tiny tmpfs in a mount namespace of its own. The
+// file chapters -o was to replace stays whole, with nothing left beside it.
+TEST(StandardOutputTest, AFullDiskFailsTheCommandAndLeavesTheFileItWasToReplace) {
+    if (!haveMediaTools() || !haveProgram("unshare")) GTEST_SKIP() << "needs ffmpeg and unshare";
+    TempDir dir;
+    DeckBuilder deck;
+    for (int i = 0; i < 100; ++i) deck.addSlide(slideXml());  // a report of some 40 KiB
+    deck.write(dir / "d.pptx");
+    fs::create_directories(dir / "disk");
+    const std::string script =
+        "cli=$1 disk=$2 orv=$3\n"
+        "mount -t tmpfs -o size=16k tmpfs \"$disk\" || exit 77\n"
+        "\"$cli\" scan d.pptx --json > \"$disk/scan.json\"; echo \"scan $?\"; rm \"$disk/scan.json\"\n"
+        "echo old > \"$disk/a.vtt\"; cat /dev/zero > \"$disk/filler\" 2>/dev/null\n"
+        "\"$cli\" chapters \"$orv\" --vtt -o \"$disk/a.vtt\"; echo \"chapters $?\"\n"
+        "ls -A \"$disk\"; cat \"$disk/a.vtt\"\n";
+    const auto r = Subprocess::run({"unshare", ::geteuid() == 0 ? "-m" : "-rm", "/bin/sh", "-c", script, "sh",
+                                    cliPath().string(), (dir / "disk").string(),
+                                    exportLesson(dir, {"--chapters"}).orv.string()},
+                                   {.workingDirectory = dir.path(), .timeout = std::chrono::minutes(1)});
+    if (r.exitStatus != 0) GTEST_SKIP() << "cannot mount a tmpfs here: " << r.standardError;
+    EXPECT_EQ(r.standardOutput, "scan 1\nchapters 1\na.vtt\nfiller\nold\n");
+    EXPECT_NE(r.standardError.find(failedWrite(ENOSPC)), std::string::npos) << r.standardError;
+    EXPECT_NE(r.standardError.find("could not write " + (dir / "disk" / "a.vtt").string() + ": " +
+                                   std::strerror(ENOSPC)),
+              std::string::npos)
+        << r.standardError;
+}
