@@ -41,7 +41,7 @@ TEST(StandardOutputTest, EveryCommandThatPrintsFailsWhenItsOutputIsLost) {
     TempDir dir;
     DeckBuilder().addSlide(slideXml()).addNotes(1, notesSlideXml({"Um"})).write(dir / "d.pptx");
     fs::copy_file(dir / "d.pptx", dir / "d2.pptx");
-    writeFile(dir / "m.mp4", craftedMovie(1000, 1500));
+    writeFile(dir / "m.mp4", stillsMovie(1500));
     ASSERT_EQ(runCli({"export", (dir / "d.pptx").string(), "--mp4", (dir / "m.mp4").string()}).exitStatus, 0);
     const auto chaptered = exportLesson(dir, {"--chapters"}).orv.string();
     // A batch's decks fail fast (no PowerPoint here), and its summary is printed all the same.
