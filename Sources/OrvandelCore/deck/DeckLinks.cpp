@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <map>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -228,6 +229,21 @@ std::optional<Refusal> copy(const fs::path& file, const fs::path& to, std::int64
     out.fd = -1;
     if (::close(fd) != 0) throw FileError("write", to.string(), errno);
     return refused;
+}
+
+std::vector<Warning> warnings(const std::vector<NotFollowed>& links) {
+    std::map<std::int64_t, std::pair<const NotFollowed*, std::int64_t>> bySlide;  // the first, how many more
+    for (const auto& link : links) {
+        auto [it, isNew] = bySlide.try_emplace(link.slide, &link, 0);
+        if (!isNew) ++it->second.second;
+    }
+    std::vector<Warning> out;
+    for (const auto& [slide, first] : bySlide) {
+        const NotFollowed& link = *first.first;
+        out.push_back(
+            Warning::linkNotFollowed(slide, link.linked, link.target, std::string(reason(link.reason)), first.second));
+    }
+    return out;
 }
 
 }  // namespace orvandel::DeckLinks

@@ -17,8 +17,10 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "base/Bytes.hpp"
+#include "base/Warning.hpp"
 
 namespace orvandel::DeckLinks {
 
@@ -70,5 +72,19 @@ std::variant<Bytes, Refusal> read(const std::filesystem::path& file, std::int64_
 // a refusal or a throw `to` is left for the caller to remove.
 std::optional<Refusal> copy(const std::filesystem::path& file, const std::filesystem::path& to, std::int64_t maxBytes,
                             const std::function<void()>& afterChunk = {});
+
+// A link an export did not follow.
+struct NotFollowed {
+    std::int64_t slide = 0;  // the display number of the slide that shows it
+    std::string linked;      // what it is: "picture", "video", "audio clip"
+    std::string target;      // as the deck writes it
+    Refusal reason = Refusal::networkLink;
+    bool operator==(const NotFollowed&) const = default;
+};
+
+// One warning per slide, in slide order, however many links of the slide
+// were not followed (the storyboard's copies of a slide are not slides): it
+// names the first one reported and counts the others.
+std::vector<Warning> warnings(const std::vector<NotFollowed>& links);
 
 }  // namespace orvandel::DeckLinks

@@ -90,3 +90,19 @@ TEST(DeckLinksTest, OnlyARegularFileInsideTheFolderTreeIsReadUnlessOutsideIsAllo
     EXPECT_EQ(DeckLinks::copy(outside / "secret.png", dir / "copy", 6), std::nullopt);
     EXPECT_EQ(toString(readFile(dir / "copy")), "secret");
 }
+
+TEST(DeckLinksTest, EachSlideWarnsOnceNamingItsFirstLinkNotFollowed) {
+    const std::string longName = "x\x1b[2J" + std::string(200, 'a');
+    const auto warnings = DeckLinks::warnings({{3, "picture", "../fora/a.png", Refusal::outsideFolder},
+                                               {1, "video", longName, Refusal::notRegularFile},
+                                               {3, "video", "http://h/v.mp4", Refusal::networkLink},
+                                               {3, "audio clip", "b.wav", Refusal::missing}});
+    ASSERT_EQ(warnings.size(), 2u);
+    EXPECT_EQ(warnings[0].text, "slide 1: the linked video \"x?[2J" + std::string(95, 'a') +
+                                    "...\" is not a regular file and was not read");
+    EXPECT_EQ(warnings[0].detail, longName);
+    EXPECT_EQ(warnings[1].text,
+              "slide 3: the linked picture \"../fora/a.png\" is outside the deck's folder and was not read; 2 more "
+              "links on this slide were not followed either");
+    EXPECT_EQ(std::tie(warnings[1].kind, warnings[1].slide), std::make_tuple(Warning::Kind::linkNotFollowed, 3));
+}
