@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-#include <zlib.h>
 
 #include "DeckBuilder.hpp"
 #include "LinkSweep.hpp"
 #include "RenderPlan.hpp"
 #include "Storyboard.hpp"
 #include "TestSupport.hpp"
+#include "ZipFixtures.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/ZipArchive.hpp"
 #include "rewrite/DeckTransformer.hpp"
@@ -32,20 +32,6 @@ std::string base64(const std::string& text) {
         if (i + 2 < text.size()) n |= std::uint8_t(text[i + 2]);
         for (std::size_t k = 0; k < 4; ++k) out += i + k <= text.size() ? digits[(n >> (18 - 6 * k)) & 63] : '=';
     }
-    return out;
-}
-
-Bytes gzipped(const std::string& text) {
-    z_stream zs{};
-    deflateInit2(&zs, 9, Z_DEFLATED, 16 + MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
-    Bytes out(text.size() + 256);
-    zs.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
-    zs.avail_in = static_cast<uInt>(text.size());
-    zs.next_out = out.data();
-    zs.avail_out = static_cast<uInt>(out.size());
-    deflate(&zs, Z_FINISH);
-    out.resize(zs.total_out);
-    deflateEnd(&zs);
     return out;
 }
 
@@ -104,7 +90,7 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
         .addEntry("ppt/charts/chart1.xml", std::string("<c:chartSpace/>"))
         .addEntry("ppt/charts/_rels/chart1.xml.rels", relationshipsXml({{"rId1", "package", "http://h/d.xlsx", true}}))
         .addEntry("ppt/media/svg.png", svg)
-        .addEntry("ppt/media/image.svgz", gzipped(svg))
+        .addEntry("ppt/media/image.svgz", rawDeflate(toBytes(svg), Z_FINISH, 16 + MAX_WBITS))
         .addEntry("ppt/drawings/vmlDrawing1.vml", std::string("<xml><v:imagedata src=\"/etc/x.png\"/></xml>"))
         .addEntry("ppt/drawings/_rels/vmlDrawing1.vml.rels", std::string("<Relationships><Relationship"))
         .write(folder / "aula" / "deck.pptx");

@@ -40,12 +40,6 @@ int meanGray(const std::string& frame) {
     return static_cast<int>(sum / count);
 }
 
-void ffmpeg(const std::vector<std::string>& args) {
-    std::vector<std::string> argv{"ffmpeg", "-v", "error", "-y"};
-    argv.insert(argv.end(), args.begin(), args.end());
-    ASSERT_TRUE(Subprocess::run(argv).succeeded());
-}
-
 struct Export {
     SubprocessResult result;
     std::vector<std::string> warnings;     // the lines about links
