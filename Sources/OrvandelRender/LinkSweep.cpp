@@ -355,7 +355,8 @@ std::optional<std::string> withoutOutsideReferences(std::string_view markup) {
     std::vector<Edit> edits;
     // A document type can give an element an attribute it does not write, or
     // bring in markup through an entity: it goes, with whatever then fails.
-    for (std::size_t at = 0; (at = lowered(markup).find("<!doctype", at)) != std::string::npos;) {
+    const std::string folded = lowered(markup);
+    for (std::size_t at = 0; (at = folded.find("<!doctype", at)) != std::string::npos;) {
         const std::size_t end = declarationEnd(markup, at);
         edits.push_back({at, end, ""});
         at = end;
@@ -377,13 +378,25 @@ Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, c
     Sweep out;
     PptxArchive::Deck deck(preparedDeck);
     const auto names = ZipArchive::entryNames(preparedDeck);
-    std::set<std::string> used(names.begin(), names.end());
-
-    // Every part's content that is markup, swept; anything unreadable goes.
+    std::set<std::string> used, twice;
     for (const auto& name : names) {
-        if (name.empty() || name.ends_with('/') || lowered(name).ends_with(".rels")) continue;
+        if (!used.insert(name).second) twice.insert(name);
+    }
+
+    // Every part's content that is markup, swept; anything unreadable goes. A
+    // name the archive holds twice is read here as its first entry, and may
+    // be read by LibreOffice as the other: both get what was read here.
+    for (const auto& name : names) {
+        if (name.empty() || name.ends_with('/') || lowered(name).ends_with(".rels") || out.replaced.contains(name)) {
+            continue;
+        }
         try {
             const Bytes head = deck.readEntryHead(name, kHead);
+            if (twice.contains(name)) {
+                Bytes whole = deck.readEntryBytes(name);
+                out.replaced[name] = isMarkup(head) || isGzip(head) ? swept(whole).value_or(whole) : whole;
+                continue;
+            }
             if (!isMarkup(head) && !isGzip(head)) continue;
             if (auto clean = swept(isGzip(head) ? deck.readEntryBytes(name) : wholeMarkup(deck, name))) {
                 out.replaced[name] = std::move(*clean);
@@ -415,7 +428,10 @@ Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, c
     const auto slideOf = showingSlides(plan, relsOf);
     Pictures pictures(used, rule);
     for (auto& [owner, rels] : relsOf) {
-        if (std::none_of(rels.begin(), rels.end(), leadsOutside)) continue;
+        if (std::none_of(rels.begin(), rels.end(), leadsOutside)) {
+            if (twice.contains(relsPartOf[owner])) out.replaced[relsPartOf[owner]] = toBytes(relationshipsXml(rels));
+            continue;
+        }
         std::string ownerXml;
         if (const auto swept = out.replaced.find(owner); swept != out.replaced.end()) {
             ownerXml = toString(swept->second);

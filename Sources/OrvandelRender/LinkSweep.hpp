@@ -12,16 +12,17 @@
 // is left, in every part, whatever part it is: every relationship out of the
 // package points inside it, to nothing; every href or src attribute (SVG,
 // legacy VML drawings, any markup part) that is not a fragment of its own
-// part or a data: URL of plain bytes points to nothing. A linked picture that
+// part or a data: URL of plain bytes points to nothing, and a document type
+// declaration (which could add such an attribute) goes. A linked picture that
 // the link rule (DeckLinks) lets be read is still drawn: its bytes become a
 // part of the storyboard beside the part that shows it, so that LibreOffice
 // reads nothing but the package. Any other linked picture is drawn as
 // LibreOffice draws a missing one (video and audio shapes keep their
 // embedded poster) and is reported for the first visible slide that shows it.
 //
-// What LibreOffice was seen not to resolve is left alone: entity
-// declarations, style sheets, url() in styles, <use> of other files, and the
-// packages embedded in the deck (OLE objects are drawn from their picture).
+// What LibreOffice was seen not to resolve is left alone: style sheets,
+// url() in styles, and the packages embedded in the deck (an OLE object is
+// drawn from its picture).
 #include <cstdint>
 #include <filesystem>
 #include <map>
