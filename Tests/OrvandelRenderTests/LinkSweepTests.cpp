@@ -23,28 +23,17 @@ std::string linkedPicture(const std::string& id, const std::string& blip) {
            blip + "</p:blipFill><p:spPr/></p:pic>";
 }
 
-std::string base64(const std::string& text) {
-    static const char* digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); i += 3) {
-        std::uint32_t n = std::uint32_t(std::uint8_t(text[i])) << 16;
-        if (i + 1 < text.size()) n |= std::uint32_t(std::uint8_t(text[i + 1])) << 8;
-        if (i + 2 < text.size()) n |= std::uint8_t(text[i + 2]);
-        for (std::size_t k = 0; k < 4; ++k) out += i + k <= text.size() ? digits[(n >> (18 - 6 * k)) & 63] : '=';
-    }
-    return out;
-}
-
 }  // namespace
 
 TEST(LinkSweepTest, HrefsAndSrcsThatCouldLeadOutsideTheirPartPointToNothing) {
-    const std::string svgWithAFileLink = "<svg><image href=\"file:///etc/x.png\"/></svg>";
+    // <svg><image href="file:///etc/x.png"/></svg>
+    const std::string svgWithAFileLink = "PHN2Zz48aW1hZ2UgaHJlZj0iZmlsZTovLy9ldGMveC5wbmciLz48L3N2Zz4=";
     const std::vector<std::pair<std::string, std::optional<std::string>>> cases{
         {"<svg><image href=\"http://h/a.png\"/><a xlink:href='smb://h/s'/></svg>",
          "<svg><image href=\"#\"/><a xlink:href='#'/></svg>"},
         {"<svg><use href=\" #part\"/><image href=\"data:image/png;base64,iVBORw0KGgo=\"/></svg>", std::nullopt},
         // An SVG in a data: URL is read with its own links, however it is written.
-        {"<svg><image href=\"data:image/svg+xml;base64," + base64(svgWithAFileLink) + "\"/></svg>",
+        {"<svg><image href=\"data:image/svg+xml;base64," + svgWithAFileLink + "\"/></svg>",
          "<svg><image href=\"#\"/></svg>"},
         {"<svg><image href=\"data:image/svg+xml,%3Csvg%3E\"/><image href=\"data:,&#60;svg\"/></svg>",
          "<svg><image href=\"#\"/><image href=\"#\"/></svg>"},
