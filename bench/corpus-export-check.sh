@@ -122,7 +122,7 @@ for name in decks:
         with zipfile.ZipFile(out) as z, open(movie, "wb") as f: f.write(z.read("assets/master.mp4"))
         moving, loudest = what_plays(movie)
         posters = [l.split("warning: ", 1)[1] for l in r.stderr.splitlines()
-                   if "warning: " in l and "could not be decoded" in l]
+                   if "warning: " in l and ("could not be decoded" in l or ": the linked " in l)]
         media_rows.append((name, media_in(deck), moving, loudest, posters))
         os.remove(movie)
     os.remove(out)

@@ -9,6 +9,7 @@
 #include "DrawnMovie.hpp"
 #include "FrameConverter.hpp"
 #include "LibreOffice.hpp"
+#include "LinkSweep.hpp"
 #include "MediaLayers.hpp"
 #include "MovieEncoder.hpp"
 #include "PageRasterizer.hpp"
@@ -57,14 +58,15 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
     // The renderer's scratch space beside the movie, removed on every exit.
     const TemporaryDirectory scratch(to.parent_path(), ".render-");
     const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
+    const DeckLinks::Rule links{std::filesystem::absolute(options_.deckFolder.value_or(preparedDeck.parent_path())),
+                                options_.allowLinksOutside};
     MediaLayers::Gathered media;
     // A missing ffprobe is told where a missing ffmpeg would be, so that the
     // tools are asked for in the order the stages need them.
     std::exception_ptr missingProbe;
     if (options_.playMedia) {
         try {
-            media = MediaLayers::gather(preparedDeck, plan, frame, scratch.path() / "media",
-                                        options_.deckFolder.value_or(preparedDeck.parent_path()), hooks.warn,
+            media = MediaLayers::gather(preparedDeck, plan, frame, scratch.path() / "media", links, hooks.warn,
                                         hooks.cancel);
         } catch (const RenderError& e) {
             if (e.errorCase() != RenderError::Case::missingTool) throw;
@@ -77,11 +79,18 @@ void LibreOfficeMp4Exporter::export_(const std::filesystem::path& preparedDeck, 
                            options_.drawEffects ? options_.transitions : std::map<std::string, DrawnEffect>{});
     hooks.throwIfCancelled();
 
+    // LibreOffice is given a deck that reaches nothing outside itself.
+    const LinkSweep::Sweep sweep = LinkSweep::sweep(preparedDeck, plan, links);
+    auto notFollowed = std::move(media.notFollowed);
+    notFollowed.insert(notFollowed.end(), sweep.notFollowed.begin(), sweep.notFollowed.end());
+    for (const auto& warning : DeckLinks::warnings(notFollowed)) hooks.warning(warning);
+    hooks.throwIfCancelled();
+
     hooks.report(kStagePdf, 0);
     std::filesystem::path deckToDraw = preparedDeck;
-    if (storyboard.needsDeck()) {
+    if (storyboard.needsDeck() || !sweep.empty()) {
         deckToDraw = scratch.path() / "storyboard.pptx";
-        Storyboard::write(preparedDeck, plan, storyboard, deckToDraw);
+        Storyboard::write(preparedDeck, plan, storyboard, deckToDraw, sweep);
     }
     const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
     const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;

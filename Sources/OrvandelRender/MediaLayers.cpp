@@ -38,13 +38,8 @@ std::vector<MsRange> visibleSpans(const RenderSlide& slide, const std::string& s
     return out;
 }
 
-// A link out of the deck as a file: file URLs and absolute paths as they
-// are, anything else from linkedBase.
-std::filesystem::path linkedFile(std::string target, const std::filesystem::path& linkedBase) {
-    if (target.starts_with("file://")) target.erase(0, 7);
-    const std::filesystem::path path(target);
-    return path.is_absolute() ? path : linkedBase / path;
-}
+// A linked movie larger than this is not a slide's: it is not copied.
+constexpr std::int64_t kLargestLinkedMedium = std::int64_t{16} << 30;
 
 }  // namespace
 
@@ -99,12 +94,21 @@ std::optional<MsRange> moving(const MediaLayer& layer) {
 }
 
 Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
-                const std::filesystem::path& mediaDir, const std::filesystem::path& linkedBase,
-                const WarningCallback& warn, const std::optional<CancellationToken>& cancel) {
+                const std::filesystem::path& mediaDir, const DeckLinks::Rule& links, const WarningCallback& warn,
+                const std::optional<CancellationToken>& cancel) {
     Gathered out;
     PptxArchive::Deck deck(preparedDeck);
     std::map<std::string, std::variant<MediaInfo, std::string>> probed;  // by file
     std::map<std::string, std::filesystem::path> copied;                   // entry -> file
+    // Linked files by their real path: the copy, or why there is none.
+    std::map<std::filesystem::path, std::variant<std::filesystem::path, DeckLinks::Refusal>> linked;
+    const auto fresh = [&](const std::filesystem::path& name) {
+        std::filesystem::create_directories(mediaDir);
+        return mediaDir / (std::to_string(copied.size() + linked.size()) + "-" + name.filename().string());
+    };
+    const auto checkCancel = [&] {
+        if (cancel && cancel->isCancelled()) throw CancelledError();
+    };
     std::int64_t slideStart = 0;
     for (const auto& slide : plan.slides) {
         if (slide.hidden) continue;
@@ -113,7 +117,7 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
         const std::string relsPart = NotesScanner::relsPath(slide.file);
         const std::string rels = deck.contains(relsPart) ? deck.readEntry(relsPart) : "";
         for (const auto& medium : SlideMedia::find(xml, rels, slide.file)) {
-            if (cancel && cancel->isCancelled()) throw CancelledError();
+            checkCancel();
             const auto refuse = [&](const std::string& why) {
                 if (warn) warn(Warning::mediaNotPlayed(slide.displayIndex, mediumName(medium.kind), why));
             };
@@ -122,15 +126,12 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
                 auto [it, isNew] = copied.try_emplace(medium.entry);
                 if (isNew) {
                     try {
-                        std::filesystem::create_directories(mediaDir);
-                        it->second = mediaDir / (std::to_string(copied.size()) + "-" +
-                                                 std::filesystem::path(medium.entry).filename().string());
+                        it->second = fresh(medium.entry);
                         // Media are stored, and copied in chunks whatever their size; the
                         // rare compressed one is inflated in memory.
                         try {
-                            deck.extractStored(medium.entry, it->second, [&](std::int64_t, std::int64_t) {
-                                if (cancel && cancel->isCancelled()) throw CancelledError();
-                            });
+                            deck.extractStored(medium.entry, it->second,
+                                               [&](std::int64_t, std::int64_t) { checkCancel(); });
                         } catch (const PptxArchive::ArchiveError&) {
                             writeFile(it->second, deck.readEntryBytes(medium.entry));
                         }
@@ -140,12 +141,25 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
                 }
                 file = it->second;
             } else {
-                file = linkedFile(medium.externalTarget, linkedBase);
-                std::error_code ec;
-                if (!std::filesystem::is_regular_file(file, ec)) {
-                    refuse("the linked file " + medium.externalTarget + " is not there");
+                auto result = DeckLinks::check(medium.externalTarget, links);
+                if (const auto* real = std::get_if<std::filesystem::path>(&result)) {
+                    auto [it, isNew] = linked.try_emplace(*real);
+                    if (isNew) {
+                        it->second = fresh(*real);
+                        if (const auto refusal =
+                                DeckLinks::copy(*real, std::get<std::filesystem::path>(it->second),
+                                                kLargestLinkedMedium, checkCancel)) {
+                            it->second = *refusal;
+                        }
+                    }
+                    result = it->second;
+                }
+                if (const auto* refusal = std::get_if<DeckLinks::Refusal>(&result)) {
+                    out.notFollowed.push_back(
+                        {slide.displayIndex, mediumName(medium.kind), medium.externalTarget, *refusal});
                     continue;
                 }
+                file = std::get<std::filesystem::path>(result);
             }
             const std::string key = file.empty() ? medium.entry : file.string();
             if (!probed.contains(key)) probed[key] = MediaProbe::probe(file, cancel);

@@ -8,9 +8,10 @@
 // poster frame. A GIF plays from the slide's start, honouring its own loop
 // count. An audio clip only sounds. Everything stops at the slide's end.
 //
-// A medium that is missing or does not decode keeps what the still shows
-// (its poster frame, or its first frame for a GIF) and is reported as a
-// warning; a medium the timing never starts stays still without one.
+// A medium that does not decode keeps what the still shows (its poster
+// frame, or its first frame for a GIF) and is reported as a warning; so does
+// a linked one the link rule (DeckLinks) does not let be read, or that is not
+// there. A medium the timing never starts stays still without a warning.
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -25,6 +26,7 @@
 #include "Timeline.hpp"
 #include "base/Cancellation.hpp"
 #include "base/Warning.hpp"
+#include "deck/DeckLinks.hpp"
 
 namespace orvandel {
 
@@ -76,16 +78,19 @@ struct Gathered {
     // Per slide (display index), the GIF shapes the stills leave out because
     // the movie draws them.
     std::map<std::int64_t, std::vector<std::string>> drawnGifs;
+    // The linked media not read, for the caller to report with the slide's
+    // other links.
+    std::vector<DeckLinks::NotFollowed> notFollowed;
 };
 
-// Reads every visible slide's media from the prepared deck, copies those
-// inside it to mediaDir and probes them. Media that cannot play are reported
-// through `warn`. linkedBase: where a relative link out of the deck points
-// from. Throws the archive reader's errors, RenderError when ffprobe is
-// missing, CancelledError.
+// Reads every visible slide's media from the prepared deck, copies them to
+// mediaDir (those linked out of the deck through the link rule, at most
+// 16 GiB each) and probes them. Media that cannot play are reported through
+// `warn`. Throws the archive reader's errors, FileError when mediaDir cannot
+// be written, RenderError when ffprobe is missing, CancelledError.
 Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
-                const std::filesystem::path& mediaDir, const std::filesystem::path& linkedBase,
-                const WarningCallback& warn, const std::optional<CancellationToken>& cancel);
+                const std::filesystem::path& mediaDir, const DeckLinks::Rule& links, const WarningCallback& warn,
+                const std::optional<CancellationToken>& cancel);
 
 }  // namespace MediaLayers
 

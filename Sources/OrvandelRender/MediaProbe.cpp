@@ -1,6 +1,7 @@
 #include "MediaProbe.hpp"
 
 #include <sstream>
+#include <string_view>
 
 #include "RenderError.hpp"
 #include "RenderTools.hpp"
@@ -47,15 +48,20 @@ std::variant<MediaInfo, std::string> probe(const std::filesystem::path& file,
     // The first packets are decoded too: a damaged stream fails here, not
     // in the middle of the movie's encode.
     try {
-        const auto r = RenderTools::runTool(
-            kStage, "ffprobe", "ffmpeg",
-            {"-v", "error", "-read_intervals", "%+#16", "-show_entries",
-             "frame=media_type:stream=codec_type:stream_disposition=attached_pic:format=duration", "-of",
-             "default=nw=1", file.string()},
-            {.timeout = std::chrono::minutes(1), .cancel = cancel});
+        std::vector<std::string> args{"-v", "error", "-read_intervals", "%+#16", "-show_entries",
+                                      "frame=media_type:stream=codec_type:stream_disposition=attached_pic:format=duration",
+                                      "-of", "default=nw=1"};
+        const auto input = RenderTools::mediaInput(file, false);
+        args.insert(args.end(), input.begin(), input.end());
+        const auto r = RenderTools::runTool(kStage, "ffprobe", "ffmpeg", args,
+                                            {.timeout = std::chrono::minutes(1), .cancel = cancel});
         return parse(r.standardOutput);
     } catch (const RenderError& e) {
         if (e.errorCase() == RenderError::Case::missingTool) throw;
+        // ffprobe's last line then only says "Invalid argument".
+        if (std::string_view(e.what()).find("Format not on whitelist") != std::string_view::npos) {
+            return std::string("it is a list of other files to play, which are not read");
+        }
         return e.cause().empty() ? std::string(e.what()) : e.cause();
     }
 }

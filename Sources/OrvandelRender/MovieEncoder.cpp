@@ -88,17 +88,22 @@ std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, st
                                    const std::filesystem::path& output, bool silentAudio,
                                    const std::vector<MediaLayer>& media, bool framesOnStandardInput) {
     std::vector<std::string> args{"-hide_banner", "-v", "error", "-progress", "pipe:1", "-nostats", "-y"};
+    // Every input reads one local file or the pipe, and nothing they name.
     if (framesOnStandardInput) {
-        args.insert(args.end(), {"-f", "matroska", "-i", "pipe:0"});
+        args.insert(args.end(), {"-protocol_whitelist", "pipe", "-f", "matroska", "-i", "pipe:0"});
     } else {
         args.insert(args.begin(), "-nostdin");
-        args.insert(args.end(), {"-f", "concat", "-safe", "0", "-i", ffconcatFile.string()});
+        args.insert(args.end(), {"-f", "concat", "-safe", "0"});
+        const auto list = RenderTools::fileInput(ffconcatFile);
+        args.insert(args.end(), list.begin(), list.end());
     }
     for (const auto& m : media) {
         if (m.gif) args.insert(args.end(), {"-ignore_loop", "0"});
         if (m.loops) args.insert(args.end(), {"-stream_loop", "-1"});
         if (m.trimStartMs > 0) args.insert(args.end(), {"-ss", msAsDecimalSeconds(m.trimStartMs)});
-        args.insert(args.end(), {"-t", msAsDecimalSeconds(m.playMs), "-i", m.file.string()});
+        args.insert(args.end(), {"-t", msAsDecimalSeconds(m.playMs)});
+        const auto input = RenderTools::mediaInput(m.file);
+        args.insert(args.end(), input.begin(), input.end());
     }
     const bool audio = silentAudio && totalMs * kAudioRate / 1000 >= kAacFrame;
     if (audio) args.insert(args.end(), {"-f", "lavfi", "-i", "anullsrc=r=48000:cl=stereo"});

@@ -29,6 +29,13 @@ std::vector<std::string> fileInput(const std::filesystem::path& file, bool withO
     return args;
 }
 
+std::vector<std::string> mediaInput(const std::filesystem::path& file, bool withOption) {
+    std::vector<std::string> args{"-format_whitelist", kMediaFormats};
+    const auto input = fileInput(file, withOption);
+    args.insert(args.end(), input.begin(), input.end());
+    return args;
+}
+
 std::string lastLine(const std::string& text) {
     std::string t = tail(text, std::string::npos);
     const auto newline = t.find_last_of('\n');

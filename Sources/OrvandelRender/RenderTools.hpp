@@ -29,6 +29,16 @@ std::string tail(const std::string& text, std::size_t maxChars = 600);
 // For ffmpeg they include "-i"; for ffprobe leave out the "-i".
 std::vector<std::string> fileInput(const std::filesystem::path& file, bool withOption = true);
 
+// The demuxers a deck's media are read with: movies, sounds and GIFs, never a
+// playlist, a concat script, an image sequence or anything else that names
+// other files to read.
+inline constexpr const char* kMediaFormats =
+    "mov,asf,avi,matroska,mpeg,mpegts,mpegvideo,m4v,flv,ogg,wav,w64,aiff,au,caf,mp3,aac,ac3,eac3,flac,amr,wv,dv,"
+    "xwma,gif";
+
+// fileInput for a medium of the deck, read only by those demuxers.
+std::vector<std::string> mediaInput(const std::filesystem::path& file, bool withOption = true);
+
 // Runs work(0) .. work(n - 1) at once, one on the calling thread, and
 // rethrows the first failure when all have ended. A failing work item should
 // tell the others to stop (through a token they watch).

@@ -270,12 +270,33 @@ void hideParagraphs(std::string_view xml, const std::vector<Span>& spans, int sh
     }
 }
 
+// The prepared deck's parts as the link sweep leaves them.
+class Parts {
+public:
+    Parts(const std::filesystem::path& deck, const LinkSweep::Sweep& sweep) : deck_(deck), sweep_(sweep) {}
+
+    std::string text(const std::string& part) {
+        const auto swept = sweep_.replaced.find(part);
+        return swept == sweep_.replaced.end() ? deck_.readEntry(part) : toString(swept->second);
+    }
+    Bytes bytes(const std::string& part) {
+        const auto swept = sweep_.replaced.find(part);
+        return swept == sweep_.replaced.end() ? deck_.readEntryBytes(part) : swept->second;
+    }
+    bool contains(const std::string& part) { return deck_.contains(part); }
+    PptxArchive::Deck& deck() { return deck_; }
+
+private:
+    PptxArchive::Deck deck_;
+    const LinkSweep::Sweep& sweep_;
+};
+
 // The copies of the charts and diagram drawings that a deck's states show
 // part by part: one per graphic and set of hidden parts, shared by the
 // states that hide the same parts.
 class GraphicCopies {
 public:
-    GraphicCopies(PptxArchive::Deck& deck, std::set<std::string>& used) : deck_(deck), used_(used) {}
+    GraphicCopies(Parts& deck, std::set<std::string>& used) : deck_(deck), used_(used) {}
 
     // The slide's relationships for a state: each graphic with hidden parts
     // points at its copy.
@@ -288,7 +309,7 @@ public:
         std::vector<Edit> edits;
         const auto spans = elementSpans(rels);
         for (const auto& [shape, shapeParts] : parts) {
-            const auto found = GraphicBuild::locate(deck_, slideFile, slideXml, shape);
+            const auto found = GraphicBuild::locate(deck_.deck(), slideFile, slideXml, shape);
             const auto* source = std::get_if<GraphicBuild::Source>(&found);
             if (!source) continue;  // shown whole: the plan has said why
             const std::string copy = copyOf(*source, shapeParts);
@@ -312,24 +333,24 @@ private:
         std::sort(parts.begin(), parts.end());
         auto [it, isNew] = copies_.try_emplace({source.part, parts});
         if (!isNew) return it->second;
-        const std::string xml = deck_.readEntry(source.part);
+        const std::string xml = deck_.text(source.part);
         const std::string content =
             source.kind == GraphicBuild::Source::Kind::chart
                 ? GraphicBuild::chartInState(xml, parts)
-                : GraphicBuild::drawingInState(xml, deck_.readEntry(source.dataPart), parts);
+                : GraphicBuild::drawingInState(xml, deck_.text(source.dataPart), parts);
         std::string stem = source.part.substr(0, source.part.rfind('.'));
         while (!stem.empty() && std::isdigit(static_cast<unsigned char>(stem.back()))) stem.pop_back();
         it->second = freshName(used_, stem, ".xml", 1);
         added.emplace_back(it->second, toBytes(content));
         // Its relationships are relative to the same folder: they carry over.
         if (const auto rels = NotesScanner::relsPath(source.part); deck_.contains(rels)) {
-            added.emplace_back(NotesScanner::relsPath(it->second), deck_.readEntryBytes(rels));
+            added.emplace_back(NotesScanner::relsPath(it->second), deck_.bytes(rels));
         }
         partOf.emplace_back(it->second, source.part);
         return it->second;
     }
 
-    PptxArchive::Deck& deck_;
+    Parts& deck_;
     std::set<std::string>& used_;
     std::map<std::pair<std::string, std::vector<GraphicPart>>, std::string> copies_;
 };
@@ -428,10 +449,11 @@ std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTar
 }
 
 void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const Layout& layout,
-           const std::filesystem::path& out) {
-    PptxArchive::Deck deck(preparedDeck);
+           const std::filesystem::path& out, const LinkSweep::Sweep& sweep) {
+    Parts deck(preparedDeck, sweep);
     const auto names = ZipArchive::entryNames(preparedDeck);
     std::set<std::string> used(names.begin(), names.end());
+    for (const auto& [part, bytes] : sweep.added) used.insert(part);
     std::map<std::int64_t, std::vector<const Page*>> pagesOf;
     for (const auto& page : layout.pages) pagesOf[page.displayIndex].push_back(&page);
 
@@ -442,11 +464,11 @@ void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, co
     for (const auto& slide : plan.slides) {
         const auto& pages = pagesOf[slide.displayIndex];
         if (pages.empty()) continue;
-        const std::string xml = deck.readEntry(slide.file);
+        const std::string xml = deck.text(slide.file);
         replaced[slide.file] = toBytes(slideInState(xml, pages.front()->hidden));
         const std::string relsPart = NotesScanner::relsPath(slide.file);
         // A slide without relationships: its copies have none either.
-        const std::string ownRels = deck.contains(relsPart) ? deck.readEntry(relsPart) : "";
+        const std::string ownRels = deck.contains(relsPart) ? deck.text(relsPart) : "";
         if (!ownRels.empty()) {
             if (auto rels = graphics.relsFor(slide.file, xml, ownRels, pages.front()->hidden); rels != ownRels) {
                 replaced[relsPart] = toBytes(rels);
@@ -468,8 +490,8 @@ void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, co
     }
     for (auto& entry : graphics.added) added.push_back(std::move(entry));
     if (!copies.empty() || !graphics.partOf.empty()) {
-        PresentationParts parts{deck.readEntry("ppt/presentation.xml"), deck.readEntry("ppt/_rels/presentation.xml.rels"),
-                                deck.readEntry("[Content_Types].xml")};
+        PresentationParts parts{deck.text("ppt/presentation.xml"), deck.text("ppt/_rels/presentation.xml.rels"),
+                                deck.text("[Content_Types].xml")};
         const std::string graphicTypes = copiedContentTypes(parts.types, graphics.partOf);
         listCopies(parts, copies);
         parts.types.insert(parts.types.rfind("</Types>"), graphicTypes);
@@ -478,6 +500,8 @@ void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, co
         replaced["[Content_Types].xml"] = toBytes(parts.types);
     }
 
+    for (const auto& [part, bytes] : sweep.replaced) replaced.try_emplace(part, bytes);
+    added.insert(added.end(), sweep.added.begin(), sweep.added.end());
     // The untouched entries, media included, are copied as they lie in the file.
     ZipArchive::rewrite(preparedDeck, replaced, out, added);
 }

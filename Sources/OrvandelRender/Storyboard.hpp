@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "DrawnEffect.hpp"
+#include "LinkSweep.hpp"
 #include "PlayoutTimeline.hpp"
 #include "RenderPlan.hpp"
 
@@ -66,10 +67,11 @@ std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTar
 
 // Writes the storyboard of the prepared deck to `out`: its entries copied as
 // they are, the changed parts replaced and the copies added (stored), as in
-// the timing rewrite. Throws the
-// archive reader's errors and RenderError for a deck whose slide list cannot
-// be extended.
+// the timing rewrite; the parts are taken as the sweep leaves them (slides
+// and their copies alike), and its parts are added. Throws the archive
+// reader's errors and RenderError for a deck whose slide list cannot be
+// extended.
 void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const Layout& layout,
-           const std::filesystem::path& out);
+           const std::filesystem::path& out, const LinkSweep::Sweep& sweep = {});
 
 }  // namespace orvandel::Storyboard

@@ -44,23 +44,41 @@ std::vector<Span> elementSpans(std::string_view xml) {
     return spans;
 }
 
-std::optional<std::string> attributeOf(std::string_view tag, std::string_view name) {
+std::vector<Attribute> attributesOf(std::string_view tag) {
+    std::vector<Attribute> out;
     auto space = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
     std::size_t i = tag.find_first_of(" \t\r\n/>");
     while (i < tag.size()) {
-        while (i < tag.size() && space(tag[i])) ++i;
+        while (i < tag.size() && (space(tag[i]) || tag[i] == '/')) ++i;
+        if (i >= tag.size() || tag[i] == '>') break;
         const std::size_t nameBegin = i;
         while (i < tag.size() && tag[i] != '=' && !space(tag[i]) && tag[i] != '>' && tag[i] != '/') ++i;
-        const std::string_view attribute = tag.substr(nameBegin, i - nameBegin);
+        const std::string_view name = tag.substr(nameBegin, i - nameBegin);
         while (i < tag.size() && space(tag[i])) ++i;
-        if (attribute.empty() || i >= tag.size() || tag[i] != '=') return std::nullopt;
+        if (i >= tag.size() || tag[i] != '=') {
+            if (name.empty()) break;
+            continue;  // a name without a value
+        }
         ++i;
         while (i < tag.size() && space(tag[i])) ++i;
-        if (i >= tag.size() || (tag[i] != '"' && tag[i] != '\'')) return std::nullopt;
-        const std::size_t close = tag.find(tag[i], i + 1);
-        if (close == std::string_view::npos) return std::nullopt;
-        if (attribute == name) return std::string(tag.substr(i + 1, close - i - 1));
-        i = close + 1;
+        if (i >= tag.size()) break;
+        if (tag[i] == '"' || tag[i] == '\'') {
+            const std::size_t close = tag.find(tag[i], i + 1);
+            if (close == std::string_view::npos) break;
+            out.push_back({name, i + 1, close});
+            i = close + 1;
+        } else {
+            const std::size_t begin = i;
+            while (i < tag.size() && !space(tag[i]) && tag[i] != '>') ++i;
+            out.push_back({name, begin, i});
+        }
+    }
+    return out;
+}
+
+std::optional<std::string> attributeOf(std::string_view tag, std::string_view name) {
+    for (const auto& a : attributesOf(tag)) {
+        if (a.name == name) return std::string(tag.substr(a.valueBegin, a.valueEnd - a.valueBegin));
     }
     return std::nullopt;
 }

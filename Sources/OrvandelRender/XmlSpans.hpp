@@ -26,6 +26,16 @@ struct Span {
 // inside start tags (a ">" may stand in an attribute value).
 std::vector<Span> elementSpans(std::string_view xml);
 
+// One attribute of a start tag: its name as written and where its value
+// lies in the tag, between the quotes. An unquoted value (no XML has one, but
+// LibreOffice's reader of legacy VML drawings takes it) runs to the next
+// space or ">".
+struct Attribute {
+    std::string_view name;
+    std::size_t valueBegin = 0, valueEnd = 0;
+};
+std::vector<Attribute> attributesOf(std::string_view tag);
+
 // An attribute of a start tag as written (entities not decoded).
 std::optional<std::string> attributeOf(std::string_view tag, std::string_view name);
 std::optional<std::string> attributeOf(std::string_view xml, const Span& span, std::string_view name);

@@ -192,8 +192,8 @@ private slots:
             {Warning::mediaNotPlayed(5, "video", "x"), Warning::notesUnreadable(2, "x"),
              Warning::mediaNotPlayed(7, "GIF", "y"), Warning::notesTextRepaired(3),
              Warning::slidePartMissing(4, "ppt/slides/slide4.xml"), Warning::graphicBuildShownWhole(6, "z"),
-             Warning::mediaNotPlayed(5, "audio", "x")});
-        QCOMPARE(lines.size(), 5);
+             Warning::mediaNotPlayed(5, "audio", "x"), Warning::linkNotFollowed(8, "video", "http://x", "y")});
+        QCOMPARE(lines.size(), 6);
         QVERIFY(lines[0].contains("slide(s) 5, 7 não pôde"));
         QVERIFY(lines[1].contains("slide(s) 2 não puderam"));
         for (const auto& line : lines) QVERIFY2(!speaksOfTheMac(line) && !line.contains("slide "), qPrintable(line));

@@ -27,12 +27,6 @@ std::string mediaPicture(const std::string& nvPr, const std::string& blip) {
            "</p:spPr></p:pic>";
 }
 
-void ffmpeg(const std::vector<std::string>& args) {
-    std::vector<std::string> argv{"ffmpeg", "-v", "error", "-y"};
-    argv.insert(argv.end(), args.begin(), args.end());
-    ASSERT_TRUE(Subprocess::run(argv).succeeded());
-}
-
 // The part of a quarter-size gray frame inside (or, with outside, around) the media's rectangle.
 std::string region(const std::string& frame, bool outside = false) {
     std::string out;

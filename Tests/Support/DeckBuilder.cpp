@@ -57,7 +57,7 @@ std::string relationshipsXml(const std::vector<Relationship>& relationships) {
     for (const auto& r : relationships) {
         const std::string type = r.type.find("://") == std::string::npos ? std::string(kNsR) + "/" + r.type : r.type;
         out += "<Relationship Id=\"" + r.id + "\" Type=\"" + type + "\" Target=\"" +
-               XMLEmitter::escapeAttribute(r.target) + "\"/>";
+               XMLEmitter::escapeAttribute(r.target) + "\"" + (r.external ? " TargetMode=\"External\"" : "") + "/>";
     }
     return out + "</Relationships>";
 }

@@ -39,6 +39,7 @@ struct Relationship {
     std::string id;
     std::string type;  // a short type such as "video" gets the officeDocument relationships prefix
     std::string target;
+    bool external = false;  // TargetMode="External": a link out of the deck
 };
 // A complete relationships part.
 std::string relationshipsXml(const std::vector<Relationship>& relationships);

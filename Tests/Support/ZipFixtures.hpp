@@ -13,9 +13,10 @@
 namespace orvandel::test {
 
 // Z_FULL_FLUSH instead of Z_FINISH leaves the stream open, so that copies of it can follow each other.
-inline Bytes rawDeflate(const Bytes& data, int flush = Z_FINISH) {
+// windowBits 16 + MAX_WBITS makes a gzip stream instead.
+inline Bytes rawDeflate(const Bytes& data, int flush = Z_FINISH, int windowBits = -15) {
     z_stream zs{};
-    deflateInit2(&zs, Z_BEST_COMPRESSION, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY);
+    deflateInit2(&zs, Z_BEST_COMPRESSION, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
     Bytes out(deflateBound(&zs, static_cast<uLong>(data.size())));
     zs.next_in = const_cast<Bytef*>(data.data());
     zs.avail_in = static_cast<uInt>(data.size());

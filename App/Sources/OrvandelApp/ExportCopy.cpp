@@ -336,6 +336,12 @@ QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClick
                                     " não pôde ser montado passo a passo; ele aparece inteiro já na primeira "
                                     "etapa da animação.");
                 break;
+            case Warning::Kind::linkNotFollowed:
+                lines << slidesLine("Arquivos vinculados (imagem, vídeo ou áudio) do(s) slide(s) ", s,
+                                    " não foram lidos: a exportação só abre arquivos que estejam na pasta da "
+                                    "apresentação e nunca busca nada na internet. No lugar deles, a aula mostra a "
+                                    "imagem de capa ou um espaço vazio.");
+                break;
         }
     }
     return lines;

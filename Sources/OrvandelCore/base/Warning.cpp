@@ -1,5 +1,7 @@
 #include "base/Warning.hpp"
 
+#include <string_view>
+
 namespace orvandel {
 
 namespace {
@@ -9,6 +11,19 @@ Warning make(Warning::Kind kind, std::int64_t slide, std::string detail, std::st
 }
 
 std::string slideName(std::int64_t slide) { return "slide " + std::to_string(slide); }
+
+// A name from the deck as a warning line shows it: on one line, without
+// control characters (a terminal would act on them), at most 100 bytes.
+std::string shown(std::string_view name) {
+    constexpr std::size_t kMost = 100;
+    std::string out;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const auto c = static_cast<unsigned char>(name[i]);
+        if (out.size() >= kMost && (c & 0xC0) != 0x80) return out + "...";
+        out += c < 0x20 || c == 0x7F ? '?' : name[i];
+    }
+    return out;
+}
 
 }  // namespace
 
@@ -40,6 +55,14 @@ Warning Warning::graphicBuildShownWhole(std::int64_t slide, std::string reason) 
     std::string text = slideName(slide) + ": the chart or diagram cannot be built step by step (" + reason +
                        "); it appears whole at its first step";
     return make(Kind::graphicBuildShownWhole, slide, std::move(reason), std::move(text));
+}
+
+Warning Warning::linkNotFollowed(std::int64_t slide, const std::string& linked, std::string target,
+                                 const std::string& reason, std::int64_t more) {
+    std::string text = slideName(slide) + ": the linked " + linked + " \"" + shown(target) + "\" " + reason;
+    if (more == 1) text += "; 1 more link on this slide was not followed either";
+    if (more > 1) text += "; " + std::to_string(more) + " more links on this slide were not followed either";
+    return make(Kind::linkNotFollowed, slide, std::move(target), std::move(text));
 }
 
 }  // namespace orvandel

@@ -15,6 +15,8 @@ struct Warning {
         slidePartMissing,      // a listed slide's part is missing: later slides renumber
         mediaNotPlayed,        // a video, audio clip or GIF could not be decoded: its first frame shows
         graphicBuildShownWhole,  // a chart or diagram build could not be drawn step by step
+        linkNotFollowed,       // a linked picture or medium was not read (a network address, outside the
+                               // deck's folder, not a regular file, missing): its poster or placeholder shows
     };
 
     Kind kind = Kind::notesUnreadable;
@@ -27,6 +29,13 @@ struct Warning {
     static Warning slidePartMissing(std::int64_t position, std::string part);
     static Warning mediaNotPlayed(std::int64_t slide, std::string medium, std::string reason);
     static Warning graphicBuildShownWhole(std::int64_t slide, std::string reason);
+    // One per slide: `linked` names the first link not followed ("picture",
+    // "video", "audio clip"), `target` is its target as the deck writes it
+    // (shown shortened, without control characters), `reason` ends the
+    // sentence ("is outside the deck's folder and was not read"); `more`
+    // counts the slide's other links not followed.
+    static Warning linkNotFollowed(std::int64_t slide, const std::string& linked, std::string target,
+                                   const std::string& reason, std::int64_t more = 0);
 
     bool operator==(const Warning&) const = default;
 };

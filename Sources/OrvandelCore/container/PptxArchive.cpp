@@ -99,9 +99,10 @@ struct Deck::Open {
         readAt(entry, offset, reinterpret_cast<std::uint8_t*>(out.data()), out.size());
         return out;
     }
+    // stopAt >= 0: only the first stopAt bytes are wanted (their CRC cannot be checked).
     template <class Buffer>
     Buffer inflateEntry(const std::string& entry, std::int64_t dataStart, std::int64_t compressedSize,
-                        std::int64_t declaredSize) const;
+                        std::int64_t declaredSize, std::int64_t stopAt = -1) const;
 };
 
 Deck::Open::Open(const std::filesystem::path& url, const std::string& entry) : path(url.string()) {
@@ -242,7 +243,7 @@ Buffer Deck::Open::read(const std::string& entry, std::int64_t largest) const {
 
 template <class Buffer>
 Buffer Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart, std::int64_t compressedSize,
-                               std::int64_t declaredSize) const {
+                               std::int64_t declaredSize, std::int64_t stopAt) const {
     z_stream zs{};
     if (inflateInit2(&zs, -15) != Z_OK) throw std::bad_alloc();
     struct Guard {
@@ -285,12 +286,16 @@ Buffer Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart
             damaged(entry, "it inflates past its declared size of " + std::to_string(declaredSize) + " bytes");
         }
         produced += got;
-        if (rc == Z_STREAM_END) break;
+        if (rc == Z_STREAM_END || (stopAt >= 0 && std::int64_t(produced) >= stopAt)) break;
         // No progress possible: with input left that cannot happen in a sound stream.
         if (rc == Z_BUF_ERROR && (inputLeft == 0 || zs.avail_in > 0)) damaged(entry, "its compressed data ends early");
         if (rc != Z_OK && rc != Z_BUF_ERROR) {
             damaged(entry, std::string("invalid compressed data: ") + (zs.msg ? zs.msg : "inflate error"));
         }
+    }
+    if (stopAt >= 0) {
+        out.resize(std::min(produced, static_cast<std::size_t>(stopAt)));
+        return out;
     }
     if (produced != limit) {
         damaged(entry, "it inflates to " + std::to_string(produced) + " bytes, not the declared " +
@@ -309,6 +314,15 @@ Bytes Deck::readEntryBytes(const std::string& entry) {
     // the failure under its own entry name.
     if (!open_) open_ = std::make_unique<Open>(url_, entry);
     return open_->read<Bytes>(entry, INT64_MAX);
+}
+
+Bytes Deck::readEntryHead(const std::string& entry, std::size_t most) {
+    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    const Record& r = open_->record(entry);
+    const std::int64_t start = open_->dataStart(entry, r);
+    const std::int64_t wanted = std::min(r.declaredSize, static_cast<std::int64_t>(most));
+    if (r.method == 0) return open_->readRange(entry, start, wanted);
+    return open_->inflateEntry<Bytes>(entry, start, r.compressedSize, r.declaredSize, wanted);
 }
 
 bool Deck::contains(const std::string& entry) {

@@ -65,6 +65,9 @@ public:
     const std::filesystem::path& path() const { return url_; }
     Bytes readEntryBytes(const std::string& entry);
     std::string readEntry(const std::string& entry);
+    // The first `most` bytes of the entry (all of it when shorter), read or
+    // inflated no further than needed; their CRC is not checked.
+    Bytes readEntryHead(const std::string& entry, std::size_t most);
     // Whether the archive has an entry of that name. Throws as a read does when
     // the deck cannot be opened.
     bool contains(const std::string& entry);

@@ -148,6 +148,13 @@ TEST(PptxArchiveTest, DeflatedEntriesAreCheckedAndDamageIsStatusTwo) {
     };
     writeFile(dir / "ok.zip", test::buildZip({{"e.xml", text, true, true}}));
     EXPECT_EQ(PptxArchive::readEntryBytes(dir / "ok.zip", "e.xml"), text);  // sizes from the directory
+    // A head is inflated no further than asked, stored or deflated alike; a short entry comes whole.
+    const Bytes large = toBytes(std::string(200000, 'y'));
+    writeFile(dir / "heads.zip", test::buildZip({{"d", large}, {"s", large, false}, {"e.xml", text}}));
+    PptxArchive::Deck heads(dir / "heads.zip");
+    EXPECT_EQ(heads.readEntryHead("d", 5000), Bytes(large.begin(), large.begin() + 5000));
+    EXPECT_EQ(heads.readEntryHead("s", 7), Bytes(large.begin(), large.begin() + 7));
+    EXPECT_EQ(heads.readEntryHead("e.xml", 9000), text);
 
     Bytes truncated = test::rawDeflate(text);
     truncated.resize(truncated.size() - 4);

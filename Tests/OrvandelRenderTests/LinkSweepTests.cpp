@@ -1,0 +1,123 @@
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include "DeckBuilder.hpp"
+#include "LinkSweep.hpp"
+#include "RenderPlan.hpp"
+#include "Storyboard.hpp"
+#include "TestSupport.hpp"
+#include "ZipFixtures.hpp"
+#include "container/PptxArchive.hpp"
+#include "container/ZipArchive.hpp"
+#include "rewrite/DeckTransformer.hpp"
+
+using namespace orvandel;
+using namespace orvandel::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string linkedPicture(const std::string& id, const std::string& blip) {
+    return "<p:pic><p:nvPicPr><p:cNvPr id=\"" + id + "\" name=\"p\"/><p:cNvPicPr/><p:nvPr/></p:nvPicPr><p:blipFill>" +
+           blip + "</p:blipFill><p:spPr/></p:pic>";
+}
+
+}  // namespace
+
+TEST(LinkSweepTest, HrefsAndSrcsThatCouldLeadOutsideTheirPartPointToNothing) {
+    // <svg><image href="file:///etc/x.png"/></svg>
+    const std::string svgWithAFileLink = "PHN2Zz48aW1hZ2UgaHJlZj0iZmlsZTovLy9ldGMveC5wbmciLz48L3N2Zz4=";
+    const std::vector<std::pair<std::string, std::optional<std::string>>> cases{
+        {"<svg><image href=\"http://h/a.png\"/><a xlink:href='smb://h/s'/></svg>",
+         "<svg><image href=\"#\"/><a xlink:href='#'/></svg>"},
+        {"<svg><use href=\" #part\"/><image href=\"data:image/png;base64,iVBORw0KGgo=\"/></svg>", std::nullopt},
+        // An SVG in a data: URL is read with its own links, however it is written.
+        {"<svg><image href=\"data:image/svg+xml;base64," + svgWithAFileLink + "\"/></svg>",
+         "<svg><image href=\"#\"/></svg>"},
+        {"<svg><image href=\"data:image/svg+xml,%3Csvg%3E\"/><image href=\"data:,&#60;svg\"/></svg>",
+         "<svg><image href=\"#\"/><image href=\"#\"/></svg>"},
+        // Legacy drawings: an unquoted value counts too.
+        {"<xml><v:imagedata src=file:///etc/x.png o:title=\"\"/><v:shape o:href=\"http://h\"/></xml>",
+         "<xml><v:imagedata src=# o:title=\"\"/><v:shape o:href=\"#\"/></xml>"},
+        // A document type could give an element an href, or bring one in.
+        {"<?xml version=\"1.0\"?><!DOCTYPE svg [<!ATTLIST image href CDATA \"file:///etc/x\"> ]><svg><image/></svg>",
+         "<?xml version=\"1.0\"?><svg><image/></svg>"},
+        {"<p:sld><a:hlinkClick r:id=\"rId2\"/></p:sld>", std::nullopt},
+    };
+    for (const auto& [markup, expected] : cases) EXPECT_EQ(LinkSweep::withoutOutsideReferences(markup), expected) << markup;
+}
+
+// One deck with a link of every kind out of it, swept and written as a
+// storyboard: nothing in it leads out, the allowed picture is inside it.
+TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRuleAllows) {
+    TempDir dir;
+    const fs::path folder = fs::canonical(dir.path());
+    fs::create_directories(folder / "aula");
+    writeFile(folder / "aula" / "verde.png", std::string("inside picture"));
+    writeFile(folder / "fora.png", std::string("outside picture"));
+    ASSERT_EQ(::mkfifo((folder / "aula" / "pipe.png").c_str(), 0600), 0);
+    const std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\"><image href=\"file:///etc/x.png\"/></svg>";
+    const std::string layout = slideXml(linkedPicture("2", "<a:blip r:link=\"rId1\"/>"));
+    auto entries = DeckBuilder()
+        .addSlide(slideXml("", "", "show=\"0\""), {{"rIdL", "slideLayout", "../slideLayouts/slideLayout1.xml"}})
+        .addSlide(slideXml(linkedPicture("2", "<a:blip r:link=\"rId2\"/>") +
+                           linkedPicture("3", "<a:blip r:embed=\"rId5\" r:link=\"rId3\"/>") +
+                           linkedPicture("4", "<a:blip r:link=\"rId4\"/>") +
+                           linkedPicture("6", "<a:blip r:link=\"rId6\"/>")),
+                  {{"rIdL", "slideLayout", "../slideLayouts/slideLayout1.xml"},
+                   {"rId2", "image", "verde.png", true},
+                   {"rId3", "image", "http://h/a.png", true},
+                   {"rId4", "image", "../fora.png", true},
+                   {"rId5", "image", "../media/svg.png"},
+                   {"rId6", "image", "pipe.png", true},
+                   {"rId7", "hyperlink", "http://h/", true},
+                   {"rId8", "chart", "../charts/chart1.xml"}})
+        .addEntry("ppt/slideLayouts/slideLayout1.xml", layout)
+        .addEntry("ppt/slideLayouts/_rels/slideLayout1.xml.rels",
+                  relationshipsXml({{"rId1", "image", "file://" + (folder / "fora.png").string(), true}}))
+        .addEntry("ppt/charts/chart1.xml", std::string("<c:chartSpace/>"))
+        .addEntry("ppt/charts/_rels/chart1.xml.rels", relationshipsXml({{"rId1", "package", "http://h/d.xlsx", true}}))
+        .addEntry("ppt/media/svg.png", svg)
+        .addEntry("ppt/media/image.svgz", rawDeflate(toBytes(svg), Z_FINISH, 16 + MAX_WBITS))
+        .addEntry("ppt/drawings/vmlDrawing1.vml", std::string("<xml><v:imagedata src=\"/etc/x.png\"/></xml>"))
+        .addEntry("ppt/drawings/_rels/vmlDrawing1.vml.rels", std::string("<Relationships><Relationship"))
+        .addEntry("ppt/media/twice.png", std::string("\x89PNG"))
+        .entries();
+    entries.emplace_back("ppt/media/twice.png", toBytes(svg));  // which of the two a reader takes is its own choice
+    ZipArchive::create(entries, folder / "aula" / "deck.pptx");
+    DeckTransformer::prepare(folder / "aula/deck.pptx", folder / "prepared.pptx", {}, {}, 1000, 1500);
+    const auto plan = RenderPlanReader::read(folder / "prepared.pptx");
+
+    const auto confined = LinkSweep::sweep(folder / "prepared.pptx", plan, {folder / "aula", false});
+    // The layout's picture is reported for the first visible slide that shows it.
+    const auto outside = DeckLinks::Refusal::outsideFolder;
+    EXPECT_EQ(confined.notFollowed,
+              (std::vector<DeckLinks::NotFollowed>{{2, "picture", "file://" + (folder / "fora.png").string(), outside},
+                                                   {2, "picture", "../fora.png", outside},
+                                                   {2, "picture", "pipe.png", DeckLinks::Refusal::notRegularFile}}));
+    EXPECT_EQ(toString(confined.replaced.at("ppt/media/twice.png")), "\x89PNG");
+    ASSERT_EQ(confined.added.size(), 1u);
+    EXPECT_EQ(toString(confined.added[0].second), "inside picture");
+    const auto allowed = LinkSweep::sweep(folder / "prepared.pptx", plan, {folder / "aula", true});
+    EXPECT_EQ(allowed.added.size(), 2u);
+
+    Storyboard::write(folder / "prepared.pptx", plan, Storyboard::layout(plan), folder / "storyboard.pptx", confined);
+    PptxArchive::Deck storyboard(folder / "storyboard.pptx");
+    for (const auto& name : ZipArchive::entryNames(folder / "storyboard.pptx")) {
+        const std::string text = toString(storyboard.readEntryBytes(name));
+        EXPECT_EQ(text.find("External"), std::string::npos) << name;
+        if (name.ends_with(".svgz") || name.ends_with(".png") || name.ends_with(".vml")) {
+            EXPECT_EQ(text.find("/etc/"), std::string::npos) << name;
+        }
+    }
+    const std::string slide = storyboard.readEntry("ppt/slides/slide2.xml");
+    const std::string rels = storyboard.readEntry("ppt/slides/_rels/slide2.xml.rels");
+    EXPECT_NE(slide.find("<a:blip r:embed=\"rId2\"/>"), std::string::npos);
+    EXPECT_NE(slide.find("<a:blip r:embed=\"rId5\" r:link=\"rId3\"/>"), std::string::npos);
+    EXPECT_NE(rels.find("Id=\"rId2\" Type=\"" + std::string(kNsR) + "/image\" Target=\"../media/linked-picture1.png\""),
+              std::string::npos);
+    EXPECT_EQ(storyboard.readEntry("ppt/media/linked-picture1.png"), "inside picture");
+    EXPECT_NE(storyboard.readEntry("[Content_Types].xml").find("/ppt/media/linked-picture1.png\" ContentType=\"image/png"),
+              std::string::npos);
+}
