@@ -9,6 +9,9 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 
 #include <algorithm>
 #include <exception>
@@ -17,6 +20,7 @@
 #include <thread>
 
 #include "base/Leftovers.hpp"
+#include "base/ProcessWatcher.hpp"
 
 extern char** environ;
 
@@ -111,6 +115,174 @@ struct WriterJoin {
     }
 };
 
+// Leaving run() by an exception before the child is reaped: it and its
+// group are killed and it is reaped, so that no zombie stays behind.
+struct ChildReaper {
+    pid_t pid;
+    pid_t group;
+    bool reaped = false;
+    ~ChildReaper() {
+        if (reaped) return;
+        ::kill(-group, SIGKILL);
+        while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+        }
+    }
+};
+
+// Where the child's standard streams come from; fds of this process, all
+// close-on-exec.
+struct Streams {
+    int in;
+    int out;
+    int err;
+};
+
+#ifdef __linux__
+
+// Everything the child needs, made before the fork: between fork and exec
+// only async-signal-safe calls are allowed (another thread may have held a
+// lock, the allocator's among them, when the process was copied).
+struct ChildPlan {
+    const char* program;
+    char* const* argv;
+    char* const* envp;
+    Streams streams;
+    const char* workingDirectory;  // null: stay
+    pid_t group;
+    pid_t parent;
+    int report;  // the write end of a close-on-exec pipe that carries a failure's errno
+};
+
+[[noreturn]] void childFails(const ChildPlan& plan, int error) {
+    while (::write(plan.report, &error, sizeof error) < 0 && errno == EINTR) {
+    }
+    ::_exit(127);
+}
+
+// A stream source that is also a standard stream's number would be closed or
+// left close-on-exec by the dup2s: it moves up first.
+int aboveStandardStreams(const ChildPlan& plan, int fd) {
+    if (fd > 2) return fd;
+    const int moved = ::fcntl(fd, F_DUPFD_CLOEXEC, 3);
+    if (moved < 0) childFails(plan, errno);
+    return moved;
+}
+
+[[noreturn]] void runChild(const ChildPlan& plan) {
+    if (::setpgid(0, plan.group) != 0) childFails(plan, errno);
+    // Killed when the thread that forked ends, however it ends. If the
+    // parent went before this was set, it is our parent no longer.
+    if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) childFails(plan, errno);
+    if (::getppid() != plan.parent) ::_exit(127);
+    // Our handlers must not run here; those the caller ignores stay ignored
+    // (exec keeps that), except the ones a child expects at their default.
+    struct sigaction action {};
+    action.sa_handler = SIG_DFL;
+    for (int sig = 1; sig < NSIG; ++sig) {
+        struct sigaction current {};
+        if (::sigaction(sig, nullptr, &current) == 0 && current.sa_handler != SIG_IGN) {
+            ::sigaction(sig, &action, nullptr);
+        }
+    }
+    for (const int sig : {SIGINT, SIGTERM, SIGPIPE, SIGCHLD, SIGHUP, SIGQUIT}) ::sigaction(sig, &action, nullptr);
+    const int in = aboveStandardStreams(plan, plan.streams.in);
+    const int out = aboveStandardStreams(plan, plan.streams.out);
+    const int err = aboveStandardStreams(plan, plan.streams.err);
+    if (::dup2(in, 0) < 0 || ::dup2(out, 1) < 0 || ::dup2(err, 2) < 0) childFails(plan, errno);
+    // Nothing else of ours reaches the program, whoever forgot close-on-exec.
+    ::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
+    if (plan.workingDirectory && ::chdir(plan.workingDirectory) != 0) childFails(plan, errno);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    ::execve(plan.program, plan.argv, plan.envp);
+    childFails(plan, errno);
+}
+
+// Starts the child in `group` (0: a group of its own) with fork and exec.
+pid_t launch(const std::vector<std::string>& argv, char* const* args, char* const* envp, const Streams& streams,
+             const SubprocessOptions& options, pid_t group) {
+    std::string program = argv[0];
+    if (program.find('/') == std::string::npos) {
+        const auto found = Subprocess::findOnPath(program);
+        if (!found) throw LaunchError(argv[0], ENOENT);
+        program = found->string();
+    }
+    int report[2];
+    if (::pipe2(report, O_CLOEXEC) != 0) throw FileError("create a pipe for", "a child process", errno);
+    const ChildPlan plan{program.c_str(),
+                         args,
+                         envp,
+                         streams,
+                         options.workingDirectory ? options.workingDirectory->c_str() : nullptr,
+                         group,
+                         ::getpid(),
+                         report[1]};
+    // No handler of ours may run in the child before it has reset them.
+    sigset_t all, old;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &old);
+    const pid_t pid = ::fork();
+    if (pid == 0) runChild(plan);
+    const int forkError = errno;
+    ::pthread_sigmask(SIG_SETMASK, &old, nullptr);
+    ::close(report[1]);
+    if (pid < 0) {
+        ::close(report[0]);
+        throw LaunchError(argv[0], forkError);
+    }
+    // Also here, so that the group holds the child before anyone signals it
+    // (the child may not have run yet); once it has exec'd this fails, done.
+    ::setpgid(pid, group == 0 ? pid : group);
+    int childError = 0;
+    ssize_t r;
+    while ((r = ::read(report[0], &childError, sizeof childError)) < 0 && errno == EINTR) {
+    }
+    ::close(report[0]);
+    if (r == sizeof childError) {  // else end of file: exec closed the pipe
+        while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+        }
+        throw LaunchError(argv[0], childError);
+    }
+    return pid;
+}
+
+#else
+
+pid_t launch(const std::vector<std::string>& argv, char* const* args, char* const* envp, const Streams& streams,
+             const SubprocessOptions& options, pid_t) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, streams.in, 0);
+    posix_spawn_file_actions_adddup2(&actions, streams.out, 1);
+    posix_spawn_file_actions_adddup2(&actions, streams.err, 2);
+    if (options.workingDirectory) {
+        posix_spawn_file_actions_addchdir_np(&actions, options.workingDirectory->c_str());
+    }
+
+    posix_spawnattr_t attr;
+    posix_spawnattr_init(&attr);
+    posix_spawnattr_setpgroup(&attr, 0);
+    sigset_t empty, defaults;
+    sigemptyset(&empty);
+    sigemptyset(&defaults);
+    for (int s : {SIGINT, SIGTERM, SIGPIPE, SIGCHLD, SIGHUP, SIGQUIT}) sigaddset(&defaults, s);
+    posix_spawnattr_setsigmask(&attr, &empty);
+    posix_spawnattr_setsigdefault(&attr, &defaults);
+    posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+
+    pid_t pid = -1;
+    const bool searchPath = argv[0].find('/') == std::string::npos;
+    const int rc = searchPath ? ::posix_spawnp(&pid, argv[0].c_str(), &actions, &attr, args, envp)
+                              : ::posix_spawn(&pid, argv[0].c_str(), &actions, &attr, args, envp);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attr);
+    if (rc != 0) throw LaunchError(argv[0], rc);
+    return pid;
+}
+
+#endif
+
 }  // namespace
 
 namespace Subprocess {
@@ -150,30 +322,13 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
     openPipe(out);
     openPipe(err);
 
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    if (options.standardInput) {
-        // dup2 clears close-on-exec on fd 0 only; the write end stays ours.
-        posix_spawn_file_actions_adddup2(&actions, in.read, 0);
-    } else {
-        posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    // Standard input: the writer's pipe, or /dev/null.
+    Pipe devNull;
+    if (!options.standardInput) {
+        devNull.read = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (devNull.read < 0) throw FileError("open", "/dev/null", errno);
     }
-    posix_spawn_file_actions_adddup2(&actions, out.write, 1);
-    posix_spawn_file_actions_adddup2(&actions, err.write, 2);
-    if (options.workingDirectory) {
-        posix_spawn_file_actions_addchdir_np(&actions, options.workingDirectory->c_str());
-    }
-
-    posix_spawnattr_t attr;
-    posix_spawnattr_init(&attr);
-    posix_spawnattr_setpgroup(&attr, 0);
-    sigset_t empty, defaults;
-    sigemptyset(&empty);
-    sigemptyset(&defaults);
-    for (int s : {SIGINT, SIGTERM, SIGPIPE, SIGCHLD, SIGHUP, SIGQUIT}) sigaddset(&defaults, s);
-    posix_spawnattr_setsigmask(&attr, &empty);
-    posix_spawnattr_setsigdefault(&attr, &defaults);
-    posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    const Streams streams{options.standardInput ? in.read : devNull.read, out.write, err.write};
 
     std::vector<char*> args;
     for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
@@ -183,18 +338,23 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
     for (const auto& e : env) envp.push_back(const_cast<char*>(e.c_str()));
     envp.push_back(nullptr);
 
-    pid_t pid = -1;
-    const bool searchPath = argv[0].find('/') == std::string::npos;
-    const int rc = searchPath ? ::posix_spawnp(&pid, argv[0].c_str(), &actions, &attr, args.data(), envp.data())
-                              : ::posix_spawn(&pid, argv[0].c_str(), &actions, &attr, args.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attr);
-    if (rc != 0) throw LaunchError(argv[0], rc);
-    const auto leftover = Leftovers::processGroup(pid);
+#ifdef __linux__
+    // Released (and with it the group id) only after everything below that
+    // may signal the group has gone: declared first, destroyed last.
+    const ProcessWatcher::Group watched = ProcessWatcher::newGroup(argv[0]);
+    const pid_t pid = launch(argv, args.data(), envp.data(), streams, options, watched.id());
+    const pid_t group = watched.id();
+#else
+    const pid_t pid = launch(argv, args.data(), envp.data(), streams, options, 0);
+    const pid_t group = pid;
+#endif
+    devNull.closeBoth();
+    ChildReaper reaper{pid, group};
+    const auto leftover = Leftovers::processGroup(group);
 
     std::thread writer;
     std::exception_ptr writerError;
-    const WriterJoin writerJoin{writer, pid};
+    const WriterJoin writerJoin{writer, group};
     if (options.standardInput) {
         // Our copy of the read end would keep the writer from ever seeing EPIPE.
         ::close(in.read);
@@ -222,7 +382,7 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
     unsigned idleSleepUs = 100;
 
     auto killGroup = [&] {
-        ::kill(-pid, SIGKILL);
+        ::kill(-group, SIGKILL);
         killed = true;
     };
 
@@ -237,15 +397,15 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
             }
         }
         if (!exited) {
-            // WNOWAIT keeps the zombie, so the process group id stays ours
-            // until the leftovers of the group are killed below.
+            // WNOWAIT keeps the zombie, so that the pid is not reused while
+            // the group is signalled.
             info.si_pid = 0;
             if (::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
                 info.si_pid == pid) {
                 exited = true;
                 // Leftover members of the group (helpers that outlive the
                 // leader) would hold our pipes open: they go too.
-                ::kill(-pid, SIGKILL);
+                ::kill(-group, SIGKILL);
                 drainDeadline = Clock::now() + std::chrono::seconds(2);
             }
         }
@@ -279,6 +439,7 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
     int status = 0;
     while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
+    reaper.reaped = true;
     if (WIFEXITED(status)) {
         result.exitStatus = WEXITSTATUS(status);
     } else if (WIFSIGNALED(status)) {

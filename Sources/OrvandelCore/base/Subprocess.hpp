@@ -1,9 +1,15 @@
 #pragma once
-// Runs one child process with posix_spawn: its own process group, standard
-// input from /dev/null or fed by a writer, standard output and standard error
-// captured through pipes drained together with poll (so that neither can fill
-// and block the child). An optional time limit and cancellation token kill the
-// whole process group, so grandchildren go too.
+// Runs one child process in a process group of its own, standard input from
+// /dev/null or fed by a writer, standard output and standard error captured
+// through pipes drained together with poll (so that neither can fill and
+// block the child). A time limit and a cancellation token kill the whole
+// process group, so grandchildren go too.
+//
+// On Linux nothing outlives this process: the child is killed when the
+// thread that started it ends (run() blocks that thread until the child is
+// reaped), and its whole group when this process ends however it does,
+// SIGKILL included (see ProcessWatcher). Elsewhere the child is started with
+// posix_spawn and only the normal paths and Leftovers clean up.
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -53,8 +59,10 @@ struct SubprocessResult {
 
 namespace Subprocess {
 
-// argv[0] is the program: an absolute path, or a name looked up on PATH.
-// Throws LaunchError when the program cannot be started.
+// argv[0] is the program: a path, or a name looked up on PATH. Throws
+// LaunchError with the system's errno when the program cannot be started
+// (not found, not executable, the working directory missing, no processes
+// left), FileError when a pipe cannot be made.
 SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptions& options = {});
 
 // The absolute path of a program on PATH, or nothing.

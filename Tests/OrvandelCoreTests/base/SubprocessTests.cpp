@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <thread>
 
@@ -26,9 +29,25 @@ TEST(SubprocessTest, CapturesBothStreamsAndStatusWithoutDeadlock) {
     EXPECT_EQ(env.standardOutput, "a b");
 }
 
-TEST(SubprocessTest, LaunchFailureIsTyped) {
-    EXPECT_THROW(Subprocess::run({"/nonexistent/program"}), LaunchError);
-    EXPECT_THROW(Subprocess::run({"no-such-program-orvandel"}), LaunchError);
+TEST(SubprocessTest, LaunchFailureIsTypedWithTheSystemsReason) {
+    test::TempDir dir;
+    writeFile(dir / "plain", std::string("echo not executable\n"));
+    const struct {
+        std::vector<std::string> argv;
+        std::optional<std::filesystem::path> workingDirectory;
+        int errnoValue;
+    } cases[] = {
+        {{"/nonexistent/program"}, {}, ENOENT},
+        {{"no-such-program-orvandel"}, {}, ENOENT},
+        {{(dir / "plain").string()}, {}, EACCES},
+        {{dir.path().string()}, {}, EACCES},
+        {{"true"}, dir / "missing", ENOENT},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.argv[0]);
+        const auto e = test::thrown<LaunchError>([&] { Subprocess::run(c.argv, {.workingDirectory = c.workingDirectory}); });
+        EXPECT_EQ(e.errnoValue(), c.errnoValue) << e.what();
+    }
 }
 
 TEST(SubprocessTest, TimeoutAndCancellationKillTheWholeGroup) {
@@ -52,4 +71,34 @@ TEST(SubprocessTest, TimeoutAndCancellationKillTheWholeGroup) {
     canceller.join();
     EXPECT_TRUE(c.cancelled);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+}
+
+// SIGKILL of the process that runs a child leaves nothing of the child's
+// group: the child, a grandchild and a grandchild whose parent has already
+// ended (reparented, as LibreOffice's soffice.bin is when its launcher dies).
+TEST(SubprocessTest, TheChildsGroupDiesWithTheProcessThatRunsIt) {
+    test::TempDir dir;
+    const std::string script = "echo $PPID > runner; sleep 300 & echo $! > grandchild; "
+                               "(sleep 300 & echo $! > orphan); echo $$ > c; mv c child; exec sleep 300";
+    std::thread runner([&] {
+        Subprocess::run({test::helperPath().string(), "run", "/bin/sh", "-c", script},
+                        {.workingDirectory = dir.path(), .timeout = 60s});
+    });
+    const auto deadline = std::chrono::steady_clock::now() + 20s;
+    while (!std::filesystem::exists(dir / "child") && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(10ms);
+    }
+    std::vector<int> pids;
+    for (const char* name : {"runner", "child", "grandchild", "orphan"}) {
+        pids.push_back(std::stoi(toString(readFile(dir / name))));
+    }
+    ::kill(pids[0], SIGKILL);
+    runner.join();
+    const auto allGone = [&] {
+        return std::none_of(pids.begin(), pids.end(), [](int pid) { return test::isRunning(pid); });
+    };
+    for (const auto end = std::chrono::steady_clock::now() + 2s; !allGone() && std::chrono::steady_clock::now() < end;) {
+        std::this_thread::sleep_for(20ms);
+    }
+    for (const int pid : pids) EXPECT_FALSE(test::isRunning(pid)) << pid << " outlived its runner";
 }
