@@ -20,6 +20,7 @@
 #include <thread>
 
 #include "base/Leftovers.hpp"
+#include "base/ProcessTree.hpp"
 #include "base/ProcessWatcher.hpp"
 
 extern char** environ;
@@ -385,6 +386,9 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
         ::kill(-group, SIGKILL);
         killed = true;
     };
+    // The memory of the child's tree, sampled every kMemorySample.
+    constexpr auto kMemorySample = std::chrono::milliseconds(100);
+    auto nextMemorySample = start;
 
     while (outOpen || errOpen || !exited) {
         if (!killed) {
@@ -394,6 +398,12 @@ SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptio
             } else if (options.timeout && Clock::now() - start >= *options.timeout) {
                 result.timedOut = true;
                 killGroup();
+            } else if (options.memoryLimit && !exited && Clock::now() >= nextMemorySample) {
+                nextMemorySample = Clock::now() + kMemorySample;
+                if (ProcessTree::residentBytes(pid).value_or(0) > *options.memoryLimit) {
+                    result.memoryExceeded = true;
+                    killGroup();
+                }
             }
         }
         if (!exited) {

@@ -2,8 +2,8 @@
 // Runs one child process in a process group of its own, standard input from
 // /dev/null or fed by a writer, standard output and standard error captured
 // through pipes drained together with poll (so that neither can fill and
-// block the child). A time limit and a cancellation token kill the whole
-// process group, so grandchildren go too.
+// block the child). A time limit, a cancellation token and a memory ceiling
+// kill the whole process group, so grandchildren go too.
 //
 // On Linux nothing outlives this process: the child is killed when the
 // thread that started it ends (run() blocks that thread until the child is
@@ -41,7 +41,8 @@ struct SubprocessOptions {
     // after the child has been reaped.
     std::function<void(int fd)> standardInput;
     // The most resident memory the child and everything it starts may hold
-    // together, in bytes; beyond it the whole group is killed.
+    // together, in bytes; beyond it the whole group is killed. Sampled every
+    // 100 ms (Linux; ignored elsewhere), so a faster rise overshoots a little.
     std::optional<std::int64_t> memoryLimit;
 };
 

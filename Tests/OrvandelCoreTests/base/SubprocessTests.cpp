@@ -73,6 +73,29 @@ TEST(SubprocessTest, TimeoutAndCancellationKillTheWholeGroup) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 }
 
+// The memory of the whole tree counts: two processes that each stay under the
+// limit exceed it together.
+TEST(SubprocessTest, AMemoryLimitKillsTheTreeThatGrowsPastIt) {
+    const struct {
+        int mib;
+        int processes;
+        std::int64_t limitMib;
+        bool exceeded;
+    } cases[] = {{60, 1, 100, false}, {60, 2, 100, true}, {60, 3, 250, false}, {60, 3, 150, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.processes) + " x " + std::to_string(c.mib) + " MiB");
+        const auto start = std::chrono::steady_clock::now();
+        const auto r = Subprocess::run(
+            {test::helperPath().string(), "hog", std::to_string(c.mib), std::to_string(c.processes), "2"},
+            {.timeout = 60s, .memoryLimit = c.limitMib << 20});
+        EXPECT_EQ(r.memoryExceeded, c.exceeded);
+        EXPECT_EQ(r.succeeded(), !c.exceeded) << r.standardError;
+        if (c.exceeded) {
+            EXPECT_LT(std::chrono::steady_clock::now() - start, 2s) << "not killed at once";
+        }
+    }
+}
+
 // SIGKILL of the process that runs a child leaves nothing of the child's
 // group: the child, a grandchild and a grandchild whose parent has already
 // ended (reparented, as LibreOffice's soffice.bin is when its launcher dies).
