@@ -44,6 +44,13 @@ struct SubprocessOptions {
     // together, in bytes; beyond it the whole group is killed. Sampled every
     // 100 ms (Linux; ignored elsewhere), so a faster rise overshoots a little.
     std::optional<std::int64_t> memoryLimit;
+    // Best effort: the child gets a network namespace of its own with only a
+    // loopback interface that is down, so that it reaches no network, not
+    // even this machine's. Made through a user namespace that maps our user
+    // and group to themselves (files keep their owners) unless the process
+    // may make it without one. Where the system refuses (containers often
+    // do), the child runs unisolated. Linux only.
+    bool isolateNetwork = false;
 };
 
 struct SubprocessResult {

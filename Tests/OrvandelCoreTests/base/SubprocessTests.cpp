@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -94,6 +99,35 @@ TEST(SubprocessTest, AMemoryLimitKillsTheTreeThatGrowsPastIt) {
             EXPECT_LT(std::chrono::steady_clock::now() - start, 2s) << "not killed at once";
         }
     }
+}
+
+// A test of our own listens on 127.0.0.1: reachable from a child, not from an
+// isolated one.
+TEST(SubprocessTest, AnIsolatedChildReachesNoNetworkAndKeepsItsUser) {
+    const int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_GE(server, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(::bind(server, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(server, 8), 0);
+    ASSERT_EQ(::getsockname(server, reinterpret_cast<sockaddr*>(&address), &length), 0);
+    test::TempDir dir;
+    // Prints its network namespace, makes a file, then connects.
+    const std::string probe =
+        "readlink /proc/self/ns/net; touch made; exec 3<>/dev/tcp/127.0.0.1/" + std::to_string(ntohs(address.sin_port));
+
+    const auto open = Subprocess::run({"bash", "-c", probe}, {.workingDirectory = dir.path()});
+    const auto isolated = Subprocess::run({"bash", "-c", probe}, {.workingDirectory = dir.path(), .isolateNetwork = true});
+    ::close(server);
+    ASSERT_EQ(open.exitStatus, 0) << open.standardError;
+    if (isolated.standardOutput == open.standardOutput) GTEST_SKIP() << "this system makes no network namespace for us";
+    EXPECT_NE(isolated.exitStatus, 0) << "connected from an isolated child";
+    struct stat made {};
+    ASSERT_EQ(::stat((dir / "made").c_str(), &made), 0);
+    EXPECT_EQ(made.st_uid, ::geteuid());
+    EXPECT_EQ(made.st_gid, ::getegid());
 }
 
 // SIGKILL of the process that runs a child leaves nothing of the child's
