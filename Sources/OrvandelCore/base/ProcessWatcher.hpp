@@ -4,8 +4,9 @@
 //
 // A watcher process, forked at the first request, holds the one end of a
 // socket whose other end only this process holds. For each child it makes a
-// group: it forks an anchor (a process that only sleeps) that leads a new
-// process group, and the child joins that group before it runs. When the
+// group: it starts an anchor (a process that shares the watcher's memory and
+// only waits) that leads a new process group, and the child joins that group
+// before it runs. When the
 // socket reaches end of file (this process is gone) the watcher kills every
 // group it still holds and exits.
 //
