@@ -5,6 +5,8 @@
 //                              SECONDS seconds, exit 0
 //   run PROGRAM [ARG]...       runs the program through Subprocess::run and
 //                              exits with its status
+//   leave-folder PARENT PREFIX makes a TemporaryDirectory, prints its path
+//                              and exits without removing it
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -15,6 +17,7 @@
 #include <vector>
 
 #include "base/Subprocess.hpp"
+#include "base/TemporaryDirectory.hpp"
 
 namespace {
 
@@ -46,7 +49,13 @@ int main(int argc, char** argv) {
         const auto r = orvandel::Subprocess::run(std::vector<std::string>(argv + 2, argv + argc));
         return r.exitStatus;
     }
-    std::fputs("usage: orvandel-test-helper hog MIB PROCESSES SECONDS | run PROGRAM [ARG]...\n",
-               stderr);
+    if (mode == "leave-folder" && argc == 4) {
+        const auto* folder = new orvandel::TemporaryDirectory(argv[2], argv[3]);
+        std::puts(folder->path().c_str());
+        std::fflush(stdout);
+        ::_exit(0);
+    }
+    std::fputs("usage: orvandel-test-helper hog MIB PROCESSES SECONDS | run PROGRAM [ARG]... | "
+               "leave-folder PARENT PREFIX\n", stderr);
     return 2;
 }
