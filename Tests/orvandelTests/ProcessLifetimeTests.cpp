@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <optional>
 #include <thread>
 
 #include "DeckBuilder.hpp"
@@ -28,21 +27,21 @@ struct Process {
     std::string name;
 };
 
-// The live processes whose environment holds `entry` ("NAME=value"): a run
-// of orvandel started with it, and everything that run started.
+// The live processes whose environment holds `entry`: a run of orvandel
+// started with it, and everything that run started.
 std::vector<Process> processesWith(const std::string& entry) {
     std::vector<Process> found;
     for (const auto& e : fs::directory_iterator("/proc")) {
         const std::string pid = e.path().filename();
-        if (pid.find_first_not_of("0123456789") != std::string::npos) continue;
         try {
-            const std::string environ = '\0' + toString(readFile(e.path() / "environ"));
-            if (environ.find('\0' + entry + '\0') == std::string::npos) continue;
-            const std::string stat = toString(readFile(e.path() / "stat"));
-            const auto close = stat.rfind(')');
-            if (stat[close + 2] == 'Z') continue;
-            found.push_back({std::stoi(pid), std::stoi(stat.substr(close + 4)),
-                             stat.substr(stat.find('(') + 1, close - stat.find('(') - 1)});
+            if (pid.find_first_not_of("0123456789") != std::string::npos ||
+                ('\0' + toString(readFile(e.path() / "environ"))).find('\0' + entry + '\0') == std::string::npos ||
+                !isRunning(std::stoi(pid))) {
+                continue;
+            }
+            const std::string stat = toString(readFile(e.path() / "stat"));  // pid (name) state parent ...
+            const auto open = stat.find('('), close = stat.rfind(')');
+            found.push_back({std::stoi(pid), std::stoi(stat.substr(close + 4)), stat.substr(open + 1, close - open - 1)});
         } catch (const Error&) {
             // ended meanwhile, or not ours to read
         }
@@ -50,28 +49,18 @@ std::vector<Process> processesWith(const std::string& entry) {
     return found;
 }
 
-std::string names(const std::vector<Process>& processes) {
-    std::string text;
-    for (const auto& p : processes) text += p.name + " (" + std::to_string(p.pid) + ") ";
-    return text;
-}
-
-// One `orvandel export` on a thread of its own, marked through its
-// environment, with TMPDIR set. Killed when left running.
+// `orvandel export` on a thread of its own, marked through its environment.
 class MarkedExport {
 public:
-    MarkedExport(std::vector<std::string> args, const fs::path& tmp)
-        : marker_("ORVANDEL_LIFETIME_RUN=" + makeUuid()),
-          thread_([this, args = std::move(args), tmp] {
+    MarkedExport(const std::vector<std::string>& args, const fs::path& tmp)
+        : marker_("ORVANDEL_LIFETIME_RUN=" + makeUuid()), thread_([this, args, tmp] {
               result_ = runCli(args, {.environment = {marker_, "TMPDIR=" + tmp.string()}, .timeout = 10min});
           }) {}
     ~MarkedExport() {
-        if (thread_.joinable()) killAndSurvivors();
+        if (thread_.joinable()) killAndWait();
     }
-    MarkedExport(const MarkedExport&) = delete;
-    MarkedExport& operator=(const MarkedExport&) = delete;
 
-    // Waits for a process of the run named `name`; false after three minutes.
+    // Whether a process of the run named `name` shows up within three minutes.
     bool reaches(const std::string& name) const {
         for (const auto end = std::chrono::steady_clock::now() + 3min; std::chrono::steady_clock::now() < end;) {
             for (const auto& p : processesWith(marker_)) {
@@ -82,25 +71,22 @@ public:
         return false;
     }
 
-    // SIGKILL of orvandel itself (the test's child), then what is still
-    // alive of the run two seconds later.
-    std::vector<Process> killAndSurvivors() {
+    // SIGKILL of orvandel itself (the test's one child in the run); what is
+    // left of the run two seconds later, or that the kill came too late.
+    std::string killAndWait() {
         for (const auto& p : processesWith(marker_)) {
             if (p.parent == ::getpid()) ::kill(p.pid, SIGKILL);
         }
         thread_.join();
-        std::vector<Process> left;
+        if (result_.termSignal != SIGKILL) return "nothing to kill: the export had ended";
+        std::string left;
         for (const auto end = std::chrono::steady_clock::now() + 2s; std::chrono::steady_clock::now() < end;) {
-            left = processesWith(marker_);
+            left.clear();
+            for (const auto& p : processesWith(marker_)) left += p.name + " (" + std::to_string(p.pid) + ") ";
             if (left.empty()) break;
             std::this_thread::sleep_for(50ms);
         }
         return left;
-    }
-
-    const SubprocessResult& result() {
-        if (thread_.joinable()) thread_.join();
-        return result_;
     }
 
 private:
@@ -129,22 +115,22 @@ TEST(ProcessLifetimeTest, AKilledExportLeavesNoProcessAndTheNextExportRemovesIts
     long_.write(dir / "long.pptx");
     const std::vector<std::string> render{"export", (dir / "long.pptx").string(), "-o", (dir / "long.orv").string(),
                                           "--renderer", "libreoffice", "--effects", "cut"};
-    // An export that only packages a movie given to it (its chapters need a
-    // scratch folder of its own).
+    // An export that only packages a movie given to it, in a scratch folder
+    // of its own (for the chapters).
     DeckBuilder().addSlide(slideXml()).write(dir / "short.pptx");
     ASSERT_TRUE(Subprocess::run({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=c=white:s=320x180:r=10", "-t",
                                  "1", "-pix_fmt", "yuv420p", (dir / "clip.mp4").string()})
                     .succeeded());
-    const std::vector<std::string> package{"export", (dir / "short.pptx").string(), "--mp4",
-                                           (dir / "clip.mp4").string(), "--chapters", "-o",
-                                           (dir / "short.orv").string()};
+    const auto package = [&] {
+        return runCli({"export", (dir / "short.pptx").string(), "--mp4", (dir / "clip.mp4").string(), "--chapters",
+                       "-o", (dir / "short.orv").string()},
+                      {.environment = {"TMPDIR=" + tmp.string()}});
+    };
 
     {
         MarkedExport converting(render, tmp);
         ASSERT_TRUE(converting.reaches("soffice.bin"));
-        const auto left = converting.killAndSurvivors();
-        EXPECT_TRUE(left.empty()) << "alive after the kill: " << names(left);
-        EXPECT_EQ(converting.result().termSignal, SIGKILL) << "the export ended before the kill";
+        EXPECT_EQ(converting.killAndWait(), "") << "alive after the kill";
     }
     EXPECT_EQ(entriesNamed(tmp, "orv-chain-").size(), 1u) << "the killed run's scratch folder";
 
@@ -152,18 +138,10 @@ TEST(ProcessLifetimeTest, AKilledExportLeavesNoProcessAndTheNextExportRemovesIts
     ASSERT_TRUE(encoding.reaches("ffmpeg"));
     const auto live = entriesNamed(tmp, "orv-chain-");
     EXPECT_EQ(live.size(), 1u) << "the killed run's folder was not removed";
-    {
-        MarkedExport packaging(package, tmp);
-        EXPECT_EQ(packaging.result().exitStatus, 0) << packaging.result().standardError;
-    }
+    EXPECT_EQ(package().exitStatus, 0);
     EXPECT_EQ(entriesNamed(tmp, "orv-chain-"), live) << "a live run's folder was taken";
 
-    const auto left = encoding.killAndSurvivors();
-    EXPECT_TRUE(left.empty()) << "alive after the kill: " << names(left);
-    EXPECT_EQ(encoding.result().termSignal, SIGKILL) << "the export ended before the kill";
-    {
-        MarkedExport packaging(package, tmp);
-        EXPECT_EQ(packaging.result().exitStatus, 0) << packaging.result().standardError;
-    }
+    EXPECT_EQ(encoding.killAndWait(), "") << "alive after the kill";
+    EXPECT_EQ(package().exitStatus, 0);
     EXPECT_TRUE(fs::is_empty(tmp));
 }
