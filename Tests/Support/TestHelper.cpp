@@ -1,8 +1,8 @@
 // A program the tests run as a child, for what the tests cannot do in their
 // own process:
-//   hog MIB PROCESSES SECONDS  PROCESSES processes (this one and forked
-//                              children) each make MIB MiB resident, wait
-//                              SECONDS seconds, exit 0
+//   hog MIB PROCESSES SECONDS  PROCESSES processes (this one, its child,
+//                              its grandchild...) each make MIB MiB
+//                              resident, wait SECONDS seconds, exit 0
 //   run PROGRAM [ARG]...       runs the program through Subprocess::run and
 //                              exits with its status
 //   leave-folder PARENT PREFIX makes a TemporaryDirectory, prints its path
@@ -22,17 +22,17 @@
 namespace {
 
 int hog(std::size_t mib, int processes, unsigned seconds) {
-    bool child = false;
-    for (int i = 1; i < processes && !child; ++i) child = ::fork() == 0;
+    // A chain: each process forks the next, so the tree is as deep as it is wide.
+    for (int i = 1; i < processes; ++i) {
+        if (::fork() != 0) break;
+    }
     const std::size_t size = mib << 20;
     void* block = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (block == MAP_FAILED) return 1;
     auto* bytes = static_cast<volatile char*>(block);
     for (std::size_t at = 0; at < size; at += 4096) bytes[at] = 1;
     ::sleep(seconds);
-    if (!child) {
-        while (::wait(nullptr) > 0) {
-        }
+    while (::wait(nullptr) > 0) {
     }
     return 0;
 }

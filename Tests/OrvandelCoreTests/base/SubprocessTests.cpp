@@ -78,8 +78,8 @@ TEST(SubprocessTest, TimeoutAndCancellationKillTheWholeGroup) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 }
 
-// The memory of the whole tree counts: two processes that each stay under the
-// limit exceed it together.
+// The memory of the whole tree counts, grandchildren included: processes
+// that each stay under the limit exceed it together.
 TEST(SubprocessTest, AMemoryLimitKillsTheTreeThatGrowsPastIt) {
     const struct {
         int mib;
