@@ -3,7 +3,8 @@
 // /dev/null or fed by a writer, standard output and standard error captured
 // through pipes drained together with poll (so that neither can fill and
 // block the child). A time limit, a cancellation token and a memory ceiling
-// kill the whole process group, so grandchildren go too.
+// kill the whole process group, so grandchildren go too. The child gets its
+// three standard streams and no other descriptor of this process.
 //
 // On Linux nothing outlives this process: the child is killed when the
 // thread that started it ends (run() blocks that thread until the child is
