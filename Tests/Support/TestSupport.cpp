@@ -14,6 +14,8 @@ std::filesystem::path sourceDir() { return ORVANDEL_SOURCE_DIR; }
 
 std::filesystem::path cliPath() { return ORVANDEL_CLI_PATH; }
 
+std::filesystem::path helperPath() { return ORVANDEL_TEST_HELPER_PATH; }
+
 SubprocessResult runCli(std::vector<std::string> args, SubprocessOptions options) {
     args.insert(args.begin(), cliPath().string());
     if (!options.timeout) options.timeout = std::chrono::minutes(3);

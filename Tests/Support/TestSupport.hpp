@@ -24,6 +24,8 @@ bool isBrokenDeck(const std::filesystem::path& deck);
 
 std::filesystem::path sourceDir();
 std::filesystem::path cliPath();
+// The tests' helper program (Tests/Support/TestHelper.cpp, usage there).
+std::filesystem::path helperPath();
 // The command-line program run with `args`, within three minutes unless told otherwise.
 SubprocessResult runCli(std::vector<std::string> args, SubprocessOptions options = {});
 

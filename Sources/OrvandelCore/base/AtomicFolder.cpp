@@ -21,6 +21,7 @@ void replace(const fs::path& destination, const std::function<void(const fs::pat
     // After a swap it holds the old folder, removed with it.
     const TemporaryDirectory staging(parent, "." + destination.filename().string() + ".tmp-");
     write(staging.path());
+    staging.removeOwnerRecord();
     if (!exists) {
         if (std::rename(staging.path().c_str(), destination.c_str()) != 0) {
             throw FileError("move into place", destination.string(), errno);

@@ -1,9 +1,16 @@
 #pragma once
-// Runs one child process with posix_spawn: its own process group, standard
-// input from /dev/null or fed by a writer, standard output and standard error
-// captured through pipes drained together with poll (so that neither can fill
-// and block the child). An optional time limit and cancellation token kill the
-// whole process group, so grandchildren go too.
+// Runs one child process in a process group of its own, standard input from
+// /dev/null or fed by a writer, standard output and standard error captured
+// through pipes drained together with poll (so that neither can fill and
+// block the child). A time limit, a cancellation token and a memory ceiling
+// kill the whole process group, so grandchildren go too. The child gets its
+// three standard streams and no other descriptor of this process.
+//
+// On Linux nothing outlives this process: the child is killed when the
+// thread that started it ends (run() blocks that thread until the child is
+// reaped), and its whole group when this process ends however it does,
+// SIGKILL included (see ProcessWatcher). Elsewhere the child is started with
+// posix_spawn and only the normal paths and Leftovers clean up.
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -35,8 +42,16 @@ struct SubprocessOptions {
     // after the child has been reaped.
     std::function<void(int fd)> standardInput;
     // The most resident memory the child and everything it starts may hold
-    // together, in bytes; beyond it the whole group is killed.
+    // together, in bytes; beyond it the whole group is killed. Sampled every
+    // 100 ms (Linux; ignored elsewhere), so a faster rise overshoots a little.
     std::optional<std::int64_t> memoryLimit;
+    // Best effort: the child gets a network namespace of its own with only a
+    // loopback interface that is down, so that it reaches no network, not
+    // even this machine's. Made through a user namespace that maps our user
+    // and group to themselves (files keep their owners) unless the process
+    // may make it without one. Where the system refuses (containers often
+    // do), the child runs unisolated. Linux only.
+    bool isolateNetwork = false;
 };
 
 struct SubprocessResult {
@@ -53,8 +68,10 @@ struct SubprocessResult {
 
 namespace Subprocess {
 
-// argv[0] is the program: an absolute path, or a name looked up on PATH.
-// Throws LaunchError when the program cannot be started.
+// argv[0] is the program: a path, or a name looked up on PATH. Throws
+// LaunchError with the system's errno when the program cannot be started
+// (not found, not executable, the working directory missing, no processes
+// left), FileError when a pipe cannot be made.
 SubprocessResult run(const std::vector<std::string>& argv, const SubprocessOptions& options = {});
 
 // The absolute path of a program on PATH, or nothing.

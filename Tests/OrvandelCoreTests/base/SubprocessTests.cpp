@@ -1,5 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <thread>
 
@@ -26,9 +34,25 @@ TEST(SubprocessTest, CapturesBothStreamsAndStatusWithoutDeadlock) {
     EXPECT_EQ(env.standardOutput, "a b");
 }
 
-TEST(SubprocessTest, LaunchFailureIsTyped) {
-    EXPECT_THROW(Subprocess::run({"/nonexistent/program"}), LaunchError);
-    EXPECT_THROW(Subprocess::run({"no-such-program-orvandel"}), LaunchError);
+TEST(SubprocessTest, LaunchFailureIsTypedWithTheSystemsReason) {
+    test::TempDir dir;
+    writeFile(dir / "plain", std::string("echo not executable\n"));
+    const struct {
+        std::vector<std::string> argv;
+        std::optional<std::filesystem::path> workingDirectory;
+        int errnoValue;
+    } cases[] = {
+        {{"/nonexistent/program"}, {}, ENOENT},
+        {{"no-such-program-orvandel"}, {}, ENOENT},
+        {{(dir / "plain").string()}, {}, EACCES},
+        {{dir.path().string()}, {}, EACCES},
+        {{"true"}, dir / "missing", ENOENT},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.argv[0]);
+        const auto e = test::thrown<LaunchError>([&] { Subprocess::run(c.argv, {.workingDirectory = c.workingDirectory}); });
+        EXPECT_EQ(e.errnoValue(), c.errnoValue) << e.what();
+    }
 }
 
 TEST(SubprocessTest, TimeoutAndCancellationKillTheWholeGroup) {
@@ -52,4 +76,86 @@ TEST(SubprocessTest, TimeoutAndCancellationKillTheWholeGroup) {
     canceller.join();
     EXPECT_TRUE(c.cancelled);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+}
+
+// The memory of the whole tree counts, grandchildren included: processes
+// that each stay under the limit exceed it together.
+TEST(SubprocessTest, AMemoryLimitKillsTheTreeThatGrowsPastIt) {
+    const struct {
+        int mib;
+        int processes;
+        std::int64_t limitMib;
+        bool exceeded;
+    } cases[] = {{60, 1, 100, false}, {60, 2, 100, true}, {60, 3, 250, false}, {60, 3, 150, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.processes) + " x " + std::to_string(c.mib) + " MiB");
+        const auto start = std::chrono::steady_clock::now();
+        const auto r = Subprocess::run(
+            {test::helperPath().string(), "hog", std::to_string(c.mib), std::to_string(c.processes), "2"},
+            {.timeout = 60s, .memoryLimit = c.limitMib << 20});
+        EXPECT_EQ(r.memoryExceeded, c.exceeded);
+        EXPECT_EQ(r.succeeded(), !c.exceeded) << r.standardError;
+        if (c.exceeded) {
+            EXPECT_LT(std::chrono::steady_clock::now() - start, 2s) << "not killed at once";
+        }
+    }
+}
+
+// A test of our own listens on 127.0.0.1: reachable from a child, not from an
+// isolated one.
+TEST(SubprocessTest, AnIsolatedChildReachesNoNetworkAndKeepsItsUser) {
+    const int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_GE(server, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ASSERT_EQ(::bind(server, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(server, 8), 0);
+    ASSERT_EQ(::getsockname(server, reinterpret_cast<sockaddr*>(&address), &length), 0);
+    test::TempDir dir;
+    // Prints its network namespace, makes a file, then connects.
+    const std::string probe =
+        "readlink /proc/self/ns/net; touch made; exec 3<>/dev/tcp/127.0.0.1/" + std::to_string(ntohs(address.sin_port));
+
+    const auto open = Subprocess::run({"bash", "-c", probe}, {.workingDirectory = dir.path()});
+    const auto isolated = Subprocess::run({"bash", "-c", probe}, {.workingDirectory = dir.path(), .isolateNetwork = true});
+    ::close(server);
+    ASSERT_EQ(open.exitStatus, 0) << open.standardError;
+    if (isolated.standardOutput == open.standardOutput) GTEST_SKIP() << "this system makes no network namespace for us";
+    EXPECT_NE(isolated.exitStatus, 0) << "connected from an isolated child";
+    struct stat made {};
+    ASSERT_EQ(::stat((dir / "made").c_str(), &made), 0);
+    EXPECT_EQ(made.st_uid, ::geteuid());
+    EXPECT_EQ(made.st_gid, ::getegid());
+}
+
+// SIGKILL of the process that runs a child leaves nothing of the child's
+// group: the child, a grandchild and a grandchild whose parent has already
+// ended (reparented, as LibreOffice's soffice.bin is when its launcher dies).
+TEST(SubprocessTest, TheChildsGroupDiesWithTheProcessThatRunsIt) {
+    test::TempDir dir;
+    const std::string script = "echo $PPID > runner; sleep 300 & echo $! > grandchild; "
+                               "(sleep 300 & echo $! > orphan); echo $$ > c; mv c child; exec sleep 300";
+    std::thread runner([&] {
+        Subprocess::run({test::helperPath().string(), "run", "/bin/sh", "-c", script},
+                        {.workingDirectory = dir.path(), .timeout = 60s});
+    });
+    const auto deadline = std::chrono::steady_clock::now() + 20s;
+    while (!std::filesystem::exists(dir / "child") && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(10ms);
+    }
+    std::vector<int> pids;
+    for (const char* name : {"runner", "child", "grandchild", "orphan"}) {
+        pids.push_back(std::stoi(toString(readFile(dir / name))));
+    }
+    ::kill(pids[0], SIGKILL);
+    runner.join();
+    const auto allGone = [&] {
+        return std::none_of(pids.begin(), pids.end(), [](int pid) { return test::isRunning(pid); });
+    };
+    for (const auto end = std::chrono::steady_clock::now() + 2s; !allGone() && std::chrono::steady_clock::now() < end;) {
+        std::this_thread::sleep_for(20ms);
+    }
+    for (const int pid : pids) EXPECT_FALSE(test::isRunning(pid)) << pid << " outlived its runner";
 }
