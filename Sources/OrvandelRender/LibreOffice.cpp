@@ -1,5 +1,7 @@
 #include "LibreOffice.hpp"
 
+#include "LibreOfficeProfile.hpp"
+
 #include <algorithm>
 #include <system_error>
 
@@ -81,6 +83,7 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
     for (int attempt = 1;; ++attempt) {
         const auto profile = options.workDir / ("lo-profile-" + std::to_string(attempt));
         std::filesystem::remove(output, ec);
+        LibreOfficeProfile::closeToNetwork(profile);
         // LibreOffice says "convert <input> -> <output>" once it has loaded
         // the deck; until then a hang is its own start, not the deck.
         bool loaded = false;
@@ -100,7 +103,8 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
                  .onStandardOutput = [&](std::string_view chunk) {
                      if (chunk.find("convert ") != std::string_view::npos) loaded = true;
                  },
-                 .memoryLimit = options.memoryLimit});
+                 .memoryLimit = options.memoryLimit,
+                 .isolateNetwork = true});
         } catch (const LaunchError& e) {
             throw RenderError(RenderError::Case::missingTool, kStage,
                               std::string(kStage) + ": " + e.what() +

@@ -54,7 +54,11 @@ SubprocessResult runTool(const std::string& stage, const std::string& program, c
     argv.insert(argv.end(), args.begin(), args.end());
     SubprocessResult r;
     try {
-        r = Subprocess::run(argv, options);
+        // A deck's media and pictures are untrusted: the tools that read them
+        // get no network to reach, where the system allows it.
+        SubprocessOptions isolated = options;
+        isolated.isolateNetwork = true;
+        r = Subprocess::run(argv, isolated);
     } catch (const LaunchError& e) {
         throw RenderError(RenderError::Case::missingTool, stage,
                           stage + ": " + e.what() + ". Reinstall the Debian package " + debianPackage + ".", e.cause(),

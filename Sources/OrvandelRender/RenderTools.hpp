@@ -10,12 +10,13 @@
 
 namespace orvandel::RenderTools {
 
-// Runs `program args...` (found on PATH). Throws RenderError when it is
-// missing (naming the Debian package), times out or exits non-zero (with the
-// end of its standard error), and CancelledError when the token was cancelled.
 // The last non-empty line of a tool's output (its own last word on a failure).
 std::string lastLine(const std::string& text);
 
+// Runs `program args...` (found on PATH), with no network where the system
+// can take it away. Throws RenderError when it is missing (naming the Debian
+// package), times out or exits non-zero (with the end of its standard
+// error), and CancelledError when the token was cancelled.
 SubprocessResult runTool(const std::string& stage, const std::string& program, const std::string& debianPackage,
                          const std::vector<std::string>& args, const SubprocessOptions& options);
 
