@@ -114,3 +114,26 @@ TEST(LibreOfficeMp4ExporterTest, LibreOfficeThatHangsFailsOrFallsShortEndsInACle
     EXPECT_EQ(e.errorCase(), RenderError::Case::missingTool);
     EXPECT_NE(std::string(e.what()).find("libreoffice-impress-nogui"), std::string::npos) << e.what();
 }
+
+TEST(LibreOfficeMp4ExporterTest, ASlideOfFiveThousandShapesEndsInTheMemoryErrorWhenLibreOfficeMayNotTakeEnough) {
+    if (!test::canRender()) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
+    if (test::slowTestsSkipped()) GTEST_SKIP() << "slow";
+    test::TempDir dir;
+    std::string shapes;
+    for (int i = 0; i < 5000; ++i) {
+        shapes += test::textBox(std::to_string(10 + i), 100000 + (i % 60) * 100000, test::para(std::to_string(i)));
+    }
+    test::DeckBuilder deck;
+    deck.addSlide(test::slideXml(shapes, "<p:transition advTm=\"2000\"/>"));
+    deck.write(dir / "prepared.pptx");
+    // Far less than such a slide takes (some 800 MB), far more than LibreOffice starts with.
+    LibreOfficeMp4Exporter::Options options;
+    options.libreOfficeMemoryLimit = std::int64_t{300} << 20;
+    options.deckName = "formas.pptx";
+    const auto e = test::thrown<RenderError>(
+        [&] { LibreOfficeMp4Exporter(options).export_(dir / "prepared.pptx", dir / "master.mp4", {}); });
+    EXPECT_EQ(e.errorCase(), RenderError::Case::tooLarge) << e.what();
+    EXPECT_NE(std::string(e.what()).find("300 MiB"), std::string::npos) << e.what();
+    EXPECT_NE(std::string(e.what()).find("formas.pptx"), std::string::npos) << e.what();
+    EXPECT_TRUE(test::entriesNamed(dir.path(), ".render-").empty());
+}
