@@ -10,6 +10,7 @@
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -140,8 +141,10 @@ void closeFrom(int first) {
 
 [[noreturn]] void becomeWatcher(int socket, int devNull) {
     // Its own group: a terminal's Ctrl-C, sent to the foreground group, and a
-    // kill of the caller's group pass it by.
+    // kill of the caller's group pass it by. Its own name (its anchors take
+    // it too): ps tells it apart, and `pkill -x orvandel` leaves it to clean up.
     ::setpgid(0, 0);
+    ::prctl(PR_SET_NAME, "orvandel-watch");
     struct sigaction action {};
     action.sa_handler = SIG_DFL;
     for (int sig = 1; sig < NSIG; ++sig) ::sigaction(sig, &action, nullptr);  // SIGCHLD too: anchors wait to be reaped
