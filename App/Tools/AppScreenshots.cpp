@@ -91,6 +91,8 @@ int main(int argc, char** argv) {
     std::filesystem::copy_file(exampleDeck(), deck);
 
     auto renderer = std::make_shared<FakeExporter>();
+    renderer->warnings = {Warning::linkNotFollowed(2, "picture", "../fotos/folha.png",
+                                                   "is outside the deck's folder and was not read", 0)};
     auto shell = window(renderer);
     auto* view = shell.window.get();
     shoot(*view, "idle");

@@ -27,6 +27,7 @@ void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std:
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     if (failure) std::rethrow_exception(failure);
+    for (const auto& w : warnings) hooks.warning(w);
     const auto ms = RenderPlanReader::read(preparedDeck).totalMs();
     writeFile(to, test::craftedMovie(1000, static_cast<std::uint64_t>(ms)));
 }

@@ -8,7 +8,9 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <vector>
 
+#include "base/Warning.hpp"
 #include "render/Mp4Exporting.hpp"
 
 class QWidget;
@@ -25,6 +27,7 @@ public:
     std::shared_ptr<std::atomic<bool>> hold = std::make_shared<std::atomic<bool>>(false);
     std::exception_ptr failure;
     std::filesystem::path workBase;  // where the flow's work directory goes; empty: the system's
+    std::vector<Warning> warnings;   // reported as a real render would, before the movie
 
     void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
                  const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const override;
