@@ -16,19 +16,6 @@
 
 namespace orvandel::test {
 
-// LibreOffice, poppler and ffmpeg are there, and slow tests are not skipped.
-inline bool canRender() {
-    return !slowTestsSkipped() && haveProgram("soffice") && haveProgram("pdftocairo") && haveProgram("ffmpeg") &&
-           haveProgram("ffprobe");
-}
-
-// Runs ffmpeg quietly, overwriting its outputs (to make test media).
-inline void ffmpeg(const std::vector<std::string>& args) {
-    std::vector<std::string> argv{"ffmpeg", "-v", "error", "-y"};
-    argv.insert(argv.end(), args.begin(), args.end());
-    ASSERT_TRUE(Subprocess::run(argv).succeeded());
-}
-
 inline std::vector<std::int64_t> frameTimesMs(const std::filesystem::path& movie) {
     std::istringstream lines(Subprocess::run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
                                               "frame=pts_time", "-of", "csv=p=0", movie.string()})

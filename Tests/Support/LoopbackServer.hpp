@@ -1,10 +1,16 @@
 #pragma once
 // A TCP server on 127.0.0.1, on a port the system picks, that counts the
-// connections made to it (answering each with an HTTP 404 and closing it),
-// for tests that prove nothing was fetched. It runs on a thread of its own
-// and stops when destroyed or, at the latest, when its lifetime is over.
+// connections made to it, for tests that prove nothing was fetched. Each is
+// answered with an HTTP 404 (after its request, so that the client reads the
+// answer instead of a reset) and closed, on a thread that stops when the
+// server is destroyed.
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <atomic>
-#include <chrono>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -12,18 +18,50 @@ namespace orvandel::test {
 
 class LoopbackServer {
 public:
-    explicit LoopbackServer(std::chrono::seconds lifetime = std::chrono::minutes(30));
-    ~LoopbackServer();
+    LoopbackServer() {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        const auto a = reinterpret_cast<sockaddr*>(&address);
+        if (listening_ < 0 || ::bind(listening_, a, size) != 0 || ::listen(listening_, 64) != 0 ||
+            ::getsockname(listening_, a, &size) != 0) {
+            throw std::runtime_error("loopback server: cannot listen on 127.0.0.1");
+        }
+        port_ = ntohs(address.sin_port);
+        thread_ = std::thread([this] {
+            while (!stopping_) {
+                pollfd waiting{listening_, POLLIN, 0};
+                const int client =
+                    ::poll(&waiting, 1, 100) > 0 ? ::accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC) : -1;
+                if (client < 0) continue;
+                ++connections_;
+                pollfd request{client, POLLIN, 0};
+                char buffer[4096];
+                if (::poll(&request, 1, 500) > 0) (void)!::read(client, buffer, sizeof buffer);
+                static const char kAnswer[] = "HTTP/1.0 404 Not Found\r\nContent-Length: 0\r\n\r\n";
+                (void)!::send(client, kAnswer, sizeof kAnswer - 1, MSG_NOSIGNAL);
+                ::close(client);
+            }
+        });
+    }
+    ~LoopbackServer() {
+        stopping_ = true;
+        thread_.join();
+        ::close(listening_);
+    }
     LoopbackServer(const LoopbackServer&) = delete;
     LoopbackServer& operator=(const LoopbackServer&) = delete;
 
     int port() const { return port_; }
     int connections() const { return connections_.load(); }
     // scheme://127.0.0.1:port/path
-    std::string url(const std::string& scheme, const std::string& path) const;
+    std::string url(const std::string& scheme, const std::string& path) const {
+        return scheme + "://127.0.0.1:" + std::to_string(port_) + "/" + path;
+    }
 
 private:
-    int listening_ = -1;
+    int listening_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     int port_ = 0;
     std::atomic<int> connections_{0};
     std::atomic<bool> stopping_{false};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
+#include <thread>
 
 #include "base/Bytes.hpp"
 #include "base/Error.hpp"
@@ -58,6 +59,14 @@ bool isRunning(int pid) {
     } catch (const Error&) {
         return false;
     }
+}
+
+bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds within) {
+    for (const auto end = std::chrono::steady_clock::now() + within; !condition();) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
 }
 
 std::vector<std::string> entriesNamed(const std::filesystem::path& dir, const std::string& part) {

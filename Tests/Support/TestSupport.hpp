@@ -1,8 +1,10 @@
 #pragma once
 // Helpers shared by the test executables: the shared corpus of real decks,
 // temporary directories, and the switch that skips slow end-to-end tests.
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -32,9 +34,23 @@ SubprocessResult runCli(std::vector<std::string> args, SubprocessOptions options
 // Set under the sanitizer build: tests that mostly wait on other programs skip.
 bool slowTestsSkipped();
 bool haveProgram(const std::string& name);
+// LibreOffice, poppler and ffmpeg are there, and slow tests are not skipped.
+inline bool canRender() {
+    return !slowTestsSkipped() && haveProgram("soffice") && haveProgram("pdftocairo") && haveProgram("ffmpeg") &&
+           haveProgram("ffprobe");
+}
+// Runs ffmpeg quietly, overwriting its outputs (to make test media).
+inline void ffmpeg(const std::vector<std::string>& args) {
+    std::vector<std::string> argv{"ffmpeg", "-v", "error", "-y"};
+    argv.insert(argv.end(), args.begin(), args.end());
+    const auto r = Subprocess::run(argv);
+    ASSERT_EQ(r.exitStatus, 0) << r.standardError;
+}
 
 // A process still running: gone or a zombie awaiting its reaper counts as ended.
 bool isRunning(int pid);
+// Whether `condition` holds, asked every 20 ms until it does or `within` is over.
+bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds within);
 // The entries of `dir` whose file name contains `part`.
 std::vector<std::string> entriesNamed(const std::filesystem::path& dir, const std::string& part);
 
