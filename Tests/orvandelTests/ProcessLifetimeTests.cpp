@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <thread>
@@ -22,8 +23,7 @@ namespace fs = std::filesystem;
 namespace {
 
 struct Process {
-    int pid;
-    int parent;
+    int pid, parent;
     std::string name;
 };
 
@@ -62,13 +62,10 @@ public:
 
     // Whether a process of the run named `name` shows up within three minutes.
     bool reaches(const std::string& name) const {
-        for (const auto end = std::chrono::steady_clock::now() + 3min; std::chrono::steady_clock::now() < end;) {
-            for (const auto& p : processesWith(marker_)) {
-                if (p.name == name) return true;
-            }
-            std::this_thread::sleep_for(50ms);
-        }
-        return false;
+        return eventually([&] {
+            const auto all = processesWith(marker_);
+            return std::any_of(all.begin(), all.end(), [&](const Process& p) { return p.name == name; });
+        }, 3min);
     }
 
     // SIGKILL of orvandel itself (the test's one child in the run); what is
@@ -79,13 +76,9 @@ public:
         }
         thread_.join();
         if (result_.termSignal != SIGKILL) return "nothing to kill: the export had ended";
+        eventually([&] { return processesWith(marker_).empty(); }, 2s);
         std::string left;
-        for (const auto end = std::chrono::steady_clock::now() + 2s; std::chrono::steady_clock::now() < end;) {
-            left.clear();
-            for (const auto& p : processesWith(marker_)) left += p.name + " (" + std::to_string(p.pid) + ") ";
-            if (left.empty()) break;
-            std::this_thread::sleep_for(50ms);
-        }
+        for (const auto& p : processesWith(marker_)) left += p.name + " (" + std::to_string(p.pid) + ") ";
         return left;
     }
 
@@ -102,9 +95,7 @@ private:
 // run stays alive, and the next export removes the scratch folder the killed
 // run left, never the folder of a run still going.
 TEST(ProcessLifetimeTest, AKilledExportLeavesNoProcessAndTheNextExportRemovesItsScratch) {
-    if (slowTestsSkipped() || !haveProgram("soffice") || !haveProgram("ffmpeg") || !haveProgram("pdftocairo")) {
-        GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
-    }
+    if (!canRender()) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
     TempDir dir;
     const auto tmp = dir / "tmp";
     fs::create_directories(tmp);
@@ -118,20 +109,17 @@ TEST(ProcessLifetimeTest, AKilledExportLeavesNoProcessAndTheNextExportRemovesIts
     // An export that only packages a movie given to it, in a scratch folder
     // of its own (for the chapters).
     DeckBuilder().addSlide(slideXml()).write(dir / "short.pptx");
-    ASSERT_TRUE(Subprocess::run({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=c=white:s=320x180:r=10", "-t",
-                                 "1", "-pix_fmt", "yuv420p", (dir / "clip.mp4").string()})
-                    .succeeded());
+    ffmpeg({"-f", "lavfi", "-i", "color=c=white:s=320x180:r=10", "-t", "1", "-pix_fmt", "yuv420p",
+            (dir / "clip.mp4").string()});
     const auto package = [&] {
         return runCli({"export", (dir / "short.pptx").string(), "--mp4", (dir / "clip.mp4").string(), "--chapters",
                        "-o", (dir / "short.orv").string()},
                       {.environment = {"TMPDIR=" + tmp.string()}});
     };
 
-    {
-        MarkedExport converting(render, tmp);
-        ASSERT_TRUE(converting.reaches("soffice.bin"));
-        EXPECT_EQ(converting.killAndWait(), "") << "alive after the kill";
-    }
+    MarkedExport converting(render, tmp);
+    ASSERT_TRUE(converting.reaches("soffice.bin"));
+    EXPECT_EQ(converting.killAndWait(), "") << "alive after the kill";
     EXPECT_EQ(entriesNamed(tmp, "orv-chain-").size(), 1u) << "the killed run's scratch folder";
 
     MarkedExport encoding(render, tmp);

@@ -1,23 +1,21 @@
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <thread>
+#include <tuple>
 
+#include "LoopbackServer.hpp"
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
 
 using namespace orvandel;
 using namespace std::chrono_literals;
-
 
 TEST(SubprocessTest, CapturesBothStreamsAndStatusWithoutDeadlock) {
     // 1 MiB on each stream: a reader that drained one pipe after the other
@@ -81,46 +79,30 @@ TEST(SubprocessTest, TimeoutAndCancellationKillTheWholeGroup) {
 // The memory of the whole tree counts, grandchildren included: processes
 // that each stay under the limit exceed it together.
 TEST(SubprocessTest, AMemoryLimitKillsTheTreeThatGrowsPastIt) {
-    const struct {
-        int mib;
-        int processes;
-        std::int64_t limitMib;
-        bool exceeded;
-    } cases[] = {{60, 1, 100, false}, {60, 2, 100, true}, {60, 3, 250, false}, {60, 3, 150, true}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.processes) + " x " + std::to_string(c.mib) + " MiB");
+    // A chain of processes of 60 MiB each, the limit in MiB, whether it is exceeded.
+    for (const auto& [processes, limitMib, exceeded] : std::vector<std::tuple<int, std::int64_t, bool>>{
+             {1, 100, false}, {2, 100, true}, {3, 250, false}, {3, 150, true}}) {
+        SCOPED_TRACE(std::to_string(processes) + " x 60 MiB");
         const auto start = std::chrono::steady_clock::now();
-        const auto r = Subprocess::run(
-            {test::helperPath().string(), "hog", std::to_string(c.mib), std::to_string(c.processes), "2"},
-            {.timeout = 60s, .memoryLimit = c.limitMib << 20});
-        EXPECT_EQ(r.memoryExceeded, c.exceeded);
-        EXPECT_EQ(r.succeeded(), !c.exceeded) << r.standardError;
-        if (c.exceeded) {
+        const auto r = Subprocess::run({test::helperPath().string(), "hog", "60", std::to_string(processes), "2"},
+                                       {.timeout = 60s, .memoryLimit = limitMib << 20});
+        EXPECT_EQ(r.memoryExceeded, exceeded);
+        EXPECT_EQ(r.succeeded(), !exceeded) << r.standardError;
+        if (exceeded) {
             EXPECT_LT(std::chrono::steady_clock::now() - start, 2s) << "not killed at once";
         }
     }
 }
 
-// A test of our own listens on 127.0.0.1: reachable from a child, not from an
-// isolated one.
+// A server of the test's own on 127.0.0.1: reachable from a child, not from an isolated one.
 TEST(SubprocessTest, AnIsolatedChildReachesNoNetworkAndKeepsItsUser) {
-    const int server = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ASSERT_GE(server, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ASSERT_EQ(::bind(server, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::listen(server, 8), 0);
-    ASSERT_EQ(::getsockname(server, reinterpret_cast<sockaddr*>(&address), &length), 0);
+    const test::LoopbackServer server;
     test::TempDir dir;
     // Prints its network namespace, makes a file, then connects.
     const std::string probe =
-        "readlink /proc/self/ns/net; touch made; exec 3<>/dev/tcp/127.0.0.1/" + std::to_string(ntohs(address.sin_port));
-
+        "readlink /proc/self/ns/net; touch made; exec 3<>/dev/tcp/127.0.0.1/" + std::to_string(server.port());
     const auto open = Subprocess::run({"bash", "-c", probe}, {.workingDirectory = dir.path()});
     const auto isolated = Subprocess::run({"bash", "-c", probe}, {.workingDirectory = dir.path(), .isolateNetwork = true});
-    ::close(server);
     ASSERT_EQ(open.exitStatus, 0) << open.standardError;
     if (isolated.standardOutput == open.standardOutput) GTEST_SKIP() << "this system makes no network namespace for us";
     EXPECT_NE(isolated.exitStatus, 0) << "connected from an isolated child";
@@ -141,21 +123,14 @@ TEST(SubprocessTest, TheChildsGroupDiesWithTheProcessThatRunsIt) {
         Subprocess::run({test::helperPath().string(), "run", "/bin/sh", "-c", script},
                         {.workingDirectory = dir.path(), .timeout = 60s});
     });
-    const auto deadline = std::chrono::steady_clock::now() + 20s;
-    while (!std::filesystem::exists(dir / "child") && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(10ms);
-    }
+    EXPECT_TRUE(test::eventually([&] { return std::filesystem::exists(dir / "child"); }, 20s));
     std::vector<int> pids;
     for (const char* name : {"runner", "child", "grandchild", "orphan"}) {
         pids.push_back(std::stoi(toString(readFile(dir / name))));
     }
     ::kill(pids[0], SIGKILL);
     runner.join();
-    const auto allGone = [&] {
-        return std::none_of(pids.begin(), pids.end(), [](int pid) { return test::isRunning(pid); });
-    };
-    for (const auto end = std::chrono::steady_clock::now() + 2s; !allGone() && std::chrono::steady_clock::now() < end;) {
-        std::this_thread::sleep_for(20ms);
+    for (const int pid : pids) {
+        EXPECT_TRUE(test::eventually([pid] { return !test::isRunning(pid); }, 2s)) << pid << " outlived its runner";
     }
-    for (const int pid : pids) EXPECT_FALSE(test::isRunning(pid)) << pid << " outlived its runner";
 }

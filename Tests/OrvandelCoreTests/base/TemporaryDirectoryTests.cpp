@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <tuple>
 
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
@@ -14,25 +15,20 @@ namespace {
 
 // The folder a helper process made and left when it ended.
 fs::path leftBehind(const fs::path& parent, const std::string& prefix) {
-    const auto r = Subprocess::run({test::helperPath().string(), "leave-folder", parent.string(), prefix});
-    std::string path = r.standardOutput;
-    if (!path.empty()) path.pop_back();
-    return path;
+    const auto out =
+        Subprocess::run({test::helperPath().string(), "leave-folder", parent.string(), prefix}).standardOutput;
+    return out.substr(0, out.find('\n'));
 }
 
-// A copy of `folder` whose owner record has field `field` (0-based)
-// replaced, or, for -1, loses the end of its line.
+// A copy of `folder` whose owner record has field `field` (from 0) set to
+// `value`, or, for -1, lacks the end of its line.
 void copyWithRecordField(const fs::path& folder, const fs::path& copy, int field, const std::string& value) {
     fs::create_directory(copy);
     std::string record = toString(readFile(folder / TemporaryDirectory::kOwnerRecord));
-    if (field < 0) {
-        record.pop_back();
-    } else {
-        std::size_t from = 0;
-        for (int i = 0; i < field; ++i) from = record.find(' ', from) + 1;
-        const auto end = record.find_first_of(" \n", from);
-        record.replace(from, end - from, value);
-    }
+    std::size_t from = 0;
+    for (int i = 0; i < field; ++i) from = record.find(' ', from) + 1;
+    if (field < 0) record.pop_back();
+    else record.replace(from, record.find_first_of(" \n", from) - from, value);
     writeFile(copy / TemporaryDirectory::kOwnerRecord, record);
 }
 
@@ -48,14 +44,8 @@ TEST(TemporaryDirectoryTest, MakingOneRemovesOnlyTheFoldersOfEndedRuns) {
     writeFile(dir / "run-a-file", std::string("x"));
     fs::create_directory(dir / "elsewhere");
     fs::create_directory_symlink(leftBehind(dir / "elsewhere", "run-"), dir / "run-link");
-    // Records of the live run and of the ended one, each with one field changed.
-    const struct {
-        const char* name;
-        const fs::path& from;
-        int field;
-        std::string value;
-        bool removed;
-    } forged[] = {
+    // Records of the live run and of the ended one, each with one field changed; whether it is removed.
+    const std::vector<std::tuple<std::string, fs::path, int, std::string, bool>> forged{
         {"run-pid-reused", live.path(), 1, "1", true},  // a live pid, another start time
         {"run-before-reboot", live.path(), 2, "another-boot", true},
         {"run-other-host", ended, 4, "another-host", false},
@@ -63,14 +53,14 @@ TEST(TemporaryDirectoryTest, MakingOneRemovesOnlyTheFoldersOfEndedRuns) {
         {"run-half-written", ended, -1, "", false},
         {"run-bad-pid", ended, 0, "../1", false},
     };
-    for (const auto& f : forged) copyWithRecordField(f.from, dir / f.name, f.field, f.value);
+    for (const auto& [name, from, field, value, removed] : forged) copyWithRecordField(from, dir / name, field, value);
 
     const TemporaryDirectory next(dir.path(), "run-");
 
     std::set<std::string> expected{live.path().filename(), next.path().filename(), otherPrefix.filename(),
                                    "run-without-record", "run-a-file", "elsewhere", "run-link"};
-    for (const auto& f : forged) {
-        if (!f.removed) expected.insert(f.name);
+    for (const auto& [name, from, field, value, removed] : forged) {
+        if (!removed) expected.insert(name);
     }
     std::set<std::string> left;
     for (const auto& e : fs::directory_iterator(dir.path())) left.insert(e.path().filename());
