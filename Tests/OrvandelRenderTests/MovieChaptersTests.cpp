@@ -35,9 +35,8 @@ std::vector<Chapter> chaptersTitled(const std::vector<std::string>& titles, std:
 // the renderer writes them), then read back from a package that stores it.
 std::vector<Chapter> roundTrip(const TempDir& dir, const std::vector<Chapter>& chapters, std::int64_t movieMs) {
     const auto in = dir / "in.mp4", out = dir / "out.mp4";
-    const auto made = Subprocess::run({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "color=s=64x36:r=100", "-t",
-                                       std::to_string(movieMs) + "ms", "-video_track_timescale", "1000", in.string()});
-    EXPECT_EQ(made.exitStatus, 0) << made.standardError;
+    ffmpeg({"-f", "lavfi", "-i", "color=s=64x36:r=100", "-t", std::to_string(movieMs) + "ms", "-video_track_timescale",
+            "1000", in.string()});
     MovieChapters::embed(in, chapters, out, {});
     const auto orv = dir / "aula.orv";
     ZipArchive::create({{"manifest.json", toBytes("{}")}, {"assets/master.mp4", readFile(out)}}, orv);
