@@ -16,6 +16,7 @@
 using namespace orvandel;
 using namespace orvandel::test;
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 namespace {
 
@@ -46,6 +47,14 @@ struct Export {
     std::unique_ptr<MovieFrames> movie;
 };
 
+// The suite's folder, server, the two exports, and where each slide starts.
+struct Suite {
+    TempDir dir;
+    LoopbackServer server;
+    Export confined, allowed;
+    std::vector<std::int64_t> slideStartMs;
+};
+
 }  // namespace
 
 // One deck whose every slide links out of it, exported twice by the command
@@ -63,9 +72,8 @@ class LinkedFilesMovieTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {
         if (!canRender()) return;
-        dir_ = std::make_unique<TempDir>();
-        server_ = std::make_unique<LoopbackServer>();
-        const fs::path root = fs::canonical(dir_->path()), deck = root / "aula", outside = root / "fora";
+        run_ = std::make_unique<Suite>();
+        const fs::path root = fs::canonical(run_->dir.path()), deck = root / "aula", outside = root / "fora";
         fs::create_directories(deck / "imagens");
         fs::create_directories(outside);
         ffmpeg({"-f", "lavfi", "-i", "color=red:s=64x64", "-frames:v", "1", (outside / "red.png").string()});
@@ -77,15 +85,9 @@ protected:
         fs::create_symlink("../fora/red.png", deck / "escape.png");
         ASSERT_EQ(::mkfifo((deck / "pipe.png").c_str(), 0600), 0);
 
-        const LoopbackServer& s = *server_;
+        const LoopbackServer& s = run_->server;
         // The server's one connection: it is listening, and counts.
         Subprocess::run({"ffprobe", "-v", "quiet", s.url("http", "probe")});
-        const auto image = [](const std::string& target) {
-            return std::vector<Relationship>{{"rId2", "image", target, true}};
-        };
-        const auto video = [](const std::string& target) {
-            return std::vector<Relationship>{{"rId2", "video", target, true}, {"rId9", "image", "../media/poster.png"}};
-        };
         const std::string ole =
             graphicFrame("6", "<a:graphicData uri=\"http://schemas.openxmlformats.org/presentationml/2006/ole\">"
                               "<p:oleObj r:id=\"rId5\" progId=\"Excel.Sheet.12\"><p:link updateAutomatic=\"1\"/>" +
@@ -93,30 +95,31 @@ protected:
         const std::string hyperlink = "<p:sp><p:nvSpPr><p:cNvPr id=\"7\" name=\"t\"/><p:cNvSpPr txBox=\"1\"/><p:nvPr/>"
                                       "</p:nvSpPr><p:spPr/><p:txBody><a:bodyPr/><a:p><a:r><a:rPr><a:hlinkClick "
                                       "r:id=\"rId6\"/></a:rPr><a:t>link</a:t></a:r></a:p></p:txBody></p:sp>";
-        const std::string playVideo = playOnClick("1200");
         std::string chart = columnChartXml(1, 2);
         chart.insert(chart.rfind("</c:chartSpace>"), "<c:externalData r:id=\"rId1\"/>");
-        DeckBuilder()
-            .addSlide(slideXml(linkedPicture("2") + pic("4", "", "<a:blip r:link=\"rId3\"/>") +
-                               pic("5", "<a:audioFile r:link=\"rId4\"/>", "<a:blip r:embed=\"rId9\"/>") + ole +
-                               hyperlink + chartFrame("8", "rId7")),
-                      {{"rId2", "image", s.url("http", "p.png"), true},
-                       {"rId3", "image", s.url("smb", "share/p.png"), true},
-                       {"rId4", "audio", s.url("https", "a.mp3"), true},
-                       {"rId5", "oleObject", s.url("ftp", "sheet.xlsx"), true},
-                       {"rId6", "hyperlink", s.url("http", ""), true},
-                       {"rId7", "chart", "../charts/chart1.xml"},
-                       {"rId9", "image", "../media/poster.png"}})
-            .addSlide(slideXml(kLinkedVideo, playVideo), video(s.url("http", "v.mp4")))
-            .addSlide(slideXml(linkedPicture("2")), image("file://" + (outside / "red.png").string()))
-            .addSlide(slideXml(linkedPicture("2")), image("../fora/red.png"))
-            .addSlide(slideXml(linkedPicture("2")), image("escape.png"))
-            .addSlide(slideXml(linkedPicture("2")), image("imagens/verde.png"))
-            .addSlide(slideXml(linkedPicture("2")), image("pipe.png"))
-            .addSlide(slideXml(linkedPicture("2")), image("/dev/zero"))
-            .addSlide(slideXml(kLinkedVideo, playVideo), video("file://" + (outside / "clip.mp4").string()))
-            .addSlide(slideXml(kLinkedVideo, playVideo), video("clip.mp4"))
-            .addEntry("ppt/media/poster.png", readFile(root / "poster.png"))
+        DeckBuilder builder;
+        builder.addSlide(slideXml(linkedPicture("2") + pic("4", "", "<a:blip r:link=\"rId3\"/>") +
+                                  pic("5", "<a:audioFile r:link=\"rId4\"/>", "<a:blip r:embed=\"rId9\"/>") + ole +
+                                  hyperlink + chartFrame("8", "rId7")),
+                         {{"rId2", "image", s.url("http", "p.png"), true},
+                          {"rId3", "image", s.url("smb", "share/p.png"), true},
+                          {"rId4", "audio", s.url("https", "a.mp3"), true},
+                          {"rId5", "oleObject", s.url("ftp", "sheet.xlsx"), true},
+                          {"rId6", "hyperlink", s.url("http", ""), true},
+                          {"rId7", "chart", "../charts/chart1.xml"},
+                          {"rId9", "image", "../media/poster.png"}});
+        const auto addVideo = [&](const std::string& target) {
+            builder.addSlide(slideXml(kLinkedVideo, playOnClick("1200")),
+                             {{"rId2", "video", target, true}, {"rId9", "image", "../media/poster.png"}});
+        };
+        addVideo(s.url("http", "v.mp4"));
+        for (const std::string& target : {"file://" + (outside / "red.png").string(), "../fora/red.png"s, "escape.png"s,
+                                          "imagens/verde.png"s, "pipe.png"s, "/dev/zero"s}) {
+            builder.addSlide(slideXml(linkedPicture("2")), {{"rId2", "image", target, true}});
+        }
+        addVideo("file://" + (outside / "clip.mp4").string());
+        addVideo("clip.mp4");
+        builder.addEntry("ppt/media/poster.png", readFile(root / "poster.png"))
             .addEntry("ppt/charts/chart1.xml", chart)
             .addEntry("ppt/charts/_rels/chart1.xml.rels",
                       relationshipsXml({{"rId1", "package", s.url("http", "data.xlsx"), true}}))
@@ -126,13 +129,13 @@ protected:
                         .succeeded());
         std::int64_t start = 0;
         for (const auto& slide : RenderPlanReader::read(root / "prepared.pptx").slides) {
-            slideStartMs_.push_back(start);
+            run_->slideStartMs.push_back(start);
             start += slide.advanceTimeMs;
         }
         for (const bool allowed : {false, true}) {
-            Export& e = allowed ? allowed_ : confined_;
-            const fs::path out = root / (allowed ? "allowed.orv" : "confined.orv");
-            std::vector<std::string> args{"export", (deck / "deck.pptx").string(), "-o", out.string(), "--renderer",
+            Export& e = allowed ? run_->allowed : run_->confined;
+            const std::string name = allowed ? "allowed" : "confined", orv = (root / (name + ".orv")).string();
+            std::vector<std::string> args{"export", (deck / "deck.pptx").string(), "-o", orv, "--renderer",
                                           "libreoffice"};
             if (allowed) args.push_back("--allow-links-outside");
             e.result = runCli(args, {.timeout = std::chrono::minutes(10)});
@@ -141,41 +144,32 @@ protected:
                 if (line.find("the linked") != std::string::npos) e.warnings.push_back(line);
             }
             if (!e.result.succeeded()) continue;
-            const fs::path movie = root / (allowed ? "allowed" : "confined");
-            Subprocess::run({"unzip", "-o", "-q", out.string(), "assets/master.mp4", "-d", movie.string()});
-            e.movie = std::make_unique<MovieFrames>(movie / "assets/master.mp4");
+            Subprocess::run({"unzip", "-o", "-q", orv, "assets/master.mp4", "-d", (root / name).string()});
+            e.movie = std::make_unique<MovieFrames>(root / name / "assets/master.mp4");
         }
     }
-    static void TearDownTestSuite() {
-        confined_ = {};
-        allowed_ = {};
-        slideStartMs_.clear();
-        server_.reset();
-        dir_.reset();
-    }
+    static void TearDownTestSuite() { run_.reset(); }
     void SetUp() override {
-        if (!dir_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
-        for (const Export* e : {&confined_, &allowed_}) {
+        if (!run_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
+        for (const Export* e : {&run_->confined, &run_->allowed}) {
             ASSERT_TRUE(e->result.succeeded()) << e->result.standardError;
         }
     }
     // The gray of the rectangle `ms` into slide `n` (from 1).
     static int grayAt(const Export& e, std::size_t n, std::int64_t ms) {
-        return meanGray(e.movie->shownAt(slideStartMs_.at(n - 1) + ms));
+        return meanGray(e.movie->shownAt(run_->slideStartMs.at(n - 1) + ms));
     }
-    static std::string url(const std::string& scheme, const std::string& path) { return server_->url(scheme, path); }
 
-    static inline std::unique_ptr<TempDir> dir_;
-    static inline std::unique_ptr<LoopbackServer> server_;
-    static inline Export confined_, allowed_;
-    static inline std::vector<std::int64_t> slideStartMs_;
+    static inline std::unique_ptr<Suite> run_;
 };
 
 TEST_F(LinkedFilesMovieTest, NothingIsFetchedAndEachSlideWarnsOnceForItsLinksNotFollowed) {
-    EXPECT_EQ(server_->connections(), 1) << "the test's own";
-    const std::string outside = (fs::canonical(dir_->path()) / "fora").string();
+    const auto& [dir, server, confined, allowed, starts] = *run_;
+    EXPECT_EQ(server.connections(), 1) << "the test's own";
+    const std::string outside = (fs::canonical(dir.path()) / "fora").string();
+    const auto url = [&](const char* scheme, const char* path) { return server.url(scheme, path); };
     const std::string network = "\" is a network address and was not fetched";
-    EXPECT_EQ(confined_.warnings,
+    EXPECT_EQ(confined.warnings,
               (std::vector<std::string>{
                   "warning: slide 1: the linked audio clip \"" + url("https", "a.mp3") + network +
                       "; 2 more links on this slide were not followed either",
@@ -189,9 +183,9 @@ TEST_F(LinkedFilesMovieTest, NothingIsFetchedAndEachSlideWarnsOnceForItsLinksNot
                   "warning: slide 9: the linked video \"file://" + outside +
                       "/clip.mp4\" is outside the deck's folder and was not read"}));
     // Outside files may be read, never addresses, devices or FIFOs.
-    ASSERT_EQ(allowed_.warnings.size(), 4u);
-    EXPECT_EQ(allowed_.warnings[1], confined_.warnings[1]);
-    EXPECT_EQ(allowed_.warnings[3],
+    ASSERT_EQ(allowed.warnings.size(), 4u);
+    EXPECT_EQ(allowed.warnings[1], confined.warnings[1]);
+    EXPECT_EQ(allowed.warnings[3],
               "warning: slide 8: the linked picture \"/dev/zero\" is not a regular file and was not read");
 }
 
@@ -200,16 +194,16 @@ TEST_F(LinkedFilesMovieTest, OutsideFilesShowOnlyWhenAllowedAndInsideFilesAlways
     const auto red = [](int gray) { return gray > 60 && gray < 100; };
     const auto blank = [](int gray) { return gray > 220; };
     for (std::size_t slide : {3, 4, 5}) {
-        EXPECT_PRED1(blank, grayAt(confined_, slide, 750)) << slide;
-        EXPECT_PRED1(red, grayAt(allowed_, slide, 750)) << slide;
+        EXPECT_PRED1(blank, grayAt(run_->confined, slide, 750)) << slide;
+        EXPECT_PRED1(red, grayAt(run_->allowed, slide, 750)) << slide;
     }
-    for (const Export* e : {&confined_, &allowed_}) {
+    for (const Export* e : {&run_->confined, &run_->allowed}) {
         EXPECT_GT(grayAt(*e, 6, 750), 120) << "lime";
         EXPECT_LT(grayAt(*e, 6, 750), 200) << "lime";
         for (std::size_t slide : {7, 8}) EXPECT_PRED1(blank, grayAt(*e, slide, 750)) << slide;
         EXPECT_LT(grayAt(*e, 2, 1000), 60) << "the poster of the video at the server";
         EXPECT_GT(grayAt(*e, 10, 1000), 80) << "the video inside the folder plays";
     }
-    EXPECT_LT(grayAt(confined_, 9, 1000), 60) << "the poster of the video outside";
-    EXPECT_GT(grayAt(allowed_, 9, 1000), 80) << "the video outside plays";
+    EXPECT_LT(grayAt(run_->confined, 9, 1000), 60) << "the poster of the video outside";
+    EXPECT_GT(grayAt(run_->allowed, 9, 1000), 80) << "the video outside plays";
 }
