@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
@@ -15,15 +16,7 @@
 using namespace orvandel;
 using namespace orvandel::test;
 namespace fs = std::filesystem;
-
-namespace {
-
-std::string linkedPicture(const std::string& id, const std::string& blip) {
-    return "<p:pic><p:nvPicPr><p:cNvPr id=\"" + id + "\" name=\"p\"/><p:cNvPicPr/><p:nvPr/></p:nvPicPr><p:blipFill>" +
-           blip + "</p:blipFill><p:spPr/></p:pic>";
-}
-
-}  // namespace
+using testing::HasSubstr;
 
 TEST(LinkSweepTest, HrefsAndSrcsThatCouldLeadOutsideTheirPartPointToNothing) {
     // <svg><image href="file:///etc/x.png"/></svg>
@@ -51,6 +44,10 @@ TEST(LinkSweepTest, HrefsAndSrcsThatCouldLeadOutsideTheirPartPointToNothing) {
 // One deck with a link of every kind out of it, swept and written as a
 // storyboard: nothing in it leads out, the allowed picture is inside it.
 TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRuleAllows) {
+    const auto linkedPicture = [](const std::string& id, const std::string& blip) {
+        return "<p:pic><p:nvPicPr><p:cNvPr id=\"" + id + "\" name=\"p\"/><p:cNvPicPr/><p:nvPr/></p:nvPicPr>"
+               "<p:blipFill>" + blip + "</p:blipFill><p:spPr/></p:pic>";
+    };
     TempDir dir;
     const fs::path folder = fs::canonical(dir.path());
     fs::create_directories(folder / "aula");
@@ -58,7 +55,6 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
     writeFile(folder / "fora.png", std::string("outside picture"));
     ASSERT_EQ(::mkfifo((folder / "aula" / "pipe.png").c_str(), 0600), 0);
     const std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\"><image href=\"file:///etc/x.png\"/></svg>";
-    const std::string layout = slideXml(linkedPicture("2", "<a:blip r:link=\"rId1\"/>"));
     auto entries = DeckBuilder()
         .addSlide(slideXml("", "", "show=\"0\""), {{"rIdL", "slideLayout", "../slideLayouts/slideLayout1.xml"}})
         .addSlide(slideXml(linkedPicture("2", "<a:blip r:link=\"rId2\"/>") +
@@ -73,7 +69,7 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
                    {"rId6", "image", "pipe.png", true},
                    {"rId7", "hyperlink", "http://h/", true},
                    {"rId8", "chart", "../charts/chart1.xml"}})
-        .addEntry("ppt/slideLayouts/slideLayout1.xml", layout)
+        .addEntry("ppt/slideLayouts/slideLayout1.xml", slideXml(linkedPicture("2", "<a:blip r:link=\"rId1\"/>")))
         .addEntry("ppt/slideLayouts/_rels/slideLayout1.xml.rels",
                   relationshipsXml({{"rId1", "image", "file://" + (folder / "fora.png").string(), true}}))
         .addEntry("ppt/charts/chart1.xml", std::string("<c:chartSpace/>"))
@@ -97,8 +93,7 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
                                                    {2, "picture", "../fora.png", outside},
                                                    {2, "picture", "pipe.png", DeckLinks::Refusal::notRegularFile}}));
     EXPECT_EQ(toString(confined.replaced.at("ppt/media/twice.png")), "\x89PNG");
-    ASSERT_EQ(confined.added.size(), 1u);
-    EXPECT_EQ(toString(confined.added[0].second), "inside picture");
+    EXPECT_EQ(confined.added.size(), 1u) << "the inside picture, read back from the storyboard below";
     const auto allowed = LinkSweep::sweep(folder / "prepared.pptx", plan, {folder / "aula", true});
     EXPECT_EQ(allowed.added.size(), 2u);
 
@@ -107,17 +102,15 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
     for (const auto& name : ZipArchive::entryNames(folder / "storyboard.pptx")) {
         const std::string text = toString(storyboard.readEntryBytes(name));
         EXPECT_EQ(text.find("External"), std::string::npos) << name;
-        if (name.ends_with(".svgz") || name.ends_with(".png") || name.ends_with(".vml")) {
-            EXPECT_EQ(text.find("/etc/"), std::string::npos) << name;
-        }
+        EXPECT_EQ(text.find("/etc/"), std::string::npos) << name;
     }
     const std::string slide = storyboard.readEntry("ppt/slides/slide2.xml");
-    const std::string rels = storyboard.readEntry("ppt/slides/_rels/slide2.xml.rels");
-    EXPECT_NE(slide.find("<a:blip r:embed=\"rId2\"/>"), std::string::npos);
-    EXPECT_NE(slide.find("<a:blip r:embed=\"rId5\" r:link=\"rId3\"/>"), std::string::npos);
-    EXPECT_NE(rels.find("Id=\"rId2\" Type=\"" + std::string(kNsR) + "/image\" Target=\"../media/linked-picture1.png\""),
-              std::string::npos);
+    EXPECT_THAT(slide, HasSubstr("<a:blip r:embed=\"rId2\"/>"));
+    EXPECT_THAT(slide, HasSubstr("<a:blip r:embed=\"rId5\" r:link=\"rId3\"/>"));
+    EXPECT_THAT(storyboard.readEntry("ppt/slides/_rels/slide2.xml.rels"),
+                HasSubstr("Id=\"rId2\" Type=\"" + std::string(kNsR) +
+                          "/image\" Target=\"../media/linked-picture1.png\""));
     EXPECT_EQ(storyboard.readEntry("ppt/media/linked-picture1.png"), "inside picture");
-    EXPECT_NE(storyboard.readEntry("[Content_Types].xml").find("/ppt/media/linked-picture1.png\" ContentType=\"image/png"),
-              std::string::npos);
+    EXPECT_THAT(storyboard.readEntry("[Content_Types].xml"),
+                HasSubstr("/ppt/media/linked-picture1.png\" ContentType=\"image/png"));
 }
