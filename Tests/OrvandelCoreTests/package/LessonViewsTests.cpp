@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <tuple>
 
 #include "MovieFixtures.hpp"
 #include "TestSupport.hpp"
@@ -107,13 +108,8 @@ TEST(PackagedMovieTest, TheMovieMustBeAMovieWithAVideoTrackAsLongAsTheManifestSa
     const Bytes thirtyFrames = movieOfTracks(1000, 1000, {trak("vide", 1000, 30, 30, 30)});  // 34 ms each, rounded up
     Bytes cut = stillsMovie(30000);
     cut.resize(cut.size() - 6);
-    struct Row {
-        const char* what;
-        Bytes movie;
-        double seconds;
-        std::optional<PackagedMovie::MovieError::Case> refusal;
-    };
-    for (const auto& [what, movie, seconds, refusal] : std::vector<Row>{
+    for (const auto& [what, movie, seconds, refusal] :
+         std::vector<std::tuple<const char*, Bytes, double, std::optional<PackagedMovie::MovieError::Case>>>{
              {"a frame a second, as long as said", stillsMovie(30000), 30, {}},
              {"a frame's length apart", thirtyFrames, 1.034, {}},
              {"more than a frame's length apart", thirtyFrames, 1.035, lengthMismatch},

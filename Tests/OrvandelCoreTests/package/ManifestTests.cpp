@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <nlohmann/json.hpp>
 
 #include "TestSupport.hpp"
@@ -11,7 +10,6 @@
 
 using namespace orvandel;
 using namespace orvandel::test;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -90,19 +88,17 @@ TEST(ManifestReaderTest, RefusesManifestsTooDeepOrTooLarge) {
     writeFile(tooLarge, buildZip({{.name = "manifest.json", .data = toBytes(lesson + "1}"),
                                    .declaredSize = static_cast<std::uint32_t>(ManifestReader::kLargestManifest + 1)}}));
 
-    const std::vector<std::pair<std::function<void(const std::string&)>, std::function<void(const fs::path&)>>>
-        readers{{[](const std::string& text) { ManifestReader::decode(text); },
-                 [](const fs::path& orv) { ManifestReader::read(orv); }},
-                {[](const std::string& text) { LessonPackage::decode(text); },
-                 [](const fs::path& orv) { LessonPackage::read(orv); }}};
-    for (const auto& [decode, read] : readers) {
+    // The probe's reader and the one that keeps the document alike.
+    const auto refuses = [&](auto decode, auto read) {
         EXPECT_NO_THROW(decode(nested(kDeepestManifest - 1)));
         for (const auto& text : {nested(kDeepestManifest), std::string(5 << 20, '[')}) {
             EXPECT_EQ(thrown<DecodeError>([&] { decode(text); }).errorCase(), DecodeError::Case::tooDeep);
         }
         // The entry's inflated bytes would not bear out the size it declares: a read would fail otherwise.
         EXPECT_EQ(thrown<DecodeError>([&] { read(tooLarge); }).errorCase(), DecodeError::Case::tooLarge);
-    }
+    };
+    refuses(ManifestReader::decode, ManifestReader::read);
+    refuses(LessonPackage::decode, LessonPackage::read);
 
     // The reader that keeps the document keeps a bounded number of values.
     std::string many = lesson + "[0";
