@@ -32,18 +32,14 @@ struct Process {
 std::vector<Process> processesWith(const std::string& entry) {
     std::vector<Process> found;
     for (const auto& e : fs::directory_iterator("/proc")) {
-        const std::string pid = e.path().filename();
         try {
-            if (pid.find_first_not_of("0123456789") != std::string::npos ||
-                ('\0' + toString(readFile(e.path() / "environ"))).find('\0' + entry + '\0') == std::string::npos ||
-                !isRunning(std::stoi(pid))) {
-                continue;
-            }
+            const std::string environment = '\0' + toString(readFile(e.path() / "environ"));
+            if (environment.find('\0' + entry + '\0') == std::string::npos) continue;
             const std::string stat = toString(readFile(e.path() / "stat"));  // pid (name) state parent ...
             const auto open = stat.find('('), close = stat.rfind(')');
-            found.push_back({std::stoi(pid), std::stoi(stat.substr(close + 4)), stat.substr(open + 1, close - open - 1)});
+            found.push_back({std::stoi(stat), std::stoi(stat.substr(close + 4)), stat.substr(open + 1, close - open - 1)});
         } catch (const Error&) {
-            // ended meanwhile, or not ours to read
+            // not a process, a zombie (its environment cannot be read), or not ours to read
         }
     }
     return found;
