@@ -38,24 +38,22 @@ inline Bytes joined(std::initializer_list<Bytes> parts) {
     return all;
 }
 
+inline Bytes be32(std::uint32_t v) {
+    Bytes b;
+    putBe(b, v, 4);
+    return b;
+}
+
 // A track: its header's duration in the movie's time scale, its media's
 // time scale and duration, its handler ("vide", "soun") and its number of
 // samples (all of one size). Every other field is zero.
 inline Bytes trak(const std::string& handler, std::uint32_t duration, std::uint32_t mediaTimescale,
                   std::uint32_t mediaDuration, std::uint32_t samples) {
-    Bytes tkhd(20, 0);  // version 0, flags, creation and modification times, track id, reserved
-    putBe(tkhd, duration, 4);
-    tkhd.resize(tkhd.size() + 60, 0);
-    Bytes mdhd(12, 0);
-    putBe(mdhd, mediaTimescale, 4);
-    putBe(mdhd, mediaDuration, 4);
-    mdhd.resize(mdhd.size() + 4, 0);
-    Bytes hdlr(8, 0);
-    for (const char c : handler) hdlr.push_back(static_cast<std::uint8_t>(c));
-    hdlr.resize(hdlr.size() + 13, 0);
-    Bytes stsz(4, 0);
-    putBe(stsz, 1, 4);  // every sample one byte long: no table follows
-    putBe(stsz, samples, 4);
+    // tkhd: version 0, flags, creation and modification times, track id, reserved, then the duration.
+    const Bytes tkhd = joined({Bytes(20, 0), be32(duration), Bytes(60, 0)});
+    const Bytes mdhd = joined({Bytes(12, 0), be32(mediaTimescale), be32(mediaDuration), Bytes(4, 0)});
+    const Bytes hdlr = joined({Bytes(8, 0), toBytes(handler), Bytes(13, 0)});
+    const Bytes stsz = joined({Bytes(4, 0), be32(1), be32(samples)});  // every sample one byte long: no table follows
     return box("trak", joined({box("tkhd", tkhd),
                                box("mdia", joined({box("mdhd", mdhd), box("hdlr", hdlr),
                                                    box("minf", box("stbl", box("stsz", stsz)))}))}));
@@ -63,9 +61,7 @@ inline Bytes trak(const std::string& handler, std::uint32_t duration, std::uint3
 
 // ftyp, then moov holding mvhd and the tracks.
 inline Bytes movieOfTracks(std::uint32_t timescale, std::uint64_t duration, std::initializer_list<Bytes> tracks) {
-    Bytes moov = mvhd(timescale, duration);
-    for (const auto& t : tracks) moov.insert(moov.end(), t.begin(), t.end());
-    return joined({box("ftyp", toBytes("isom")), box("moov", moov)});
+    return joined({box("ftyp", toBytes("isom")), box("moov", joined({mvhd(timescale, duration), joined(tracks)}))});
 }
 
 // A movie of `ms` milliseconds with one video track of a frame a second.
@@ -75,10 +71,7 @@ inline Bytes stillsMovie(std::uint32_t ms) {
 
 // ftyp, then moov holding only mvhd: enough to have a duration.
 inline Bytes craftedMovie(std::uint32_t timescale, std::uint64_t duration, int version = 0) {
-    Bytes m = box("ftyp", toBytes("isom"));
-    const Bytes moov = box("moov", mvhd(timescale, duration, version));
-    m.insert(m.end(), moov.begin(), moov.end());
-    return m;
+    return joined({box("ftyp", toBytes("isom")), box("moov", mvhd(timescale, duration, version))});
 }
 
 }  // namespace orvandel::test
