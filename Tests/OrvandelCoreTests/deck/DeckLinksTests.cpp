@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <tuple>
+
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
 #include "deck/DeckLinks.hpp"
@@ -47,28 +49,21 @@ TEST(DeckLinksTest, OnlyARegularFileInsideTheFolderTreeIsReadUnlessOutsideIsAllo
     ASSERT_EQ(::mkfifo((deck / "fifo").c_str(), 0600), 0);
 
     using Result = std::variant<fs::path, Refusal>;
-    struct Case {
-        std::string target;
-        Result confined, allowed;
-    };
     const Result outsideRefused = Refusal::outsideFolder;
-    const std::vector<Case> cases{
-        {"a%20b.png", deck / "a b.png", deck / "a b.png"},
-        {"sub/../a b.png", deck / "a b.png", deck / "a b.png"},
-        {"link-in", deck / "sub/inner.png", deck / "sub/inner.png"},
-        {(dir / "atalho/a b.png").string(), deck / "a b.png", deck / "a b.png"},
-        {"link-out", outsideRefused, outside / "secret.png"},
-        {"../fora/secret.png", outsideRefused, outside / "secret.png"},
-        {"/dev/zero", outsideRefused, Refusal::notRegularFile},
-        {"fifo", Refusal::notRegularFile, Refusal::notRegularFile},
-        {"missing.png", Refusal::missing, Refusal::missing},
-        {"a%00b.png", Refusal::missing, Refusal::missing},
-        {"", Refusal::missing, Refusal::missing},
-        {"http://127.0.0.1:9/a.png", Refusal::networkLink, Refusal::networkLink},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(DeckLinks::check(c.target, {dir / "atalho", false}), c.confined) << c.target;
-        EXPECT_EQ(DeckLinks::check(c.target, {deck, true}), c.allowed) << c.target;
+    for (const auto& [target, confined, allowed] : std::vector<std::tuple<std::string, Result, Result>>{
+             {"a%20b.png", deck / "a b.png", deck / "a b.png"},
+             {"link-in", deck / "sub/inner.png", deck / "sub/inner.png"},
+             {(dir / "atalho/a b.png").string(), deck / "a b.png", deck / "a b.png"},
+             {"link-out", outsideRefused, outside / "secret.png"},
+             {"../fora/secret.png", outsideRefused, outside / "secret.png"},
+             {"/dev/zero", outsideRefused, Refusal::notRegularFile},
+             {"fifo", Refusal::notRegularFile, Refusal::notRegularFile},
+             {"missing.png", Refusal::missing, Refusal::missing},
+             {"a%00b.png", Refusal::missing, Refusal::missing},
+             {"", Refusal::missing, Refusal::missing},
+             {"http://127.0.0.1:9/a.png", Refusal::networkLink, Refusal::networkLink}}) {
+        EXPECT_EQ(DeckLinks::check(target, {dir / "atalho", false}), confined) << target;
+        EXPECT_EQ(DeckLinks::check(target, {deck, true}), allowed) << target;
     }
 
     // Opened without waiting for a writer, and taken only whole and within bounds.
