@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -17,6 +18,7 @@
 using namespace orvandel;
 using namespace orvandel::test;
 namespace fs = std::filesystem;
+using testing::HasSubstr;
 using Json = nlohmann::ordered_json;
 
 TEST(ExportCommandTest, AnInterruptStopsTheRenderAndLeavesNothingBehind) {
@@ -84,9 +86,7 @@ TEST(ProbeCommandTest, ReportsCuesAndLengthOrTheUnzipStatus) {
         for (const std::string command : {"probe", "preview"}) {
             const auto r = runCli({command, (dir / "e.orv").string()});
             EXPECT_EQ(r.exitStatus, 1);
-            EXPECT_NE(r.standardError.find("assets/master.mp4 in " + (dir / "e.orv").string() + " " + saying),
-                      std::string::npos)
-                << r.standardError;
+            EXPECT_THAT(r.standardError, HasSubstr("assets/master.mp4 in " + (dir / "e.orv").string() + " " + saying));
             EXPECT_EQ(r.standardOutput, "");
         }
         EXPECT_FALSE(fs::exists(dir / "e-preview"));

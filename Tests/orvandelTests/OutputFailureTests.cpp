@@ -1,6 +1,7 @@
 // What a command prints reaches its reader, or the command fails saying why:
 // standard output that is full, closed or a pipe nobody reads any more, and
 // files on a disk that fills up.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -15,6 +16,7 @@
 using namespace orvandel;
 using namespace orvandel::test;
 namespace fs = std::filesystem;
+using testing::HasSubstr;
 
 namespace {
 
@@ -86,9 +88,7 @@ TEST(StandardOutputTest, AFullDiskFailsTheCommandAndLeavesTheFileItWasToReplace)
                                    {.workingDirectory = dir.path(), .timeout = std::chrono::minutes(1)});
     if (r.exitStatus != 0) GTEST_SKIP() << "cannot mount a tmpfs here: " << r.standardError;
     EXPECT_EQ(r.standardOutput, "scan 1\nchapters 1\na.vtt\nfiller\nold\n");
-    EXPECT_NE(r.standardError.find(failedWrite(ENOSPC)), std::string::npos) << r.standardError;
-    EXPECT_NE(r.standardError.find("could not write " + (dir / "disk" / "a.vtt").string() + ": " +
-                                   std::strerror(ENOSPC)),
-              std::string::npos)
-        << r.standardError;
+    EXPECT_THAT(r.standardError, HasSubstr(failedWrite(ENOSPC)));
+    EXPECT_THAT(r.standardError,
+                HasSubstr("could not write " + (dir / "disk" / "a.vtt").string() + ": " + std::strerror(ENOSPC)));
 }
