@@ -96,9 +96,7 @@ TEST(ProbeCommandTest, ReportsCuesAndLengthOrTheUnzipStatus) {
 // The example deck through the real renderer and the chapter writer: the
 // packaged movie lasts what prepare planned, to the millisecond.
 TEST(ExportCommandTest, TheExampleDeckExportsEndToEndWithTheHeadlessRenderer) {
-    if (slowTestsSkipped() || !haveProgram("soffice") || !haveProgram("ffmpeg") || !haveProgram("pdftocairo")) {
-        GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
-    }
+    if (!canRender()) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
     TempDir dir;
     const auto deck = sourceDir() / "examples" / "aula-exemplo.pptx";
     const auto prepare = runCli({"prepare", deck.string(), "-o", (dir / "prepared.pptx").string(), "--gif", "4:3000"});
