@@ -43,12 +43,10 @@ std::vector<Chapter> roundTrip(const TempDir& dir, const std::vector<Chapter>& c
     return MovieChapters::readPackage(orv);
 }
 
-bool noFfmpeg() { return slowTestsSkipped() || !haveProgram("ffmpeg") || !haveProgram("ffprobe"); }
-
 }  // namespace
 
 TEST(MovieChaptersTest, EveryTitleReadsBackExactlyInItsOwnChapter) {
-    if (noFfmpeg()) GTEST_SKIP() << "needs ffmpeg";
+    if (slowTestsSkipped() || !haveMediaTools()) GTEST_SKIP() << "needs ffmpeg";
     TempDir dir;
     std::string longTitle = "x";
     while (longTitle.size() + 2 <= MovieChapters::kLongestTitleBytes) longTitle += "ç";
@@ -66,7 +64,7 @@ TEST(MovieChaptersTest, EveryTitleReadsBackExactlyInItsOwnChapter) {
 // So many long titles that they share what all of ffmpeg's arguments may
 // take; the longest is cut at a character.
 TEST(MovieChaptersTest, TitlesAreCutToFitTheArguments) {
-    if (noFfmpeg()) GTEST_SKIP() << "needs ffmpeg";
+    if (slowTestsSkipped() || !haveMediaTools()) GTEST_SKIP() << "needs ffmpeg";
     TempDir dir;
     std::vector<std::string> titles(2500, std::string(1000, 'a'));
     titles[0] = "x";

@@ -34,10 +34,10 @@ SubprocessResult runCli(std::vector<std::string> args, SubprocessOptions options
 // Set under the sanitizer build: tests that mostly wait on other programs skip.
 bool slowTestsSkipped();
 bool haveProgram(const std::string& name);
+inline bool haveMediaTools() { return haveProgram("ffmpeg") && haveProgram("ffprobe"); }
 // LibreOffice, poppler and ffmpeg are there, and slow tests are not skipped.
 inline bool canRender() {
-    return !slowTestsSkipped() && haveProgram("soffice") && haveProgram("pdftocairo") && haveProgram("ffmpeg") &&
-           haveProgram("ffprobe");
+    return !slowTestsSkipped() && haveProgram("soffice") && haveProgram("pdftocairo") && haveMediaTools();
 }
 // Runs ffmpeg quietly, overwriting its outputs (to make test media).
 inline void ffmpeg(const std::vector<std::string>& args) {

@@ -52,6 +52,4 @@ inline Lesson exportLesson(const TempDir& dir, const std::vector<std::string>& o
     return lesson;
 }
 
-inline bool haveMediaTools() { return haveProgram("ffmpeg") && haveProgram("ffprobe"); }
-
 }  // namespace orvandel::test
