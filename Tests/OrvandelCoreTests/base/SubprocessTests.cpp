@@ -35,21 +35,16 @@ TEST(SubprocessTest, CapturesBothStreamsAndStatusWithoutDeadlock) {
 TEST(SubprocessTest, LaunchFailureIsTypedWithTheSystemsReason) {
     test::TempDir dir;
     writeFile(dir / "plain", std::string("echo not executable\n"));
-    const struct {
-        std::vector<std::string> argv;
-        std::optional<std::filesystem::path> workingDirectory;
-        int errnoValue;
-    } cases[] = {
-        {{"/nonexistent/program"}, {}, ENOENT},
-        {{"no-such-program-orvandel"}, {}, ENOENT},
-        {{(dir / "plain").string()}, {}, EACCES},
-        {{dir.path().string()}, {}, EACCES},
-        {{"true"}, dir / "missing", ENOENT},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.argv[0]);
-        const auto e = test::thrown<LaunchError>([&] { Subprocess::run(c.argv, {.workingDirectory = c.workingDirectory}); });
-        EXPECT_EQ(e.errnoValue(), c.errnoValue) << e.what();
+    for (const auto& [argv, workingDirectory, errnoValue] :
+         std::vector<std::tuple<std::vector<std::string>, std::optional<std::filesystem::path>, int>>{
+             {{"/nonexistent/program"}, {}, ENOENT},
+             {{"no-such-program-orvandel"}, {}, ENOENT},
+             {{(dir / "plain").string()}, {}, EACCES},
+             {{dir.path().string()}, {}, EACCES},
+             {{"true"}, dir / "missing", ENOENT}}) {
+        SCOPED_TRACE(argv[0]);
+        const auto e = test::thrown<LaunchError>([&] { Subprocess::run(argv, {.workingDirectory = workingDirectory}); });
+        EXPECT_EQ(e.errnoValue(), errnoValue) << e.what();
     }
 }
 
