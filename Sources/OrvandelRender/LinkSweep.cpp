@@ -30,20 +30,6 @@ constexpr std::size_t kHead = 4096;
 // Where a link out of the package is pointed instead: a part no deck has.
 const char* const kNowhere = "NULL";
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-std::string lowered(std::string_view s) {
-    std::string out(s);
-    for (auto& c : out) c = lower(c);
-    return out;
-}
-
-bool containsIgnoringCase(std::string_view text, std::string_view word) {
-    const auto at = std::search(text.begin(), text.end(), word.begin(), word.end(),
-                                [](char a, char b) { return lower(a) == lower(b); });
-    return at != text.end();
-}
-
 std::string_view localName(std::string_view qualified) {
     const auto colon = qualified.rfind(':');
     return colon == std::string_view::npos ? qualified : qualified.substr(colon + 1);
@@ -57,16 +43,10 @@ bool isMarkup(std::span<const std::uint8_t> head) {
     std::size_t i = head.size() >= 3 && head[0] == 0xEF && head[1] == 0xBB && head[2] == 0xBF ? 3 : 0;
     while (i < head.size() && isSpace(head[i])) ++i;
     return i == head.size() || head[i] == '<' ||
-           containsIgnoringCase({reinterpret_cast<const char*>(head.data()), head.size()}, "<svg");
+           asciiLowercased({reinterpret_cast<const char*>(head.data()), head.size()}).find("<svg") != std::string::npos;
 }
 // A compressed stream: LibreOffice unpacks one to see whether it is an SVG.
 bool isGzip(std::span<const std::uint8_t> head) { return head.size() >= 2 && head[0] == 0x1F && head[1] == 0x8B; }
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    c = lower(c);
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
 
 int base64Digit(char c) {
     if (c >= 'A' && c <= 'Z') return c - 'A';
@@ -79,7 +59,7 @@ int base64Digit(char c) {
 std::optional<Bytes> dataStart(std::string_view url) {
     const auto comma = url.find(',');
     if (comma == std::string_view::npos || url.find('&') != std::string_view::npos) return std::nullopt;
-    const std::string meta = lowered(url.substr(5, comma - 5));
+    const std::string meta = asciiLowercased(url.substr(5, comma - 5));
     const std::string_view data = url.substr(comma + 1);
     Bytes out;
     if (meta.ends_with(";base64")) {
@@ -94,14 +74,9 @@ std::optional<Bytes> dataStart(std::string_view url) {
             if ((count += 6) >= 8) out.push_back(static_cast<std::uint8_t>(bits >> (count -= 8)));
         }
     } else {
-        for (std::size_t i = 0; i < data.size() && out.size() < kHead; ++i) {
-            if (data[i] == '%' && i + 2 < data.size() && hexDigit(data[i + 1]) >= 0 && hexDigit(data[i + 2]) >= 0) {
-                out.push_back(static_cast<std::uint8_t>(hexDigit(data[i + 1]) * 16 + hexDigit(data[i + 2])));
-                i += 2;
-            } else {
-                out.push_back(static_cast<std::uint8_t>(data[i]));
-            }
-        }
+        // Three characters at most make a byte: enough of the data for kHead bytes.
+        out = toBytes(percentDecoded(data.substr(0, 3 * kHead)));
+        if (out.size() > kHead) out.resize(kHead);
     }
     return out;
 }
@@ -111,7 +86,7 @@ std::optional<Bytes> dataStart(std::string_view url) {
 bool staysInside(std::string_view value) {
     while (!value.empty() && isSpace(static_cast<unsigned char>(value.front()))) value.remove_prefix(1);
     if (value.starts_with('#')) return true;
-    if (value.size() < 5 || lowered(value.substr(0, 5)) != "data:") return false;
+    if (value.size() < 5 || asciiLowercased(value.substr(0, 5)) != "data:") return false;
     const auto start = dataStart(value);
     return start && !isMarkup(*start) && !isGzip(*start);
 }
@@ -315,7 +290,7 @@ public:
         if (const auto* refusal = std::get_if<DeckLinks::Refusal>(&read)) return *refusal;
         Bytes bytes = std::move(std::get<Bytes>(read));
         if (auto clean = swept(bytes)) bytes = std::move(*clean);
-        std::string extension = lowered(file.extension().string());
+        std::string extension = asciiLowercased(file.extension().string());
         if (!extension.empty()) extension.erase(0, 1);
         if (extension.empty() || extension.size() > 5 ||
             extension.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789") != std::string::npos) {
@@ -348,14 +323,14 @@ std::string relativeTarget(const std::string& part, const std::string& owner) {
 }  // namespace
 
 std::optional<std::string> withoutOutsideReferences(std::string_view markup) {
-    if (!containsIgnoringCase(markup, "href") && !containsIgnoringCase(markup, "src") &&
-        !containsIgnoringCase(markup, "<!DOCTYPE")) {
+    const std::string folded = asciiLowercased(markup);
+    if (folded.find("href") == std::string::npos && folded.find("src") == std::string::npos &&
+        folded.find("<!doctype") == std::string::npos) {
         return std::nullopt;
     }
     std::vector<Edit> edits;
     // A document type can give an element an attribute it does not write, or
     // bring in markup through an entity: it goes, with whatever then fails.
-    const std::string folded = lowered(markup);
     for (std::size_t at = 0; (at = folded.find("<!doctype", at)) != std::string::npos;) {
         const std::size_t end = declarationEnd(markup, at);
         edits.push_back({at, end, ""});
@@ -364,7 +339,7 @@ std::optional<std::string> withoutOutsideReferences(std::string_view markup) {
     for (const auto& s : XmlSpans::elementSpans(markup)) {
         const auto tag = markup.substr(s.begin, s.tagEnd - s.begin);
         for (const auto& a : XmlSpans::attributesOf(tag)) {
-            const std::string name = lowered(localName(a.name));
+            const std::string name = asciiLowercased(localName(a.name));
             if ((name == "href" || name == "src") && !staysInside(tag.substr(a.valueBegin, a.valueEnd - a.valueBegin))) {
                 edits.push_back({s.begin + a.valueBegin, s.begin + a.valueEnd, "#"});
             }
@@ -387,7 +362,7 @@ Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, c
     // name the archive holds twice is read here as its first entry, and may
     // be read by LibreOffice as the other: both get what was read here.
     for (const auto& name : names) {
-        if (name.empty() || name.ends_with('/') || lowered(name).ends_with(".rels") || out.replaced.contains(name)) {
+        if (name.empty() || name.ends_with('/') || asciiLowercased(name).ends_with(".rels") || out.replaced.contains(name)) {
             continue;
         }
         try {
@@ -410,7 +385,7 @@ Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, c
     std::map<std::string, std::vector<Relationship>> relsOf;  // by the part they belong to
     std::map<std::string, std::string> relsPartOf;
     for (const auto& name : names) {
-        if (name.empty() || !lowered(name).ends_with(".rels")) continue;
+        if (name.empty() || !asciiLowercased(name).ends_with(".rels")) continue;
         std::optional<std::vector<Relationship>> rels;
         try {
             rels = relationshipsIn(deck.readEntry(name));

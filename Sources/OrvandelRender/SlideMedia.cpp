@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 
+#include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
 #include "container/XmlElement.hpp"
 #include "deck/NotesScanner.hpp"
@@ -82,10 +83,7 @@ std::map<std::string, Playback> playbacks(const XmlElement& sld) {
     return out;
 }
 
-bool endsWithGif(std::string target) {
-    std::transform(target.begin(), target.end(), target.begin(), [](unsigned char c) { return std::tolower(c); });
-    return target.ends_with(".gif");
-}
+bool endsWithGif(std::string_view target) { return asciiLowercased(target).ends_with(".gif"); }
 
 class Finder {
 public:

@@ -11,6 +11,7 @@
 
 #include "Commands.hpp"
 #include "StandardOutput.hpp"
+#include "base/Bytes.hpp"
 #include "base/Error.hpp"
 #include "base/Numbers.hpp"
 #include "container/PptxArchive.hpp"
@@ -72,16 +73,15 @@ const CLI::Validator RegularFile(
 std::int64_t parseMemorySize(const std::string& text, const std::string& optionName) {
     std::size_t digits = 0;
     while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9') ++digits;
-    std::string unit = text.substr(digits);
-    for (auto& c : unit) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    if (unit.ends_with("IB")) unit.erase(unit.size() - 2);
-    else if (unit.size() == 2 && unit.back() == 'B') unit.pop_back();
+    std::string unit = asciiLowercased(std::string_view(text).substr(digits));
+    if (unit.ends_with("ib")) unit.erase(unit.size() - 2);
+    else if (unit.size() == 2 && unit.back() == 'b') unit.pop_back();
     int shift = -1;
-    if (unit.empty() || unit == "B") shift = 0;
-    else if (unit == "K") shift = 10;
-    else if (unit == "M") shift = 20;
-    else if (unit == "G") shift = 30;
-    else if (unit == "T") shift = 40;
+    if (unit.empty() || unit == "b") shift = 0;
+    else if (unit == "k") shift = 10;
+    else if (unit == "m") shift = 20;
+    else if (unit == "g") shift = 30;
+    else if (unit == "t") shift = 40;
     const auto number = digits > 0 ? parseInt64(text.substr(0, digits)) : std::nullopt;
     if (!number || shift < 0 || *number > (std::int64_t{1} << (62 - shift))) {
         throw CLI::ValidationError(optionName, "expected a size such as 2G, 1500M or 4294967296, got \"" + text + "\"");

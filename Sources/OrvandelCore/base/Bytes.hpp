@@ -26,6 +26,14 @@ std::string repairedUtf8(std::string_view text);
 // U+2028 LINE SEPARATOR, U+2029 PARAGRAPH SEPARATOR); 0 when none starts there.
 std::size_t lineBreakAt(std::string_view text, std::size_t at);
 
+// The text with A-Z made a-z and every other byte as it is: for names that
+// are compared without case (schemes, extensions, tags), never the locale's.
+std::string asciiLowercased(std::string_view text);
+
+// %XX sequences (either case of hex digit) made the bytes they stand for; a
+// "%" that starts none stays as it is.
+std::string percentDecoded(std::string_view text);
+
 // The longest start of `text` of at most maxBytes bytes that does not end
 // inside a UTF-8 sequence.
 std::string_view utf8Prefix(std::string_view text, std::size_t maxBytes);

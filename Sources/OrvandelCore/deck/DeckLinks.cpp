@@ -20,7 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 bool isAlpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 std::string_view trimmed(std::string_view s) {
@@ -39,28 +38,12 @@ std::optional<std::string> schemeOf(std::string_view t) {
         ++i;
     }
     if (i < 2 || i >= t.size() || t[i] != ':') return std::nullopt;
-    std::string scheme(t.substr(0, i));
-    for (auto& c : scheme) c = lower(c);
-    return scheme;
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    c = lower(c);
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+    return asciiLowercased(t.substr(0, i));
 }
 
 // %XX sequences decoded, backslashes made slashes; a stray "%" stays.
 std::string pathText(std::string_view s) {
-    std::string out;
-    for (std::size_t i = 0; i < s.size(); ++i) {
-        if (s[i] == '%' && i + 2 < s.size() && hexDigit(s[i + 1]) >= 0 && hexDigit(s[i + 2]) >= 0) {
-            out += static_cast<char>(hexDigit(s[i + 1]) * 16 + hexDigit(s[i + 2]));
-            i += 2;
-        } else {
-            out += s[i];
-        }
-    }
+    std::string out = percentDecoded(s);
     for (auto& c : out) {
         if (c == '\\') c = '/';
     }
@@ -162,8 +145,7 @@ Target classify(std::string_view target, const fs::path& deckFolder) {
         if (rest.starts_with("//")) {
             rest.remove_prefix(2);
             const auto slash = rest.find_first_of("/\\");
-            std::string host = pathText(rest.substr(0, slash));
-            for (auto& c : host) c = lower(c);
+            const std::string host = asciiLowercased(pathText(rest.substr(0, slash)));
             if (!host.empty() && host != "localhost") return {true, {}};
             rest = slash == std::string_view::npos ? std::string_view() : rest.substr(slash);
         }

@@ -3,6 +3,7 @@
 #include <map>
 #include <utility>
 
+#include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
 #include "base/Regex.hpp"
 #include "container/PptxArchive.hpp"
@@ -69,14 +70,6 @@ std::map<std::string, std::string> relationshipMap(std::string_view relsXML, con
     std::map<std::string, std::string> map;
     for (auto& [id, target] : matches2(relsXML, pattern)) map[std::move(id)] = std::move(target);
     return map;
-}
-
-std::string asciiLower(std::string_view text) {
-    std::string out(text);
-    for (char& c : out) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return out;
 }
 
 std::int64_t occurrences(std::string_view text, std::string_view needle) {
@@ -212,7 +205,7 @@ bool isSlideHidden(std::string_view xml) {
     const auto match = showPattern().firstMatch(rootTag);
     if (!match) return false;
     const std::string_view value = match->group(rootTag, 1);
-    return value == "0" || asciiLower(value) == "false";
+    return value == "0" || asciiLowercased(value) == "false";
 }
 
 bool hasVideoAutoplay(std::string_view xml) { return hasVideoAutoplay(parsedTiming(xml)); }
@@ -227,7 +220,7 @@ bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
         if (picture.find("<a:videoFile") != std::string::npos) continue;
         for (const auto& id : matches(picture, blipPattern(), 1)) {
             const auto it = targets.find(id);
-            if (it != targets.end() && asciiLower(it->second).ends_with(".gif")) return true;
+            if (it != targets.end() && asciiLowercased(it->second).ends_with(".gif")) return true;
         }
     }
     return false;
