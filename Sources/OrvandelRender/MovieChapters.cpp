@@ -165,13 +165,7 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
 std::vector<Chapter> readPackage(const std::filesystem::path& orv, const RenderHooks& hooks) {
     PptxArchive::Deck package(orv);
     const auto range = package.storedRange("assets/master.mp4");
-    // ffmpeg's subfile protocol reads the stored movie in place, through the
-    // file protocol: both are allowed, nothing else.
-    auto input = RenderTools::fileInput(std::filesystem::absolute(orv), false);
-    const auto whitelist = std::find(input.begin(), input.end(), "-protocol_whitelist");
-    if (whitelist != input.end() && whitelist + 1 != input.end()) *(whitelist + 1) = "subfile," + *(whitelist + 1);
-    input.back() = "subfile,,start," + formatInt(range.begin) + ",end," + formatInt(range.end) + ",,:" + input.back();
-    auto chapters = probe(input, hooks);
+    auto chapters = probe(RenderTools::storedInput(std::filesystem::absolute(orv), range.begin, range.end, false), hooks);
     if (chapters.empty()) throw ChaptersError::noChapters(orv);
     return chapters;
 }

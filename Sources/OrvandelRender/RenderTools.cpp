@@ -29,6 +29,15 @@ std::vector<std::string> fileInput(const std::filesystem::path& file, bool withO
     return args;
 }
 
+std::vector<std::string> storedInput(const std::filesystem::path& file, std::int64_t begin, std::int64_t end,
+                                     bool withOption) {
+    std::vector<std::string> args{"-protocol_whitelist", "subfile,file"};
+    if (withOption) args.push_back("-i");
+    args.push_back("subfile,,start," + std::to_string(begin) + ",end," + std::to_string(end) + ",,:file:" +
+                   file.string());
+    return args;
+}
+
 std::vector<std::string> mediaInput(const std::filesystem::path& file, bool withOption) {
     std::vector<std::string> args{"-format_whitelist", kMediaFormats};
     const auto input = fileInput(file, withOption);

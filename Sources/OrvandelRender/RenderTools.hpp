@@ -1,6 +1,7 @@
 #pragma once
 // Running the renderer's helper programs: a missing program or a failing run
 // becomes a RenderError that names the stage, what happened and what to do.
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -29,6 +30,11 @@ std::string tail(const std::string& text, std::size_t maxChars = 600);
 // a reference movie's data) is fetched from anywhere but a local file.
 // For ffmpeg they include "-i"; for ffprobe leave out the "-i".
 std::vector<std::string> fileInput(const std::filesystem::path& file, bool withOption = true);
+
+// fileInput for bytes [begin, end) of `file` (a movie stored in a package),
+// read in place through the subfile protocol and the file protocol only.
+std::vector<std::string> storedInput(const std::filesystem::path& file, std::int64_t begin, std::int64_t end,
+                                     bool withOption = true);
 
 // The demuxers a deck's media are read with: movies, sounds and GIFs, never a
 // playlist, a concat script, an image sequence or anything else that names
