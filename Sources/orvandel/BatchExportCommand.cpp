@@ -122,8 +122,7 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
     const RendererChoice::Settings settings{
         .drawEffects = options.effects == "draw",
         .allowLinksOutside = options.allowLinksOutside,
-        .maxMemory = options.maxMemory.empty() ? RendererChoice::defaultMemoryLimit(run.jobs)
-                                               : parseMemorySize(options.maxMemory, "--max-memory")};
+        .maxMemory = options.maxMemory ? options.maxMemory : RendererChoice::defaultMemoryLimit(run.jobs)};
     run.makeRenderer = [renderer, settings](const std::filesystem::path& deck) {
         return RendererChoice::make(renderer, deck, settings);
     };

@@ -2,6 +2,8 @@
 // `orvandel export` over several decks or folders: every deck exported by
 // itself, a few at a time, a progress line per running deck, a summary at the
 // end (or JSON), exit status 1 when any deck failed.
+#include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -19,7 +21,7 @@ struct BatchExportOptions {
     std::string renderer = "auto";
     std::string effects = "draw";  // "draw" or "cut"
     bool allowLinksOutside = false;
-    std::string maxMemory;  // as --max-memory takes it; empty: a share of the machine's memory per deck
+    std::optional<std::int64_t> maxMemory;  // bytes; nothing: a share of the machine's memory per deck
 };
 
 int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::ostream& err);

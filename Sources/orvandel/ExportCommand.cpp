@@ -36,7 +36,8 @@ struct ExportOptions {
     bool chapters = false;
     bool preview = false;
     bool allowLinksOutside = false;
-    std::string maxMemory;
+    std::string maxMemory;                  // as given
+    std::optional<std::int64_t> maxMemoryBytes;  // as read, by dispatchExport
 };
 
 std::string joinNumbers(const std::vector<std::int64_t>& v) {
@@ -89,8 +90,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
         *RendererChoice::fromName(options.renderer), deck,
         {.drawEffects = options.effects == "draw",
          .allowLinksOutside = options.allowLinksOutside,
-         .maxMemory = options.maxMemory.empty() ? std::optional<std::int64_t>()
-                                                : parseMemorySize(options.maxMemory, "--max-memory")});
+         .maxMemory = options.maxMemoryBytes});
 
     // The preview comes after minutes of rendering: its folder is checked first.
     if (options.preview) PreviewPage::checkFolder(PreviewPage::defaultFolder(destination));
@@ -157,7 +157,8 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
 // Several decks, a folder or the batch options make a batch; with a batch, -o
 // and --mp4 (one package, one movie) make no sense.
 int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err) {
-    if (!options.maxMemory.empty()) parseMemorySize(options.maxMemory, "--max-memory");  // a usage error first
+    // A usage error before any work.
+    if (!options.maxMemory.empty()) options.maxMemoryBytes = parseMemorySize(options.maxMemory, "--max-memory");
     const bool batch = options.decks.size() > 1 || std::filesystem::is_directory(options.decks.front()) ||
                        !options.outDir.empty() || !options.shard.empty() || options.json || options.jobs > 0;
     if (batch) {
@@ -173,7 +174,7 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
         }
         return runBatchExport({options.decks, options.outDir, options.jobs, options.shard, options.json,
                                options.video, options.gif, options.renderer, options.effects,
-                               options.allowLinksOutside, options.maxMemory},
+                               options.allowLinksOutside, options.maxMemoryBytes},
                               out, err);
     }
     if (const std::string problem = RegularFile(options.decks.front()); !problem.empty()) {
