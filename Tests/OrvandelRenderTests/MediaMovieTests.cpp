@@ -16,23 +16,13 @@ using namespace orvandel::test;
 
 namespace {
 
-// Where the media sit on the 1920x1080 frame, in MovieFrames' quarter-size
-// gray pixels: x 240..420, y 135..243.
-constexpr int kLeft = 240, kTop = 135, kWide = 180, kHigh = 108;
-const std::string kRect = "<a:xfrm><a:off x=\"6096000\" y=\"3429000\"/><a:ext cx=\"4572000\" cy=\"2743200\"/></a:xfrm>";
-
-std::string mediaPicture(const std::string& nvPr, const std::string& blip) {
-    return "<p:pic><p:nvPicPr><p:cNvPr id=\"3\" name=\"m\"/><p:cNvPicPr/><p:nvPr>" + nvPr +
-           "</p:nvPr></p:nvPicPr><p:blipFill><a:blip r:embed=\"" + blip + "\"/></p:blipFill><p:spPr>" + kRect +
-           "</p:spPr></p:pic>";
-}
-
 // The part of a quarter-size gray frame inside (or, with outside, around) the media's rectangle.
 std::string region(const std::string& frame, bool outside = false) {
     std::string out;
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 0; x < kWidth; ++x) {
-            const bool in = x >= kLeft && x < kLeft + kWide && y >= kTop && y < kTop + kHigh;
+            const bool in = x >= kMediaLeft && x < kMediaLeft + kMediaWide && y >= kMediaTop &&
+                            y < kMediaTop + kMediaHigh;
             if (in != outside) out += frame[std::size_t(y) * kWidth + std::size_t(x)];
         }
     }
@@ -79,14 +69,14 @@ protected:
         // Four frames of one gray each, far apart.
         ffmpeg({"-f", "lavfi", "-i", "nullsrc=s=160x96:r=4:d=1,geq=lum='20+60*N':cb=128:cr=128", "-loop", "0",
                 (d / "anim.gif").string()});
-        const std::string video = "<a:videoFile r:link=\"rId2\"/>";
+        const std::string video = "<a:videoFile r:link=\"rId2\"/>", poster = "<a:blip r:embed=\"rId9\"/>";
         const std::vector<Relationship> videoRels{{"rId2", "video", "../media/clip.mp4"},
                                                   {"rId9", "image", "../media/poster.png"}};
         DeckBuilder()
-            .addSlide(slideXml(textBox("2", 365125, para("Video")) + mediaPicture(video, "rId9"), playOnClick("3000")),
+            .addSlide(slideXml(textBox("2", 365125, para("Video")) + mediaPicture("3", video, poster), playOnClick("3000")),
                       videoRels)
-            .addSlide(slideXml(mediaPicture("", "rId9")), {{"rId9", "image", "../media/anim.gif"}})
-            .addSlide(slideXml(mediaPicture(video, "rId9"), playOnClick("3000")),
+            .addSlide(slideXml(mediaPicture("3", "", poster)), {{"rId9", "image", "../media/anim.gif"}})
+            .addSlide(slideXml(mediaPicture("3", video, poster), playOnClick("3000")),
                       {{"rId2", "video", "../media/broken.mp4"}, {"rId9", "image", "../media/poster.png"}})
             .addEntry("ppt/media/clip.mp4", readFile(d / "clip.mp4"))
             .addEntry("ppt/media/poster.png", readFile(d / "poster.png"))
@@ -108,8 +98,8 @@ protected:
     // The source video's frame on screen `ms` after its start (25 a second), scaled to the rectangle.
     static std::string sourceAt(std::int64_t ms) {
         return Subprocess::run({"ffmpeg", "-v", "error", "-i", (*dir_ / "clip.mp4").string(), "-vf",
-                                "select=eq(n\\," + std::to_string(ms / 40) + "),scale=" + std::to_string(kWide) +
-                                    ":" + std::to_string(kHigh),
+                                "select=eq(n\\," + std::to_string(ms / 40) + "),scale=" + std::to_string(kMediaWide) +
+                                    ":" + std::to_string(kMediaHigh),
                                 "-frames:v", "1", "-pix_fmt", "gray", "-f", "rawvideo", "-"})
             .standardOutput;
     }

@@ -10,8 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "base/Numbers.hpp"
+#include "DeckBuilder.hpp"
 #include "TestSupport.hpp"
+#include "base/Numbers.hpp"
 #include "base/Subprocess.hpp"
 
 namespace orvandel::test {
@@ -55,6 +56,15 @@ inline bool keepsText(const std::string& before, const std::string& after) {
         if (before.compare(std::size_t(y) * kWidth, kWidth, after, std::size_t(y) * kWidth, kWidth) != 0) return false;
     }
     return true;
+}
+
+// Where the media tests put a picture or a video: x 240..420, y 135..243 of
+// the gray frame. Shape `id`, stretched over it; `nvPr` in its p:nvPr, `blip` its a:blip.
+inline constexpr int kMediaLeft = 240, kMediaTop = 135, kMediaWide = 180, kMediaHigh = 108;
+inline std::string mediaPicture(const std::string& id, const std::string& nvPr, const std::string& blip) {
+    return pictureWith(id, nvPr, blip + "<a:stretch><a:fillRect/></a:stretch>",
+                       "<a:xfrm><a:off x=\"6096000\" y=\"3429000\"/><a:ext cx=\"4572000\" cy=\"2743200\"/></a:xfrm>"
+                       "<a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom>");
 }
 
 struct MovieFrames {
