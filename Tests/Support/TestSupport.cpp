@@ -69,6 +69,22 @@ bool eventually(const std::function<bool()>& condition, std::chrono::millisecond
     return true;
 }
 
+std::vector<MarkedProcess> processesWith(const std::string& entry) {
+    std::vector<MarkedProcess> found;
+    for (const auto& e : std::filesystem::directory_iterator("/proc")) {
+        try {
+            const std::string environment = '\0' + toString(readFile(e.path() / "environ"));
+            if (environment.find('\0' + entry) == std::string::npos) continue;
+            const std::string stat = toString(readFile(e.path() / "stat"));  // pid (name) state parent ...
+            const auto open = stat.find('('), close = stat.rfind(')');
+            found.push_back({std::stoi(stat), std::stoi(stat.substr(close + 4)), stat.substr(open + 1, close - open - 1)});
+        } catch (const Error&) {
+            // not a process, a zombie (its environment cannot be read), or not ours to read
+        }
+    }
+    return found;
+}
+
 std::vector<std::string> entriesNamed(const std::filesystem::path& dir, const std::string& part) {
     std::vector<std::string> out;
     for (const auto& e : std::filesystem::directory_iterator(dir)) {
