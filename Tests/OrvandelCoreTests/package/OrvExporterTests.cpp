@@ -52,23 +52,6 @@ std::string clickVideo(const std::string& rootAttrs = "") {
     return slideXml(kTextBox + kVideo, timing(step(mediaCall("clickEffect", "indefinite"))), rootAttrs);
 }
 
-// Renders by running `behaviour` on the output path, counting its calls.
-struct FakeRenderer : Mp4Exporting {
-    explicit FakeRenderer(std::function<void(const fs::path&)> b) : behaviour(std::move(b)) {}
-    void export_(const fs::path& deck, const fs::path& to, const std::function<bool()>&,
-                 const RenderHooks&) const override {
-        ++calls;
-        EXPECT_TRUE(fs::exists(deck));
-        behaviour(to);
-    }
-    std::function<void(const fs::path&)> behaviour;
-    mutable int calls = 0;
-};
-
-FakeRenderer movieOf(std::int64_t ms) {
-    return FakeRenderer([ms](const fs::path& to) { writeFile(to, craftedMovie(1000, std::uint64_t(ms))); });
-}
-
 class OrvExporterTest : public ::testing::Test {
 protected:
     OrvExporterTest() { fs::create_directories(dir / "tmp"); }

@@ -35,13 +35,6 @@ std::string untouchedPart(std::string xml) {
     return xml;
 }
 
-// A movie is given: nothing is rendered.
-struct NoRenderer : Mp4Exporting {
-    void export_(const fs::path&, const fs::path&, const std::function<bool()>&, const RenderHooks&) const override {
-        ADD_FAILURE() << "rendered";
-    }
-};
-
 }  // namespace
 
 TEST(SlideValidatorTest, ReasonsForRejectingARewrittenSlide) {
@@ -148,6 +141,7 @@ TEST(DeckTransformerTest, EveryCorpusDeckIsPackagedAndPreparedExceptTheKnownRefu
     TempDir dir;
     const auto out = dir / "prepared.pptx", movie = dir / "m.mp4";
     writeFile(movie, craftedMovie(1000, 2000));
+    const FakeRenderer noRenderer([](const fs::path&) { ADD_FAILURE() << "rendered, though a movie is given"; });
     for (const auto& deck : corpusDecks()) {
         SCOPED_TRACE(deck.filename().string());
         const auto refusal = std::find_if(refusals.begin(), refusals.end(),
@@ -162,7 +156,7 @@ TEST(DeckTransformerTest, EveryCorpusDeckIsPackagedAndPreparedExceptTheKnownRefu
                 if (s.hasGif) gifMs[s.displayIndex] = 3000;
                 if (!s.advTmMs) videoMs[s.displayIndex] = 5000;
             }
-            if (anyVisible) OrvExporter::export_(deck, movie, dir / "a.orv", videoMs, gifMs, {}, "t", "t/1", {}, NoRenderer());
+            if (anyVisible) OrvExporter::export_(deck, movie, dir / "a.orv", videoMs, gifMs, {}, "t", "t/1", {}, noRenderer);
             DeckTransformer::prepare(deck, out, videoMs, gifMs, 1000, 1500);
         } catch (const DeckError& e) {
             EXPECT_TRUE(refused && refusal->deckError == e.errorCase()) << e.what();
