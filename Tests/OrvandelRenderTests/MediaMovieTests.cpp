@@ -56,11 +56,9 @@ double maxVolume(const std::filesystem::path& movie, std::int64_t fromMs, std::i
 //    plays: once prepared it starts at 500 ms of the slide's 4.5 s;
 // 2. an animated GIF of four frames of 250 ms looping forever: 3.5 s;
 // 3. a video whose entry is not a movie: its poster stays, 4.5 s.
-class MediaMovieTest : public testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        if (!canRender()) return;
-        dir_ = std::make_unique<TempDir>();
+class MediaMovieTest : public RenderedOnce<MediaMovieTest> {
+public:
+    static void render() {
         const auto& d = *dir_;
         ffmpeg({"-f", "lavfi", "-i", "testsrc=size=320x192:rate=25:duration=3", "-f", "lavfi", "-i",
                 "sine=frequency=440:duration=3", "-c:v", "libx264", "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest",
@@ -88,13 +86,6 @@ protected:
                                          {.warn = [](const Warning& w) { warnings_.push_back(w); }});
         movie_ = std::make_unique<MovieFrames>(d / "master.mp4");
     }
-    static void TearDownTestSuite() {
-        movie_.reset();
-        dir_.reset();
-    }
-    void SetUp() override {
-        if (!movie_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
-    }
     // The source video's frame on screen `ms` after its start (25 a second), scaled to the rectangle.
     static std::string sourceAt(std::int64_t ms) {
         return Subprocess::run({"ffmpeg", "-v", "error", "-i", (*dir_ / "clip.mp4").string(), "-vf",
@@ -104,7 +95,6 @@ protected:
             .standardOutput;
     }
 
-    static inline std::unique_ptr<TempDir> dir_;
     static inline std::unique_ptr<MovieFrames> movie_;
     static inline std::vector<Warning> warnings_;
 };

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -79,6 +80,24 @@ struct MovieFrames {
 
     std::vector<std::int64_t> timesMs;
     std::string pixels;  // kWidth x kHeight bytes per frame, in order
+};
+
+// A suite that renders once for all its tests: Suite::render() makes its
+// decks and movies in dir_, which lasts until the suite is done. Every test
+// skips where LibreOffice, poppler or ffmpeg are missing.
+template <class Suite>
+class RenderedOnce : public testing::Test {
+public:
+    static void SetUpTestSuite() {
+        if (!canRender()) return;
+        dir_ = std::make_unique<TempDir>();
+        Suite::render();
+    }
+    static void TearDownTestSuite() { dir_.reset(); }
+    void SetUp() override {
+        if (!dir_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
+    }
+    static inline std::unique_ptr<TempDir> dir_;
 };
 
 }  // namespace orvandel::test
