@@ -75,10 +75,7 @@ TEST(DeckTransformerTest, EachKindOfSlideTakesItsBranchAndGetsItsAdvanceTime) {
     const auto reports = DeckTransformer::prepare(in, dir / "out.pptx", {{4, 4000}}, {{7, 3000}}, 1000, 1500, branches);
     EXPECT_EQ(branches, (std::vector<Branch>{Branch::bullets, Branch::bulletsWithExits, Branch::clickVideo,
                                              Branch::autoplayVideo, Branch::exits, Branch::static_, Branch::static_}));
-    // Slide 4's 5500 takes the user's 4000 ms over its own 10000; hidden slide 6 is rewritten too.
-    std::vector<std::int64_t> advTm;
-    for (const auto& r : reports) advTm.push_back(r.advTmMs.value_or(-1));
-    EXPECT_EQ(advTm, (std::vector<std::int64_t>{6000, 4500, 11500, 5500, 4500, 1500, 4500}));
+    // Hidden slide 6 is rewritten too. (The advance times are the scanner's, DeckScannerTest's.)
     EXPECT_TRUE(reports[5].isHidden);
     EXPECT_TRUE(PptxArchive::readEntry(dir / "out.pptx", "ppt/slides/slide6.xml")
                     .ends_with("</p:clrMapOvr>" + TransitionWriter::block(1500) + "</p:sld>"));
