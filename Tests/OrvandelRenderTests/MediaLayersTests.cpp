@@ -4,7 +4,6 @@
 #include "MediaLayers.hpp"
 #include "MediaProbe.hpp"
 #include "SlideMedia.hpp"
-#include "Timeline.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -87,19 +86,6 @@ TEST(MediaLayersTest, AMediumPlaysFromItsStartInItsRectangleUntilItEndsOrTheSlid
     EXPECT_FALSE(MediaLayers::place(video, info, time, frame, 12192000, 6858000));
     time.playStartMs = 6000;
     EXPECT_FALSE(MediaLayers::place(video, info, time, frame, 12192000, 6858000));
-}
-
-TEST(MediaLayersTest, TheTimelineRuns30FramesASecondWhereMediaMoveAndKeepsItsTotal) {
-    const std::vector<TimelineEntry> entries{{"a.y4m", 1500}, {"b.y4m", 2000}};
-    const std::string list = Timeline::ffconcat(entries, 1000, {{1200, 1300}, {3400, 3500}});
-    // 1200..1300 at 33, 33, 34 ms; b starts on its own frame at 1500.
-    EXPECT_NE(list.find("duration 0.2\nfile 'a.y4m'\nduration 0.033\nfile 'a.y4m'\nduration 0.033\nfile 'a.y4m'\n"
-                        "duration 0.034\nfile 'a.y4m'\nduration 0.2\nfile 'b.y4m'\nduration 1\n"),
-              std::string::npos)
-        << list;
-    // Three frames at 30 per second where each span lies, one more after each
-    // start, and the last span's third frame cut short by the closing one.
-    EXPECT_EQ(Timeline::frameCount(entries, 1000, {{1200, 1300}, {3400, 3500}}), 12);
 }
 
 TEST(MediaProbeTest, TheProbeTellsPlayableFilesFromDamagedOnes) {
