@@ -40,10 +40,6 @@ std::vector<std::filesystem::path> corpusDecks() {
     return out;
 }
 
-bool isBrokenDeck(const std::filesystem::path& deck) {
-    return deck.filename().string().find("BROKEN") != std::string::npos;
-}
-
 bool slowTestsSkipped() {
     const char* env = std::getenv("ORVANDEL_SKIP_SLOW");
     return env && std::string(env) == "1";

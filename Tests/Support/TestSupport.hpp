@@ -22,7 +22,6 @@ namespace orvandel::test {
 std::filesystem::path corpusDir();
 // Every deck of the corpus, sorted by name; empty when the folder is absent.
 std::vector<std::filesystem::path> corpusDecks();
-bool isBrokenDeck(const std::filesystem::path& deck);
 
 std::filesystem::path sourceDir();
 std::filesystem::path cliPath();

@@ -59,7 +59,7 @@ TEST(PptxArchiveCorpusTest, EveryDeckListsReadsAndRewritesAsUnzipDoesAndItsTimin
     };
     for (const auto& deck : test::corpusDecks()) {
         SCOPED_TRACE(deck.filename().string());
-        if (test::isBrokenDeck(deck)) {
+        if (deck.filename().string().find("BROKEN") != std::string::npos) {  // damaged on purpose
             EXPECT_THROW(ZipArchive::entryNames(deck), ZipArchive::ZipError);
             EXPECT_THROW(ZipArchive::rewrite(deck, {}, dir / "broken.pptx"), ZipArchive::ZipError);
             const auto error = failure(deck, "ppt/presentation.xml");
