@@ -10,7 +10,7 @@
 using namespace orvandel;
 using testing::HasSubstr;
 
-TEST(TimelineTest, EveryStillLastsItsMillisecondsMediaMove30FramesASecondAndTheTotalIsExact) {
+TEST(TimelineTest, EveryStillLastsItsMillisecondsMovingMediaTake30FramesASecondAndTheTotalIsExact) {
     const std::vector<TimelineEntry> entries{{"a.y4m", 1234}, {"it's.y4m", 2500}};
     EXPECT_EQ(Timeline::ffconcat(entries, 1000),
               "ffconcat version 1.0\n"

@@ -58,7 +58,7 @@ TEST(SlideValidatorTest, ReasonsForRejectingARewrittenSlide) {
     }
 }
 
-TEST(DeckTransformerTest, EachKindOfSlideTakesItsBranchAndGetsItsAdvanceTime) {
+TEST(DeckTransformerTest, EachKindOfSlideTakesItsBranch) {
     TempDir dir;
     const auto in =
         DeckBuilder()
