@@ -165,7 +165,6 @@ TEST_F(OrvExporterTest, ADestinationThatCannotBeWrittenIsRefusedBeforeAnyWork) {
          std::vector<std::tuple<const char*, std::string, fs::path, OutputError::Case>>{
              {"a folder that has gone", "aula.pptx", dir / "gone" / "aula.orv", folderMissing},
              {"a folder that is a file", "aula.pptx", dir / "file" / "aula.orv", folderMissing},
-             {"a 251-byte deck name", std::string(246, 'a') + ".pptx", {}, nameTooLong},
              {"a 251-byte deck name of 2-byte characters", accented + ".pptx", {}, nameTooLong}}) {
         SCOPED_TRACE(what);
         const auto deck = dir / deckName;
