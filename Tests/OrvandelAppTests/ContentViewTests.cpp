@@ -72,18 +72,13 @@ private slots:
         w.open(mediaDeck(dir.filePath("gif.pptx").toStdString(), false));
         QCOMPARE(w.view->gifSlides(), (std::vector<std::int64_t>{2}));  // the hidden slide 3 is not asked
         QVERIFY(!w.find<QLineEdit>("gifField-3"));
-        const struct {
-            QString typed, kept;
-            bool enabled;
-        } cases[] = {
-            {"", "", false},   {"0", "0", false},     {"abc", "", false},  {"+5", "5", true},  {"05", "05", true},
-            {"1.5", "15", true}, {"٥", "٥", false}, {"86401", "86401", false},
-            {"9223372036854775808", "9223372036854775808", false},
-        };
-        for (const auto& c : cases) {
-            w.type(2, c.typed);
-            QCOMPARE(w.find<QLineEdit>("gifField-2")->text(), c.kept);
-            QVERIFY2(w.exportButton()->isEnabled() == c.enabled, qPrintable(c.typed));
+        for (const auto& [typed, kept, enabled] : std::vector<std::tuple<QString, QString, bool>>{
+                 {"", "", false}, {"0", "0", false}, {"abc", "", false}, {"+5", "5", true}, {"05", "05", true},
+                 {"1.5", "15", true}, {"٥", "٥", false}, {"86401", "86401", false},
+                 {"9223372036854775808", "9223372036854775808", false}}) {
+            w.type(2, typed);
+            QCOMPARE(w.find<QLineEdit>("gifField-2")->text(), kept);
+            QVERIFY2(w.exportButton()->isEnabled() == enabled, qPrintable(typed));
         }
         QCOMPARE(ContentView::gifSeconds("+5"), 5);
 

@@ -2,8 +2,6 @@
 #include <QLineEdit>
 #include <QtTest>
 
-#include <fstream>
-
 #include "AppTestSupport.hpp"
 #include "ExportCoordinator.hpp"
 #include "ExportCopy.hpp"
@@ -52,21 +50,6 @@ struct Guarded {
     std::string package() const { return toString(readFile(ContentView::outputPath(deck))); }
 };
 
-// The running processes started with a TMPDIR inside `tmp` (the export's
-// children and theirs), by name.
-std::vector<std::string> processesUsing(const fs::path& tmp) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator("/proc")) {
-        std::ifstream environ(entry.path() / "environ"), comm(entry.path() / "comm");
-        const std::string variables{std::istreambuf_iterator<char>(environ), {}};
-        std::string name;
-        if (variables.find("TMPDIR=" + tmp.string()) != std::string::npos && std::getline(comm, name)) {
-            names.push_back(name);
-        }
-    }
-    return names;
-}
-
 }  // namespace
 
 class QuitGuardTest : public QObject {
@@ -114,25 +97,23 @@ private slots:
     // "Forçar saída" while LibreOffice renders: the app quits once the export
     // has stopped, leaving no process, work directory or package.
     void forceQuitLeavesNothing() {
-        if (test::slowTestsSkipped()) QSKIP("slow tests skipped");
-        for (const char* tool : {"soffice", "pdftocairo", "ffmpeg"}) {
-            if (!test::haveProgram(tool)) QSKIP("LibreOffice, poppler or ffmpeg missing");
-        }
+        if (!test::canRender()) QSKIP("needs soffice, poppler and ffmpeg");
         QTemporaryDir dir;
         const fs::path tmp = dir.filePath("tmp").toStdString();
         fs::create_directories(tmp);
         const test::ScopedEnv env{{{"TMPDIR", tmp.string()}}};
         Guarded g(dir, nullptr);
+        // The export's children and theirs are started with a TMPDIR inside `tmp`.
         const auto officeRuns = [&] {
-            const auto running = processesUsing(tmp);
-            return std::find(running.begin(), running.end(), "soffice.bin") != running.end();
+            const auto running = test::processesWith("TMPDIR=" + tmp.string());
+            return std::any_of(running.begin(), running.end(), [](const auto& p) { return p.name == "soffice.bin"; });
         };
         QVERIFY(waitUntil(officeRuns, 120000) && g.closeIsQuestioned());
         g.questions.front()(Choice::forceQuit);
         QVERIFY(waitUntil([&] { return g.quits == 1; }, 60000));
 
         QVERIFY(!g.view().isVisible());
-        QCOMPARE(processesUsing(tmp), std::vector<std::string>());
+        QVERIFY(test::processesWith("TMPDIR=" + tmp.string()).empty());
         QVERIFY(fs::is_empty(tmp));
         // The deck, the old package as it was, the temporary folder: nothing else.
         QCOMPARE(std::distance(fs::directory_iterator(dir.path().toStdString()), {}), 3);

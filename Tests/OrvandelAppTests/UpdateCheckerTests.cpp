@@ -65,13 +65,10 @@ private slots:
     }
 
     void versionsCompare() {
-        const struct {
-            QString remote, current;
-            bool newer;
-        } cases[] = {{"1.10", "1.9", true},   {"2.0", "2", false},   {"1.2.0", "1.2", false}, {"1.2.1", "1.2", true},
-                     {"1.2", "1.2.1", false}, {"1.x", "1.0", false}, {"10", "9.99", true},    {"", "0", false}};
-        for (const auto& c : cases) {
-            QVERIFY2(UpdateChecker::isNewer(c.remote, c.current) == c.newer, qPrintable(c.remote));
+        for (const auto& [remote, current, newer] : std::vector<std::tuple<QString, QString, bool>>{
+                 {"1.10", "1.9", true}, {"2.0", "2", false}, {"1.2.0", "1.2", false}, {"1.2.1", "1.2", true},
+                 {"1.2", "1.2.1", false}, {"1.x", "1.0", false}, {"10", "9.99", true}, {"", "0", false}}) {
+            QVERIFY2(UpdateChecker::isNewer(remote, current) == newer, qPrintable(remote));
         }
     }
 

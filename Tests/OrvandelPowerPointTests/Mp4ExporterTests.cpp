@@ -1,5 +1,6 @@
-// PowerPoint for Mac never runs here: what is left to test is the scripts'
-// text, how failure texts are read, and the watcher of the output file.
+// PowerPoint for Mac never runs here: what is left to test is how the scripts
+// quote names, how failure texts are read, and the watcher of the output file.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -14,18 +15,14 @@ using namespace orvandel;
 using namespace orvandel::Mp4Exporter;
 using Case = ExportError::Case;
 namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
 
 TEST(Mp4ExporterTest, ScriptsEscapeBackslashesBeforeQuotes) {
-    EXPECT_EQ(startScript("/d/a\"b\\\".pptx", "/o/m\\.mp4"),
-              "with timeout of 30 seconds\n    tell application \"Microsoft PowerPoint\"\n        activate\n"
-              "        open POSIX file \"/d/a\\\"b\\\\\\\".pptx\"\n"
-              "        save active presentation in (POSIX file \"/o/m\\\\.mp4\") as save as movie\n"
-              "    end tell\nend timeout");
-    EXPECT_EQ(closeScript("a\\\"b.pptx"),
-              "with timeout of 10 seconds\n    tell application \"Microsoft PowerPoint\"\n"
-              "        repeat with p in (get every presentation)\n"
-              "            if (name of p) is \"a\\\\\\\"b.pptx\" then close p saving no\n"
-              "        end repeat\n    end tell\nend timeout");
+    EXPECT_THAT(startScript("/d/a\"b\\\".pptx", "/o/m\\.mp4"),
+                AllOf(HasSubstr("open POSIX file \"/d/a\\\"b\\\\\\\".pptx\"\n"),
+                      HasSubstr("in (POSIX file \"/o/m\\\\.mp4\") as save as movie")));
+    EXPECT_THAT(closeScript("a\\\"b.pptx"), HasSubstr("if (name of p) is \"a\\\\\\\"b.pptx\" then close p"));
 }
 
 // What osascript prints on failure (a stand-in that runs its "script" as

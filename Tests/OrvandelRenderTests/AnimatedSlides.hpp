@@ -35,6 +35,23 @@ inline std::string click(const std::string& effects) {
            "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>";
 }
 
+// What starts with the slide, once its main sequence (cTn 2) begins: `effects`
+// in one group, then `after` beside it.
+inline std::string opening(const std::string& effects, const std::string& after = "") {
+    return "<p:par><p:cTn><p:stCondLst><p:cond delay=\"indefinite\"/><p:cond evt=\"onBegin\" delay=\"0\"><p:tn "
+           "val=\"2\"/></p:cond></p:stCondLst><p:childTnLst><p:par><p:cTn><p:stCondLst><p:cond delay=\"0\"/>"
+           "</p:stCondLst><p:childTnLst>" + effects + "</p:childTnLst></p:cTn></p:par>" + after +
+           "</p:childTnLst></p:cTn></p:par>";
+}
+
+// A call that plays video shape `spid` for `dur` ms, `delay` ms after its group starts; `cTnAttrs` on its behaviour.
+inline std::string playVideo(const std::string& spid, const std::string& dur, const std::string& delay,
+                             const std::string& cTnAttrs = "") {
+    return "<p:par><p:cTn presetClass=\"mediacall\" nodeType=\"withEffect\"><p:stCondLst><p:cond delay=\"" + delay +
+           "\"/></p:stCondLst><p:childTnLst><p:cmd type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn" + cTnAttrs +
+           " dur=\"" + dur + "\"/><p:tgtEl>" + shape(spid) + "</p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>";
+}
+
 // A paragraph of 28 pt text with its paragraph properties (XML, may be empty).
 inline std::string para(const std::string& text, const std::string& pPr = "") {
     return "<a:p>" + (pPr.empty() ? "" : "<a:pPr marL=\"457200\" indent=\"-457200\">" + pPr + "</a:pPr>") +

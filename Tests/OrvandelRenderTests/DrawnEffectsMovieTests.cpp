@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <tuple>
 
 #include "AnimatedSlides.hpp"
 #include "LibreOfficeMp4Exporter.hpp"
@@ -20,11 +21,9 @@ using namespace orvandel::test;
 //    wipes in from the left on the second (the timing rewrite shortens it to
 //    500 ms);
 // 2. a slide that comes in with a slow fade transition (1 s).
-class DrawnEffectsMovieTest : public testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        if (!canRender()) return;
-        dir_ = std::make_unique<TempDir>();
+class DrawnEffectsMovieTest : public RenderedOnce<DrawnEffectsMovieTest> {
+public:
+    static void render() {
         const auto wipe = [](const std::string& target) {
             std::string effect = fade("clickEffect", target);
             const std::string from = "filter=\"fade\"><p:cBhvr><p:cTn dur=\"500\"";
@@ -47,14 +46,6 @@ protected:
             LibreOfficeMp4Exporter(options).export_(*dir_ / "prepared.pptx", movie, {});
             (draw ? drawn_ : cut_) = std::make_unique<MovieFrames>(movie);
         }
-    }
-    static void TearDownTestSuite() {
-        drawn_.reset();
-        cut_.reset();
-        dir_.reset();
-    }
-    void SetUp() override {
-        if (!drawn_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
     }
 
     // How far each frame within [startMs, startMs + durationMs) has gone from
@@ -89,7 +80,6 @@ protected:
         return out;
     }
 
-    static inline std::unique_ptr<TempDir> dir_;
     static inline RenderPlan plan_;
     static inline std::unique_ptr<MovieFrames> drawn_, cut_;
 };
@@ -98,22 +88,20 @@ TEST_F(DrawnEffectsMovieTest, FadesBlendAndWipesRevealOverTheirDurations) {
     const auto& states = plan_.slides.at(0).playout.states;
     ASSERT_EQ(states.size(), 3u);
     const std::int64_t slide2 = plan_.slides.at(0).advanceTimeMs;
-    struct Check {
-        const char* what;
-        std::int64_t startMs, durationMs;
-        bool wipe;
-    } checks[] = {{"fade entrance", states[1].startMs, 500, false},
-                  {"wipe from the left", states[2].startMs, plan_.slides.at(0).playout.effects.at(2).durationMs, true},
-                  {"fade transition", slide2, 1000, false}};
-    for (const auto& c : checks) {
-        const auto frames = progress(c.startMs, c.durationMs);
+    // What, when it starts, how long it runs, whether it reveals (a wipe) or blends.
+    using Effect = std::tuple<const char*, std::int64_t, std::int64_t, bool>;
+    for (const auto& [what, startMs, durationMs, wipe] : std::vector<Effect>{
+             {"fade entrance", states[1].startMs, 500, false},
+             {"wipe from the left", states[2].startMs, plan_.slides.at(0).playout.effects.at(2).durationMs, true},
+             {"fade transition", slide2, 1000, false}}) {
+        const auto frames = progress(startMs, durationMs);
         // At least 25 frames a second while the effect runs.
-        EXPECT_GE(frames.size() * 1000, std::size_t(25 * c.durationMs)) << c.what;
+        EXPECT_GE(frames.size() * 1000, std::size_t(25 * durationMs)) << what;
         for (double at : {0.2, 0.25, 0.5, 0.75, 0.8}) {
             const auto frame = std::find_if(frames.rbegin(), frames.rend(),
                                             [&](const Progress& p) { return p.expected <= at; });
-            ASSERT_NE(frame, frames.rend()) << c.what;
-            EXPECT_NEAR(c.wipe ? frame->revealed : frame->blended, frame->expected, 0.1) << c.what << " at " << frame->atMs;
+            ASSERT_NE(frame, frames.rend()) << what;
+            EXPECT_NEAR(wipe ? frame->revealed : frame->blended, frame->expected, 0.1) << what << " at " << frame->atMs;
         }
     }
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "AnimatedSlides.hpp"
 #include "DrawnChanges.hpp"
 #include "EffectPainter.hpp"
@@ -44,31 +46,27 @@ TEST(DrawnEffectsTest, EntrancesAndExitsAreDrawnAsTheirBehavioursSay) {
         return "<p:animEffect transition=\"in\" filter=\"" + filter + "\"><p:cBhvr><p:cTn dur=\"700\"/><p:tgtEl>" +
                shape("3") + "</p:tgtEl></p:cBhvr></p:animEffect>";
     };
-    struct Case {
-        std::string cls, behaviours;
-        DrawnEffect expected;
-    } cases[] = {
-        {"entr", wipe("fade"), {Kind::fade, Side::left, 700, true}},
-        {"entr", wipe("wipe(down)"), {Kind::wipe, Side::bottom, 700, true}},
-        {"entr", wipe("wipe(left)"), {Kind::wipe, Side::left, 700, true}},
-        {"entr", wipe("checkerboard(across)"), {Kind::fade, Side::left, 700, true}},
-        {"entr", moving("ppt_x", "#ppt_x", "#ppt_x") + moving("ppt_y", "1+#ppt_h/2", "#ppt_y"), {Kind::fly, Side::bottom, 500, true}},
-        {"entr", moving("ppt_x", "0-#ppt_w/2", "#ppt_x"), {Kind::fly, Side::left, 500, true}},
-        {"exit", moving("ppt_x", "ppt_x", "1+ppt_w/2"), {Kind::fly, Side::right, 500, false}},
-        {"entr", moving("ppt_w", "0", "#ppt_w") + wipe("fade"), {Kind::zoom, Side::left, 700, true}},
-        {"entr", moving("ppt_y", "#ppt_y+.1", "#ppt_y"), {Kind::fade, Side::left, 500, true}},
-        {"entr", "", {}},  // appear
-    };
-    for (const auto& c : cases) {
+    // The effect's class, its behaviours: what is drawn.
+    for (const auto& [cls, behaviours, expected] : std::vector<std::tuple<std::string, std::string, DrawnEffect>>{
+             {"entr", wipe("fade"), {Kind::fade, Side::left, 700, true}},
+             {"entr", wipe("wipe(down)"), {Kind::wipe, Side::bottom, 700, true}},
+             {"entr", wipe("wipe(left)"), {Kind::wipe, Side::left, 700, true}},
+             {"entr", wipe("checkerboard(across)"), {Kind::fade, Side::left, 700, true}},
+             {"entr", moving("ppt_x", "#ppt_x", "#ppt_x") + moving("ppt_y", "1+#ppt_h/2", "#ppt_y"), {Kind::fly, Side::bottom, 500, true}},
+             {"entr", moving("ppt_x", "0-#ppt_w/2", "#ppt_x"), {Kind::fly, Side::left, 500, true}},
+             {"exit", moving("ppt_x", "ppt_x", "1+ppt_w/2"), {Kind::fly, Side::right, 500, false}},
+             {"entr", moving("ppt_w", "0", "#ppt_w") + wipe("fade"), {Kind::zoom, Side::left, 700, true}},
+             {"entr", moving("ppt_y", "#ppt_y+.1", "#ppt_y"), {Kind::fade, Side::left, 500, true}},
+             {"entr", "", {}}}) {  // appear
         // The effect plays by itself one second into the slide.
         const auto prepared = PlayoutTimeline::evaluate(slideXml(
             textBox("3", 0, para("x")),
             timing("<p:par><p:cTn><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:par><p:cTn>"
                    "<p:stCondLst><p:cond delay=\"1000\"/></p:stCondLst><p:childTnLst>" +
-                   effect(c.cls, c.behaviours) + "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>")));
-        ASSERT_EQ(prepared.states.size(), 2u) << c.behaviours;
+                   effect(cls, behaviours) + "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>")));
+        ASSERT_EQ(prepared.states.size(), 2u) << behaviours;
         ASSERT_EQ(prepared.effects.size(), 2u);
-        EXPECT_EQ(prepared.effects[1], c.expected) << c.behaviours;
+        EXPECT_EQ(prepared.effects[1], expected) << behaviours;
     }
 }
 

@@ -44,10 +44,6 @@ TEST(LinkSweepTest, HrefsAndSrcsThatCouldLeadOutsideTheirPartPointToNothing) {
 // One deck with a link of every kind out of it, swept and written as a
 // storyboard: nothing in it leads out, the allowed picture is inside it.
 TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRuleAllows) {
-    const auto linkedPicture = [](const std::string& id, const std::string& blip) {
-        return "<p:pic><p:nvPicPr><p:cNvPr id=\"" + id + "\" name=\"p\"/><p:cNvPicPr/><p:nvPr/></p:nvPicPr>"
-               "<p:blipFill>" + blip + "</p:blipFill><p:spPr/></p:pic>";
-    };
     TempDir dir;
     const fs::path folder = fs::canonical(dir.path());
     fs::create_directories(folder / "aula");
@@ -57,10 +53,10 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
     const std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\"><image href=\"file:///etc/x.png\"/></svg>";
     auto entries = DeckBuilder()
         .addSlide(slideXml("", "", "show=\"0\""), {{"rIdL", "slideLayout", "../slideLayouts/slideLayout1.xml"}})
-        .addSlide(slideXml(linkedPicture("2", "<a:blip r:link=\"rId2\"/>") +
-                           linkedPicture("3", "<a:blip r:embed=\"rId5\" r:link=\"rId3\"/>") +
-                           linkedPicture("4", "<a:blip r:link=\"rId4\"/>") +
-                           linkedPicture("6", "<a:blip r:link=\"rId6\"/>")),
+        .addSlide(slideXml(pictureWith("2", "", "<a:blip r:link=\"rId2\"/>") +
+                           pictureWith("3", "", "<a:blip r:embed=\"rId5\" r:link=\"rId3\"/>") +
+                           pictureWith("4", "", "<a:blip r:link=\"rId4\"/>") +
+                           pictureWith("6", "", "<a:blip r:link=\"rId6\"/>")),
                   {{"rIdL", "slideLayout", "../slideLayouts/slideLayout1.xml"},
                    {"rId2", "image", "verde.png", true},
                    {"rId3", "image", "http://h/a.png", true},
@@ -69,7 +65,7 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
                    {"rId6", "image", "pipe.png", true},
                    {"rId7", "hyperlink", "http://h/", true},
                    {"rId8", "chart", "../charts/chart1.xml"}})
-        .addEntry("ppt/slideLayouts/slideLayout1.xml", slideXml(linkedPicture("2", "<a:blip r:link=\"rId1\"/>")))
+        .addEntry("ppt/slideLayouts/slideLayout1.xml", slideXml(pictureWith("2", "", "<a:blip r:link=\"rId1\"/>")))
         .addEntry("ppt/slideLayouts/_rels/slideLayout1.xml.rels",
                   relationshipsXml({{"rId1", "image", "file://" + (folder / "fora.png").string(), true}}))
         .addEntry("ppt/charts/chart1.xml", std::string("<c:chartSpace/>"))

@@ -20,19 +20,11 @@ using namespace std::string_literals;
 
 namespace {
 
-// Where every slide's picture or video lies: x 240..420, y 135..243 of MovieFrames' frame.
-const std::string kRect = "<a:xfrm><a:off x=\"6096000\" y=\"3429000\"/><a:ext cx=\"4572000\" cy=\"2743200\"/></a:xfrm>";
+std::string linkedPicture(const std::string& id) { return mediaPicture(id, "", "<a:blip r:link=\"rId2\"/>"); }
+// Shape 3, a video linked through rId2 whose poster is rId9.
+const std::string kLinkedVideo = mediaPicture("3", "<a:videoFile r:link=\"rId2\"/>", "<a:blip r:embed=\"rId9\"/>");
 
-std::string pic(const std::string& id, const std::string& nvPr, const std::string& blip) {
-    return "<p:pic><p:nvPicPr><p:cNvPr id=\"" + id + "\" name=\"m\"/><p:cNvPicPr/><p:nvPr>" + nvPr +
-           "</p:nvPr></p:nvPicPr><p:blipFill>" + blip + "<a:stretch><a:fillRect/></a:stretch></p:blipFill><p:spPr>" +
-           kRect + "<a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom></p:spPr></p:pic>";
-}
-std::string linkedPicture(const std::string& id) { return pic(id, "", "<a:blip r:link=\"rId2\"/>"); }
-// Shape 3, a video linked through rId2 whose poster is rId9, started 500 ms into its slide.
-const std::string kLinkedVideo = pic("3", "<a:videoFile r:link=\"rId2\"/>", "<a:blip r:embed=\"rId9\"/>");
-
-// The mean gray of the rectangle in a frame.
+// The mean gray of a frame inside the media's rectangle, 10 pixels in from its sides.
 int meanGray(const std::string& frame) {
     long sum = 0, count = 0;
     for (int y = 145; y < 233; ++y) {
@@ -91,15 +83,15 @@ protected:
         const std::string ole =
             graphicFrame("6", "<a:graphicData uri=\"http://schemas.openxmlformats.org/presentationml/2006/ole\">"
                               "<p:oleObj r:id=\"rId5\" progId=\"Excel.Sheet.12\"><p:link updateAutomatic=\"1\"/>" +
-                                  pic("60", "", "<a:blip r:embed=\"rId9\"/>") + "</p:oleObj></a:graphicData>");
+                                  mediaPicture("60", "", "<a:blip r:embed=\"rId9\"/>") + "</p:oleObj></a:graphicData>");
         const std::string hyperlink = "<p:sp><p:nvSpPr><p:cNvPr id=\"7\" name=\"t\"/><p:cNvSpPr txBox=\"1\"/><p:nvPr/>"
                                       "</p:nvSpPr><p:spPr/><p:txBody><a:bodyPr/><a:p><a:r><a:rPr><a:hlinkClick "
                                       "r:id=\"rId6\"/></a:rPr><a:t>link</a:t></a:r></a:p></p:txBody></p:sp>";
         std::string chart = columnChartXml(1, 2);
         chart.insert(chart.rfind("</c:chartSpace>"), "<c:externalData r:id=\"rId1\"/>");
         DeckBuilder builder;
-        builder.addSlide(slideXml(linkedPicture("2") + pic("4", "", "<a:blip r:link=\"rId3\"/>") +
-                                  pic("5", "<a:audioFile r:link=\"rId4\"/>", "<a:blip r:embed=\"rId9\"/>") + ole +
+        builder.addSlide(slideXml(linkedPicture("2") + mediaPicture("4", "", "<a:blip r:link=\"rId3\"/>") +
+                                  mediaPicture("5", "<a:audioFile r:link=\"rId4\"/>", "<a:blip r:embed=\"rId9\"/>") + ole +
                                   hyperlink + chartFrame("8", "rId7")),
                          {{"rId2", "image", s.url("http", "p.png"), true},
                           {"rId3", "image", s.url("smb", "share/p.png"), true},

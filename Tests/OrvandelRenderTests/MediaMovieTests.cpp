@@ -16,23 +16,13 @@ using namespace orvandel::test;
 
 namespace {
 
-// Where the media sit on the 1920x1080 frame, in MovieFrames' quarter-size
-// gray pixels: x 240..420, y 135..243.
-constexpr int kLeft = 240, kTop = 135, kWide = 180, kHigh = 108;
-const std::string kRect = "<a:xfrm><a:off x=\"6096000\" y=\"3429000\"/><a:ext cx=\"4572000\" cy=\"2743200\"/></a:xfrm>";
-
-std::string mediaPicture(const std::string& nvPr, const std::string& blip) {
-    return "<p:pic><p:nvPicPr><p:cNvPr id=\"3\" name=\"m\"/><p:cNvPicPr/><p:nvPr>" + nvPr +
-           "</p:nvPr></p:nvPicPr><p:blipFill><a:blip r:embed=\"" + blip + "\"/></p:blipFill><p:spPr>" + kRect +
-           "</p:spPr></p:pic>";
-}
-
 // The part of a quarter-size gray frame inside (or, with outside, around) the media's rectangle.
 std::string region(const std::string& frame, bool outside = false) {
     std::string out;
     for (int y = 0; y < kHeight; ++y) {
         for (int x = 0; x < kWidth; ++x) {
-            const bool in = x >= kLeft && x < kLeft + kWide && y >= kTop && y < kTop + kHigh;
+            const bool in = x >= kMediaLeft && x < kMediaLeft + kMediaWide && y >= kMediaTop &&
+                            y < kMediaTop + kMediaHigh;
             if (in != outside) out += frame[std::size_t(y) * kWidth + std::size_t(x)];
         }
     }
@@ -66,11 +56,9 @@ double maxVolume(const std::filesystem::path& movie, std::int64_t fromMs, std::i
 //    plays: once prepared it starts at 500 ms of the slide's 4.5 s;
 // 2. an animated GIF of four frames of 250 ms looping forever: 3.5 s;
 // 3. a video whose entry is not a movie: its poster stays, 4.5 s.
-class MediaMovieTest : public testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        if (!canRender()) return;
-        dir_ = std::make_unique<TempDir>();
+class MediaMovieTest : public RenderedOnce<MediaMovieTest> {
+public:
+    static void render() {
         const auto& d = *dir_;
         ffmpeg({"-f", "lavfi", "-i", "testsrc=size=320x192:rate=25:duration=3", "-f", "lavfi", "-i",
                 "sine=frequency=440:duration=3", "-c:v", "libx264", "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest",
@@ -79,14 +67,14 @@ protected:
         // Four frames of one gray each, far apart.
         ffmpeg({"-f", "lavfi", "-i", "nullsrc=s=160x96:r=4:d=1,geq=lum='20+60*N':cb=128:cr=128", "-loop", "0",
                 (d / "anim.gif").string()});
-        const std::string video = "<a:videoFile r:link=\"rId2\"/>";
+        const std::string video = "<a:videoFile r:link=\"rId2\"/>", poster = "<a:blip r:embed=\"rId9\"/>";
         const std::vector<Relationship> videoRels{{"rId2", "video", "../media/clip.mp4"},
                                                   {"rId9", "image", "../media/poster.png"}};
         DeckBuilder()
-            .addSlide(slideXml(textBox("2", 365125, para("Video")) + mediaPicture(video, "rId9"), playOnClick("3000")),
+            .addSlide(slideXml(textBox("2", 365125, para("Video")) + mediaPicture("3", video, poster), playOnClick("3000")),
                       videoRels)
-            .addSlide(slideXml(mediaPicture("", "rId9")), {{"rId9", "image", "../media/anim.gif"}})
-            .addSlide(slideXml(mediaPicture(video, "rId9"), playOnClick("3000")),
+            .addSlide(slideXml(mediaPicture("3", "", poster)), {{"rId9", "image", "../media/anim.gif"}})
+            .addSlide(slideXml(mediaPicture("3", video, poster), playOnClick("3000")),
                       {{"rId2", "video", "../media/broken.mp4"}, {"rId9", "image", "../media/poster.png"}})
             .addEntry("ppt/media/clip.mp4", readFile(d / "clip.mp4"))
             .addEntry("ppt/media/poster.png", readFile(d / "poster.png"))
@@ -98,23 +86,15 @@ protected:
                                          {.warn = [](const Warning& w) { warnings_.push_back(w); }});
         movie_ = std::make_unique<MovieFrames>(d / "master.mp4");
     }
-    static void TearDownTestSuite() {
-        movie_.reset();
-        dir_.reset();
-    }
-    void SetUp() override {
-        if (!movie_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
-    }
     // The source video's frame on screen `ms` after its start (25 a second), scaled to the rectangle.
     static std::string sourceAt(std::int64_t ms) {
         return Subprocess::run({"ffmpeg", "-v", "error", "-i", (*dir_ / "clip.mp4").string(), "-vf",
-                                "select=eq(n\\," + std::to_string(ms / 40) + "),scale=" + std::to_string(kWide) +
-                                    ":" + std::to_string(kHigh),
+                                "select=eq(n\\," + std::to_string(ms / 40) + "),scale=" + std::to_string(kMediaWide) +
+                                    ":" + std::to_string(kMediaHigh),
                                 "-frames:v", "1", "-pix_fmt", "gray", "-f", "rawvideo", "-"})
             .standardOutput;
     }
 
-    static inline std::unique_ptr<TempDir> dir_;
     static inline std::unique_ptr<MovieFrames> movie_;
     static inline std::vector<Warning> warnings_;
 };

@@ -6,12 +6,14 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "base/Numbers.hpp"
+#include "DeckBuilder.hpp"
 #include "TestSupport.hpp"
+#include "base/Numbers.hpp"
 #include "base/Subprocess.hpp"
 
 namespace orvandel::test {
@@ -57,6 +59,15 @@ inline bool keepsText(const std::string& before, const std::string& after) {
     return true;
 }
 
+// Where the media tests put a picture or a video: x 240..420, y 135..243 of
+// the gray frame. Shape `id`, stretched over it; `nvPr` in its p:nvPr, `blip` its a:blip.
+inline constexpr int kMediaLeft = 240, kMediaTop = 135, kMediaWide = 180, kMediaHigh = 108;
+inline std::string mediaPicture(const std::string& id, const std::string& nvPr, const std::string& blip) {
+    return pictureWith(id, nvPr, blip + "<a:stretch><a:fillRect/></a:stretch>",
+                       "<a:xfrm><a:off x=\"6096000\" y=\"3429000\"/><a:ext cx=\"4572000\" cy=\"2743200\"/></a:xfrm>"
+                       "<a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom>");
+}
+
 struct MovieFrames {
     explicit MovieFrames(const std::filesystem::path& movie) : timesMs(frameTimesMs(movie)), pixels(grayFrames(movie)) {}
 
@@ -69,6 +80,24 @@ struct MovieFrames {
 
     std::vector<std::int64_t> timesMs;
     std::string pixels;  // kWidth x kHeight bytes per frame, in order
+};
+
+// A suite that renders once for all its tests: Suite::render() makes its
+// decks and movies in dir_, which lasts until the suite is done. Every test
+// skips where LibreOffice, poppler or ffmpeg are missing.
+template <class Suite>
+class RenderedOnce : public testing::Test {
+public:
+    static void SetUpTestSuite() {
+        if (!canRender()) return;
+        dir_ = std::make_unique<TempDir>();
+        Suite::render();
+    }
+    static void TearDownTestSuite() { dir_.reset(); }
+    void SetUp() override {
+        if (!dir_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
+    }
+    static inline std::unique_ptr<TempDir> dir_;
 };
 
 }  // namespace orvandel::test

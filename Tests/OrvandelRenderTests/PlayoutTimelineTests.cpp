@@ -75,21 +75,14 @@ TEST(PlayoutTimelineTest, ReferencesMediaAndTriggersFollowTheTimingTree) {
 
     // The video plays 500 ms in; shape 6 enters when the video's call ends
     // plus 250 ms; shape 5 only on a click on shape 2, so never.
-    const std::string media =
-        "<p:par><p:cTn presetClass=\"mediacall\" nodeType=\"withEffect\"><p:stCondLst><p:cond delay=\"500\"/>"
-        "</p:stCondLst><p:childTnLst><p:cmd type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn id=\"9\" dur=\"4000\"/>"
-        "<p:tgtEl>" + shape("3") + "</p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>";
     const std::string afterVideo = "<p:par><p:cTn><p:stCondLst><p:cond evt=\"onEnd\" delay=\"250\"><p:tn val=\"9\"/>"
                                    "</p:cond></p:stCondLst><p:childTnLst>" + fade("withEffect", shape("6")) +
                                    "</p:childTnLst></p:cTn></p:par>";
     const std::string trigger = "<p:seq><p:cTn id=\"20\" nodeType=\"interactiveSeq\"><p:stCondLst><p:cond evt=\"onClick\" "
                                 "delay=\"0\"><p:tgtEl>" + shape("2") + "</p:tgtEl></p:cond></p:stCondLst><p:childTnLst>" +
                                 click(fade("clickEffect", shape("5"))) + "</p:childTnLst></p:cTn></p:seq>";
-    const std::string onBegin =
-        "<p:par><p:cTn><p:stCondLst><p:cond delay=\"indefinite\"/><p:cond evt=\"onBegin\" delay=\"0\"><p:tn val=\"2\"/>"
-        "</p:cond></p:stCondLst><p:childTnLst><p:par><p:cTn><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst>"
-        "<p:childTnLst>" + media + "</p:childTnLst></p:cTn></p:par>" + afterVideo + "</p:childTnLst></p:cTn></p:par>";
-    const auto playout = PlayoutTimeline::evaluate(slideXml("", timing(onBegin, "mainSeq", trigger)));
+    const auto playout = PlayoutTimeline::evaluate(
+        slideXml("", timing(opening(playVideo("3", "4000", "500", " id=\"9\""), afterVideo), "mainSeq", trigger)));
     EXPECT_EQ(playout.media, (std::vector<MediaStart>{{"3", 500}}));
     EXPECT_EQ(playout.states, (std::vector<PlayoutState>{{0, {whole("5"), whole("6")}}, {4750, {whole("5")}}}));
     EXPECT_EQ(playout.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 4750}));
@@ -166,15 +159,6 @@ TEST(PlayoutTimelineTest, SlidesThatOpenWithMediaShowEachBulletBetweenItsCues) {
     const std::string video = picture("5", "rId9", "<a:videoFile r:link=\"rId2\"/>");
     const std::vector<Relationship> rels{{"rId2", "video", "../media/media1.mp4"}, {"rId9", "image", "../media/image1.png"},
                                          {"rId5", "image", "../media/image2.gif"}};
-    const auto opening = [](const std::string& effects) {
-        return "<p:par><p:cTn><p:stCondLst><p:cond delay=\"indefinite\"/><p:cond evt=\"onBegin\" delay=\"0\"><p:tn "
-               "val=\"2\"/></p:cond></p:stCondLst><p:childTnLst><p:par><p:cTn><p:stCondLst><p:cond delay=\"0\"/>"
-               "</p:stCondLst><p:childTnLst>" + effects + "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>";
-    };
-    const std::string playVideo =
-        "<p:par><p:cTn presetClass=\"mediacall\" nodeType=\"withEffect\"><p:stCondLst><p:cond delay=\"0\"/>"
-        "</p:stCondLst><p:childTnLst><p:cmd type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn dur=\"9000\"/>"
-        "<p:tgtEl>" + shape("5") + "</p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>";
     const std::string bullets = click(fade("clickEffect", paragraph(0))) + click(fade("clickEffect", paragraph(1))) +
                                 click(fade("clickEffect", paragraph(2)));
     const std::string text = textBox("3", 1825625, para("Um", kBullet) + para("Dois", kBullet) + para("Tres", kBullet));
@@ -182,7 +166,7 @@ TEST(PlayoutTimelineTest, SlidesThatOpenWithMediaShowEachBulletBetweenItsCues) {
     // when the first bullet appears.
     for (const auto& [what, shapes, chain, videoMs, gifMs, firstBulletMs] :
          std::vector<std::tuple<const char*, std::string, std::string, SlideDurations, SlideDurations, std::int64_t>>{
-             {"a 9 s opening video", video + text, opening(playVideo), {{1, 9000}}, {}, 10000},
+             {"a 9 s opening video", video + text, opening(playVideo("5", "9000", "0")), {{1, 9000}}, {}, 10000},
              {"an opening entrance", textBox("4", 365125, para("Titulo")) + text,
               opening(fade("afterEffect", shape("4"))), {}, {}, 1500},
              {"a GIF beside the bullets", picture("6", "rId5") + text, "", {}, {{1, 3000}}, 1000}}) {

@@ -46,43 +46,40 @@ TEST(RawVideoStreamTest, FfmpegReadsExactTimesAndSamplesAndMayStopEarly) {
     if (test::slowTestsSkipped() || !test::haveProgram("ffmpeg")) GTEST_SKIP() << "needs ffmpeg";
     std::vector<std::int64_t> manyFrames(20000);
     std::generate(manyFrames.begin(), manyFrames.end(), [ms = -40]() mutable { return ms += 40; });
-    struct Case {
-        FrameSize size;
-        std::vector<std::int64_t> ms;
-        bool pieceRows;  // a piece per row: more pieces than one writev takes
-        int stopAfter;
-    };
-    const std::vector<Case> cases = {{{64, 36}, {0, 33, 67, 1000, 4999}, false, 0},
-                                     {{1920, 1080}, {0, 41}, true, 0},  // frames larger than the pipe
-                                     {{64, 36}, manyFrames, false, 2}};
-    for (const auto& c : cases) {
+    // The frame size, the frames' times, whether each row is a piece of its own (more pieces than one writev
+    // takes), after how many frames ffmpeg stops reading (0: never).
+    using Case = std::tuple<FrameSize, std::vector<std::int64_t>, bool, int>;
+    for (const auto& [size, ms, pieceRows, stopAfter] : std::vector<Case>{
+             {{64, 36}, {0, 33, 67, 1000, 4999}, false, 0},
+             {{1920, 1080}, {0, 41}, true, 0},  // frames larger than the pipe
+             {{64, 36}, manyFrames, false, 2}}) {
         std::vector<std::string> argv{"ffmpeg", "-v", "error", "-f", "matroska", "-i", "pipe:0"};
-        if (c.stopAfter) argv.insert(argv.end(), {"-frames:v", std::to_string(c.stopAfter)});
+        if (stopAfter) argv.insert(argv.end(), {"-frames:v", std::to_string(stopAfter)});
         argv.insert(argv.end(), {"-fps_mode", "passthrough", "-enc_time_base", "1:1000", "-f", "framecrc", "pipe:1"});
         std::vector<FrameLine> expected;
         bool stopped = false;
         const auto r = Subprocess::run(argv, {.timeout = std::chrono::minutes(2), .standardInput = [&](int fd) {
-            RawVideoStream stream(fd, c.size);
-            for (std::size_t i = 0; i < c.ms.size(); ++i) {
-                std::vector<std::uint8_t> frame(std::size_t(c.size.width) * c.size.height * 3 / 2);
+            RawVideoStream stream(fd, size);
+            for (std::size_t i = 0; i < ms.size(); ++i) {
+                std::vector<std::uint8_t> frame(std::size_t(size.width) * size.height * 3 / 2);
                 for (std::size_t k = 0; k < frame.size(); ++k) frame[k] = std::uint8_t((k * 2654435761u >> 13) + i);
                 std::vector<std::span<const std::uint8_t>> pieces;
-                const std::size_t step = c.pieceRows ? std::size_t(c.size.width) : frame.size();
+                const std::size_t step = pieceRows ? std::size_t(size.width) : frame.size();
                 for (std::size_t at = 0; at < frame.size(); at += step) pieces.emplace_back(frame.data() + at, step);
-                if (!stream.frame(c.ms[i], pieces)) {
+                if (!stream.frame(ms[i], pieces)) {
                     stopped = !stream.open();
                     return;
                 }
                 // Every frame says it lasts 1 ms: a movie's muxer takes the next
                 // frame's start where it comes later, so the last one ends the movie
                 // 1 ms on. (ffmpeg told to stop early times frames by their spacing.)
-                if (!c.stopAfter || i < std::size_t(c.stopAfter)) {
-                    expected.emplace_back(c.ms[i], c.stopAfter ? 40 : 1, frameCrc(frame));
+                if (!stopAfter || i < std::size_t(stopAfter)) {
+                    expected.emplace_back(ms[i], stopAfter ? 40 : 1, frameCrc(frame));
                 }
             }
         }});
         EXPECT_TRUE(r.succeeded()) << r.standardError;
-        EXPECT_EQ(framecrcLines(r.standardOutput), expected) << c.size.width;
-        EXPECT_EQ(stopped, c.stopAfter > 0) << c.size.width;
+        EXPECT_EQ(framecrcLines(r.standardOutput), expected) << size.width;
+        EXPECT_EQ(stopped, stopAfter > 0) << size.width;
     }
 }

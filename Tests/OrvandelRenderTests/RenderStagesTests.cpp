@@ -1,13 +1,16 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "FrameSize.hpp"
 #include "PageRasterizer.hpp"
 #include "RenderPlan.hpp"
 #include "Timeline.hpp"
+#include "rewrite/TransitionWriter.hpp"
 
 using namespace orvandel;
+using testing::HasSubstr;
 
-TEST(TimelineTest, EveryStillLastsItsMillisecondsAndTheTotalIsExact) {
+TEST(TimelineTest, EveryStillLastsItsMillisecondsMovingMediaTake30FramesASecondAndTheTotalIsExact) {
     const std::vector<TimelineEntry> entries{{"a.y4m", 1234}, {"it's.y4m", 2500}};
     EXPECT_EQ(Timeline::ffconcat(entries, 1000),
               "ffconcat version 1.0\n"
@@ -21,6 +24,16 @@ TEST(TimelineTest, EveryStillLastsItsMillisecondsAndTheTotalIsExact) {
     // Without periodic frames: one frame per still plus the closing one.
     EXPECT_EQ(Timeline::ffconcat({{"a.y4m", 1}}, 0), "ffconcat version 1.0\nfile 'a.y4m'\n");
     EXPECT_EQ(Timeline::frameCount(entries, 0), 3);
+
+    // Where media move: 30 frames a second.
+    const std::vector<TimelineEntry> media{{"a.y4m", 1500}, {"b.y4m", 2000}};
+    // 1200..1300 at 33, 33, 34 ms; b starts on its own frame at 1500.
+    EXPECT_THAT(Timeline::ffconcat(media, 1000, {{1200, 1300}, {3400, 3500}}),
+                HasSubstr("duration 0.2\nfile 'a.y4m'\nduration 0.033\nfile 'a.y4m'\nduration 0.033\nfile 'a.y4m'\n"
+                          "duration 0.034\nfile 'a.y4m'\nduration 0.2\nfile 'b.y4m'\nduration 1\n"));
+    // Three frames at 30 per second where each span lies, one more after each
+    // start, and the last span's third frame cut short by the closing one.
+    EXPECT_EQ(Timeline::frameCount(media, 1000, {{1200, 1300}, {3400, 3500}}), 12);
 }
 
 TEST(RenderPlanTest, FramesFitTheSlideAndPagesAreDealtToWorkersInRuns) {
@@ -39,11 +52,7 @@ TEST(RenderPlanTest, FramesFitTheSlideAndPagesAreDealtToWorkersInRuns) {
 TEST(RenderPlanTest, AdvanceTimeComesFromTheTransitionBlockOnly) {
     const std::string prefix =
         "<p:sld><p:cSld><p:spTree><a:x advTm=\"9\"/></p:spTree></p:cSld>";
-    EXPECT_EQ(RenderPlanReader::advanceTimeMs(
-                  prefix + "<mc:AlternateContent><mc:Choice><p:transition p14:dur=\"0\" advClick=\"0\" "
-                           "advTm=\"7500\"/></mc:Choice><mc:Fallback><p:transition advClick=\"0\" "
-                           "advTm=\"7500\"/></mc:Fallback></mc:AlternateContent></p:sld>"),
-              7500);
+    EXPECT_EQ(RenderPlanReader::advanceTimeMs(prefix + TransitionWriter::block(7500) + "</p:sld>"), 7500);
     EXPECT_EQ(RenderPlanReader::advanceTimeMs(prefix + "<p:transition spd=\"slow\"/></p:sld>"), std::nullopt);
     EXPECT_EQ(RenderPlanReader::advanceTimeMs(prefix + "</p:sld>"), std::nullopt);
 }

@@ -25,11 +25,9 @@ using namespace orvandel::test;
 //    its 6 s; pages 11 to 14;
 // 6. a column chart built by category, likewise: pages 15 to 18;
 // 7. a diagram of three boxes built one by one, likewise: pages 19 to 22.
-class StepByStepMovieTest : public testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        if (!canRender()) return;
-        dir_ = std::make_unique<TempDir>();
+class StepByStepMovieTest : public RenderedOnce<StepByStepMovieTest> {
+public:
+    static void render() {
         DeckBuilder deck;
         for (const auto& [name, xml] : diagramDefinitionParts()) deck.addEntry(name, xml);
         deck.addSlide(bulletSlide())
@@ -63,19 +61,11 @@ protected:
                                                 }});
         movie_ = std::make_unique<MovieFrames>(*dir_ / "master.mp4");
     }
-    static void TearDownTestSuite() {
-        movie_.reset();
-        dir_.reset();
-    }
-    void SetUp() override {
-        if (!movie_) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
-    }
     static std::string byParts(const std::string& step, int series, int category) {
         return click(fade("clickEffect", chartPart("4", step, series, category)));
     }
     static std::string page(int n) { return grayFrames(*dir_ / "stills" / ("still-" + std::to_string(n) + ".tif")); }
 
-    static inline std::unique_ptr<TempDir> dir_;
     static inline std::unique_ptr<MovieFrames> movie_;
     static inline std::vector<std::string> stages_;
 };

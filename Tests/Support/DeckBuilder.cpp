@@ -27,8 +27,14 @@ std::string override_(const std::string& part, const std::string& type) {
 }  // namespace
 
 std::string picture(const std::string& id, const std::string& embed, const std::string& nvPr) {
+    return pictureWith(id, nvPr, "<a:blip r:embed=\"" + embed + "\"/>");
+}
+
+std::string pictureWith(const std::string& id, const std::string& nvPr, const std::string& blipFill,
+                        const std::string& spPr) {
     return "<p:pic><p:nvPicPr><p:cNvPr id=\"" + id + "\" name=\"Imagem\"/><p:cNvPicPr/><p:nvPr>" + nvPr +
-           "</p:nvPr></p:nvPicPr><p:blipFill><a:blip r:embed=\"" + embed + "\"/></p:blipFill><p:spPr/></p:pic>";
+           "</p:nvPr></p:nvPicPr><p:blipFill>" + blipFill + "</p:blipFill>" +
+           (spPr.empty() ? "<p:spPr/>" : "<p:spPr>" + spPr + "</p:spPr>") + "</p:pic>";
 }
 
 std::string slideXml(const std::string& spTreeInner, const std::string& afterCSld, const std::string& rootAttrs) {

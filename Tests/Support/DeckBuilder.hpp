@@ -21,6 +21,9 @@ inline const std::string kTextBox =
     "<p:sp><p:nvSpPr><p:cNvPr id=\"2\" name=\"t\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/></p:sp>";
 // A picture: shape `id` showing image relationship `embed`, `nvPr` inside its p:nvPr.
 std::string picture(const std::string& id, const std::string& embed, const std::string& nvPr = "");
+// The same with the fill's content (an a:blip and what follows it) and the shape properties given.
+std::string pictureWith(const std::string& id, const std::string& nvPr, const std::string& blipFill,
+                        const std::string& spPr = "");
 // Shape 3, a video linked through rId2 (poster frame rId9).
 inline const std::string kVideo = picture("3", "rId9", "<a:videoFile r:link=\"rId2\"/>");
 

@@ -107,11 +107,10 @@ inline std::vector<std::pair<std::string, std::string>> diagramDefinitionParts()
 
 // The slide relationships of a diagram whose parts are ppt/diagrams/<part>1.xml.
 inline std::vector<Relationship> diagramRelationships() {
-    const std::string base = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/";
-    return {{"rIdD", base + "diagramData", "../diagrams/data1.xml"},
-            {"rIdL", base + "diagramLayout", "../diagrams/layout1.xml"},
-            {"rIdQ", base + "diagramQuickStyle", "../diagrams/quickStyle1.xml"},
-            {"rIdC", base + "diagramColors", "../diagrams/colors1.xml"},
+    return {{"rIdD", "diagramData", "../diagrams/data1.xml"},
+            {"rIdL", "diagramLayout", "../diagrams/layout1.xml"},
+            {"rIdQ", "diagramQuickStyle", "../diagrams/quickStyle1.xml"},
+            {"rIdC", "diagramColors", "../diagrams/colors1.xml"},
             {"rIdW", "http://schemas.microsoft.com/office/2007/relationships/diagramDrawing", "../diagrams/drawing1.xml"}};
 }
 

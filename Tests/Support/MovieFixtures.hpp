@@ -1,10 +1,15 @@
 #pragma once
-// Movie files built byte by byte.
+// Movie files built byte by byte, and a renderer that writes them.
+#include <gtest/gtest.h>
+
 #include <cstdint>
+#include <filesystem>
+#include <functional>
 #include <initializer_list>
 #include <string>
 
 #include "base/Bytes.hpp"
+#include "render/Mp4Exporting.hpp"
 
 namespace orvandel::test {
 
@@ -72,6 +77,25 @@ inline Bytes stillsMovie(std::uint32_t ms) {
 // ftyp, then moov holding only mvhd: enough to have a duration.
 inline Bytes craftedMovie(std::uint32_t timescale, std::uint64_t duration, int version = 0) {
     return joined({box("ftyp", toBytes("isom")), box("moov", mvhd(timescale, duration, version))});
+}
+
+// A renderer that runs `behaviour` on the movie's path instead of rendering,
+// and counts its calls.
+struct FakeRenderer : Mp4Exporting {
+    explicit FakeRenderer(std::function<void(const std::filesystem::path&)> b) : behaviour(std::move(b)) {}
+    void export_(const std::filesystem::path& deck, const std::filesystem::path& to, const std::function<bool()>&,
+                 const RenderHooks&) const override {
+        ++calls;
+        EXPECT_TRUE(std::filesystem::exists(deck));
+        behaviour(to);
+    }
+    std::function<void(const std::filesystem::path&)> behaviour;
+    mutable int calls = 0;
+};
+
+// One that writes a movie of `ms` milliseconds.
+inline FakeRenderer movieOf(std::int64_t ms) {
+    return FakeRenderer([ms](const std::filesystem::path& to) { writeFile(to, craftedMovie(1000, std::uint64_t(ms))); });
 }
 
 }  // namespace orvandel::test

@@ -40,10 +40,6 @@ std::vector<std::filesystem::path> corpusDecks() {
     return out;
 }
 
-bool isBrokenDeck(const std::filesystem::path& deck) {
-    return deck.filename().string().find("BROKEN") != std::string::npos;
-}
-
 bool slowTestsSkipped() {
     const char* env = std::getenv("ORVANDEL_SKIP_SLOW");
     return env && std::string(env) == "1";
@@ -67,6 +63,22 @@ bool eventually(const std::function<bool()>& condition, std::chrono::millisecond
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return true;
+}
+
+std::vector<MarkedProcess> processesWith(const std::string& entry) {
+    std::vector<MarkedProcess> found;
+    for (const auto& e : std::filesystem::directory_iterator("/proc")) {
+        try {
+            const std::string environment = '\0' + toString(readFile(e.path() / "environ"));
+            if (environment.find('\0' + entry) == std::string::npos) continue;
+            const std::string stat = toString(readFile(e.path() / "stat"));  // pid (name) state parent ...
+            const auto open = stat.find('('), close = stat.rfind(')');
+            found.push_back({std::stoi(stat), std::stoi(stat.substr(close + 4)), stat.substr(open + 1, close - open - 1)});
+        } catch (const Error&) {
+            // not a process, a zombie (its environment cannot be read), or not ours to read
+        }
+    }
+    return found;
 }
 
 std::vector<std::string> entriesNamed(const std::filesystem::path& dir, const std::string& part) {

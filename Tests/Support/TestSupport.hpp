@@ -22,7 +22,6 @@ namespace orvandel::test {
 std::filesystem::path corpusDir();
 // Every deck of the corpus, sorted by name; empty when the folder is absent.
 std::vector<std::filesystem::path> corpusDecks();
-bool isBrokenDeck(const std::filesystem::path& deck);
 
 std::filesystem::path sourceDir();
 std::filesystem::path cliPath();
@@ -51,6 +50,13 @@ inline void ffmpeg(const std::vector<std::string>& args) {
 bool isRunning(int pid);
 // Whether `condition` holds, asked every 20 ms until it does or `within` is over.
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds within);
+// A live process whose environment has an entry that begins with `entry`:
+// a run started with that entry (a marker, a TMPDIR), and all it started.
+struct MarkedProcess {
+    int pid, parent;
+    std::string name;
+};
+std::vector<MarkedProcess> processesWith(const std::string& entry);
 // The entries of `dir` whose file name contains `part`.
 std::vector<std::string> entriesNamed(const std::filesystem::path& dir, const std::string& part);
 

@@ -11,7 +11,6 @@
 #include "TimingFixtures.hpp"
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
-#include "base/Error.hpp"
 #include "base/Subprocess.hpp"
 #include "base/Uuid.hpp"
 
@@ -21,29 +20,6 @@ using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
 namespace {
-
-struct Process {
-    int pid, parent;
-    std::string name;
-};
-
-// The live processes whose environment holds `entry`: a run of orvandel
-// started with it, and everything that run started.
-std::vector<Process> processesWith(const std::string& entry) {
-    std::vector<Process> found;
-    for (const auto& e : fs::directory_iterator("/proc")) {
-        try {
-            const std::string environment = '\0' + toString(readFile(e.path() / "environ"));
-            if (environment.find('\0' + entry + '\0') == std::string::npos) continue;
-            const std::string stat = toString(readFile(e.path() / "stat"));  // pid (name) state parent ...
-            const auto open = stat.find('('), close = stat.rfind(')');
-            found.push_back({std::stoi(stat), std::stoi(stat.substr(close + 4)), stat.substr(open + 1, close - open - 1)});
-        } catch (const Error&) {
-            // not a process, a zombie (its environment cannot be read), or not ours to read
-        }
-    }
-    return found;
-}
 
 // `orvandel export` on a thread of its own, marked through its environment.
 class MarkedExport {
@@ -60,7 +36,7 @@ public:
     bool reaches(const std::string& name) const {
         return eventually([&] {
             const auto all = processesWith(marker_);
-            return std::any_of(all.begin(), all.end(), [&](const Process& p) { return p.name == name; });
+            return std::any_of(all.begin(), all.end(), [&](const MarkedProcess& p) { return p.name == name; });
         }, 3min);
     }
 

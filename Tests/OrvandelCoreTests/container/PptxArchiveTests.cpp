@@ -14,14 +14,6 @@
 #include "container/XMLEmitter.hpp"
 #include "container/ZipArchive.hpp"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define ORVANDEL_UNDER_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define ORVANDEL_UNDER_ASAN 1
-#endif
-#endif
-
 using namespace orvandel;
 using PptxArchive::ArchiveError;
 namespace fs = std::filesystem;
@@ -67,7 +59,7 @@ TEST(PptxArchiveCorpusTest, EveryDeckListsReadsAndRewritesAsUnzipDoesAndItsTimin
     };
     for (const auto& deck : test::corpusDecks()) {
         SCOPED_TRACE(deck.filename().string());
-        if (test::isBrokenDeck(deck)) {
+        if (deck.filename().string().find("BROKEN") != std::string::npos) {  // damaged on purpose
             EXPECT_THROW(ZipArchive::entryNames(deck), ZipArchive::ZipError);
             EXPECT_THROW(ZipArchive::rewrite(deck, {}, dir / "broken.pptx"), ZipArchive::ZipError);
             const auto error = failure(deck, "ppt/presentation.xml");
@@ -210,15 +202,14 @@ TEST(PptxArchiveTest, InflationStopsAtTheDeclaredSizeUnderAMemoryLimit) {
     Bytes bomb;
     for (int i = 0; i < 1024; ++i) bomb.insert(bomb.end(), block.begin(), block.end());
     bomb.insert(bomb.end(), {0x03, 0x00});
-    test::RawEntry claimsKiB{"bomb.xml", Bytes(1024, 0), true, false, 0, {}, {}, {}, bomb};
-    test::RawEntry claimsHuge{"huge.xml", Bytes(100, 'h')};
-    claimsHuge.declaredSize = 0xFFFFFFFE;
+    const test::RawEntry claimsKiB{.name = "bomb.xml", .data = Bytes(1024, 0), .payload = bomb};
+    const test::RawEntry claimsHuge{.name = "huge.xml", .data = Bytes(100, 'h'), .declaredSize = 0xFFFFFFFE};
     writeFile(dir / "bomb.zip", test::buildZip({claimsKiB, claimsHuge}));
 
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-#ifndef ORVANDEL_UNDER_ASAN
+#ifndef __SANITIZE_ADDRESS__  // the sanitizer reserves far more address space
         long pages = 0;  // what the process holds now
         std::ifstream("/proc/self/statm") >> pages;
         const rlim_t limit = static_cast<rlim_t>(pages) * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (256u << 20);

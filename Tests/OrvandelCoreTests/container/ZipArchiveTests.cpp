@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <tuple>
 
 #include "TestSupport.hpp"
 #include "ZipFixtures.hpp"
@@ -93,18 +94,19 @@ TEST(ZipArchiveTest, MalformedDirectoriesAreTypedErrors) {
         wide ? patchU32(b, at, value) : patchU16(b, at, static_cast<std::uint16_t>(value));
         return b;
     };
-    EXPECT_EQ(zipFailure([&] { parse(patched(end + 10, 0xFFFF, false)); }), ZipError::Case::zip64Unsupported);
-    EXPECT_EQ(zipFailure([&] { parse(patched(end + 16, 0xFFFFFFFF, true)); }), ZipError::Case::zip64Unsupported);
-    EXPECT_EQ(zipFailure([&] { parse(patched(end + 16, 0x7FFFFFFF, true)); }),
-              ZipError::Case::badCentralDirectory);
-    EXPECT_EQ(zipFailure([&] { parse(patched(end + 10, 3, false)); }), ZipError::Case::badCentralDirectory);
     const std::size_t cd = u32(zip, end + 16);
-    EXPECT_EQ(zipFailure([&] { parse(patched(cd, 0, true)); }), ZipError::Case::badCentralDirectory);
-    EXPECT_EQ(zipFailure([&] { parse(patched(cd + 28, 0xFFFF, false)); }), ZipError::Case::badCentralDirectory);
+    using enum ZipError::Case;
+    // Where a field is patched, its new value, whether it is 32 bits wide: the error.
+    using Patch = std::tuple<std::size_t, std::uint32_t, bool, ZipError::Case>;
+    for (const auto& [at, value, wide, error] : std::vector<Patch>{
+             {end + 10, 0xFFFF, false, zip64Unsupported}, {end + 16, 0xFFFFFFFF, true, zip64Unsupported},
+             {end + 16, 0x7FFFFFFF, true, badCentralDirectory}, {end + 10, 3, false, badCentralDirectory},
+             {cd, 0, true, badCentralDirectory}, {cd + 28, 0xFFFF, false, badCentralDirectory}}) {
+        EXPECT_EQ(zipFailure([&] { parse(patched(at, value, wide)); }), error) << at;
+    }
 
     // A local offset beyond the directory gives no extent to copy.
     test::TempDir dir;
     writeFile(dir / "bad.zip", patched(cd + 42, 0x00FFFFFF, true));
-    EXPECT_EQ(zipFailure([&] { rewrite(dir / "bad.zip", {}, dir / "out.zip"); }),
-              ZipError::Case::badCentralDirectory);
+    EXPECT_EQ(zipFailure([&] { rewrite(dir / "bad.zip", {}, dir / "out.zip"); }), badCentralDirectory);
 }

@@ -57,15 +57,10 @@ TEST(BatchExportTest, OneBrokenDeckFailsAloneAndNothingIsLeftBehind) {
     }
     writeFile(dir / "in" / "quebrado.pptx", std::string("not a deck"));
 
-    struct TwoPlainSlides : Mp4Exporting {  // renders what the plan of two plain slides asks: 3 s
-        void export_(const fs::path&, const fs::path& to, const std::function<bool()>&,
-                     const RenderHooks&) const override {
-            writeFile(to, craftedMovie(1000, 3000));
-        }
-    };
     BatchExport::Options options;
     options.jobs = 2;
-    options.makeRenderer = [](const auto&) { return std::make_unique<TwoPlainSlides>(); };
+    // What the plan of two plain slides asks: 3 s.
+    options.makeRenderer = [](const auto&) { return std::make_unique<FakeRenderer>(movieOf(3000)); };
     int finished = 0;
     options.finished = [&](std::size_t, const BatchExport::Outcome&) { ++finished; };
     const auto items = BatchExport::plan(BatchExport::collectDecks({dir / "in"}), dir / "out", {});

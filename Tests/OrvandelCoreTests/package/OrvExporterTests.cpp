@@ -1,7 +1,7 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -23,6 +23,8 @@ using namespace orvandel;
 using namespace orvandel::test;
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
+using testing::AllOf;
+using testing::HasSubstr;
 
 namespace {
 
@@ -49,23 +51,6 @@ std::string clickVideo(const std::string& rootAttrs = "") {
     return slideXml(kTextBox + kVideo, timing(step(mediaCall("clickEffect", "indefinite"))), rootAttrs);
 }
 
-// Renders by running `behaviour` on the output path, counting its calls.
-struct FakeRenderer : Mp4Exporting {
-    explicit FakeRenderer(std::function<void(const fs::path&)> b) : behaviour(std::move(b)) {}
-    void export_(const fs::path& deck, const fs::path& to, const std::function<bool()>&,
-                 const RenderHooks&) const override {
-        ++calls;
-        EXPECT_TRUE(fs::exists(deck));
-        behaviour(to);
-    }
-    std::function<void(const fs::path&)> behaviour;
-    mutable int calls = 0;
-};
-
-FakeRenderer movieOf(std::int64_t ms) {
-    return FakeRenderer([ms](const fs::path& to) { writeFile(to, craftedMovie(1000, std::uint64_t(ms))); });
-}
-
 class OrvExporterTest : public ::testing::Test {
 protected:
     OrvExporterTest() { fs::create_directories(dir / "tmp"); }
@@ -77,9 +62,10 @@ protected:
     fs::path out() const { return dir / "lesson.orv"; }
     OrvExporter::Result exportDeck(const fs::path& deck, const Mp4Exporting& renderer, const SlideDurations& gifMs = {},
                                    const SlideDurations& videoMs = {},
-                                   const std::optional<fs::path>& movie = std::nullopt) const {
+                                   const std::optional<fs::path>& movie = std::nullopt, const RenderHooks& hooks = {},
+                                   const ChapterWriter& chapters = {}) const {
         return OrvExporter::export_(deck, movie, out(), videoMs, gifMs, std::chrono::system_clock::time_point{},
-                                    "test", "test/1", [] { return true; }, renderer);
+                                    "test", "test/1", [] { return true; }, renderer, hooks, chapters);
     }
     // The DeckError of a refused export, which must leave nothing behind.
     DeckError refused(const fs::path& deck, const Mp4Exporting& renderer, const SlideDurations& gifMs = {}) const {
@@ -179,7 +165,6 @@ TEST_F(OrvExporterTest, ADestinationThatCannotBeWrittenIsRefusedBeforeAnyWork) {
          std::vector<std::tuple<const char*, std::string, fs::path, OutputError::Case>>{
              {"a folder that has gone", "aula.pptx", dir / "gone" / "aula.orv", folderMissing},
              {"a folder that is a file", "aula.pptx", dir / "file" / "aula.orv", folderMissing},
-             {"a 251-byte deck name", std::string(246, 'a') + ".pptx", {}, nameTooLong},
              {"a 251-byte deck name of 2-byte characters", accented + ".pptx", {}, nameTooLong}}) {
         SCOPED_TRACE(what);
         const auto deck = dir / deckName;
@@ -238,9 +223,7 @@ TEST_F(OrvExporterTest, ChaptersGoIntoACopyOfTheMovieAndLeaveTheManifestAlone) {
         written = chapters;
         writeFile(to, toString(readFile(in)) + "+chapters");
     };
-    const auto exportWith = [&](const ChapterWriter& w) {
-        OrvExporter::export_(deck, dir / "given.mp4", out(), {}, {}, {}, "test", "test/1", {}, movieOf(0), {}, w);
-    };
+    const auto exportWith = [&](const ChapterWriter& w) { exportDeck(deck, movieOf(0), {}, {}, dir / "given.mp4", {}, w); };
     exportWith(writer);
     EXPECT_EQ(written, (std::vector<Chapter>{{0, 1500, "Abertura"}, {1500, 4500, "Slide 3"}}));
     EXPECT_EQ(toString(PptxArchive::readEntryBytes(out(), "assets/master.mp4")), toString(movie) + "+chapters");
@@ -273,7 +256,7 @@ TEST_F(OrvExporterTest, RenderedMovieMustLastBetweenSixAndFourteenTenthsOfThePla
     }
 }
 
-TEST_F(OrvExporterTest, RendererFailuresLeaveNothingBehindAndKeepTheOldPackage) {
+TEST_F(OrvExporterTest, RendererFailuresAndACancelLeaveNothingBehindAndKeepTheOldPackage) {
     const auto deck = DeckBuilder().addSlide(plain()).write(dir / "aula.pptx");
     writeFile(out(), std::string("old package"));
     auto expectClean = [&] {
@@ -281,15 +264,13 @@ TEST_F(OrvExporterTest, RendererFailuresLeaveNothingBehindAndKeepTheOldPackage) 
         EXPECT_EQ(toString(readFile(out())), "old package");
     };
 
+    // A renderer that times out is told to the user with the way to export by hand.
     const auto timedOut = Mp4Exporter::ExportError::timedOut("no movie after 900 s");
     const auto e = thrown<OrvExporter::FlowError>(
         [&] { exportDeck(deck, FakeRenderer([&](const fs::path&) { throw timedOut; })); });
     EXPECT_EQ(e.exportError().errorCase(), Mp4Exporter::ExportError::Case::timedOut);
-    EXPECT_EQ(std::string(e.what()), std::string("Não foi possível automatizar o export do MP4 (motivo: ") +
-                                         timedOut.what() +
-                                         "). Exporte manualmente no PowerPoint (Arquivo → Exportar → Criar Vídeo, "
-                                         "1080p, 'Usar Narrações e Temporizações Gravadas' marcado) e rode de novo "
-                                         "passando --mp4 <arquivo>.");
+    EXPECT_THAT(e.what(),
+                AllOf(HasSubstr(std::string("(motivo: ") + timedOut.what() + ")"), HasSubstr("--mp4 <arquivo>")));
     expectClean();
     // Any other renderer error is passed on as it is.
     EXPECT_THROW(exportDeck(deck, FakeRenderer([](const fs::path&) { throw std::range_error("odd"); })),
@@ -297,6 +278,14 @@ TEST_F(OrvExporterTest, RendererFailuresLeaveNothingBehindAndKeepTheOldPackage) 
     expectClean();
     // No movie at all, which cannot be measured.
     EXPECT_THROW(exportDeck(deck, FakeRenderer([](const fs::path&) {})), Mp4Duration::Mp4Error);
+    expectClean();
+    // A cancel while the movie is being packaged.
+    const CancellationToken token;
+    const RenderHooks hooks{[&](const std::string& stage, double) {
+                                if (stage == OrvExporter::kStagePackage) token.cancel();
+                            },
+                            token};
+    EXPECT_THROW(exportDeck(deck, movieOf(1500), {}, {}, std::nullopt, hooks), CancelledError);
     expectClean();
 }
 
@@ -322,40 +311,17 @@ TEST_F(OrvExporterTest, ResultAndManifestDescribeTheUsersDeck) {
     EXPECT_TRUE(clean());
 }
 
-TEST_F(OrvExporterTest, ACancelWhilePackagingKeepsTheOldPackage) {
-    const auto deck = DeckBuilder().addSlide(plain()).write(dir / "aula.pptx");
-    writeFile(out(), std::string("old package"));
-    const CancellationToken token;
-    const RenderHooks hooks{[&](const std::string& stage, double) {
-                                if (stage == OrvExporter::kStagePackage) token.cancel();
-                            },
-                            token};
-    EXPECT_THROW(OrvExporter::export_(deck, std::nullopt, out(), {}, {}, {}, "test", "test/1", [] { return true; },
-                                      movieOf(1500), hooks),
-                 CancelledError);
-    EXPECT_EQ(toString(readFile(out())), "old package");
-    EXPECT_TRUE(clean());
-}
-
 // A one-hour lesson's movie passes 4 GiB: the package takes ZIP64 records and
 // still reads back. The movie is sparse, but the package is written whole.
 TEST(OrvPackagerTest, AMovieBeyondFourGibibytesPackagesAndProbes) {
     TempDir dir;
-    const auto space = fs::space(dir.path());
-    if (slowTestsSkipped() || space.available < (std::uintmax_t{10} << 30)) {
+    if (slowTestsSkipped() || fs::space(dir.path()).available < (std::uintmax_t{10} << 30)) {
         GTEST_SKIP() << "needs 10 GB free and the release build";
     }
-    constexpr std::uint64_t kSize = 4'500'000'000;
-    Bytes movie = craftedMovie(1000, 3'600'000);
-    {
-        std::ofstream out(dir / "long.mp4", std::ios::binary);
-        out.write(reinterpret_cast<const char*>(movie.data()), static_cast<std::streamsize>(movie.size()));
-    }
-    fs::resize_file(dir / "long.mp4", kSize);  // zeros after the movie header: a sparse file
+    writeFile(dir / "long.mp4", craftedMovie(1000, 3'600'000));
+    fs::resize_file(dir / "long.mp4", 4'500'000'000);  // zeros after the movie header: a sparse file
     OrvPackager::package(kManifest, dir / "long.mp4", dir / "long.orv");
     EXPECT_EQ(ZipArchive::entryNames(dir / "long.orv"), (std::vector<std::string>{"manifest.json", "assets/master.mp4"}));
     EXPECT_EQ(ManifestReader::read(dir / "long.orv").cues.size(), 3u);
-    if (haveProgram("unzip")) {
-        EXPECT_EQ(Subprocess::run({"unzip", "-tqq", (dir / "long.orv").string()}).exitStatus, 0);
-    }
+    EXPECT_TRUE(!haveProgram("unzip") || Subprocess::run({"unzip", "-tqq", (dir / "long.orv").string()}).succeeded());
 }

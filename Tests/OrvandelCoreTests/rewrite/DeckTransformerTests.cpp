@@ -35,13 +35,6 @@ std::string untouchedPart(std::string xml) {
     return xml;
 }
 
-// A movie is given: nothing is rendered.
-struct NoRenderer : Mp4Exporting {
-    void export_(const fs::path&, const fs::path&, const std::function<bool()>&, const RenderHooks&) const override {
-        ADD_FAILURE() << "rendered";
-    }
-};
-
 }  // namespace
 
 TEST(SlideValidatorTest, ReasonsForRejectingARewrittenSlide) {
@@ -65,7 +58,7 @@ TEST(SlideValidatorTest, ReasonsForRejectingARewrittenSlide) {
     }
 }
 
-TEST(DeckTransformerTest, EachKindOfSlideTakesItsBranchAndGetsItsAdvanceTime) {
+TEST(DeckTransformerTest, EachKindOfSlideTakesItsBranch) {
     TempDir dir;
     const auto in =
         DeckBuilder()
@@ -82,10 +75,7 @@ TEST(DeckTransformerTest, EachKindOfSlideTakesItsBranchAndGetsItsAdvanceTime) {
     const auto reports = DeckTransformer::prepare(in, dir / "out.pptx", {{4, 4000}}, {{7, 3000}}, 1000, 1500, branches);
     EXPECT_EQ(branches, (std::vector<Branch>{Branch::bullets, Branch::bulletsWithExits, Branch::clickVideo,
                                              Branch::autoplayVideo, Branch::exits, Branch::static_, Branch::static_}));
-    // Slide 4's 5500 takes the user's 4000 ms over its own 10000; hidden slide 6 is rewritten too.
-    std::vector<std::int64_t> advTm;
-    for (const auto& r : reports) advTm.push_back(r.advTmMs.value_or(-1));
-    EXPECT_EQ(advTm, (std::vector<std::int64_t>{6000, 4500, 11500, 5500, 4500, 1500, 4500}));
+    // Hidden slide 6 is rewritten too. (The advance times are the scanner's, DeckScannerTest's.)
     EXPECT_TRUE(reports[5].isHidden);
     EXPECT_TRUE(PptxArchive::readEntry(dir / "out.pptx", "ppt/slides/slide6.xml")
                     .ends_with("</p:clrMapOvr>" + TransitionWriter::block(1500) + "</p:sld>"));
@@ -148,6 +138,7 @@ TEST(DeckTransformerTest, EveryCorpusDeckIsPackagedAndPreparedExceptTheKnownRefu
     TempDir dir;
     const auto out = dir / "prepared.pptx", movie = dir / "m.mp4";
     writeFile(movie, craftedMovie(1000, 2000));
+    const FakeRenderer noRenderer([](const fs::path&) { ADD_FAILURE() << "rendered, though a movie is given"; });
     for (const auto& deck : corpusDecks()) {
         SCOPED_TRACE(deck.filename().string());
         const auto refusal = std::find_if(refusals.begin(), refusals.end(),
@@ -162,7 +153,7 @@ TEST(DeckTransformerTest, EveryCorpusDeckIsPackagedAndPreparedExceptTheKnownRefu
                 if (s.hasGif) gifMs[s.displayIndex] = 3000;
                 if (!s.advTmMs) videoMs[s.displayIndex] = 5000;
             }
-            if (anyVisible) OrvExporter::export_(deck, movie, dir / "a.orv", videoMs, gifMs, {}, "t", "t/1", {}, NoRenderer());
+            if (anyVisible) OrvExporter::export_(deck, movie, dir / "a.orv", videoMs, gifMs, {}, "t", "t/1", {}, noRenderer);
             DeckTransformer::prepare(deck, out, videoMs, gifMs, 1000, 1500);
         } catch (const DeckError& e) {
             EXPECT_TRUE(refused && refusal->deckError == e.errorCase()) << e.what();
