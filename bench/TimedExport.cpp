@@ -24,7 +24,7 @@ double cpuSeconds() {
 }  // namespace
 
 TimedExport timedExport(const std::filesystem::path& deck, const std::filesystem::path& out,
-                        const SlideDurations& gifMs, const LibreOfficeMp4Exporter::Options& options) {
+                        const SlideDurations& gifMs, const HeadlessRenderer::Options& options) {
     using Clock = std::chrono::steady_clock;
     TimedExport t;
     const double cpuBefore = cpuSeconds();
@@ -41,7 +41,7 @@ TimedExport timedExport(const std::filesystem::path& deck, const std::filesystem
         if (stage != current) mark(stage);
     }};
     OrvExporter::export_(deck, std::nullopt, out, {}, gifMs, std::chrono::system_clock::now(), "bench", "bench", {},
-                         LibreOfficeMp4Exporter(options), hooks);
+                         HeadlessRenderer(options), hooks);
     mark("");
     t.total = std::chrono::duration<double>(Clock::now() - start).count();
     t.cpu = cpuSeconds() - cpuBefore;

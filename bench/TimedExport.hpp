@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "LibreOfficeMp4Exporter.hpp"
+#include "HeadlessRenderer.hpp"
 #include "deck/SlideReport.hpp"
 
 namespace orvandel::test {
@@ -19,7 +19,7 @@ struct TimedExport {
 };
 
 TimedExport timedExport(const std::filesystem::path& deck, const std::filesystem::path& out,
-                        const SlideDurations& gifMs, const LibreOfficeMp4Exporter::Options& options);
+                        const SlideDurations& gifMs, const HeadlessRenderer::Options& options);
 
 // The stages, the total against the movie's length, and the CPU time.
 void printTimedExport(const char* title, const TimedExport& t, double movieSeconds);

@@ -14,10 +14,10 @@
 #include <nlohmann/json.hpp>
 
 #include "BenchDecks.hpp"
-#include "DrawnChanges.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
-#include "SlideTransitions.hpp"
-#include "Storyboard.hpp"
+#include "pixels/DrawnChanges.hpp"
+#include "HeadlessRenderer.hpp"
+#include "plan/SlideTransitions.hpp"
+#include "storyboard/Storyboard.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
 #include "rewrite/DeckTransformer.hpp"
@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
     fs::create_directories(out);
     fs::path deck = out / "bench-deck.pptx";
     SlideDurations gifMs;
-    LibreOfficeMp4Exporter::Options options;
+    HeadlessRenderer::Options options;
     options.keepStillsIn = out;
     for (int i = 2; i < argc; ++i) {
         const bool hasValue = i + 1 < argc;
@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
     try {
         options.transitions = SlideTransitions::ofDeck(deck);
         DeckTransformer::prepare(deck, out / "prepared.pptx", {}, gifMs, 1000, 1500);
-        LibreOfficeMp4Exporter(options).export_(out / "prepared.pptx", out / "master.mp4", {});
+        HeadlessRenderer(options).export_(out / "prepared.pptx", out / "master.mp4", {});
         const auto layout =
             Storyboard::layout(RenderPlanReader::read(out / "prepared.pptx"), true, options.transitions);
         nlohmann::ordered_json shots = nlohmann::ordered_json::array();

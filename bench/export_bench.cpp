@@ -17,8 +17,8 @@
 
 #include "BenchDecks.hpp"
 #include "TimedExport.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
-#include "SlideTransitions.hpp"
+#include "HeadlessRenderer.hpp"
+#include "plan/SlideTransitions.hpp"
 #include "base/Numbers.hpp"
 #include "base/Uuid.hpp"
 #include "package/ManifestReader.hpp"
@@ -31,7 +31,7 @@ namespace {
 
 test::TimedExport exportOnce(const fs::path& deck, const fs::path& out, const SlideDurations& gifMs, bool steps,
                              bool draw) {
-    LibreOfficeMp4Exporter::Options options;
+    HeadlessRenderer::Options options;
     options.showSteps = steps;
     options.drawEffects = draw;
     options.transitions = SlideTransitions::ofDeck(deck);

@@ -14,7 +14,7 @@
 #include "BenchDecks.hpp"
 #include "TimedExport.hpp"
 #include "DeckBuilder.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
+#include "HeadlessRenderer.hpp"
 #include "TimingFixtures.hpp"
 #include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
@@ -40,7 +40,7 @@ std::string videoSlide(int n) {
 }
 
 test::TimedExport exportOnce(const fs::path& deck, const fs::path& out, bool playMedia) {
-    LibreOfficeMp4Exporter::Options options;
+    HeadlessRenderer::Options options;
     options.playMedia = playMedia;
     return test::timedExport(deck, out, {}, options);
 }

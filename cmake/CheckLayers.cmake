@@ -5,7 +5,10 @@
 #
 # Units are folders. Each may include headers of its own folder and of the
 # folders listed after it; a header is found the way the compiler finds it
-# (beside the including file first, then the include roots below).
+# (beside the including file first, then the include roots below). The
+# headless renderer's stages come in the order an export runs through them,
+# each on top of those before it: tools, plan, media, storyboard, pixels,
+# encode, then the driver that runs them.
 cmake_minimum_required(VERSION 3.25)
 set(units
   "OrvandelCore/base|"
@@ -15,8 +18,14 @@ set(units
   "OrvandelCore/render|OrvandelCore/base"
   "OrvandelCore/package|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render"
   "OrvandelPowerPoint|OrvandelCore/base OrvandelCore/render"
-  "OrvandelRender|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render"
-  "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelPowerPoint"
+  "OrvandelRender/tools|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render"
+  "OrvandelRender/plan|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools"
+  "OrvandelRender/media|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan"
+  "OrvandelRender/storyboard|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan OrvandelRender/media"
+  "OrvandelRender/pixels|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard"
+  "OrvandelRender/encode|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard OrvandelRender/pixels"
+  "OrvandelRender|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard OrvandelRender/pixels OrvandelRender/encode"
+  "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelRender/plan OrvandelPowerPoint"
   "orvandel|*"
   "../App/Sources/OrvandelApp|*")
 set(roots OrvandelCore OrvandelRender OrvandelPowerPoint OrvandelRenderers orvandel ../App/Sources/OrvandelApp)

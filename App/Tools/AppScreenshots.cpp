@@ -16,7 +16,7 @@
 #include "AppTestSupport.hpp"
 #include "ContentView.hpp"
 #include "OrvandelAppApp.hpp"
-#include "RenderError.hpp"
+#include "tools/RenderError.hpp"
 
 using namespace orvandel;
 using namespace orvandel::apptest;

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "DefaultMp4Exporter.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
+#include "HeadlessRenderer.hpp"
 #include "Mp4Exporter.hpp"
-#include "SlideTransitions.hpp"
+#include "plan/SlideTransitions.hpp"
 #include "base/Error.hpp"
 #include "base/SystemMemory.hpp"
 
@@ -31,7 +31,7 @@ std::optional<std::int64_t> defaultMemoryLimit(int exports) {
 
 std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::path& deck, const Settings& settings) {
     if (resolve(requested) == Renderer::powerPoint) return std::make_unique<DefaultMp4Exporter>();
-    LibreOfficeMp4Exporter::Options options;
+    HeadlessRenderer::Options options;
     options.drawEffects = settings.drawEffects;
     options.allowLinksOutside = settings.allowLinksOutside;
     options.libreOfficeMemoryLimit = settings.maxMemory ? settings.maxMemory : defaultMemoryLimit(1);
@@ -48,7 +48,7 @@ std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::pa
             }
         }
     }
-    return std::make_unique<LibreOfficeMp4Exporter>(options);
+    return std::make_unique<HeadlessRenderer>(options);
 }
 
 }  // namespace orvandel::RendererChoice

@@ -2,7 +2,7 @@
 
 #include "Cli.hpp"
 #include "Commands.hpp"
-#include "MovieChapters.hpp"
+#include "encode/MovieChapters.hpp"
 #include "base/AtomicFile.hpp"
 #include "package/ChapterVtt.hpp"
 

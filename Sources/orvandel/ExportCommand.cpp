@@ -9,7 +9,7 @@
 #include "Commands.hpp"
 #include "BatchExportCommand.hpp"
 #include "Interrupt.hpp"
-#include "MovieChapters.hpp"
+#include "encode/MovieChapters.hpp"
 #include "RendererChoice.hpp"
 #include "base/Numbers.hpp"
 #include "package/ManifestReader.hpp"

@@ -9,9 +9,9 @@
 #include <thread>
 
 #include "DeckBuilder.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
+#include "HeadlessRenderer.hpp"
 #include "MovieFixtures.hpp"
-#include "RenderPlan.hpp"
+#include "plan/RenderPlan.hpp"
 
 namespace orvandel::apptest {
 
@@ -21,7 +21,7 @@ std::filesystem::path exampleDeck() {
 
 void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
                            const std::function<bool()>&, const RenderHooks& hooks) const {
-    hooks.report(LibreOfficeMp4Exporter::kStageDraw, 0.5);
+    hooks.report(HeadlessRenderer::kStageDraw, 0.5);
     while (hold->load()) {
         hooks.throwIfCancelled();
         std::this_thread::sleep_for(std::chrono::milliseconds(5));

@@ -11,8 +11,8 @@
 #include "ContentView.hpp"
 #include "ExportCopy.hpp"
 #include "OrvandelAppApp.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
-#include "RenderError.hpp"
+#include "HeadlessRenderer.hpp"
+#include "tools/RenderError.hpp"
 #include "base/Bytes.hpp"
 #include "package/ManifestReader.hpp"
 
@@ -101,7 +101,7 @@ private slots:
         writeFile(ContentView::outputPath(deck), "an older package, replaced");
         QTest::keyClick(w.find<QLineEdit>("gifField-4"), Qt::Key_Return);
         QVERIFY(w.view->isExporting());
-        const auto drawing = ExportCopy::stageLine(LibreOfficeMp4Exporter::kStageDraw);
+        const auto drawing = ExportCopy::stageLine(HeadlessRenderer::kStageDraw);
         QVERIFY(waitUntil([&] { return w.find<QLabel>("progressLine")->text() == drawing; }, 10000));
         QVERIFY(w.find<QProgressBar>("progressBar")->isVisible());
         QVERIFY(!w.find<QPushButton>("chooseButton")->isEnabled() && !w.exportButton()->isEnabled());

@@ -7,9 +7,9 @@
 #include "AppTestSupport.hpp"
 #include "ExportCopy.hpp"
 #include "ExportProgress.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
+#include "HeadlessRenderer.hpp"
 #include "OrvandelAppApp.hpp"
-#include "RenderError.hpp"
+#include "tools/RenderError.hpp"
 #include "TestSupport.hpp"
 #include "base/AtomicFile.hpp"
 #include "container/PptxArchive.hpp"
@@ -50,7 +50,7 @@ std::exception_ptr exportWithPath(const std::filesystem::path& dir, const std::s
     const test::ScopedEnv env{{{"PATH", path}}};
     try {
         OrvExporter::export_(apptest::exampleDeck(), std::nullopt, dir / "a.orv", {}, {{4, 3000}}, {}, "", "", {},
-                             LibreOfficeMp4Exporter(), {});
+                             HeadlessRenderer(), {});
     } catch (...) {
         return std::current_exception();
     }
@@ -203,9 +203,9 @@ private slots:
     void stagesFillTheBarInOrder() {
         int last = -1;
         for (const char* stage :
-             {OrvExporter::kStageScan, OrvExporter::kStagePrepare, LibreOfficeMp4Exporter::kStageRead,
-              LibreOfficeMp4Exporter::kStagePdf, LibreOfficeMp4Exporter::kStageDraw,
-              LibreOfficeMp4Exporter::kStageEncode, OrvExporter::kStagePackage}) {
+             {OrvExporter::kStageScan, OrvExporter::kStagePrepare, HeadlessRenderer::kStageRead,
+              HeadlessRenderer::kStagePdf, HeadlessRenderer::kStageDraw,
+              HeadlessRenderer::kStageEncode, OrvExporter::kStagePackage}) {
             QVERIFY2(ExportCopy::stageLine(stage).has_value(), stage);
             for (const double f : {0.0, 0.5, 1.0}) {
                 const int permille = ExportProgress::permille(stage, f).value();

@@ -4,12 +4,12 @@
 #include <tuple>
 
 #include "AnimatedSlides.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
+#include "HeadlessRenderer.hpp"
 #include "MovieFrames.hpp"
-#include "RenderPlan.hpp"
-#include "SlideTransitions.hpp"
-#include "Storyboard.hpp"
-#include "Timeline.hpp"
+#include "plan/RenderPlan.hpp"
+#include "plan/SlideTransitions.hpp"
+#include "storyboard/Storyboard.hpp"
+#include "encode/FrameSchedule.hpp"
 #include "render/Mp4Duration.hpp"
 #include "rewrite/DeckTransformer.hpp"
 
@@ -39,11 +39,11 @@ public:
         DeckTransformer::prepare(*dir_ / "deck.pptx", *dir_ / "prepared.pptx", {}, {}, 1000, 1500);
         plan_ = RenderPlanReader::read(*dir_ / "prepared.pptx");
         for (bool draw : {true, false}) {
-            LibreOfficeMp4Exporter::Options options;
+            HeadlessRenderer::Options options;
             options.drawEffects = draw;
             options.transitions = SlideTransitions::ofDeck(*dir_ / "deck.pptx");
             const auto movie = *dir_ / (draw ? "drawn.mp4" : "cut.mp4");
-            LibreOfficeMp4Exporter(options).export_(*dir_ / "prepared.pptx", movie, {});
+            HeadlessRenderer(options).export_(*dir_ / "prepared.pptx", movie, {});
             (draw ? drawn_ : cut_) = std::make_unique<MovieFrames>(movie);
         }
     }
@@ -108,10 +108,10 @@ TEST_F(DrawnEffectsMovieTest, FadesBlendAndWipesRevealOverTheirDurations) {
 
 TEST_F(DrawnEffectsMovieTest, CutMovieKeepsTheFramesOfTheStillsOnly) {
     const auto layout = Storyboard::layout(plan_, true, SlideTransitions::ofDeck(*dir_ / "deck.pptx"));
-    std::vector<TimelineEntry> entries;
+    std::vector<ScheduledStill> entries;
     for (const auto& shot : layout.shots) entries.push_back({"", shot.durationMs});
     std::vector<std::int64_t> expected;
-    for (const auto& f : Timeline::frames(entries, 1000)) expected.push_back(f.startMs);
+    for (const auto& f : FrameSchedule::frames(entries, 1000)) expected.push_back(f.startMs);
     EXPECT_EQ(cut_->timesMs, expected);
     for (const char* movie : {"cut.mp4", "drawn.mp4"}) EXPECT_EQ(Mp4Duration::measureMs(*dir_ / movie), plan_.totalMs());
     // With drawing too, every shot starts on its millisecond (a drawn one on

@@ -3,9 +3,9 @@
 #include <tuple>
 
 #include "AnimatedSlides.hpp"
-#include "DrawnChanges.hpp"
-#include "EffectPainter.hpp"
-#include "PlayoutTimeline.hpp"
+#include "pixels/DrawnChanges.hpp"
+#include "pixels/EffectPainter.hpp"
+#include "plan/PlayoutTimeline.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;

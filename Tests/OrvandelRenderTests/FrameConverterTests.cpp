@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-#include "FrameConverter.hpp"
-#include "RenderError.hpp"
+#include "pixels/FrameConverter.hpp"
+#include "tools/RenderError.hpp"
 #include "TestSupport.hpp"
 #include "base/Subprocess.hpp"
 

@@ -4,9 +4,9 @@
 #include <sys/stat.h>
 
 #include "DeckBuilder.hpp"
-#include "LinkSweep.hpp"
-#include "RenderPlan.hpp"
-#include "Storyboard.hpp"
+#include "storyboard/LinkSweep.hpp"
+#include "plan/RenderPlan.hpp"
+#include "storyboard/Storyboard.hpp"
 #include "TestSupport.hpp"
 #include "ZipFixtures.hpp"
 #include "container/PptxArchive.hpp"

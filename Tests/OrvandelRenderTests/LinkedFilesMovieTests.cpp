@@ -9,7 +9,7 @@
 #include "GraphicParts.hpp"
 #include "LoopbackServer.hpp"
 #include "MovieFrames.hpp"
-#include "RenderPlan.hpp"
+#include "plan/RenderPlan.hpp"
 #include "TestSupport.hpp"
 #include "TimingFixtures.hpp"
 

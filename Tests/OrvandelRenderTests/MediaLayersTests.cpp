@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "DeckBuilder.hpp"
-#include "MediaLayers.hpp"
-#include "MediaProbe.hpp"
-#include "SlideMedia.hpp"
+#include "media/MediaLayers.hpp"
+#include "media/MediaProbe.hpp"
+#include "media/SlideMedia.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;

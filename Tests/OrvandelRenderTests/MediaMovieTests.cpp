@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "AnimatedSlides.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
+#include "HeadlessRenderer.hpp"
 #include "MovieFrames.hpp"
-#include "RenderPlan.hpp"
+#include "plan/RenderPlan.hpp"
 #include "TestSupport.hpp"
 #include "render/Mp4Duration.hpp"
 #include "rewrite/DeckTransformer.hpp"
@@ -82,7 +82,7 @@ public:
             .addEntry("ppt/media/broken.mp4", std::string(4000, 'x'))
             .write(d / "deck.pptx");
         DeckTransformer::prepare(d / "deck.pptx", d / "prepared.pptx", {}, {{2, 2000}}, 1000, 1500);
-        LibreOfficeMp4Exporter().export_(d / "prepared.pptx", d / "master.mp4", {},
+        HeadlessRenderer().export_(d / "prepared.pptx", d / "master.mp4", {},
                                          {.warn = [](const Warning& w) { warnings_.push_back(w); }});
         movie_ = std::make_unique<MovieFrames>(d / "master.mp4");
     }

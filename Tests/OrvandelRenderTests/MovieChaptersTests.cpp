@@ -2,9 +2,9 @@
 // `export --chapters` writes them and `chapters` reads them.
 #include <gtest/gtest.h>
 
-#include "MovieChapters.hpp"
+#include "encode/MovieChapters.hpp"
 #include "MovieFixtures.hpp"
-#include "RenderError.hpp"
+#include "tools/RenderError.hpp"
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
 #include "container/ZipArchive.hpp"

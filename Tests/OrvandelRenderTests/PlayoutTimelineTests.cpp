@@ -5,9 +5,9 @@
 #include <tuple>
 
 #include "AnimatedSlides.hpp"
-#include "PlayoutTimeline.hpp"
+#include "plan/PlayoutTimeline.hpp"
 #include "PrepareSupport.hpp"
-#include "Storyboard.hpp"
+#include "storyboard/Storyboard.hpp"
 #include "TestSupport.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"

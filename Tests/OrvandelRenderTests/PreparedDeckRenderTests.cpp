@@ -2,9 +2,9 @@
 
 #include <iostream>
 
-#include "LibreOffice.hpp"
-#include "PageRasterizer.hpp"
-#include "Storyboard.hpp"
+#include "tools/LibreOffice.hpp"
+#include "pixels/PageRasterizer.hpp"
+#include "storyboard/Storyboard.hpp"
 #include "PrepareSupport.hpp"
 #include "TestSupport.hpp"
 

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <tuple>
 
-#include "RawVideoStream.hpp"
+#include "encode/RawVideoStream.hpp"
 #include "TestSupport.hpp"
 #include "base/Subprocess.hpp"
 

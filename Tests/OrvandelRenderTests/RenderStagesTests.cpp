@@ -1,18 +1,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "FrameSize.hpp"
-#include "PageRasterizer.hpp"
-#include "RenderPlan.hpp"
-#include "Timeline.hpp"
+#include "plan/FrameSize.hpp"
+#include "pixels/PageRasterizer.hpp"
+#include "plan/RenderPlan.hpp"
+#include "encode/FrameSchedule.hpp"
 #include "rewrite/TransitionWriter.hpp"
 
 using namespace orvandel;
 using testing::HasSubstr;
 
 TEST(TimelineTest, EveryStillLastsItsMillisecondsMovingMediaTake30FramesASecondAndTheTotalIsExact) {
-    const std::vector<TimelineEntry> entries{{"a.y4m", 1234}, {"it's.y4m", 2500}};
-    EXPECT_EQ(Timeline::ffconcat(entries, 1000),
+    const std::vector<ScheduledStill> entries{{"a.y4m", 1234}, {"it's.y4m", 2500}};
+    EXPECT_EQ(FrameSchedule::ffconcat(entries, 1000),
               "ffconcat version 1.0\n"
               "file 'a.y4m'\nduration 1\n"
               "file 'a.y4m'\nduration 0.234\n"
@@ -20,20 +20,20 @@ TEST(TimelineTest, EveryStillLastsItsMillisecondsMovingMediaTake30FramesASecondA
               "file 'it'\\''s.y4m'\nduration 1\n"
               "file 'it'\\''s.y4m'\nduration 0.499\n"
               "file 'it'\\''s.y4m'\n");
-    EXPECT_EQ(Timeline::frameCount(entries, 1000), 6);
+    EXPECT_EQ(FrameSchedule::frameCount(entries, 1000), 6);
     // Without periodic frames: one frame per still plus the closing one.
-    EXPECT_EQ(Timeline::ffconcat({{"a.y4m", 1}}, 0), "ffconcat version 1.0\nfile 'a.y4m'\n");
-    EXPECT_EQ(Timeline::frameCount(entries, 0), 3);
+    EXPECT_EQ(FrameSchedule::ffconcat({{"a.y4m", 1}}, 0), "ffconcat version 1.0\nfile 'a.y4m'\n");
+    EXPECT_EQ(FrameSchedule::frameCount(entries, 0), 3);
 
     // Where media move: 30 frames a second.
-    const std::vector<TimelineEntry> media{{"a.y4m", 1500}, {"b.y4m", 2000}};
+    const std::vector<ScheduledStill> media{{"a.y4m", 1500}, {"b.y4m", 2000}};
     // 1200..1300 at 33, 33, 34 ms; b starts on its own frame at 1500.
-    EXPECT_THAT(Timeline::ffconcat(media, 1000, {{1200, 1300}, {3400, 3500}}),
+    EXPECT_THAT(FrameSchedule::ffconcat(media, 1000, {{1200, 1300}, {3400, 3500}}),
                 HasSubstr("duration 0.2\nfile 'a.y4m'\nduration 0.033\nfile 'a.y4m'\nduration 0.033\nfile 'a.y4m'\n"
                           "duration 0.034\nfile 'a.y4m'\nduration 0.2\nfile 'b.y4m'\nduration 1\n"));
     // Three frames at 30 per second where each span lies, one more after each
     // start, and the last span's third frame cut short by the closing one.
-    EXPECT_EQ(Timeline::frameCount(media, 1000, {{1200, 1300}, {3400, 3500}}), 12);
+    EXPECT_EQ(FrameSchedule::frameCount(media, 1000, {{1200, 1300}, {3400, 3500}}), 12);
 }
 
 TEST(RenderPlanTest, FramesFitTheSlideAndPagesAreDealtToWorkersInRuns) {

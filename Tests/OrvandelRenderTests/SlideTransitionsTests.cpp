@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "DeckBuilder.hpp"
-#include "SlideTransitions.hpp"
+#include "plan/SlideTransitions.hpp"
 #include "rewrite/TransitionWriter.hpp"
 
 using namespace orvandel;

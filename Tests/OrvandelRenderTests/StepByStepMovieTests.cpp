@@ -4,7 +4,7 @@
 
 #include "AnimatedSlides.hpp"
 #include "GraphicParts.hpp"
-#include "LibreOfficeMp4Exporter.hpp"
+#include "HeadlessRenderer.hpp"
 #include "MovieFrames.hpp"
 #include "TestSupport.hpp"
 #include "render/Mp4Duration.hpp"
@@ -52,10 +52,10 @@ public:
             .addEntry("ppt/diagrams/drawing1.xml", diagramDrawingXml(3))
             .write(*dir_ / "deck.pptx");
         DeckTransformer::prepare(*dir_ / "deck.pptx", *dir_ / "prepared.pptx", {}, {}, 1000, 1500);
-        LibreOfficeMp4Exporter::Options options;
+        HeadlessRenderer::Options options;
         options.keepStillsIn = *dir_ / "stills";
         options.drawEffects = false;  // each state from its first millisecond (drawn effects: DrawnEffectsMovieTest)
-        LibreOfficeMp4Exporter(options).export_(*dir_ / "prepared.pptx", *dir_ / "master.mp4", {},
+        HeadlessRenderer(options).export_(*dir_ / "prepared.pptx", *dir_ / "master.mp4", {},
                                                 {.progress = [](const std::string& stage, double) {
                                                     if (stages_.empty() || stages_.back() != stage) stages_.push_back(stage);
                                                 }});
@@ -81,9 +81,9 @@ TEST_F(StepByStepMovieTest, EachStepStartsOnItsPlannedMillisecond) {
     for (std::size_t i = 1; i < times.size(); ++i) EXPECT_LE(times[i] - times[i - 1], 1000) << times[i];
     // Before its first step a slide shows its title only: no paragraph, no bullet.
     EXPECT_TRUE(inkRows(movie_->shownAt(999)).empty());
-    EXPECT_EQ(stages_, (std::vector<std::string>{LibreOfficeMp4Exporter::kStageRead, LibreOfficeMp4Exporter::kStagePdf,
-                                                 LibreOfficeMp4Exporter::kStageDraw,
-                                                 LibreOfficeMp4Exporter::kStageEncode}));
+    EXPECT_EQ(stages_, (std::vector<std::string>{HeadlessRenderer::kStageRead, HeadlessRenderer::kStagePdf,
+                                                 HeadlessRenderer::kStageDraw,
+                                                 HeadlessRenderer::kStageEncode}));
     EXPECT_TRUE(entriesNamed(dir_->path(), ".render-").empty());
 }
 

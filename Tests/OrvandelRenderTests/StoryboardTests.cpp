@@ -4,7 +4,7 @@
 
 #include "AnimatedSlides.hpp"
 #include "GraphicParts.hpp"
-#include "Storyboard.hpp"
+#include "storyboard/Storyboard.hpp"
 #include "TestSupport.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/XmlElement.hpp"

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <map>
 
-#include "LibreOfficeMp4Exporter.hpp"
-#include "RenderError.hpp"
+#include "HeadlessRenderer.hpp"
+#include "tools/RenderError.hpp"
 #include "base/AtomicFile.hpp"
 #include "base/Cancellation.hpp"
 #include "container/PptxArchive.hpp"
@@ -379,10 +379,10 @@ std::optional<QString> stageLine(const std::string& stage) {
     static const std::map<std::string, QString> lines{
         {OrvExporter::kStageScan, kScanning},
         {OrvExporter::kStagePrepare, QStringLiteral("Preparando os slides…")},
-        {LibreOfficeMp4Exporter::kStageRead, QStringLiteral("Preparando os slides…")},
-        {LibreOfficeMp4Exporter::kStagePdf, QStringLiteral("Convertendo os slides no LibreOffice…")},
-        {LibreOfficeMp4Exporter::kStageDraw, QStringLiteral("Gerando as imagens dos slides…")},
-        {LibreOfficeMp4Exporter::kStageEncode, QStringLiteral("Montando o vídeo…")},
+        {HeadlessRenderer::kStageRead, QStringLiteral("Preparando os slides…")},
+        {HeadlessRenderer::kStagePdf, QStringLiteral("Convertendo os slides no LibreOffice…")},
+        {HeadlessRenderer::kStageDraw, QStringLiteral("Gerando as imagens dos slides…")},
+        {HeadlessRenderer::kStageEncode, QStringLiteral("Montando o vídeo…")},
         {OrvExporter::kStagePackage, QStringLiteral("Salvando o pacote da aula…")},
     };
     const auto it = lines.find(stage);

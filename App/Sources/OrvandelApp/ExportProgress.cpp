@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "LibreOfficeMp4Exporter.hpp"
+#include "HeadlessRenderer.hpp"
 #include "package/OrvExporter.hpp"
 
 namespace orvandel::ExportProgress {
@@ -21,10 +21,10 @@ struct Share {
 constexpr Share kShares[] = {
     {OrvExporter::kStageScan, 0, 20},
     {OrvExporter::kStagePrepare, 20, 60},
-    {LibreOfficeMp4Exporter::kStageRead, 60, 80},
-    {LibreOfficeMp4Exporter::kStagePdf, 80, 450},
-    {LibreOfficeMp4Exporter::kStageDraw, 450, 700},
-    {LibreOfficeMp4Exporter::kStageEncode, 700, 960},
+    {HeadlessRenderer::kStageRead, 60, 80},
+    {HeadlessRenderer::kStagePdf, 80, 450},
+    {HeadlessRenderer::kStageDraw, 450, 700},
+    {HeadlessRenderer::kStageEncode, 700, 960},
     {OrvExporter::kStagePackage, 960, 1000},
 };
 

@@ -1,0 +1,26 @@
+#pragma once
+// The frames of a movie whose changes are drawn, handed to the encoder
+// through a RawVideoStream: each frame of the timeline is the still of its
+// shot, or within a drawn change the frame EffectPainter makes from the
+// stills on either side of it. Stills are read from the frame files
+// (FrameConverter) as they are needed; at most a few are held at once. A
+// drawing's first frame, the picture already on screen, is left out.
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+#include "pixels/DrawnChanges.hpp"
+#include "encode/RawVideoStream.hpp"
+#include "encode/FrameSchedule.hpp"
+#include "base/Cancellation.hpp"
+
+namespace orvandel::DrawnMovie {
+
+// shots are the timeline's entries (a frame file and its duration each). Stops early, without an error, when
+// the stream's reader has gone (the encoder reports why). Throws
+// RenderError for a frame file that cannot be read, CancelledError.
+void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames,
+           const std::vector<ScheduledStill>& shots, const std::vector<DrawnChange>& changes,
+           FrameSize size, const std::optional<CancellationToken>& cancel);
+
+}  // namespace orvandel::DrawnMovie

@@ -1,0 +1,89 @@
+#include "encode/FrameSchedule.hpp"
+
+#include <algorithm>
+#include <limits>
+
+#include "base/Numbers.hpp"
+
+namespace orvandel::FrameSchedule {
+
+std::string quoted(const std::string& path) {
+    std::string out = "'";
+    for (char c : path) {
+        if (c == '\'') {
+            out += "'\\''";
+        } else {
+            out += c;
+        }
+    }
+    return out + "'";
+}
+
+namespace {
+
+constexpr std::int64_t kMovingRate = 30;  // frames per second where media move
+
+// The first frame boundary after `at` that the moving spans ask for.
+std::int64_t nextMovingCut(const std::vector<MsRange>& moving, std::int64_t at) {
+    std::int64_t best = std::numeric_limits<std::int64_t>::max();
+    for (const auto& r : moving) {
+        if (r.startMs > at) {
+            best = std::min(best, r.startMs);
+        } else if (at < r.endMs) {
+            std::int64_t k = (at - r.startMs) * kMovingRate / 1000 + 1;
+            while (r.startMs + k * 1000 / kMovingRate <= at) ++k;
+            best = std::min(best, std::min(r.endMs, r.startMs + k * 1000 / kMovingRate));
+        }
+    }
+    return best;
+}
+
+template <typename Visit>
+void forEachPiece(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
+                  const std::vector<MsRange>& moving, Visit visit) {
+    std::int64_t at = 0;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        std::int64_t remaining = entries[i].durationMs;
+        if (i + 1 == entries.size()) remaining -= 1;  // the closing frame's millisecond
+        while (remaining > 0) {
+            std::int64_t piece = periodicFrameMs > 0 ? std::min(remaining, periodicFrameMs) : remaining;
+            if (!moving.empty()) piece = std::min(piece, nextMovingCut(moving, at) - at);
+            visit(i, at, piece);
+            remaining -= piece;
+            at += piece;
+        }
+    }
+}
+
+}  // namespace
+
+std::string ffconcat(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
+                     const std::vector<MsRange>& moving) {
+    std::string out = "ffconcat version 1.0\n";
+    forEachPiece(entries, periodicFrameMs, moving, [&](std::size_t i, std::int64_t, std::int64_t ms) {
+        out += "file " + quoted(entries[i].image.string()) + "\nduration " + msAsDecimalSeconds(ms) + "\n";
+    });
+    if (!entries.empty()) out += "file " + quoted(entries.back().image.string()) + "\n";
+    return out;
+}
+
+std::int64_t frameCount(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
+                        const std::vector<MsRange>& moving) {
+    std::int64_t n = 0;
+    forEachPiece(entries, periodicFrameMs, moving, [&](std::size_t, std::int64_t, std::int64_t) { ++n; });
+    return entries.empty() ? 0 : n + 1;
+}
+
+std::vector<ScheduledFrame> frames(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
+                                  const std::vector<MsRange>& moving) {
+    std::vector<ScheduledFrame> out;
+    std::int64_t total = 0;
+    forEachPiece(entries, periodicFrameMs, moving, [&](std::size_t i, std::int64_t at, std::int64_t ms) {
+        out.push_back({at, i});
+        total = at + ms;
+    });
+    if (!entries.empty()) out.push_back({total, entries.size() - 1});
+    return out;
+}
+
+}  // namespace orvandel::FrameSchedule

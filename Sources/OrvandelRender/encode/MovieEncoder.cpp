@@ -1,0 +1,161 @@
+#include "encode/MovieEncoder.hpp"
+
+#include <algorithm>
+
+#include "tools/RenderError.hpp"
+#include "tools/RenderTools.hpp"
+#include "base/Numbers.hpp"
+
+namespace orvandel::MovieEncoder {
+
+namespace {
+const char* const kStage = "encoding the movie";
+constexpr std::int64_t kAudioRate = 48000;
+constexpr std::int64_t kAacFrame = 1024;  // samples per AAC frame
+
+// A filter's time bound half a millisecond before `ms`: frames sit on whole
+// milliseconds, so no rounding of the seconds can put one on the wrong side.
+std::string halfMsBefore(std::int64_t ms) {
+    const std::int64_t tenths = std::max<std::int64_t>(0, ms * 10 - 5);
+    std::string fraction = std::to_string(tenths % 10000);
+    return std::to_string(tenths / 10000) + "." + std::string(4 - fraction.size(), '0') + fraction;
+}
+
+std::string picture(const MediaLayer& m, std::size_t input, const std::string& label) {
+    std::string f = "[" + std::to_string(input) + ":v]setpts=PTS-STARTPTS+" + msAsDecimalSeconds(m.startMs) + "/TB";
+    if (m.cropLeft || m.cropTop || m.cropRight || m.cropBottom) {
+        const auto share = [](std::int64_t cut) { return std::to_string(100000 - cut); };
+        f += ",crop=w=iw*" + share(m.cropLeft + m.cropRight) + "/100000:h=ih*" + share(m.cropTop + m.cropBottom) +
+             "/100000:x=iw*" + std::to_string(m.cropLeft) + "/100000:y=ih*" + std::to_string(m.cropTop) + "/100000";
+    }
+    f += ",scale=" + std::to_string(m.width) + ":" + std::to_string(m.height);
+    if (m.flipH) f += ",hflip";
+    if (m.flipV) f += ",vflip";
+    // Transparency for a GIF's own and for the corners a rotation uncovers.
+    if (m.gif || m.rotation % 21600000 != 0) f += ",format=yuva420p";
+    if (m.rotation % 21600000 != 0) {
+        f += ",rotate=a=" + std::to_string(m.rotation) + "*PI/10800000:ow=rotw(a):oh=roth(a):c=none";
+    }
+    return f + "[" + label + "]";
+}
+
+std::string enabled(const std::vector<MsRange>& spans) {
+    std::string e;
+    for (const auto& s : spans) {
+        e += (e.empty() ? "" : "+") + std::string("between(t,") + halfMsBefore(s.startMs) + "," +
+             halfMsBefore(s.endMs) + ")";
+    }
+    return e;
+}
+
+}  // namespace
+
+std::string filterGraph(const std::vector<MediaLayer>& media, std::int64_t totalMs, bool audio) {
+    std::string graph, video = "0:v", sounds;
+    std::size_t mixed = 0;
+    for (std::size_t i = 0; i < media.size(); ++i) {
+        const MediaLayer& m = media[i];
+        const std::string n = std::to_string(i + 1);
+        if (m.picture && !m.shown.empty()) {
+            graph += picture(m, i + 1, "m" + n) + ";";
+            // Centred on its rectangle: a rotated picture is larger than it.
+            graph += "[" + video + "][m" + n + "]overlay=x=" + std::to_string(m.left) + "+(" +
+                     std::to_string(m.width) + "-w)/2:y=" + std::to_string(m.top) + "+(" + std::to_string(m.height) +
+                     "-h)/2:eof_action=repeat:enable='" + enabled(m.shown) + "'[v" + n + "];";
+            video = "v" + n;
+        }
+        if (audio && m.sound) {
+            graph += "[" + n + ":a]asetpts=PTS-STARTPTS,aformat=sample_rates=48000:channel_layouts=stereo,volume=" +
+                     std::to_string(m.volume) + "/100000,adelay=delays=" + std::to_string(m.startMs) + ":all=1[s" +
+                     n + "];";
+            sounds += "[s" + n + "]";
+            ++mixed;
+        }
+    }
+    if (!media.empty()) graph += "[" + video + "]null[v]";
+    if (audio) {
+        // Whole AAC frames that end no later than the video.
+        const std::int64_t audioSamples = totalMs * kAudioRate / 1000 / kAacFrame * kAacFrame;
+        const std::string silence = "[" + std::to_string(media.size() + 1) + ":a]";
+        graph += (graph.empty() ? "" : ";") + silence + sounds;
+        if (mixed > 0) graph += "amix=inputs=" + std::to_string(mixed + 1) + ":duration=first:normalize=0,";
+        graph += "atrim=end_sample=" + std::to_string(audioSamples) + "[a]";
+    }
+    return graph;
+}
+
+std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, std::int64_t totalMs,
+                                   const std::filesystem::path& output, bool silentAudio,
+                                   const std::vector<MediaLayer>& media, bool framesOnStandardInput) {
+    std::vector<std::string> args{"-hide_banner", "-v", "error", "-progress", "pipe:1", "-nostats", "-y"};
+    // Every input reads one local file or the pipe, and nothing they name.
+    if (framesOnStandardInput) {
+        args.insert(args.end(), {"-protocol_whitelist", "pipe", "-f", "matroska", "-i", "pipe:0"});
+    } else {
+        args.insert(args.begin(), "-nostdin");
+        args.insert(args.end(), {"-f", "concat", "-safe", "0"});
+        const auto list = RenderTools::fileInput(ffconcatFile);
+        args.insert(args.end(), list.begin(), list.end());
+    }
+    for (const auto& m : media) {
+        if (m.gif) args.insert(args.end(), {"-ignore_loop", "0"});
+        if (m.loops) args.insert(args.end(), {"-stream_loop", "-1"});
+        if (m.trimStartMs > 0) args.insert(args.end(), {"-ss", msAsDecimalSeconds(m.trimStartMs)});
+        args.insert(args.end(), {"-t", msAsDecimalSeconds(m.playMs)});
+        const auto input = RenderTools::mediaInput(m.file);
+        args.insert(args.end(), input.begin(), input.end());
+    }
+    const bool audio = silentAudio && totalMs * kAudioRate / 1000 >= kAacFrame;
+    if (audio) args.insert(args.end(), {"-f", "lavfi", "-i", "anullsrc=r=48000:cl=stereo"});
+    if (audio || !media.empty()) {
+        const bool sound = std::any_of(media.begin(), media.end(), [](const MediaLayer& m) { return m.sound; });
+        args.insert(args.end(), {"-filter_complex", filterGraph(media, totalMs, audio), "-map",
+                                 media.empty() ? "0:v" : "[v]"});
+        // Silence costs next to nothing at any rate; sound wants more.
+        if (audio) args.insert(args.end(), {"-map", "[a]", "-c:a", "aac", "-b:a", sound ? "128k" : "48k"});
+    }
+    args.insert(args.end(), {"-fps_mode", "passthrough", "-video_track_timescale", "1000", "-c:v", "libx264",
+                             "-preset", framesOnStandardInput ? "superfast" : "veryfast", "-tune", "stillimage", "-bf",
+                             "0", "-level:v", "4.1", "-pix_fmt", "yuv420p", "-movflags", "+faststart"});
+    // Drawn changes bring about five times the frames, each mostly the frame
+    // before: a lighter analysis keeps the export fast (export_bench); the
+    // deblocking filter keeps the picture, CAVLC costs only bits. The stream
+    // names no frame rate: without a millisecond time base the encoder would
+    // take the rate ffmpeg guesses from the first frames.
+    if (framesOnStandardInput) {
+        args.insert(args.end(), {"-enc_time_base:v", "1:1000", "-x264-params",
+                                 "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0:cabac=0"});
+    }
+    args.push_back(output.string());
+    return args;
+}
+
+void encode(const std::filesystem::path& ffconcatFile, std::int64_t totalMs, const std::filesystem::path& output,
+            const Options& options) {
+    // ffmpeg's -progress lines ("out_time_us=...") arrive on standard output.
+    std::string pending;
+    auto onOutput = [&](std::string_view chunk) {
+        if (!options.onProgress || totalMs <= 0) return;
+        pending.append(chunk);
+        std::size_t nl;
+        while ((nl = pending.find('\n')) != std::string::npos) {
+            const std::string line = pending.substr(0, nl);
+            pending.erase(0, nl + 1);
+            static const std::string key = "out_time_us=";
+            if (line.rfind(key, 0) == 0) {
+                if (const auto us = parseInt64(line.substr(key.size()))) {
+                    options.onProgress(std::min(1.0, std::max(0.0, double(*us) / 1000.0 / double(totalMs))));
+                }
+            }
+        }
+    };
+    RenderTools::runTool(kStage, "ffmpeg", "ffmpeg",
+                         arguments(ffconcatFile, totalMs, output, options.silentAudio, options.media,
+                                   static_cast<bool>(options.frames)),
+                         {.timeout = options.timeout,
+                          .cancel = options.cancel,
+                          .onStandardOutput = onOutput,
+                          .standardInput = options.frames});
+}
+
+}  // namespace orvandel::MovieEncoder

@@ -1,0 +1,38 @@
+#pragma once
+// Where in the movie the changes between shots are drawn (Storyboard::Shot's
+// effect): an entrance or a slide's transition from the moment of its change
+// on, an exit over the time before it. A slide's transition runs over the
+// states the slide goes through meanwhile (it brings in whatever the slide
+// shows); any other drawing never runs into the next change nor back before
+// the shot it starts from. Where changes come closer than their durations the
+// later one waits for the earlier and the earlier is cut short, so that spans
+// never overlap. Pure.
+#include <cstdint>
+#include <vector>
+
+#include "plan/DrawnEffect.hpp"
+#include "storyboard/Storyboard.hpp"
+#include "plan/MsRange.hpp"
+
+namespace orvandel {
+
+struct DrawnChange {
+    MsRange span;               // the frames drawn, in the movie
+    std::size_t from = 0;       // the shot before the change
+    std::size_t to = 0;         // the shot after it (a transition: the first of its slide)
+    DrawnEffect effect;
+    bool wholeSlide = false;    // a slide transition: the whole picture changes
+    std::int64_t effectStartMs = 0;  // when the effect's own time is 0 (before span.startMs when cut short)
+
+    // The effect's time at `ms`, within [0, durationMs].
+    std::int64_t elapsedAt(std::int64_t ms) const;
+    bool operator==(const DrawnChange&) const = default;
+};
+
+namespace DrawnChanges {
+
+std::vector<DrawnChange> plan(const std::vector<Storyboard::Shot>& shots);
+
+}  // namespace DrawnChanges
+
+}  // namespace orvandel

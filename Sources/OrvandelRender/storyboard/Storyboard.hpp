@@ -1,0 +1,77 @@
+#pragma once
+// The storyboard: the deck LibreOffice draws, one slide per state that the
+// movie shows (PlayoutTimeline), so that one conversion to PDF gives a page
+// for every state of every slide. A slide's first page is the slide's own
+// part; its further states are copies placed right after it. Hidden slides
+// keep one page each (they are exported too, so pages follow storyboard slides
+// one to one).
+//
+// A storyboard slide is a still: no timing, no transition. In it, hidden
+// shapes are removed from the shape tree: every shape is positioned on its
+// own, so nothing else moves (and LibreOffice ignores hidden="1" on
+// placeholders). Hidden paragraphs stay in place, so that the text keeps its
+// layout: their runs become fully transparent, their bullets are switched
+// off, and a numbered paragraph after them keeps its number.
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "plan/DrawnEffect.hpp"
+#include "storyboard/LinkSweep.hpp"
+#include "plan/PlayoutTimeline.hpp"
+#include "plan/RenderPlan.hpp"
+
+namespace orvandel::Storyboard {
+
+struct Page {
+    std::int64_t displayIndex = 0;  // the prepared deck's slide it shows
+    std::vector<PlayoutTarget> hidden;
+    bool operator==(const Page&) const = default;
+};
+
+struct Shot {
+    int page = 0;  // 1-based, as in the PDF
+    std::int64_t durationMs = 0;
+    // How the movie changes to this shot from the one before: a state's
+    // effect, or for a slide's first shot the slide's transition.
+    DrawnEffect effect{};
+    bool opensSlide = false;
+    bool operator==(const Shot&) const = default;
+};
+
+struct Layout {
+    // Storyboard slide i is pages[i - 1]; the pages of a slide are
+    // consecutive, and one slide's states that look alike share a page.
+    std::vector<Page> pages;
+    // What the movie shows, in order: each visible slide's states, clipped
+    // to its advance time, so that the durations add up to the plan's total.
+    std::vector<Shot> shots;
+
+    // False when the prepared deck itself is the storyboard (one page per
+    // slide, nothing hidden).
+    bool needsDeck() const;
+};
+
+// Pure. With steps false every slide shows its final state, as drawn, for its
+// whole advance time. `transitions` (by slide part) are the slides' own; the
+// first slide's is not drawn (nothing comes before it).
+Layout layout(const RenderPlan& plan, bool steps = true, const std::map<std::string, DrawnEffect>& transitions = {});
+
+// The storyboard slide of one state of a slide (exposed for tests). A
+// paragraph whose text cannot be edited safely (it declares namespaces of its
+// own or uses prefixes the fragment parser does not know) is left visible.
+std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTarget>& hidden);
+
+// Writes the storyboard of the prepared deck to `out`: its entries copied as
+// they are, the changed parts replaced and the copies added (stored), as in
+// the timing rewrite; the parts are taken as the sweep leaves them (slides
+// and their copies alike), and its parts are added. Throws the archive
+// reader's errors and RenderError for a deck whose slide list cannot be
+// extended.
+void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const Layout& layout,
+           const std::filesystem::path& out, const LinkSweep::Sweep& sweep = {});
+
+}  // namespace orvandel::Storyboard

@@ -1,0 +1,145 @@
+#include "tools/LibreOffice.hpp"
+
+#include "tools/LibreOfficeProfile.hpp"
+
+#include <algorithm>
+#include <system_error>
+
+#include "tools/RenderError.hpp"
+#include "tools/RenderTools.hpp"
+#include "base/Bytes.hpp"
+#include "base/Subprocess.hpp"
+#include "container/XMLEmitter.hpp"
+
+namespace orvandel::LibreOffice {
+
+namespace {
+
+const char* const kStage = "converting the deck with LibreOffice";
+
+// Office fonts and the free fonts drawn with the same advance widths, so that
+// text wraps and fits exactly as the author laid it out.
+const std::pair<const char*, const char*> kFontTwins[] = {
+    {"Calibri", "Carlito"},
+    {"Calibri Light", "Carlito"},
+    {"Cambria", "Caladea"},
+    {"Arial", "Liberation Sans"},
+    {"Helvetica", "Liberation Sans"},
+    {"Times New Roman", "Liberation Serif"},
+    {"Courier New", "Liberation Mono"},
+};
+
+}  // namespace
+
+std::optional<std::filesystem::path> findSoffice() { return Subprocess::findOnPath("soffice"); }
+
+std::string fontConfiguration(const std::filesystem::path& cacheDir) {
+    std::string conf =
+        "<?xml version=\"1.0\"?>\n<!DOCTYPE fontconfig SYSTEM \"fonts.dtd\">\n<fontconfig>\n"
+        "  <include ignore_missing=\"yes\">/etc/fonts/fonts.conf</include>\n"
+        "  <cachedir>" + XMLEmitter::escapeAttribute(cacheDir.string()) + "</cachedir>\n";
+    for (const auto& [office, twin] : kFontTwins) {
+        // A strong binding replaces the family outright, so the twin wins over
+        // any fallback fontconfig would otherwise rank higher.
+        conf += "  <match target=\"pattern\"><test name=\"family\" qual=\"any\"><string>";
+        conf += office;
+        conf += "</string></test><edit name=\"family\" mode=\"assign\" binding=\"strong\"><string>";
+        conf += twin;
+        conf += "</string></edit></match>\n";
+    }
+    conf += "</fontconfig>\n";
+    return conf;
+}
+
+std::chrono::milliseconds timeLimit(std::int64_t pages) {
+    return std::chrono::milliseconds(120'000 + 1'000 * std::max<std::int64_t>(0, pages));
+}
+
+std::string memorySize(std::int64_t bytes) {
+    constexpr std::int64_t kMiB = std::int64_t{1} << 20, kGiB = std::int64_t{1} << 30;
+    if (bytes < kGiB) return std::to_string((bytes + kMiB / 2) / kMiB) + " MiB";
+    const std::int64_t tenths = (bytes / (kGiB / 1024) * 10 + 512) / 1024;  // of a GiB, rounded
+    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " GiB";
+}
+
+std::filesystem::path convert(const std::filesystem::path& input, const std::string& convertTo,
+                              const std::string& outputExtension, const std::filesystem::path& outDir,
+                              const ConvertOptions& options) {
+    const auto soffice = findSoffice();
+    if (!soffice) {
+        throw RenderError(RenderError::Case::missingTool, kStage,
+                          std::string(kStage) + ": soffice was not found on PATH. Install LibreOffice "
+                          "(Debian package libreoffice-impress-nogui, or run scripts/install-deps.sh) and try again.");
+    }
+    const std::string deck = options.deckName.empty() ? input.filename().string() : options.deckName;
+    std::error_code ec;
+    std::filesystem::create_directories(options.workDir, ec);
+    std::filesystem::create_directories(outDir, ec);
+    const auto fontsConf = options.workDir / "fonts.conf";
+    writeFile(fontsConf, fontConfiguration(options.workDir / "fontconfig-cache"));
+
+    const auto output = outDir / (input.stem().string() + "." + outputExtension);
+    const auto seconds = std::to_string((options.timeout.count() + 999) / 1000);
+    for (int attempt = 1;; ++attempt) {
+        const auto profile = options.workDir / ("lo-profile-" + std::to_string(attempt));
+        std::filesystem::remove(output, ec);
+        LibreOfficeProfile::closeToNetwork(profile);
+        // LibreOffice says "convert <input> -> <output>" once it has loaded
+        // the deck; until then a hang is its own start, not the deck.
+        bool loaded = false;
+        SubprocessResult r;
+        try {
+            r = Subprocess::run(
+                {soffice->string(), "-env:UserInstallation=file://" + profile.string(), "--headless",
+                 "--invisible", "--nologo", "--norestore", "--nodefault", "--nolockcheck", "--convert-to",
+                 convertTo, "--outdir", outDir.string(), input.string()},
+                {.environment = {"FONTCONFIG_FILE=" + fontsConf.string(), "SAL_USE_VCLPLUGIN=svp",
+                                 "HOME=" + options.workDir.string(),
+                                 // its temporary files (copies of embedded media among them) stay in
+                                 // the scratch folder, which goes however the render ends
+                                 "TMPDIR=" + options.workDir.string()},
+                 .timeout = options.timeout,
+                 .cancel = options.cancel,
+                 .onStandardOutput = [&](std::string_view chunk) {
+                     if (chunk.find("convert ") != std::string_view::npos) loaded = true;
+                 },
+                 .memoryLimit = options.memoryLimit,
+                 .isolateNetwork = true});
+        } catch (const LaunchError& e) {
+            throw RenderError(RenderError::Case::missingTool, kStage,
+                              std::string(kStage) + ": " + e.what() +
+                                  ". Reinstall LibreOffice (Debian package libreoffice-impress-nogui).",
+                              e.cause(), e.errnoValue());
+        }
+        std::filesystem::remove_all(profile, ec);
+        if (r.cancelled) throw CancelledError();
+        if (r.memoryExceeded) {
+            throw RenderError(RenderError::Case::tooLarge, kStage,
+                              std::string(kStage) + ": LibreOffice needed more than " +
+                                  memorySize(*options.memoryLimit) + ", its memory limit, for " + deck +
+                                  ", and was stopped. Split the deck into smaller ones, or allow more memory "
+                                  "with --max-memory.");
+        }
+        if (r.timedOut && !loaded && attempt == 1) continue;  // a hang at start: once more, fresh profile
+        if (r.timedOut) {
+            throw RenderError(RenderError::Case::timedOut, kStage,
+                              std::string(kStage) + ": LibreOffice did not finish " + deck + " within " + seconds +
+                                  " s, its time limit, and was stopped" +
+                                  (loaded ? "" : " (twice: the second time with a fresh profile)") +
+                                  ". Close other LibreOffice windows and try again, split the deck into smaller "
+                                  "ones, or pass a movie you rendered yourself with --mp4.");
+        }
+        if (std::filesystem::is_regular_file(output, ec) && std::filesystem::file_size(output, ec) > 0) {
+            return output;
+        }
+        std::string detail = RenderTools::tail(r.standardError);
+        if (detail.empty()) detail = RenderTools::tail(r.standardOutput);
+        throw RenderError(RenderError::Case::toolFailed, kStage,
+                          std::string(kStage) + ": LibreOffice (exit status " + std::to_string(r.exitStatus) +
+                              ") wrote no " + outputExtension + " for " + deck +
+                              (detail.empty() ? "" : ": " + detail) +
+                              ". Check that the deck opens in LibreOffice Impress.");
+    }
+}
+
+}  // namespace orvandel::LibreOffice
