@@ -41,9 +41,9 @@ namespace orvandel {
 
 namespace {
 
-// What the package's manifest says made it.
+// What the package's manifest says made it; the version comes from the build.
 const char* const kSource = "orvandel-plugin";
-const char* const kPluginVersion = "orvandel-core/0.1";
+const char* const kPluginVersion = ORVANDEL_PLUGIN_VERSION;
 
 QString fileName(const std::filesystem::path& path) { return QString::fromStdString(path.filename().string()); }
 
