@@ -18,7 +18,8 @@ set(units
   "OrvandelRender|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render"
   "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelPowerPoint"
   "orvandel|*"
-  "../App/Sources/OrvandelApp|*")
+  "../App/Sources/OrvandelApp|*"
+  "../App/Sources/OrvandelApp/update|*")
 set(roots OrvandelCore OrvandelRender OrvandelPowerPoint OrvandelRenderers orvandel ../App/Sources/OrvandelApp)
 
 set(sources "${ROOT}/Sources")

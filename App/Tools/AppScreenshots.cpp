@@ -17,6 +17,7 @@
 #include "ContentView.hpp"
 #include "OrvandelAppApp.hpp"
 #include "RenderError.hpp"
+#include "update/UpdateAlerts.hpp"
 
 using namespace orvandel;
 using namespace orvandel::apptest;
@@ -135,9 +136,9 @@ int main(int argc, char** argv) {
 
     shell = window(renderer);
     view = shell.window.get();
-    shell.updateChecker->presentUpdate({"0.2.0", "https://orvandel.app/baixar",
-                                        "Novidades: a exportação ficou mais rápida e os GIFs agora aparecem em "
-                                        "movimento no vídeo."});
+    UpdateAlerts::presentUpdate(view, {"0.2.0", "https://orvandel.app/baixar",
+                                       "Novidades: a exportação ficou mais rápida e os GIFs agora aparecem em "
+                                       "movimento no vídeo."});
     shoot(*view, "update-alert");
     return problems == 0 ? 0 : 1;
 }
