@@ -19,6 +19,7 @@ set(units
   "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelPowerPoint"
   "orvandel|*"
   "../App/Sources/OrvandelApp|*"
+  "../App/Sources/OrvandelApp/export|*"
   "../App/Sources/OrvandelApp/update|*")
 set(roots OrvandelCore OrvandelRender OrvandelPowerPoint OrvandelRenderers orvandel ../App/Sources/OrvandelApp)
 

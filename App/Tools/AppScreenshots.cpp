@@ -75,8 +75,8 @@ OrvandelAppApp::Shell window(const std::shared_ptr<FakeExporter>& renderer) {
 }
 
 void open(ContentView& view, const std::filesystem::path& deck) {
-    view.chooseDeck(deck);
-    waitUntil([&] { return !view.isScanning(); }, 20000);
+    view.session().chooseDeck(deck);
+    waitUntil([&] { return !view.session().isScanning(); }, 20000);
 }
 
 }  // namespace
@@ -113,7 +113,7 @@ int main(int argc, char** argv) {
     if (auto* question = view->findChild<QMessageBox*>()) question->reject();  // "Cancelar saída"
     waitUntil([&] { return !view->findChild<QMessageBox*>(); }, 2000);
     renderer->hold->store(false);
-    waitUntil([&] { return !view->isExporting(); }, 20000);
+    waitUntil([&] { return !view->session().isExporting(); }, 20000);
     shoot(*view, "done-warnings");
     closeAlert(*view);
     shoot(*view, "done");
@@ -126,7 +126,7 @@ int main(int argc, char** argv) {
     open(*view, deck);
     QTest::keyClicks(view->findChild<QLineEdit*>("gifField-4"), "3");
     view->runExport();
-    waitUntil([&] { return !view->isExporting(); }, 20000);
+    waitUntil([&] { return !view->session().isExporting(); }, 20000);
     shoot(*view, "error-alert");
 
     shell = window(renderer);
