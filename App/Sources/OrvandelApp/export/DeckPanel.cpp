@@ -42,10 +42,9 @@ DeckPanel::DeckPanel(ExportSession& session, QWidget* parent)
         label->setPalette(p);
         column->addWidget(label);
     }
+    secondaryTexts_ = {deckName_, noDeck_};
     follow();
 }
-
-QList<QWidget*> DeckPanel::secondaryTexts() const { return {deckName_, noDeck_}; }
 
 void DeckPanel::showImporter() {
     const auto& deck = session_.deckURL();

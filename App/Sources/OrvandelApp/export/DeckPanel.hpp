@@ -16,7 +16,6 @@ class DeckPanel : public SessionPanel {
     Q_OBJECT
 public:
     explicit DeckPanel(ExportSession& session, QWidget* parent = nullptr);
-    QList<QWidget*> secondaryTexts() const override;
 
 signals:
     // Picked in the file dialog.

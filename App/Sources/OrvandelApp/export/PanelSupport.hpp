@@ -21,7 +21,7 @@ class SessionPanel : public QWidget {
     Q_OBJECT
 public:
     // The labels drawn in the window's secondary text colour.
-    virtual QList<QWidget*> secondaryTexts() const { return {}; }
+    const QList<QWidget*>& secondaryTexts() const { return secondaryTexts_; }
 
 protected:
     explicit SessionPanel(ExportSession& session, QWidget* parent = nullptr);
@@ -30,6 +30,7 @@ protected:
     void follow();
 
     ExportSession& session_;
+    QList<QWidget*> secondaryTexts_;
 };
 
 namespace PanelSupport {

@@ -37,10 +37,9 @@ ResultPanel::ResultPanel(ExportSession& session, QWidget* parent)
     result->addSpacing(4);
     result->addWidget(reveal, 0, Qt::AlignLeft);
     column->addWidget(resultView);
+    secondaryTexts_ = {name_, summary_};
     follow();
 }
-
-QList<QWidget*> ResultPanel::secondaryTexts() const { return {name_, summary_}; }
 
 void ResultPanel::refresh() {
     const auto& outcome = session_.outcome();

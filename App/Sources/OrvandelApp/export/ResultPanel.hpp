@@ -14,7 +14,6 @@ class ResultPanel : public SessionPanel {
     Q_OBJECT
 public:
     explicit ResultPanel(ExportSession& session, QWidget* parent = nullptr);
-    QList<QWidget*> secondaryTexts() const override;
 
 private:
     void refresh() override;
