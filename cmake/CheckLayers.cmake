@@ -27,7 +27,9 @@ set(units
   "OrvandelRender|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard OrvandelRender/pixels OrvandelRender/encode"
   "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelRender/plan OrvandelPowerPoint"
   "orvandel|*"
-  "../App/Sources/OrvandelApp|*")
+  "../App/Sources/OrvandelApp|*"
+  "../App/Sources/OrvandelApp/export|*"
+  "../App/Sources/OrvandelApp/update|*")
 set(roots OrvandelCore OrvandelRender OrvandelPowerPoint OrvandelRenderers orvandel ../App/Sources/OrvandelApp)
 
 set(sources "${ROOT}/Sources")

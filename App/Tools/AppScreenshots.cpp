@@ -17,6 +17,7 @@
 #include "ContentView.hpp"
 #include "OrvandelAppApp.hpp"
 #include "tools/RenderError.hpp"
+#include "update/UpdateAlerts.hpp"
 
 using namespace orvandel;
 using namespace orvandel::apptest;
@@ -74,8 +75,8 @@ OrvandelAppApp::Shell window(const std::shared_ptr<FakeExporter>& renderer) {
 }
 
 void open(ContentView& view, const std::filesystem::path& deck) {
-    view.chooseDeck(deck);
-    waitUntil([&] { return !view.isScanning(); }, 20000);
+    view.session().chooseDeck(deck);
+    waitUntil([&] { return !view.session().isScanning(); }, 20000);
 }
 
 }  // namespace
@@ -112,7 +113,7 @@ int main(int argc, char** argv) {
     if (auto* question = view->findChild<QMessageBox*>()) question->reject();  // "Cancelar saída"
     waitUntil([&] { return !view->findChild<QMessageBox*>(); }, 2000);
     renderer->hold->store(false);
-    waitUntil([&] { return !view->isExporting(); }, 20000);
+    waitUntil([&] { return !view->session().isExporting(); }, 20000);
     shoot(*view, "done-warnings");
     closeAlert(*view);
     shoot(*view, "done");
@@ -125,7 +126,7 @@ int main(int argc, char** argv) {
     open(*view, deck);
     QTest::keyClicks(view->findChild<QLineEdit*>("gifField-4"), "3");
     view->runExport();
-    waitUntil([&] { return !view->isExporting(); }, 20000);
+    waitUntil([&] { return !view->session().isExporting(); }, 20000);
     shoot(*view, "error-alert");
 
     shell = window(renderer);
@@ -135,9 +136,9 @@ int main(int argc, char** argv) {
 
     shell = window(renderer);
     view = shell.window.get();
-    shell.updateChecker->presentUpdate({"0.2.0", "https://orvandel.app/baixar",
-                                        "Novidades: a exportação ficou mais rápida e os GIFs agora aparecem em "
-                                        "movimento no vídeo."});
+    UpdateAlerts::presentUpdate(view, {"0.2.0", "https://orvandel.app/baixar",
+                                       "Novidades: a exportação ficou mais rápida e os GIFs agora aparecem em "
+                                       "movimento no vídeo."});
     shoot(*view, "update-alert");
     return problems == 0 ? 0 : 1;
 }

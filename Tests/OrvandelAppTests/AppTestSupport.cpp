@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "DeckBuilder.hpp"
+#include "export/ExportSession.hpp"
 #include "HeadlessRenderer.hpp"
 #include "MovieFixtures.hpp"
 #include "plan/RenderPlan.hpp"
@@ -17,6 +18,17 @@ namespace orvandel::apptest {
 
 std::filesystem::path exampleDeck() {
     return std::filesystem::path(ORVANDEL_SOURCE_DIR) / "examples" / "aula-exemplo.pptx";
+}
+
+std::filesystem::path exampleCopy(const QString& dir) {
+    const auto deck = std::filesystem::path(dir.toStdString()) / "Aula.pptx";
+    std::filesystem::copy_file(exampleDeck(), deck);
+    return deck;
+}
+
+bool scan(ExportSession& session, const std::filesystem::path& deck) {
+    session.chooseDeck(deck);
+    return waitUntil([&] { return !session.isScanning(); }, 10000);
 }
 
 void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,

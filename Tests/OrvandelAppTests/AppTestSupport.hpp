@@ -15,9 +15,17 @@
 
 class QWidget;
 
+namespace orvandel {
+class ExportSession;
+}
+
 namespace orvandel::apptest {
 
 std::filesystem::path exampleDeck();
+// A copy of the example deck in `dir`, named Aula.pptx.
+std::filesystem::path exampleCopy(const QString& dir);
+// Chooses `deck` in `session`; whether its scan ended in time.
+bool scan(ExportSession& session, const std::filesystem::path& deck);
 
 // Renders nothing: reports the drawing stage half done, holds while `hold`
 // is set (until the export is cancelled), then throws `failure` or writes a

@@ -30,15 +30,13 @@ struct Guarded {
     int quits = 0;
 
     Guarded(const QTemporaryDir& dir, std::shared_ptr<FakeExporter> renderer)
-        : deck(dir.filePath("Aula.pptx").toStdString()),
+        : deck(exampleCopy(dir.path())),
           shell(OrvandelAppApp::makeShell(RendererChoice::Renderer::headless, std::move(renderer))) {
-        fs::copy_file(exampleDeck(), deck);
-        writeFile(ContentView::outputPath(deck), kOldPackage);
+        writeFile(ExportSession::outputPath(deck), kOldPackage);
         shell.quitController->ask = [this](QWidget&, auto answer) { questions.push_back(answer); };
         shell.quitController->quit = [this] { ++quits; };
         shell.window->show();
-        view().chooseDeck(deck);
-        waitUntil([&] { return !view().isScanning(); }, 10000);
+        scan(view().session(), deck);
         QTest::keyClicks(view().findChild<QLineEdit*>("gifField-4"), "3");
         view().runExport();
     }
@@ -47,7 +45,7 @@ struct Guarded {
     bool closeIsQuestioned() {
         return !view().close() && waitUntil([&] { return !questions.empty(); }, 2000);
     }
-    std::string package() const { return toString(readFile(ContentView::outputPath(deck))); }
+    std::string package() const { return toString(readFile(ExportSession::outputPath(deck))); }
 };
 
 }  // namespace
@@ -72,19 +70,19 @@ private slots:
             waitUntil([] { return false; }, 50);
             QCOMPARE(g.questions.size(), std::size_t(1));
             if (afterTheEnd) renderer->hold->store(false);
-            QVERIFY(waitUntil([&] { return g.view().isExporting() != afterTheEnd; }, 10000));
+            QVERIFY(waitUntil([&] { return g.view().session().isExporting() != afterTheEnd; }, 10000));
             g.questions.front()(choice);
             if (choice == Choice::forceQuit) {
                 // The renderer still holds: only the cancellation ends the export.
                 QVERIFY(waitUntil([&] { return g.quits == 1; }, 10000));
             } else if (!afterTheEnd) {
                 waitUntil([] { return false; }, 100);
-                QVERIFY(g.view().isExporting() && g.quits == 0);
+                QVERIFY(g.view().session().isExporting() && g.quits == 0);
                 if (choice == Choice::finishThenQuit) {
                     QCOMPARE(g.view().findChild<QLabel*>("progressLine")->text(), ExportCopy::kFinishingToQuit);
                 }
                 renderer->hold->store(false);
-                QVERIFY(waitUntil([&] { return !g.view().isExporting(); }, 10000));
+                QVERIFY(waitUntil([&] { return !g.view().session().isExporting(); }, 10000));
             }
             QCOMPARE(g.quits, choice == Choice::cancel ? 0 : 1);
             QCOMPARE(g.view().isVisible(), choice == Choice::cancel);

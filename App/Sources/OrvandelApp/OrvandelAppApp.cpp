@@ -121,7 +121,7 @@ int run(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Orvandel"));
     QApplication::setOrganizationName(QStringLiteral("Orvandel"));
     QApplication::setApplicationDisplayName(QStringLiteral("Orvandel"));
-    QApplication::setApplicationVersion(UpdateChecker::currentVersion());
+    QApplication::setApplicationVersion(UpdateFeed::currentVersion());
     // The name of the installed .desktop file, so that the desktop shows this
     // window under the app's own name and icon.
     QApplication::setDesktopFileName(QStringLiteral("orvandel"));

@@ -6,7 +6,7 @@
 
 #include "ContentView.hpp"
 #include "QuitController.hpp"
-#include "UpdateChecker.hpp"
+#include "update/UpdateChecker.hpp"
 
 class QCoreApplication;
 

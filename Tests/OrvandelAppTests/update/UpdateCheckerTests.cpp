@@ -6,7 +6,8 @@
 #include <QtTest>
 
 #include "ExportCopy.hpp"
-#include "UpdateChecker.hpp"
+#include "update/UpdateAlerts.hpp"
+#include "update/UpdateChecker.hpp"
 
 using namespace orvandel;
 
@@ -34,8 +35,8 @@ struct FeedServer {
                 socket->disconnectFromHost();
             });
         });
-        qputenv(UpdateChecker::kFeedVariable, "http://127.0.0.1:" + QByteArray::number(server.serverPort()) +
-                                                  "/exporter/latest.json");
+        qputenv(UpdateFeed::kFeedVariable, "http://127.0.0.1:" + QByteArray::number(server.serverPort()) +
+                                               "/exporter/latest.json");
     }
 };
 
@@ -68,7 +69,7 @@ private slots:
         for (const auto& [remote, current, newer] : std::vector<std::tuple<QString, QString, bool>>{
                  {"1.10", "1.9", true}, {"2.0", "2", false}, {"1.2.0", "1.2", false}, {"1.2.1", "1.2", true},
                  {"1.2", "1.2.1", false}, {"1.x", "1.0", false}, {"10", "9.99", true}, {"", "0", false}}) {
-            QVERIFY2(UpdateChecker::isNewer(remote, current) == newer, qPrintable(remote));
+            QVERIFY2(UpdateFeed::isNewer(remote, current) == newer, qPrintable(remote));
         }
     }
 
@@ -78,7 +79,7 @@ private slots:
         FeedServer server;
         const QString failed = ExportCopy::kUpdateCheckFailedTitle, news = ExportCopy::kUpdateTitle;
         const auto manual = &UpdateChecker::checkManually, launch = &UpdateChecker::checkOnLaunch;
-        const QByteArray newer = feed("99.0"), same = feed(UpdateChecker::currentVersion());
+        const QByteArray newer = feed("99.0"), same = feed(UpdateFeed::currentVersion());
         const auto aDayAgo = QDateTime::currentDateTimeUtc().addSecs(-24 * 60 * 60 - 5).toString(Qt::ISODate);
         using Step = std::tuple<void (UpdateChecker::*)(), int, QByteArray, bool, QString, int>;
         // The check, the feed's status and body, whether the last check at launch was a day ago: the alert's
@@ -106,9 +107,9 @@ private slots:
 
     // "Baixar" opens only a web page.
     void downloadOpensOnlyAWebPage() {
-        QCOMPARE(UpdateChecker::downloadPage("https://example.org/baixar"), QUrl("https://example.org/baixar"));
+        QCOMPARE(UpdateAlerts::downloadPage("https://example.org/baixar"), QUrl("https://example.org/baixar"));
         for (const char* url : {"file:///etc/passwd", "/usr/bin/xterm", "https://", "não é um endereço"}) {
-            QVERIFY2(!UpdateChecker::downloadPage(url), url);
+            QVERIFY2(!UpdateAlerts::downloadPage(url), url);
         }
     }
 
