@@ -1,4 +1,4 @@
-#include "MediaLayers.hpp"
+#include "media/MediaLayers.hpp"
 
 #include <algorithm>
 

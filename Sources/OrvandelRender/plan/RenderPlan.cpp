@@ -1,10 +1,10 @@
-#include "RenderPlan.hpp"
+#include "plan/RenderPlan.hpp"
 
 #include <map>
 #include <variant>
 
-#include "GraphicBuild.hpp"
-#include "RenderError.hpp"
+#include "plan/GraphicBuild.hpp"
+#include "tools/RenderError.hpp"
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
 #include "base/Regex.hpp"
