@@ -115,7 +115,7 @@ private slots:
         };
         QVERIFY(!drop(dir.filePath("notes.txt")));
         QVERIFY(drop(QString::fromStdString(exampleDeck().string())));
-        QCOMPARE(*w.session().deckURL(), exampleDeck());
+        QCOMPARE(*w.session().deckPath(), exampleDeck());
         QVERIFY(waitUntil([&] { return !w.session().isScanning(); }, 10000));
         QVERIFY(drop(dir.filePath("gone.pptx")));  // vanished between the drag and the drop
         QCOMPARE(w.alert()->text(), ExportCopy::kOpenFailedTitle);

@@ -108,13 +108,13 @@ void ContentView::refresh() {
     setFloating(session_->isExporting());
 }
 
-void ContentView::openDeck(const std::filesystem::path& url) {
+void ContentView::openDeck(const std::filesystem::path& deck) {
     std::error_code ec;
-    if (!std::filesystem::is_regular_file(url, ec)) {
+    if (!std::filesystem::is_regular_file(deck, ec)) {
         presentAlert(true, ExportCopy::kOpenFailedTitle, ExportCopy::kOpenFailedText);
         return;
     }
-    session_->chooseDeck(std::filesystem::absolute(url, ec));
+    session_->chooseDeck(std::filesystem::absolute(deck, ec));
 }
 
 void ContentView::runExport() {
@@ -122,7 +122,7 @@ void ContentView::runExport() {
     // Only PowerPoint has other decks open that a forced end could lose.
     if (renderer() == RendererChoice::Renderer::powerPoint) {
         const auto unsaved =
-            UnsavedDecksGate::decksNeedingAttention(UnsavedDecksGate::openDecks(), session_->deckURL()->string());
+            UnsavedDecksGate::decksNeedingAttention(UnsavedDecksGate::openDecks(), session_->deckPath()->string());
         if (!unsaved.empty() && !UnsavedDecksGate::present(static_cast<std::int64_t>(unsaved.size()), this)) return;
     }
     session_->startExport();

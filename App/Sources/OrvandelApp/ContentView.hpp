@@ -41,7 +41,7 @@ public:
 
     // A deck named on the command line, picked or dropped: chosen, or the
     // "could not open" alert when it is not a file.
-    void openDeck(const std::filesystem::path& url);
+    void openDeck(const std::filesystem::path& deck);
     // "Exportar": the unsaved-decks question where PowerPoint renders, then the export.
     void runExport();
 

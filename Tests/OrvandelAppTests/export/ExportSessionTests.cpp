@@ -96,8 +96,8 @@ private slots:
         QVERIFY(!ended.front().at(0).value<std::exception_ptr>() && !s.session.isExporting());
         QVERIFY(ended.front().at(1).toStringList().join("\n").contains("slide(s) 5"));
         const auto& outcome = *s.session.outcome();
-        const auto probe = ManifestReader::read(outcome.orvURL);
-        QCOMPARE(outcome.orvURL, ExportSession::outputPath(deck));
+        const auto probe = ManifestReader::read(outcome.orvPath);
+        QCOMPARE(outcome.orvPath, ExportSession::outputPath(deck));
         QCOMPARE(outcome.cueCount, static_cast<std::int64_t>(probe.cues.size()));
         QCOMPARE(outcome.masterVideoSeconds, probe.masterVideoDuration);
         QCOMPARE(outcome.convertedOnClickVideoSlides, (std::vector<std::int64_t>{5}));

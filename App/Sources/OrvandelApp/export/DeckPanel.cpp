@@ -47,7 +47,7 @@ DeckPanel::DeckPanel(ExportSession& session, QWidget* parent)
 }
 
 void DeckPanel::showImporter() {
-    const auto& deck = session_.deckURL();
+    const auto& deck = session_.deckPath();
     const QString start = deck ? QString::fromStdString(deck->parent_path().string())
                                : QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     const QString picked = QFileDialog::getOpenFileName(window(), ExportCopy::kChooseDeck, start,
@@ -56,7 +56,7 @@ void DeckPanel::showImporter() {
 }
 
 void DeckPanel::refresh() {
-    const auto& deck = session_.deckURL();
+    const auto& deck = session_.deckPath();
     chooseButton_->setEnabled(!session_.isBusy());
     deckName_->setVisible(deck.has_value());
     noDeck_->setVisible(!deck);

@@ -48,9 +48,9 @@ std::filesystem::path ExportSession::outputPath(const std::filesystem::path& dec
     return std::filesystem::path(deck).replace_extension(".orv");
 }
 
-void ExportSession::chooseDeck(const std::filesystem::path& url) {
+void ExportSession::chooseDeck(const std::filesystem::path& deck) {
     if (isExporting_) return;
-    deckURL_ = url;
+    deckPath_ = deck;
     gifSlides_.clear();
     gifDurations_.clear();
     multiVideoSlides_.clear();
@@ -59,10 +59,10 @@ void ExportSession::chooseDeck(const std::filesystem::path& url) {
     isScanning_ = true;
     emit changed();
     // A scan still running for an earlier deck finishes first; its result is dropped.
-    scan_.start([url] {
+    scan_.start([deck] {
         ScanRun run;
         try {
-            run.reports = DeckScanner::report(url, {}, {});
+            run.reports = DeckScanner::report(deck, {}, {});
         } catch (...) {
             run.error = std::current_exception();
         }
@@ -94,7 +94,7 @@ QString ExportSession::typeDuration(std::int64_t slide, const QString& typed) {
 }
 
 bool ExportSession::canExport() const {
-    if (!deckURL_ || isBusy() || !multiVideoSlides_.empty()) return false;
+    if (!deckPath_ || isBusy() || !multiVideoSlides_.empty()) return false;
     return std::all_of(gifSlides_.begin(), gifSlides_.end(), [this](std::int64_t slide) {
         const auto typed = gifDurations_.find(slide);
         return typed != gifDurations_.end() && GifDurations::seconds(typed->second).has_value();
@@ -103,7 +103,7 @@ bool ExportSession::canExport() const {
 
 bool ExportSession::startExport() {
     if (!canExport()) return false;
-    const auto deck = *deckURL_;
+    const auto deck = *deckPath_;
     const auto destination = outputPath(deck);
     SlideDurations gifMs;
     for (const auto slide : gifSlides_) gifMs[slide] = *GifDurations::seconds(gifDurations_[slide]) * 1000;
@@ -166,7 +166,7 @@ void ExportSession::exportFinished(const ExportRun& run) {
     QStringList warnings;
     if (!run.error) {
         const auto& r = run.result;
-        outcome_ = Outcome{outputPath(*deckURL_), r.cueCount, static_cast<double>(r.masterVideoDurationMs) / 1000,
+        outcome_ = Outcome{outputPath(*deckPath_), r.cueCount, static_cast<double>(r.masterVideoDurationMs) / 1000,
                            r.convertedOnClickVideoSlides};
         warnings = ExportCopy::postExportWarnings(r.convertedOnClickVideoSlides, r.maxBulletsPerSlide, r.warnings);
     }

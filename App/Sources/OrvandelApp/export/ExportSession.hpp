@@ -34,7 +34,7 @@ class ExportSession : public QObject {
 public:
     // A finished export, as the export itself reported it.
     struct Outcome {
-        std::filesystem::path orvURL;
+        std::filesystem::path orvPath;
         std::int64_t cueCount = 0;
         double masterVideoSeconds = 0;
         std::vector<std::int64_t> convertedOnClickVideoSlides;
@@ -51,7 +51,7 @@ public:
     static std::filesystem::path outputPath(const std::filesystem::path& deck);
 
     RendererChoice::Renderer renderer() const { return renderer_; }
-    const std::optional<std::filesystem::path>& deckURL() const { return deckURL_; }
+    const std::optional<std::filesystem::path>& deckPath() const { return deckPath_; }
     bool isScanning() const { return isScanning_; }
     bool isExporting() const { return isExporting_; }
     bool isBusy() const { return isScanning_ || isExporting_; }
@@ -66,8 +66,8 @@ public:
     int progressPermille() const { return progressPermille_; }
     const std::optional<Outcome>& outcome() const { return outcome_; }
 
-    // Forgets the previous deck's state and scans `url` (nothing during an export).
-    void chooseDeck(const std::filesystem::path& url);
+    // Forgets the previous deck's state and scans `deck` (nothing during an export).
+    void chooseDeck(const std::filesystem::path& deck);
     // The digits kept of what was typed for `slide`'s GIF; returns them.
     QString typeDuration(std::int64_t slide, const QString& typed);
     bool canExport() const;
@@ -105,7 +105,7 @@ private:
     RendererChoice::Renderer renderer_;
     std::shared_ptr<const Mp4Exporting> exporter_;  // injected; otherwise one per export
 
-    std::optional<std::filesystem::path> deckURL_;
+    std::optional<std::filesystem::path> deckPath_;
     bool isScanning_ = false;
     bool isExporting_ = false;
     std::vector<std::int64_t> gifSlides_;

@@ -32,7 +32,7 @@ ResultPanel::ResultPanel(ExportSession& session, QWidget* parent)
     auto* reveal = new QPushButton(ExportCopy::revealButton());
     reveal->setObjectName(QStringLiteral("revealButton"));
     connect(reveal, &QPushButton::clicked, this, [this] {
-        if (const auto& outcome = session_.outcome()) FileManagerReveal::reveal(outcome->orvURL);
+        if (const auto& outcome = session_.outcome()) FileManagerReveal::reveal(outcome->orvPath);
     });
     result->addSpacing(4);
     result->addWidget(reveal, 0, Qt::AlignLeft);
@@ -45,8 +45,8 @@ void ResultPanel::refresh() {
     const auto& outcome = session_.outcome();
     setVisible(outcome.has_value());
     if (!outcome) return;
-    name_->setText(PanelSupport::fileName(outcome->orvURL));
-    name_->setToolTip(QString::fromStdString(outcome->orvURL.string()));
+    name_->setText(PanelSupport::fileName(outcome->orvPath));
+    name_->setToolTip(QString::fromStdString(outcome->orvPath.string()));
     summary_->setText(ExportCopy::resultSummary(outcome->cueCount, outcome->masterVideoSeconds));
 }
 
