@@ -136,6 +136,8 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
                             writeFile(it->second, deck.readEntryBytes(medium.entry));
                         }
                     } catch (const PptxArchive::ArchiveError& e) {
+                        // No copy to probe: the archive's reason is the warning's.
+                        it->second.clear();
                         probed[medium.entry] = std::string(e.what());
                     }
                 }
