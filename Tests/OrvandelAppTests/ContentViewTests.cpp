@@ -101,7 +101,7 @@ private slots:
         writeFile(ContentView::outputPath(deck), "an older package, replaced");
         QTest::keyClick(w.find<QLineEdit>("gifField-4"), Qt::Key_Return);
         QVERIFY(w.view->isExporting());
-        const auto drawing = ExportCopy::stageLine(HeadlessRenderer::kStageDraw);
+        const auto drawing = ExportCopy::stageLine(ExportStage::draw);
         QVERIFY(waitUntil([&] { return w.find<QLabel>("progressLine")->text() == drawing; }, 10000));
         QVERIFY(w.find<QProgressBar>("progressBar")->isVisible());
         QVERIFY(!w.find<QPushButton>("chooseButton")->isEnabled() && !w.exportButton()->isEnabled());
@@ -117,7 +117,7 @@ private slots:
         QVERIFY(w.alert()->informativeText().startsWith("O vídeo do(s) slide(s) 5 estava configurado"));
         delete w.alert();
 
-        const RenderError failure(RenderError::Case::timedOut, "encoding the movie", "encoding the movie: too slow");
+        const RenderError failure(RenderError::Case::timedOut, ExportStage::encode, "encoding the movie: too slow");
         w.renderer->failure = std::make_exception_ptr(failure);
         QTest::mouseClick(w.exportButton(), Qt::LeftButton);
         QVERIFY(w.exportEnds() && !w.view->outcome());

@@ -98,7 +98,7 @@ signals:
     void exported();
     // From the export's worker thread: a stage reported by the export flow
     // or the renderer. Connected queued.
-    void stageReported(const QString& stage, double fraction);
+    void stageReported(ExportStage stage, double fraction);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -123,7 +123,7 @@ private:
     void prescan(const std::filesystem::path& url);
     void scanFinished();
     void exportFinished();
-    void showStage(const QString& stage, double fraction);
+    void showStage(ExportStage stage, double fraction);
     void rebuildGifForm();
     void refresh();
     void setFloating(bool floating);
