@@ -59,8 +59,8 @@ QString exportErrorText(const Mp4Exporter::ExportError& error) {
 }
 
 // The program a stage of the headless renderer runs, and the Debian package
-// it comes in. The stages that only probe with ffprobe (the media, the
-// chapters) name none: their missing program is told with all three.
+// it comes in. The other stages name none, the media's ffprobe included:
+// what is missing there is told with all three packages.
 struct Tool {
     QString name;
     QString package;
