@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "Cli.hpp"
 #include "package/OrvExporter.hpp"
 
 namespace orvandel::test {
@@ -37,8 +38,8 @@ TimedExport timedExport(const std::filesystem::path& deck, const std::filesystem
         current = next;
         last = now;
     };
-    RenderHooks hooks{[&](const std::string& stage, double) {
-        if (stage != current) mark(stage);
+    RenderHooks hooks{[&](ExportStage stage, double) {
+        if (cli::stageName(stage) != current) mark(cli::stageName(stage));
     }};
     OrvExporter::export_(deck, std::nullopt, out, {}, gifMs, std::chrono::system_clock::now(), "bench", "bench", {},
                          HeadlessRenderer(options), hooks);

@@ -120,7 +120,7 @@ int main(int argc, char** argv) {
 
     auto failing = std::make_shared<FakeExporter>();
     failing->failure = std::make_exception_ptr(RenderError(RenderError::Case::missingTool,
-                                                           "converting the deck with LibreOffice", "missing soffice"));
+                                                           ExportStage::pdf, "missing soffice"));
     shell = window(failing);
     view = shell.window.get();
     open(*view, deck);

@@ -123,7 +123,7 @@ std::optional<ExportError> pollUntilStable(const std::filesystem::path& output, 
         const double elapsed = secondsSince(start);
         if (hooks.progress) {
             const double share = params.maxWait > 0 ? elapsed / params.maxWait : 1.0;
-            hooks.progress("rendering", std::clamp(share, 0.0, 1.0));
+            hooks.progress(ExportStage::render, std::clamp(share, 0.0, 1.0));
         }
 
         if (size == 0) {

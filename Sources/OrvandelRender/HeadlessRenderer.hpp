@@ -69,19 +69,9 @@ public:
     explicit HeadlessRenderer(Options options) : options_(options) {}
 
     // isRenderAlive is not needed: every stage has its own time limit.
+    // Reports, in order, ExportStage::readPlan, pdf, draw and encode.
     void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
                  const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const override;
-
-    // The stages reported through RenderHooks::progress, in order.
-    static constexpr const char* kStageRead = "reading the deck";
-    static constexpr const char* kStagePdf = "converting slides";
-    static constexpr const char* kStageDraw = "drawing slides";
-    static constexpr const char* kStageEncode = "encoding movie";
-
-    // The filter LibreOffice converts with: PDF with hidden slides kept, so
-    // that page i is storyboard slide i.
-    static constexpr const char* kPdfFilter =
-        "pdf:impress_pdf_Export:{\"ExportHiddenSlides\":{\"type\":\"boolean\",\"value\":\"true\"}}";
 
 private:
     Options options_;

@@ -27,9 +27,9 @@ class BatchProgress {
 public:
     explicit BatchProgress(std::ostream& err) : err_(err), live_(::isatty(STDERR_FILENO) == 1) {}
 
-    void update(const std::string& deck, const std::string& stage, double fraction) {
+    void update(const std::string& deck, ExportStage stage, double fraction) {
         std::lock_guard lock(mutex_);
-        running_[deck] = stage + (fraction >= 0 ? " " + std::to_string(static_cast<int>(fraction * 100 + 0.5)) + "%"
+        running_[deck] = stageName(stage) + (fraction >= 0 ? " " + std::to_string(static_cast<int>(fraction * 100 + 0.5)) + "%"
                                                 : std::string("..."));
         redraw({});
     }
@@ -127,7 +127,7 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
         return RendererChoice::make(renderer, deck, settings);
     };
     run.cancel = interrupt.token();
-    run.progress = [&](std::size_t i, const std::string& stage, double f) {
+    run.progress = [&](std::size_t i, ExportStage stage, double f) {
         progress.update(items[i].deck.filename().string(), stage, f);
     };
     run.finished = [&](std::size_t i, const BatchExport::Outcome& o) {

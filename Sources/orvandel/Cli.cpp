@@ -103,6 +103,26 @@ void addLargestPartOption(CLI::App& command) {
         ->type_name("MIB");
 }
 
+std::string stageName(ExportStage stage) {
+    switch (stage) {
+        case ExportStage::scan: return "scanning the deck";
+        case ExportStage::prepare: return "preparing the deck";
+        case ExportStage::render: return "rendering";
+        case ExportStage::readPlan: return "reading the deck";
+        case ExportStage::media: return "reading the media";
+        case ExportStage::storyboard: return "writing the storyboard";
+        case ExportStage::pdf: return "converting slides";
+        case ExportStage::draw: return "drawing slides";
+        case ExportStage::frames: return "preparing the frames";
+        case ExportStage::encode: return "encoding movie";
+        case ExportStage::chapters: return "adding the chapters";
+        case ExportStage::readChapters: return "reading the chapters";
+        case ExportStage::package: return "writing the package";
+        case ExportStage::copyMovie: return "copying the movie";
+    }
+    return "working";
+}
+
 WarningCallback printWarnings(std::ostream& err) {
     return [&err](const Warning& w) { err << "warning: " << w.text << "\n"; };
 }

@@ -11,6 +11,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "base/ExportStage.hpp"
 #include "base/Warning.hpp"
 
 namespace orvandel::cli {
@@ -62,6 +63,9 @@ std::int64_t parseMemorySize(const std::string& text, const std::string& optionN
 
 // Adds --max-part-mib N: the most one text part of a deck may unpack to.
 void addLargestPartOption(CLI::App& command);
+
+// A stage as the progress lines name it ("converting slides").
+std::string stageName(ExportStage stage);
 
 // Prints each warning on its own line as "warning: <text>".
 WarningCallback printWarnings(std::ostream& err);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include "Cli.hpp"
 #include "Commands.hpp"
@@ -52,13 +53,13 @@ public:
     explicit ProgressLine(std::ostream& err) : err_(err), enabled_(::isatty(STDERR_FILENO) == 1) {}
     ~ProgressLine() { finish(); }
 
-    void update(const std::string& stage, double fraction) {
+    void update(ExportStage stage, double fraction) {
         if (!enabled_) return;
         const int percent = fraction < 0 ? -1 : static_cast<int>(fraction * 100 + 0.5);
         if (stage == stage_ && percent == percent_) return;
         stage_ = stage;
         percent_ = percent;
-        std::string line = "  " + stage + (percent >= 0 ? " " + std::to_string(percent) + "%" : std::string("..."));
+        std::string line = "  " + stageName(stage) + (percent >= 0 ? " " + std::to_string(percent) + "%" : std::string("..."));
         err_ << "\r" << line << std::string(width_ > line.size() ? width_ - line.size() : 0, ' ') << std::flush;
         width_ = line.size();
         shown_ = true;
@@ -72,7 +73,7 @@ private:
     std::ostream& err_;
     bool enabled_;
     bool shown_ = false;
-    std::string stage_;
+    std::optional<ExportStage> stage_;
     int percent_ = -2;
     std::size_t width_ = 0;
 };
@@ -97,7 +98,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
 
     InterruptGuard interrupt;
     ProgressLine line(err);
-    RenderHooks hooks{[&](const std::string& stage, double f) { line.update(stage, f); }, interrupt.token(),
+    RenderHooks hooks{[&](ExportStage stage, double f) { line.update(stage, f); }, interrupt.token(),
                       [&, print = printWarnings(err)](const Warning& w) {
                           line.finish();
                           print(w);

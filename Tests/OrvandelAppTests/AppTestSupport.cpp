@@ -33,7 +33,7 @@ bool scan(ExportSession& session, const std::filesystem::path& deck) {
 
 void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
                            const std::function<bool()>&, const RenderHooks& hooks) const {
-    hooks.report(HeadlessRenderer::kStageDraw, 0.5);
+    hooks.report(ExportStage::draw, 0.5);
     while (hold->load()) {
         hooks.throwIfCancelled();
         std::this_thread::sleep_for(std::chrono::milliseconds(5));

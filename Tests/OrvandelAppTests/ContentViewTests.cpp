@@ -10,7 +10,6 @@
 #include "ContentView.hpp"
 #include "ExportCopy.hpp"
 #include "OrvandelAppApp.hpp"
-#include "HeadlessRenderer.hpp"
 #include "tools/RenderError.hpp"
 
 using namespace orvandel;
@@ -78,7 +77,7 @@ private slots:
         w.openExample(dir);
         QTest::keyClick(w.find<QLineEdit>("gifField-4"), Qt::Key_Return);
         QVERIFY(w.session().isExporting());
-        const auto drawing = ExportCopy::stageLine(HeadlessRenderer::kStageDraw);
+        const auto drawing = ExportCopy::stageLine(ExportStage::draw);
         QVERIFY(waitUntil([&] { return w.find<QLabel>("progressLine")->text() == drawing; }, 10000));
         QVERIFY(w.find<QProgressBar>("progressBar")->isVisible());
         QVERIFY(!w.find<QPushButton>("chooseButton")->isEnabled() && !w.exportButton()->isEnabled());
@@ -92,7 +91,7 @@ private slots:
         QVERIFY(w.alert() && w.alert()->text() == ExportCopy::kWarningsTitle);
         delete w.alert();
 
-        const RenderError failure(RenderError::Case::timedOut, "encoding the movie", "encoding the movie: too slow");
+        const RenderError failure(RenderError::Case::timedOut, ExportStage::encode, "encoding the movie: too slow");
         w.renderer->failure = std::make_exception_ptr(failure);
         QTest::mouseClick(w.exportButton(), Qt::LeftButton);
         QVERIFY(w.exportEnds() && !w.find<QWidget>("resultView")->isVisible());

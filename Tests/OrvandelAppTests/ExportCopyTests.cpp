@@ -33,8 +33,8 @@ DeckError withCause(DeckError error, int errnoValue) {
     return error;
 }
 
-RenderError renderError(RenderError::Case c, const std::string& stage = "encoding the movie") {
-    return RenderError(c, stage, stage + ": English words the user never sees");
+RenderError renderError(RenderError::Case c, ExportStage stage = ExportStage::encode) {
+    return RenderError(c, stage, "English words the user never sees");
 }
 
 // Texts that speak of the Mac and PowerPoint, which the headless renderer must never show.
@@ -171,7 +171,7 @@ private slots:
         std::filesystem::permissions(root / "bin" / "soffice", std::filesystem::perms::owner_all);
         const auto noPoppler = exportWithPath(root, (root / "bin").string());
         QVERIFY(ExportCopy::errorMessage(noPoppler, Renderer::headless).contains("pacote poppler-utils"));
-        QVERIFY(ExportCopy::errorMessage(ptr(renderError(RenderError::Case::missingTool, "preparing the frames")),
+        QVERIFY(ExportCopy::errorMessage(ptr(renderError(RenderError::Case::missingTool, ExportStage::frames)),
                                          Renderer::headless)
                     .contains("pacote ffmpeg"));
     }
@@ -202,19 +202,18 @@ private slots:
     // Every stage the flow and the renderer report has its line, and the bar only moves forward.
     void stagesFillTheBarInOrder() {
         int last = -1;
-        for (const char* stage :
-             {OrvExporter::kStageScan, OrvExporter::kStagePrepare, HeadlessRenderer::kStageRead,
-              HeadlessRenderer::kStagePdf, HeadlessRenderer::kStageDraw,
-              HeadlessRenderer::kStageEncode, OrvExporter::kStagePackage}) {
-            QVERIFY2(ExportCopy::stageLine(stage).has_value(), stage);
+        for (const ExportStage stage : {ExportStage::scan, ExportStage::prepare, ExportStage::readPlan,
+                                        ExportStage::pdf, ExportStage::draw, ExportStage::encode,
+                                        ExportStage::package}) {
+            QVERIFY(ExportCopy::stageLine(stage).has_value());
             for (const double f : {0.0, 0.5, 1.0}) {
                 const int permille = ExportProgress::permille(stage, f).value();
-                QVERIFY2(permille >= last, stage);
+                QVERIFY(permille >= last);
                 last = permille;
             }
         }
         QCOMPARE(last, 1000);
-        QCOMPARE(ExportProgress::permille("no such stage", 0.5), std::nullopt);
+        QCOMPARE(ExportProgress::permille(ExportStage::media, 0.5), std::nullopt);
     }
 
     void resultSummaryIsWholeSeconds() {

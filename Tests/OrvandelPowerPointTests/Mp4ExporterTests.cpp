@@ -93,7 +93,7 @@ TEST(Mp4ExporterTest, WatcherVerdicts) {
         fs::remove(out);
         start = std::chrono::steady_clock::now();
         looks = 0;
-        const auto e = pollUntilStable(out, params, alive, {.progress = [&](const std::string&, double) {
+        const auto e = pollUntilStable(out, params, alive, {.progress = [&](ExportStage, double) {
                                                                 ++looks;
                                                                 eachLook();
                                                             }});

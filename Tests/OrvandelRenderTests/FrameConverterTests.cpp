@@ -21,9 +21,10 @@ TEST(FrameConverterTest, FramesAgreeWithFfmpegAndOnlyChangedStripsAreConvertedAg
                                      "rgb24", "-compression_algo", "packbits", (dir / name).string()})
                         .succeeded());
     }
-    const auto frames = FrameConverter::convert({dir / "a.tif", dir / "b.tif"}, {64, 36}, dir / "frames", 1, std::nullopt);
+    const auto frames =
+        FrameConverter::convert({{1, dir / "a.tif"}, {2, dir / "b.tif"}}, {64, 36}, dir / "frames", 1, std::nullopt);
     const Bytes b = FrameConverter::frame(readFile(dir / "b.tif"), {64, 36});
-    EXPECT_EQ(readFile(frames[1]), b);  // converted after a, or alone: the same frame
+    EXPECT_EQ(readFile(frames.at(2)), b);  // converted after a, or alone: the same frame
 
     // Luma as ffmpeg computes it; chroma within a few levels (ffmpeg's filter
     // blends the rows next to an edge, the 2x2 average does not).

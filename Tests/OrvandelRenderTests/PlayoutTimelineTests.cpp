@@ -36,7 +36,6 @@ TEST(PlayoutTimelineTest, PreparedClickStepsShowAtTheirPlannedTimesAndExitsLeave
     // Nobody clicks the source: everything that enters stays hidden.
     const auto unprepared = PlayoutTimeline::evaluate(source);
     EXPECT_EQ(unprepared.states, (std::vector<PlayoutState>{{0, {p3(0), p3(1), p3(2), whole("4")}}}));
-    EXPECT_EQ(unprepared.groupStartsMs, (std::vector<std::optional<std::int64_t>>(3)));
     // Groups start at 0, 1500 and 3000; each head after its 1000 ms pause,
     // and the shape that comes with the second bullet with it.
     const auto prepared = PlayoutTimeline::evaluate(TimingTransformer::transformBulletSlide(source, {6000, 1000, 1500}));
@@ -44,7 +43,6 @@ TEST(PlayoutTimelineTest, PreparedClickStepsShowAtTheirPlannedTimesAndExitsLeave
                                                           {1000, {p3(1), p3(2), whole("4")}},
                                                           {2500, {p3(2)}},
                                                           {4000, {}}}));
-    EXPECT_EQ(prepared.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 1500, 3000}));
 
     // A chart built by series shows one more series per step, unless it is
     // to be shown whole: then it appears with its first part.
@@ -67,7 +65,6 @@ TEST(PlayoutTimelineTest, PreparedClickStepsShowAtTheirPlannedTimesAndExitsLeave
         "", timing(click(fade("clickEffect", shape("4"), false)) + click(fade("clickEffect", shape("5"), false))))));
     EXPECT_EQ(exits.states,
               (std::vector<PlayoutState>{{0, {}}, {1000, {whole("4")}}, {2500, {whole("4"), whole("5")}}}));
-    EXPECT_EQ(exits.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 0}));
 }
 
 TEST(PlayoutTimelineTest, ReferencesMediaAndTriggersFollowTheTimingTree) {
@@ -85,13 +82,11 @@ TEST(PlayoutTimelineTest, ReferencesMediaAndTriggersFollowTheTimingTree) {
         slideXml("", timing(opening(playVideo("3", "4000", "500", " id=\"9\""), afterVideo), "mainSeq", trigger)));
     EXPECT_EQ(playout.media, (std::vector<MediaStart>{{"3", 500}}));
     EXPECT_EQ(playout.states, (std::vector<PlayoutState>{{0, {whole("5"), whole("6")}}, {4750, {whole("5")}}}));
-    EXPECT_EQ(playout.groupStartsMs, (std::vector<std::optional<std::int64_t>>{0, 4750}));
 }
 
-// Over every deck of the corpus, without LibreOffice: the group starts the
-// play-out reads from each prepared bullet slide are the starts the timing
-// plan gave; each step shows between its slide's cue before it and its own
-// cue (where cues follow the steps: no interleaved entry and exit groups, no
+// Over every deck of the corpus, without LibreOffice: each step of a
+// prepared bullet slide, started where the timing plan put its group, shows
+// between its slide's cue before it and its own cue (where cues follow the steps: no interleaved entry and exit groups, no
 // media, and no group after a click group that keeps the delay it had within
 // its click, which the timing rewrite does not move); and every state of
 // every slide makes a well-formed storyboard slide.
@@ -120,13 +115,11 @@ TEST(PlayoutTimelineTest, OnEveryCorpusDeckStepsShowWhereThePlanAndTheCuesPutThe
             if (r.bulletCount < 1) continue;
             const auto plan = UnifiedBulletPlanBuilder::buildPlan(
                 *SlideXML::parseElement(source.readEntry(r.file), "p:timing"), {*r.advTmMs, 1000, 1500});
-            ASSERT_EQ(playout.groupStartsMs.size(), plan.groups.size()) << r.file;
             std::vector<std::int64_t> starts;
             bool followers = false;  // groups after a click group that keep their own delay
             for (std::size_t g = 0; g < plan.groups.size(); ++g) {
                 followers = followers || (!starts.empty() && !plan.groups[g].startDelayMs);
                 if (!plan.groups[g].startDelayMs) continue;
-                EXPECT_EQ(playout.groupStartsMs[g], plan.groups[g].startDelayMs) << r.file << " group " << g;
                 starts.push_back(*plan.groups[g].startDelayMs);
             }
             const CueInput& alone = inputs[i];

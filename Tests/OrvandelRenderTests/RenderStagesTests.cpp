@@ -20,10 +20,10 @@ TEST(TimelineTest, EveryStillLastsItsMillisecondsMovingMediaTake30FramesASecondA
               "file 'it'\\''s.y4m'\nduration 1\n"
               "file 'it'\\''s.y4m'\nduration 0.499\n"
               "file 'it'\\''s.y4m'\n");
-    EXPECT_EQ(FrameSchedule::frameCount(entries, 1000), 6);
+    EXPECT_EQ(FrameSchedule::frames(entries, 1000).size(), 6u);
     // Without periodic frames: one frame per still plus the closing one.
     EXPECT_EQ(FrameSchedule::ffconcat({{"a.y4m", 1}}, 0), "ffconcat version 1.0\nfile 'a.y4m'\n");
-    EXPECT_EQ(FrameSchedule::frameCount(entries, 0), 3);
+    EXPECT_EQ(FrameSchedule::frames(entries, 0).size(), 3u);
 
     // Where media move: 30 frames a second.
     const std::vector<ScheduledStill> media{{"a.y4m", 1500}, {"b.y4m", 2000}};
@@ -33,7 +33,7 @@ TEST(TimelineTest, EveryStillLastsItsMillisecondsMovingMediaTake30FramesASecondA
                           "duration 0.034\nfile 'a.y4m'\nduration 0.2\nfile 'b.y4m'\nduration 1\n"));
     // Three frames at 30 per second where each span lies, one more after each
     // start, and the last span's third frame cut short by the closing one.
-    EXPECT_EQ(FrameSchedule::frameCount(media, 1000, {{1200, 1300}, {3400, 3500}}), 12);
+    EXPECT_EQ(FrameSchedule::frames(media, 1000, {{1200, 1300}, {3400, 3500}}).size(), 12u);
 }
 
 TEST(RenderPlanTest, FramesFitTheSlideAndPagesAreDealtToWorkersInRuns) {

@@ -56,7 +56,7 @@ public:
         options.keepStillsIn = *dir_ / "stills";
         options.drawEffects = false;  // each state from its first millisecond (drawn effects: DrawnEffectsMovieTest)
         HeadlessRenderer(options).export_(*dir_ / "prepared.pptx", *dir_ / "master.mp4", {},
-                                                {.progress = [](const std::string& stage, double) {
+                                                {.progress = [](ExportStage stage, double) {
                                                     if (stages_.empty() || stages_.back() != stage) stages_.push_back(stage);
                                                 }});
         movie_ = std::make_unique<MovieFrames>(*dir_ / "master.mp4");
@@ -67,7 +67,7 @@ public:
     static std::string page(int n) { return grayFrames(*dir_ / "stills" / ("still-" + std::to_string(n) + ".tif")); }
 
     static inline std::unique_ptr<MovieFrames> movie_;
-    static inline std::vector<std::string> stages_;
+    static inline std::vector<ExportStage> stages_;
 };
 
 TEST_F(StepByStepMovieTest, EachStepStartsOnItsPlannedMillisecond) {
@@ -81,9 +81,8 @@ TEST_F(StepByStepMovieTest, EachStepStartsOnItsPlannedMillisecond) {
     for (std::size_t i = 1; i < times.size(); ++i) EXPECT_LE(times[i] - times[i - 1], 1000) << times[i];
     // Before its first step a slide shows its title only: no paragraph, no bullet.
     EXPECT_TRUE(inkRows(movie_->shownAt(999)).empty());
-    EXPECT_EQ(stages_, (std::vector<std::string>{HeadlessRenderer::kStageRead, HeadlessRenderer::kStagePdf,
-                                                 HeadlessRenderer::kStageDraw,
-                                                 HeadlessRenderer::kStageEncode}));
+    EXPECT_EQ(stages_, (std::vector<ExportStage>{ExportStage::readPlan, ExportStage::pdf, ExportStage::draw,
+                                                 ExportStage::encode}));
     EXPECT_TRUE(entriesNamed(dir_->path(), ".render-").empty());
 }
 

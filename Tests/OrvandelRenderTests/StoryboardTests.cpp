@@ -49,9 +49,9 @@ TEST(StoryboardTest, ShotsFollowTheStatesUntilTheAdvanceTimeAndAlikeStatesShareP
     const DrawnEffect fade{DrawnEffect::Kind::fade, DrawnEffect::Side::left, 500, true};
     const DrawnEffect push{DrawnEffect::Kind::push, DrawnEffect::Side::right, 700, true};
     RenderPlan plan;
-    plan.slides = {{1, "s1", false, 5000, {{{0, a}, {1000, {}}, {3000, a}, {9000, {}}}, {}, {}, {{}, fade, {}, {}}}},
+    plan.slides = {{1, "s1", false, 5000, {{{0, a}, {1000, {}}, {3000, a}, {9000, {}}}, {}, {{}, fade, {}, {}}}},
                    {2, "s2", true, 1500, {}},
-                   {3, "s3", false, 1500, {{{0, {}}}, {}, {}, {}}}};
+                   {3, "s3", false, 1500, {{{0, {}}}, {}, {}}}};
     // The first slide's transition has nothing to come from.
     const auto steps = Storyboard::layout(plan, true, {{"s1", push}, {"s3", push}});
     EXPECT_EQ(steps.pages, (std::vector<Storyboard::Page>{{1, a}, {1, {}}, {2, {}}, {3, {}}}));

@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <map>
 
-#include "HeadlessRenderer.hpp"
 #include "tools/RenderError.hpp"
 #include "base/AtomicFile.hpp"
 #include "base/Cancellation.hpp"
@@ -60,20 +59,21 @@ QString exportErrorText(const Mp4Exporter::ExportError& error) {
 }
 
 // The program a stage of the headless renderer runs, and the Debian package
-// it comes in. Matched on words of the stage's name, which says which tool it
-// drives.
+// it comes in. The other stages name none, the media's ffprobe included:
+// what is missing there is told with all three packages.
 struct Tool {
     QString name;
     QString package;
 };
 
-std::optional<Tool> toolOfStage(const std::string& stage) {
-    if (stage.find("LibreOffice") != std::string::npos) return Tool{"LibreOffice", "libreoffice-impress-nogui"};
-    if (stage.find("drawing") != std::string::npos) return Tool{"Poppler", "poppler-utils"};
-    if (stage.find("frames") != std::string::npos || stage.find("movie") != std::string::npos) {
-        return Tool{"ffmpeg", "ffmpeg"};
+std::optional<Tool> toolOfStage(ExportStage stage) {
+    switch (stage) {
+        case ExportStage::pdf: return Tool{"LibreOffice", "libreoffice-impress-nogui"};
+        case ExportStage::draw: return Tool{"Poppler", "poppler-utils"};
+        case ExportStage::frames:
+        case ExportStage::encode: return Tool{"ffmpeg", "ffmpeg"};
+        default: return std::nullopt;
     }
-    return std::nullopt;
 }
 
 QString renderErrorText(const RenderError& error) {
@@ -375,19 +375,17 @@ QString exporting(Renderer renderer) {
                                 : QStringLiteral("Gerando o vídeo, pode levar alguns minutos…");
 }
 
-std::optional<QString> stageLine(const std::string& stage) {
-    static const std::map<std::string, QString> lines{
-        {OrvExporter::kStageScan, kScanning},
-        {OrvExporter::kStagePrepare, QStringLiteral("Preparando os slides…")},
-        {HeadlessRenderer::kStageRead, QStringLiteral("Preparando os slides…")},
-        {HeadlessRenderer::kStagePdf, QStringLiteral("Convertendo os slides no LibreOffice…")},
-        {HeadlessRenderer::kStageDraw, QStringLiteral("Gerando as imagens dos slides…")},
-        {HeadlessRenderer::kStageEncode, QStringLiteral("Montando o vídeo…")},
-        {OrvExporter::kStagePackage, QStringLiteral("Salvando o pacote da aula…")},
-    };
-    const auto it = lines.find(stage);
-    if (it == lines.end()) return std::nullopt;
-    return it->second;
+std::optional<QString> stageLine(ExportStage stage) {
+    switch (stage) {
+        case ExportStage::scan: return kScanning;
+        case ExportStage::prepare:
+        case ExportStage::readPlan: return QStringLiteral("Preparando os slides…");
+        case ExportStage::pdf: return QStringLiteral("Convertendo os slides no LibreOffice…");
+        case ExportStage::draw: return QStringLiteral("Gerando as imagens dos slides…");
+        case ExportStage::encode: return QStringLiteral("Montando o vídeo…");
+        case ExportStage::package: return QStringLiteral("Salvando o pacote da aula…");
+        default: return std::nullopt;
+    }
 }
 
 QString resultSummary(std::int64_t cueCount, double masterVideoSeconds) {

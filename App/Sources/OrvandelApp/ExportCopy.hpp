@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "RendererChoice.hpp"
+#include "base/ExportStage.hpp"
 #include "base/Warning.hpp"
 
 namespace orvandel {
@@ -63,7 +64,7 @@ QString exporting(Renderer renderer);
 inline const QString kFinishingToQuit = QStringLiteral("Finalizando exportação antes de sair…");
 // What the headless export is doing now, for a stage reported through
 // RenderHooks::progress; nothing for a stage it does not know.
-std::optional<QString> stageLine(const std::string& stage);
+std::optional<QString> stageLine(ExportStage stage);
 inline const QString kExport = QStringLiteral("Exportar");
 inline const QString kExportDone = QStringLiteral("Exportação concluída");
 // "12 marcações · vídeo de 1 min 5 s"; the duration in seconds, as the probe reads it.

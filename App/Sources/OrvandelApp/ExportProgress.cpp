@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
-#include "HeadlessRenderer.hpp"
-#include "package/OrvExporter.hpp"
 
 namespace orvandel::ExportProgress {
 
 namespace {
 
 struct Share {
-    const char* stage;
+    ExportStage stage;
     int from;  // permille
     int to;
 };
@@ -19,18 +17,18 @@ struct Share {
 // Roughly how long each stage takes on a typical deck: LibreOffice's
 // conversion, the drawing and the encoding dominate.
 constexpr Share kShares[] = {
-    {OrvExporter::kStageScan, 0, 20},
-    {OrvExporter::kStagePrepare, 20, 60},
-    {HeadlessRenderer::kStageRead, 60, 80},
-    {HeadlessRenderer::kStagePdf, 80, 450},
-    {HeadlessRenderer::kStageDraw, 450, 700},
-    {HeadlessRenderer::kStageEncode, 700, 960},
-    {OrvExporter::kStagePackage, 960, 1000},
+    {ExportStage::scan, 0, 20},
+    {ExportStage::prepare, 20, 60},
+    {ExportStage::readPlan, 60, 80},
+    {ExportStage::pdf, 80, 450},
+    {ExportStage::draw, 450, 700},
+    {ExportStage::encode, 700, 960},
+    {ExportStage::package, 960, 1000},
 };
 
 }  // namespace
 
-std::optional<int> permille(const std::string& stage, double fraction) {
+std::optional<int> permille(ExportStage stage, double fraction) {
     for (const auto& share : kShares) {
         if (stage != share.stage) continue;
         const double f = std::isfinite(fraction) ? std::clamp(fraction, 0.0, 1.0) : 0.0;

@@ -3,12 +3,13 @@
 // RenderHooks::progress fills its own share of the bar, in the order the
 // stages run, so that the bar only moves forward.
 #include <optional>
-#include <string>
+
+#include "base/ExportStage.hpp"
 
 namespace orvandel::ExportProgress {
 
 // Thousandths of the whole export done when `stage` is `fraction` (0...1)
 // done; nothing for a stage it does not know.
-std::optional<int> permille(const std::string& stage, double fraction);
+std::optional<int> permille(ExportStage stage, double fraction);
 
 }  // namespace orvandel::ExportProgress

@@ -5,9 +5,9 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <string>
 
 #include "base/Error.hpp"
+#include "base/ExportStage.hpp"
 
 namespace orvandel {
 
@@ -29,7 +29,7 @@ public:
     CancelledError() : Error("cancelled") {}
 };
 
-// stage: a short English name ("converting slides"); fraction: 0...1 within it.
-using ProgressCallback = std::function<void(const std::string& stage, double fraction)>;
+// fraction: 0...1 within the stage.
+using ProgressCallback = std::function<void(ExportStage stage, double fraction)>;
 
 }  // namespace orvandel

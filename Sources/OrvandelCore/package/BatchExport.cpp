@@ -90,7 +90,7 @@ std::vector<Outcome> run(const std::vector<Item>& items, const Options& options)
                 const auto renderer = options.makeRenderer(items[i].deck);
                 RenderHooks hooks;
                 if (options.progress) {
-                    hooks.progress = [&, i](const std::string& stage, double f) { options.progress(i, stage, f); };
+                    hooks.progress = [&, i](ExportStage stage, double f) { options.progress(i, stage, f); };
                 }
                 hooks.cancel = options.cancel;
                 const auto result = OrvExporter::export_(

@@ -77,7 +77,7 @@ struct Options {
     std::function<std::unique_ptr<Mp4Exporting>(const std::filesystem::path& deck)> makeRenderer;
     std::optional<CancellationToken> cancel;
     // From the worker threads: an item's stage, and an item done.
-    std::function<void(std::size_t item, const std::string& stage, double fraction)> progress;
+    std::function<void(std::size_t item, ExportStage stage, double fraction)> progress;
     std::function<void(std::size_t item, const Outcome&)> finished;
 };
 

@@ -72,7 +72,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     if (masterMp4) inputs.push_back(*masterMp4);
     AtomicFile::checkDestination(outOrv, inputs);
     AtomicFile::checkWritable(outOrv);
-    hooks.report(kStageScan, 0);
+    hooks.report(ExportStage::scan, 0);
     const auto reports = DeckScanner::report(originalPptx, videoMs, gifMs, hooks.warn);
     if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
         throw DeckError::noVisibleSlides();
@@ -95,7 +95,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     } else {
         work.emplace(exporter.workDirectoryBase(), "orv-chain-");
         const auto prepared = work->path() / "prepared.pptx";
-        hooks.report(kStagePrepare, 0);
+        hooks.report(ExportStage::prepare, 0);
         const auto preparedReports = DeckTransformer::prepare(originalPptx, prepared, videoMs, gifMs,
                                                               TimingPolicy::respiroMs, TimingPolicy::espacamentoMs);
         expectedMs = expectedDurationMs(preparedReports);
@@ -118,7 +118,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     hooks.throwIfCancelled();
 
     if (writeChapters) {
-        hooks.report(kStageChapters, 0);
+        hooks.report(ExportStage::chapters, 0);
         if (!work) work.emplace(exporter.workDirectoryBase(), "orv-chain-");
         const auto chaptered = work->path() / "chaptered.mp4";
         writeChapters(movie, ChapterList::chapters(cueInputs, SlideTitles::titlesBySlide(originalPptx)), chaptered,
@@ -127,7 +127,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         hooks.throwIfCancelled();
     }
 
-    hooks.report(kStagePackage, 0);
+    hooks.report(ExportStage::package, 0);
     // A file name is bytes, the manifest UTF-8: bytes of another encoding show as U+FFFD.
     const ManifestMetadata metadata{repairedUtf8(originalPptx.filename().string()),
                                     static_cast<std::int64_t>(reports.size()),
@@ -141,7 +141,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     };
     OrvPackager::package(ManifestBuilder::buildManifestV3(cues, notes, metadata), movie, outOrv,
                          writeUnlessCancelled);
-    hooks.report(kStagePackage, 1);
+    hooks.report(ExportStage::package, 1);
     Result result = resultOf(reports, masterMp4.has_value());
     result.warnings = std::move(warnings);
     result.cueCount = static_cast<std::int64_t>(cues.size());

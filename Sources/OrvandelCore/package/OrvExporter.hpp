@@ -50,13 +50,6 @@ private:
     Mp4Exporter::ExportError exportError_;
 };
 
-// The flow's own stages, reported through RenderHooks::progress besides the
-// renderer's.
-inline constexpr const char* kStageScan = "scanning the deck";
-inline constexpr const char* kStagePrepare = "preparing the deck";
-inline constexpr const char* kStagePackage = "writing the package";
-inline constexpr const char* kStageChapters = "adding the chapters";
-
 // The arguments of one export. masterMp4 present: the deck is neither
 // prepared nor rendered and the duration check is skipped. An outOrv that is
 // the deck or the movie, or is not a regular file, or where the package could

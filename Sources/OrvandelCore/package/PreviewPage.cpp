@@ -312,11 +312,11 @@ void write(const fs::path& orv, const fs::path& folder, const RenderHooks& hooks
         folder,
         [&](const fs::path& staging) {
             writeFile(staging / kPage, html(lesson));
-            hooks.report("copying the movie", 0);
+            hooks.report(ExportStage::copyMovie, 0);
             package.extractStored(LessonPackage::kMovieEntry, staging / kMovie,
                                   [&](std::int64_t copied, std::int64_t total) {
                                       hooks.throwIfCancelled();
-                                      hooks.report("copying the movie", double(copied) / double(total));
+                                      hooks.report(ExportStage::copyMovie, double(copied) / double(total));
                                   });
         },
         [](const fs::path& existing) {

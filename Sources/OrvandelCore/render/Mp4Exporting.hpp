@@ -22,7 +22,7 @@ struct RenderHooks {
         if (warn) warn(w);
     }
 
-    void report(const std::string& stage, double fraction) const {
+    void report(ExportStage stage, double fraction) const {
         if (progress) progress(stage, fraction);
     }
     void throwIfCancelled() const {

@@ -13,7 +13,9 @@ namespace orvandel::DrawnMovie {
 
 namespace {
 
-const char* const kStage = "encoding movie";
+// How the errors of this stage begin: the driver's words, where the encoder
+// says "encoding the movie".
+const char* const kErrorLead = "encoding movie";
 
 // The planes of the frame files, the last few used held.
 class Stills {
@@ -42,8 +44,8 @@ public:
 
 private:
     [[noreturn]] static void unreadable(const std::filesystem::path& file, const std::string& why) {
-        throw RenderError(RenderError::Case::badOutput, kStage,
-                          std::string(kStage) + ": the frame " + file.filename().string() + " cannot be read (" + why +
+        throw RenderError(RenderError::Case::badOutput, ExportStage::encode,
+                          std::string(kErrorLead) + ": the frame " + file.filename().string() + " cannot be read (" + why +
                               "). Check free disk space and try again.");
     }
 

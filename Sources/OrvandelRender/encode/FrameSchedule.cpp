@@ -67,13 +67,6 @@ std::string ffconcat(const std::vector<ScheduledStill>& entries, std::int64_t pe
     return out;
 }
 
-std::int64_t frameCount(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
-                        const std::vector<MsRange>& moving) {
-    std::int64_t n = 0;
-    forEachPiece(entries, periodicFrameMs, moving, [&](std::size_t, std::int64_t, std::int64_t) { ++n; });
-    return entries.empty() ? 0 : n + 1;
-}
-
 std::vector<ScheduledFrame> frames(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
                                   const std::vector<MsRange>& moving) {
     std::vector<ScheduledFrame> out;

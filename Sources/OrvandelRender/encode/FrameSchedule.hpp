@@ -48,9 +48,6 @@ std::vector<ScheduledFrame> frames(const std::vector<ScheduledStill>& entries, s
 // A file name quoted for ffconcat: in single quotes, a quote inside as '\''.
 std::string quoted(const std::string& path);
 
-// How many frames the list yields (for progress reports).
-std::int64_t frameCount(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
-                        const std::vector<MsRange>& moving = {});
 
 }  // namespace FrameSchedule
 

@@ -14,8 +14,9 @@ namespace orvandel::MovieChapters {
 
 namespace {
 
-const char* const kWriteStage = "adding the chapters";
-const char* const kReadStage = "reading the chapters";
+// How the errors of the two stages begin.
+const char* const kWriteLead = "adding the chapters";
+const char* const kReadLead = "reading the chapters";
 // Both only copy: minutes would mean something is wrong.
 constexpr std::chrono::minutes kTimeout{10};
 
@@ -61,11 +62,11 @@ std::vector<std::string> titleArguments(const std::vector<Chapter>& chapters) {
 std::vector<Chapter> probe(const std::vector<std::string>& input, const RenderHooks& hooks) {
     std::vector<std::string> args{"-v", "error", "-show_chapters", "-of", "json"};
     args.insert(args.end(), input.begin(), input.end());
-    const auto r =
-        RenderTools::runTool(kReadStage, "ffprobe", "ffmpeg", args, {.timeout = kTimeout, .cancel = hooks.cancel});
+    const auto r = RenderTools::runTool(ExportStage::readChapters, kReadLead, "ffprobe", "ffmpeg", args,
+                                        {.timeout = kTimeout, .cancel = hooks.cancel});
     const auto badOutput = [](const std::string& why) {
-        return RenderError(RenderError::Case::badOutput, kReadStage,
-                           std::string(kReadStage) + ": ffprobe's answer " + why + ". Check that ffmpeg is "
+        return RenderError(RenderError::Case::badOutput, ExportStage::readChapters,
+                           std::string(kReadLead) + ": ffprobe's answer " + why + ". Check that ffmpeg is "
                            "installed correctly (scripts/install-deps.sh).");
     };
     std::vector<Chapter> chapters;
@@ -120,8 +121,8 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
         if (c.startMs < before) within.push_back({c.startMs, std::min(c.endMs, before), c.title});
     }
     if (within.size() > kMostChapters) {
-        throw RenderError(RenderError::Case::badDeck, kWriteStage,
-                          std::string(kWriteStage) + ": the movie would have " +
+        throw RenderError(RenderError::Case::badDeck, ExportStage::chapters,
+                          std::string(kWriteLead) + ": the movie would have " +
                               formatInt(static_cast<std::int64_t>(within.size())) + " chapters, more than the " +
                               formatInt(static_cast<std::int64_t>(kMostChapters)) +
                               " that can be named. Export without --chapters.");
@@ -145,18 +146,19 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
                                           "-of", "csv=p=0"};
     const auto movie = RenderTools::fileInput(in, false);
     timeBaseArgs.insert(timeBaseArgs.end(), movie.begin(), movie.end());
-    const auto timeBase = RenderTools::runTool(kWriteStage, "ffprobe", "ffmpeg", timeBaseArgs,
+    const auto timeBase = RenderTools::runTool(ExportStage::chapters, kWriteLead, "ffprobe", "ffmpeg", timeBaseArgs,
                                                {.timeout = kTimeout, .cancel = hooks.cancel});
     const std::string base = RenderTools::lastLine(timeBase.standardOutput);
     if (base.starts_with("1/") && parseInt64(base.substr(2)).value_or(0) > 0) {
         append({"-video_track_timescale", base.substr(2)});
     }
     args.push_back("file:" + out.string());
-    RenderTools::runTool(kWriteStage, "ffmpeg", "ffmpeg", args, {.timeout = kTimeout, .cancel = hooks.cancel});
+    RenderTools::runTool(ExportStage::chapters, kWriteLead, "ffmpeg", "ffmpeg", args,
+                         {.timeout = kTimeout, .cancel = hooks.cancel});
     const std::int64_t after = Mp4Duration::measureMs(out);
     if (after != before) {
-        throw RenderError(RenderError::Case::badOutput, kWriteStage,
-                          std::string(kWriteStage) + ": with its chapters the movie lasts " + formatInt(after) +
+        throw RenderError(RenderError::Case::badOutput, ExportStage::chapters,
+                          std::string(kWriteLead) + ": with its chapters the movie lasts " + formatInt(after) +
                               " ms instead of " + formatInt(before) +
                               " ms. Export again without --chapters and report this.");
     }

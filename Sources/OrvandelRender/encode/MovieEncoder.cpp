@@ -9,7 +9,8 @@
 namespace orvandel::MovieEncoder {
 
 namespace {
-const char* const kStage = "encoding the movie";
+// How the errors of this stage begin.
+const char* const kErrorLead = "encoding the movie";
 constexpr std::int64_t kAudioRate = 48000;
 constexpr std::int64_t kAacFrame = 1024;  // samples per AAC frame
 
@@ -149,7 +150,7 @@ void encode(const std::filesystem::path& ffconcatFile, std::int64_t totalMs, con
             }
         }
     };
-    RenderTools::runTool(kStage, "ffmpeg", "ffmpeg",
+    RenderTools::runTool(ExportStage::encode, kErrorLead, "ffmpeg", "ffmpeg",
                          arguments(ffconcatFile, totalMs, output, options.silentAudio, options.media,
                                    static_cast<bool>(options.frames)),
                          {.timeout = options.timeout,

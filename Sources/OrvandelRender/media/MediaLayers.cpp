@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/RenderError.hpp"
 #include "base/Bytes.hpp"
 #include "container/PptxArchive.hpp"
 #include "deck/NotesScanner.hpp"
@@ -136,6 +137,8 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
                             writeFile(it->second, deck.readEntryBytes(medium.entry));
                         }
                     } catch (const PptxArchive::ArchiveError& e) {
+                        // No copy to probe: the archive's reason is the warning's.
+                        it->second.clear();
                         probed[medium.entry] = std::string(e.what());
                     }
                 }
@@ -185,6 +188,19 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
         slideStart += slide.advanceTimeMs;
     }
     return out;
+}
+
+Gathered gatherPostponingProbe(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
+                               const std::filesystem::path& mediaDir, const DeckLinks::Rule& links,
+                               const WarningCallback& warn, const std::optional<CancellationToken>& cancel) {
+    try {
+        return gather(preparedDeck, plan, frame, mediaDir, links, warn, cancel);
+    } catch (const RenderError& e) {
+        if (e.errorCase() != RenderError::Case::missingTool) throw;
+        Gathered none;
+        none.missingProbe = std::current_exception();
+        return none;
+    }
 }
 
 }  // namespace orvandel::MediaLayers

@@ -13,6 +13,7 @@
 // a linked one the link rule (DeckLinks) does not let be read, or that is not
 // there. A medium the timing never starts stays still without a warning.
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -81,6 +82,8 @@ struct Gathered {
     // The linked media not read, for the caller to report with the slide's
     // other links.
     std::vector<DeckLinks::NotFollowed> notFollowed;
+    // gatherPostponingProbe: ffprobe is missing (and nothing was gathered).
+    std::exception_ptr missingProbe;
 };
 
 // Reads every visible slide's media from the prepared deck, copies them to
@@ -91,6 +94,13 @@ struct Gathered {
 Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
                 const std::filesystem::path& mediaDir, const DeckLinks::Rule& links, const WarningCallback& warn,
                 const std::optional<CancellationToken>& cancel);
+
+// gather, but a missing ffprobe is kept in missingProbe for the caller to
+// throw where a missing ffmpeg would be, so that the tools are asked for in
+// the order the stages need them.
+Gathered gatherPostponingProbe(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
+                               const std::filesystem::path& mediaDir, const DeckLinks::Rule& links,
+                               const WarningCallback& warn, const std::optional<CancellationToken>& cancel);
 
 }  // namespace MediaLayers
 

@@ -10,7 +10,8 @@
 namespace orvandel::MediaProbe {
 
 namespace {
-const char* const kStage = "reading the media";
+// How the errors of this stage begin.
+const char* const kErrorLead = "reading the media";
 
 // ffprobe's seconds ("4.000000", "N/A") to whole milliseconds, rounded,
 // without floating point.
@@ -53,7 +54,7 @@ std::variant<MediaInfo, std::string> probe(const std::filesystem::path& file,
                                       "-of", "default=nw=1"};
         const auto input = RenderTools::mediaInput(file, false);
         args.insert(args.end(), input.begin(), input.end());
-        const auto r = RenderTools::runTool(kStage, "ffprobe", "ffmpeg", args,
+        const auto r = RenderTools::runTool(ExportStage::media, kErrorLead, "ffprobe", "ffmpeg", args,
                                             {.timeout = std::chrono::minutes(1), .cancel = cancel});
         return parse(r.standardOutput);
     } catch (const RenderError& e) {

@@ -12,11 +12,12 @@ namespace orvandel::FrameConverter {
 
 namespace {
 
-const char* const kStage = "preparing the frames";
+// How the errors of this stage begin.
+const char* const kErrorLead = "preparing the frames";
 
 [[noreturn]] void unreadable(const std::string& why) {
-    throw RenderError(RenderError::Case::badOutput, kStage,
-                      std::string(kStage) + ": a still drawn by pdftocairo cannot be read (" + why +
+    throw RenderError(RenderError::Case::badOutput, ExportStage::frames,
+                      std::string(kErrorLead) + ": a still drawn by pdftocairo cannot be read (" + why +
                           "). Check free disk space and try again.");
 }
 
@@ -188,17 +189,20 @@ std::optional<std::size_t> planesOffset(const Bytes& frame, FrameSize size) {
     return std::size_t(mark + 1 - frame.begin());
 }
 
-std::vector<std::filesystem::path> convert(const std::vector<std::filesystem::path>& stills, FrameSize size,
-                                           const std::filesystem::path& outDir, int workers,
-                                           const std::optional<CancellationToken>& cancel) {
+std::map<int, std::filesystem::path> convert(const std::map<int, std::filesystem::path>& stillOf, FrameSize size,
+                                             const std::filesystem::path& outDir, int workers,
+                                             const std::optional<CancellationToken>& cancel) {
     std::filesystem::create_directories(outDir);
-    std::vector<std::filesystem::path> frames;
-    for (std::size_t i = 0; i < stills.size(); ++i) {
+    std::vector<std::filesystem::path> stills, frames;
+    std::map<int, std::filesystem::path> frameOf;
+    for (const auto& [page, still] : stillOf) {
         char name[32];
-        std::snprintf(name, sizeof name, "frame-%05zu.y4m", i + 1);
+        std::snprintf(name, sizeof name, "frame-%05zu.y4m", frames.size() + 1);
+        stills.push_back(still);
         frames.push_back(outDir / name);
+        frameOf[page] = frames.back();
     }
-    if (stills.empty()) return frames;
+    if (stills.empty()) return frameOf;
     // Contiguous slices, so that the states of a slide meet in one worker.
     const std::size_t n = std::clamp<std::size_t>(std::size_t(std::max(1, workers)), 1, stills.size());
     RenderTools::inParallel(static_cast<int>(n), [&](int worker) {
@@ -209,7 +213,7 @@ std::vector<std::filesystem::path> convert(const std::vector<std::filesystem::pa
             writeFile(frames[i], converter.frame(readFile(stills[i])));
         }
     });
-    return frames;
+    return frameOf;
 }
 
 }  // namespace orvandel::FrameConverter

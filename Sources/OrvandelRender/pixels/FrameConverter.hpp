@@ -11,6 +11,7 @@
 // a strip whose bytes equal those of the same strip in the still before is
 // not converted again.
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,13 +22,14 @@
 
 namespace orvandel::FrameConverter {
 
-// Writes frame-00001.y4m, ... into outDir, one per still in order, the stills
-// split into `workers` contiguous slices converted at once. Throws
+// Writes frame-00001.y4m, ... into outDir, one per still (by page) in page
+// order, and returns each page's frame; the stills are split into `workers`
+// contiguous slices converted at once. Throws
 // RenderError for a still that is not an 8-bit RGB TIFF of exactly `size`,
 // CancelledError when cancelled.
-std::vector<std::filesystem::path> convert(const std::vector<std::filesystem::path>& stills, FrameSize size,
-                                           const std::filesystem::path& outDir, int workers,
-                                           const std::optional<CancellationToken>& cancel);
+std::map<int, std::filesystem::path> convert(const std::map<int, std::filesystem::path>& stills, FrameSize size,
+                                             const std::filesystem::path& outDir, int workers,
+                                             const std::optional<CancellationToken>& cancel);
 
 // One still's frame: the YUV4MPEG header and planes (exposed for tests).
 Bytes frame(const Bytes& tiff, FrameSize size);

@@ -13,21 +13,55 @@
 namespace orvandel::PageRasterizer {
 
 namespace {
-const char* const kStage = "drawing the slides";
+// How the errors of this stage begin.
+const char* const kErrorLead = "drawing the slides";
+// How the errors of the PDF's own check begin: the stage before this one.
+const char* const kPdfErrorLead = "converting slides";
 }
 
 int pageCount(const std::filesystem::path& pdf, const std::optional<CancellationToken>& cancel) {
-    const auto r = RenderTools::runTool(kStage, "pdfinfo", "poppler-utils", {pdf.string()},
+    const auto r = RenderTools::runTool(ExportStage::draw, kErrorLead, "pdfinfo", "poppler-utils", {pdf.string()},
                                         {.timeout = std::chrono::seconds(60), .cancel = cancel});
     const auto m = Regex(R"(\nPages:\s+(\d+))").firstMatch("\n" + r.standardOutput);
     const std::string text = "\n" + r.standardOutput;
     const auto n = m ? parseInt64(m->group(text, 1)) : std::nullopt;
     if (!n) {
-        throw RenderError(RenderError::Case::badOutput, kStage,
-                          std::string(kStage) + ": pdfinfo did not report a page count for " +
+        throw RenderError(RenderError::Case::badOutput, ExportStage::draw,
+                          std::string(kErrorLead) + ": pdfinfo did not report a page count for " +
                               pdf.filename().string() + ". The PDF LibreOffice wrote is damaged; try the export again.");
     }
     return static_cast<int>(*n);
+}
+
+void requirePages(const std::filesystem::path& pdf, std::int64_t pages, const std::string& deckName,
+                  const std::optional<CancellationToken>& cancel) {
+    const int made = pageCount(pdf, cancel);
+    if (made != pages) {
+        throw RenderError(RenderError::Case::badOutput, ExportStage::pdf,
+                          std::string(kPdfErrorLead) + ": LibreOffice made " + std::to_string(made) + " pages of " +
+                              deckName + " where " + std::to_string(pages) +
+                              " were asked for, so pages cannot be matched to slides. Open the deck in "
+                              "LibreOffice Impress to see which slides it cannot read, or pass a movie you "
+                              "rendered yourself with --mp4.");
+    }
+}
+
+std::map<int, std::filesystem::path> drawShots(const std::filesystem::path& pdf,
+                                               const std::vector<Storyboard::Shot>& shots, FrameSize size,
+                                               const std::filesystem::path& outDir, const Options& options) {
+    std::vector<int> pages;
+    for (const auto& shot : shots) pages.push_back(shot.page);
+    std::sort(pages.begin(), pages.end());
+    pages.erase(std::unique(pages.begin(), pages.end()), pages.end());
+    return rasterize(pdf, pages, size, outDir, options);
+}
+
+void keepCopies(const std::map<int, std::filesystem::path>& stills, const std::filesystem::path& folder) {
+    std::filesystem::create_directories(folder);
+    for (const auto& [page, still] : stills) {
+        std::filesystem::copy_file(still, folder / ("still-" + std::to_string(page) + ".tif"),
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
 }
 
 std::vector<std::vector<std::pair<int, int>>> planRuns(std::vector<int> pages, int workers, int maxRun) {
@@ -69,7 +103,7 @@ std::map<int, std::filesystem::path> rasterize(const std::filesystem::path& pdf,
             try {
                 const auto count = last - first + 1;
                 RenderTools::runTool(
-                    kStage, "pdftocairo", "poppler-utils",
+                    ExportStage::draw, kErrorLead, "pdftocairo", "poppler-utils",
                     {"-tiff", "-tiffcompression", "packbits", "-scale-to-x", std::to_string(size.width),
                      "-scale-to-y", std::to_string(size.height), "-f", std::to_string(first), "-l",
                      std::to_string(last), pdf.string(), (outDir / "page").string()},
@@ -98,8 +132,8 @@ std::map<int, std::filesystem::path> rasterize(const std::filesystem::path& pdf,
     }
     for (int p : pages) {
         if (!images.count(p)) {
-            throw RenderError(RenderError::Case::badOutput, kStage,
-                              std::string(kStage) + ": pdftocairo wrote no image for page " + std::to_string(p) +
+            throw RenderError(RenderError::Case::badOutput, ExportStage::draw,
+                              std::string(kErrorLead) + ": pdftocairo wrote no image for page " + std::to_string(p) +
                                   " of " + pdf.filename().string() + ". Check free disk space and try again.");
         }
     }

@@ -4,13 +4,16 @@
 // same pixels, and fast for ffmpeg to read). Page ranges are split across
 // worker processes so that every core draws.
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "plan/FrameSize.hpp"
+#include "storyboard/Storyboard.hpp"
 #include "base/Cancellation.hpp"
 
 namespace orvandel::PageRasterizer {
@@ -22,6 +25,21 @@ struct Options {
 };
 
 int pageCount(const std::filesystem::path& pdf, const std::optional<CancellationToken>& cancel);
+
+// Checks that the PDF LibreOffice made of the storyboard has its `pages`:
+// LibreOffice can leave out pages it cannot draw and still succeed, and then
+// pages cannot be matched to slides. deckName: the deck as the user knows it.
+// Throws RenderError.
+void requirePages(const std::filesystem::path& pdf, std::int64_t pages, const std::string& deckName,
+                  const std::optional<CancellationToken>& cancel);
+
+// rasterize for the pages the shots show (each once).
+std::map<int, std::filesystem::path> drawShots(const std::filesystem::path& pdf,
+                                               const std::vector<Storyboard::Shot>& shots, FrameSize size,
+                                               const std::filesystem::path& outDir, const Options& options);
+
+// Copies the stills (by page) into `folder` as still-<page>.tif.
+void keepCopies(const std::map<int, std::filesystem::path>& stills, const std::filesystem::path& folder);
 
 // Draws the given 1-based pages at exactly `size` into outDir; returns each
 // page's image. Throws RenderError.

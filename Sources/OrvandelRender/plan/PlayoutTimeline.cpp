@@ -317,13 +317,6 @@ public:
         return t;
     }
 
-    std::optional<int> find(const XmlElement& cTn) const {
-        for (std::size_t i = 0; i < nodes_.size(); ++i) {
-            if (nodes_[i].cTn == cTn) return static_cast<int>(i);
-        }
-        return std::nullopt;
-    }
-
 private:
     // Adds the time element and everything below it; returns its index, or
     // `previous` when it has no time node.
@@ -535,13 +528,6 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
         } else if (now != states.back().hidden) {
             states.push_back({at, std::move(now)});
             out.effects.push_back(drawn.value_or(DrawnEffect{}));
-        }
-    }
-
-    if (const auto mainSeq = TimingTree::firstMainSeq(*timing)) {
-        for (const auto& container : TimingTree::groupContainers(*mainSeq)) {
-            const auto index = graph.find(container);
-            out.groupStartsMs.push_back(index ? graph.begin(*index) : std::nullopt);
         }
     }
     return out;

@@ -97,9 +97,6 @@ struct SlidePlayout {
     // States starting at or after the slide's advance time are listed as well;
     // the slide has gone by then.
     std::vector<PlayoutState> states;
-    // One per group container of the main sequence, in TimingTree order: when
-    // the group starts, or nothing when it waits for a click.
-    std::vector<std::optional<std::int64_t>> groupStartsMs;
     // The media play commands that start, in time order.
     std::vector<MediaStart> media;
     // One per state: how the change into it is drawn, as the entrance or exit

@@ -26,7 +26,8 @@ namespace RenderPlanReader {
 
 namespace {
 
-const char* const kStage = "reading the prepared deck";
+// How the errors of this stage begin.
+const char* const kErrorLead = "reading the prepared deck";
 
 std::optional<std::int64_t> attributeNumber(const std::string& tag, const char* pattern) {
     const Regex re(pattern);
@@ -82,8 +83,8 @@ RenderPlan read(const std::filesystem::path& preparedDeck) {
         RenderSlide slide{static_cast<std::int64_t>(i) + 1, files[i], DeckScanner::isSlideHidden(xml), 0, {}};
         const auto advTm = advanceTimeMs(xml);
         if (!advTm && !slide.hidden) {
-            throw RenderError(RenderError::Case::badDeck, kStage,
-                              std::string(kStage) + ": slide " + std::to_string(slide.displayIndex) + " (" +
+            throw RenderError(RenderError::Case::badDeck, ExportStage::readPlan,
+                              std::string(kErrorLead) + ": slide " + std::to_string(slide.displayIndex) + " (" +
                                   files[i] + ") has no automatic advance time. Only a deck prepared by "
                                   "orvandel (orvandel prepare, or the export itself) can be rendered.");
         }
@@ -99,8 +100,8 @@ RenderPlan read(const std::filesystem::path& preparedDeck) {
                 }
                 if (!shapes.empty()) slide.playout = PlayoutTimeline::evaluate(xml, shapes);
             } catch (const SlideXMLError& e) {
-                throw RenderError(RenderError::Case::badDeck, kStage,
-                                  std::string(kStage) + ": the animation timing of slide " +
+                throw RenderError(RenderError::Case::badDeck, ExportStage::readPlan,
+                                  std::string(kErrorLead) + ": the animation timing of slide " +
                                       std::to_string(slide.displayIndex) + " (" + files[i] + ") cannot be read (" +
                                       e.what() + "). Prepare the deck again with orvandel.",
                                   e.cause());

@@ -26,7 +26,8 @@ using XmlSpans::Span;
 using XmlSpans::attributeOf;
 using XmlSpans::elementSpans;
 
-const char* const kStage = "writing the storyboard";
+// How the errors of this stage begin.
+const char* const kErrorLead = "writing the storyboard";
 const char* const kSlideContentType = "application/vnd.openxmlformats-officedocument.presentationml.slide+xml";
 
 bool isShape(std::string_view name) {
@@ -153,8 +154,8 @@ void listCopies(PresentationParts& parts, const std::vector<std::pair<std::strin
     for (const auto& [slide, copyParts] : copies) {
         const auto found = listedAs.find(slide);
         if (found == listedAs.end()) {
-            throw RenderError(RenderError::Case::badDeck, kStage,
-                              std::string(kStage) + ": " + slide + " is not in the slide list of the prepared deck.");
+            throw RenderError(RenderError::Case::badDeck, ExportStage::storyboard,
+                              std::string(kErrorLead) + ": " + slide + " is not in the slide list of the prepared deck.");
         }
         const auto [listed, rel] = found->second;
         const std::string& relType = rel->type;
@@ -176,8 +177,8 @@ void listCopies(PresentationParts& parts, const std::vector<std::pair<std::strin
     const auto relsEnd = parts.rels.rfind("</Relationships>");
     const auto typesEnd = parts.types.rfind("</Types>");
     if (relsEnd == std::string::npos || typesEnd == std::string::npos) {
-        throw RenderError(RenderError::Case::badDeck, kStage,
-                          std::string(kStage) + ": the prepared deck's relationships or content types are damaged.");
+        throw RenderError(RenderError::Case::badDeck, ExportStage::storyboard,
+                          std::string(kErrorLead) + ": the prepared deck's relationships or content types are damaged.");
     }
     parts.rels.insert(relsEnd, newRels);
     parts.types.insert(typesEnd, newTypes);
@@ -373,6 +374,16 @@ std::string copiedContentTypes(const std::string& types, const std::vector<std::
     return out;
 }
 
+// The states with the shapes `ids` hidden in each as well.
+std::vector<PlayoutState> withoutShapes(std::vector<PlayoutState> states, const std::vector<std::string>& ids) {
+    for (auto& state : states) {
+        for (const auto& id : ids) state.hidden.push_back({id, std::nullopt});
+        std::sort(state.hidden.begin(), state.hidden.end());
+        state.hidden.erase(std::unique(state.hidden.begin(), state.hidden.end()), state.hidden.end());
+    }
+    return states;
+}
+
 }  // namespace
 
 bool Layout::needsDeck() const {
@@ -382,14 +393,18 @@ bool Layout::needsDeck() const {
     return false;
 }
 
-Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, DrawnEffect>& transitions) {
+Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, DrawnEffect>& transitions,
+              const std::map<std::int64_t, std::vector<std::string>>& drawnGifs) {
     Layout out;
     for (const auto& slide : plan.slides) {
         const int firstPage = static_cast<int>(out.pages.size()) + 1;
         out.pages.push_back({slide.displayIndex, {}});
         if (slide.hidden) continue;
         const std::size_t firstShot = out.shots.size();
-        const auto& states = slide.playout.states;
+        std::vector<PlayoutState> withoutGifs;
+        const auto gifs = drawnGifs.find(slide.displayIndex);
+        if (gifs != drawnGifs.end()) withoutGifs = withoutShapes(slide.playout.states, gifs->second);
+        const auto& states = gifs == drawnGifs.end() ? slide.playout.states : withoutGifs;
         if (!steps || states.empty()) {
             if (slide.advanceTimeMs > 0) out.shots.push_back({firstPage, slide.advanceTimeMs});
         } else {

@@ -57,8 +57,12 @@ struct Layout {
 
 // Pure. With steps false every slide shows its final state, as drawn, for its
 // whole advance time. `transitions` (by slide part) are the slides' own; the
-// first slide's is not drawn (nothing comes before it).
-Layout layout(const RenderPlan& plan, bool steps = true, const std::map<std::string, DrawnEffect>& transitions = {});
+// first slide's is not drawn (nothing comes before it). `drawnGifs` (shape
+// ids by slide display index, MediaLayers::Gathered) are left out of every
+// state of their slide: the movie draws them, and their own transparent
+// pixels would show the first frame beneath.
+Layout layout(const RenderPlan& plan, bool steps = true, const std::map<std::string, DrawnEffect>& transitions = {},
+              const std::map<std::int64_t, std::vector<std::string>>& drawnGifs = {});
 
 // The storyboard slide of one state of a slide (exposed for tests). A
 // paragraph whose text cannot be edited safely (it declares namespaces of its

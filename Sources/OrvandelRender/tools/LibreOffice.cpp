@@ -15,7 +15,8 @@ namespace orvandel::LibreOffice {
 
 namespace {
 
-const char* const kStage = "converting the deck with LibreOffice";
+// How the errors of this stage begin.
+const char* const kErrorLead = "converting the deck with LibreOffice";
 
 // Office fonts and the free fonts drawn with the same advance widths, so that
 // text wraps and fits exactly as the author laid it out.
@@ -67,8 +68,8 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
                               const ConvertOptions& options) {
     const auto soffice = findSoffice();
     if (!soffice) {
-        throw RenderError(RenderError::Case::missingTool, kStage,
-                          std::string(kStage) + ": soffice was not found on PATH. Install LibreOffice "
+        throw RenderError(RenderError::Case::missingTool, ExportStage::pdf,
+                          std::string(kErrorLead) + ": soffice was not found on PATH. Install LibreOffice "
                           "(Debian package libreoffice-impress-nogui, or run scripts/install-deps.sh) and try again.");
     }
     const std::string deck = options.deckName.empty() ? input.filename().string() : options.deckName;
@@ -106,24 +107,24 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
                  .memoryLimit = options.memoryLimit,
                  .isolateNetwork = true});
         } catch (const LaunchError& e) {
-            throw RenderError(RenderError::Case::missingTool, kStage,
-                              std::string(kStage) + ": " + e.what() +
+            throw RenderError(RenderError::Case::missingTool, ExportStage::pdf,
+                              std::string(kErrorLead) + ": " + e.what() +
                                   ". Reinstall LibreOffice (Debian package libreoffice-impress-nogui).",
                               e.cause(), e.errnoValue());
         }
         std::filesystem::remove_all(profile, ec);
         if (r.cancelled) throw CancelledError();
         if (r.memoryExceeded) {
-            throw RenderError(RenderError::Case::tooLarge, kStage,
-                              std::string(kStage) + ": LibreOffice needed more than " +
+            throw RenderError(RenderError::Case::tooLarge, ExportStage::pdf,
+                              std::string(kErrorLead) + ": LibreOffice needed more than " +
                                   memorySize(*options.memoryLimit) + ", its memory limit, for " + deck +
                                   ", and was stopped. Split the deck into smaller ones, or allow more memory "
                                   "with --max-memory.");
         }
         if (r.timedOut && !loaded && attempt == 1) continue;  // a hang at start: once more, fresh profile
         if (r.timedOut) {
-            throw RenderError(RenderError::Case::timedOut, kStage,
-                              std::string(kStage) + ": LibreOffice did not finish " + deck + " within " + seconds +
+            throw RenderError(RenderError::Case::timedOut, ExportStage::pdf,
+                              std::string(kErrorLead) + ": LibreOffice did not finish " + deck + " within " + seconds +
                                   " s, its time limit, and was stopped" +
                                   (loaded ? "" : " (twice: the second time with a fresh profile)") +
                                   ". Close other LibreOffice windows and try again, split the deck into smaller "
@@ -134,8 +135,8 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
         }
         std::string detail = RenderTools::tail(r.standardError);
         if (detail.empty()) detail = RenderTools::tail(r.standardOutput);
-        throw RenderError(RenderError::Case::toolFailed, kStage,
-                          std::string(kStage) + ": LibreOffice (exit status " + std::to_string(r.exitStatus) +
+        throw RenderError(RenderError::Case::toolFailed, ExportStage::pdf,
+                          std::string(kErrorLead) + ": LibreOffice (exit status " + std::to_string(r.exitStatus) +
                               ") wrote no " + outputExtension + " for " + deck +
                               (detail.empty() ? "" : ": " + detail) +
                               ". Check that the deck opens in LibreOffice Impress.");

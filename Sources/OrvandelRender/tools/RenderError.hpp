@@ -1,9 +1,11 @@
 #pragma once
-// The headless renderer's own error. Its descriptions name the stage that
-// failed, what happened and what the user can do about it.
+// The headless renderer's own error: the stage that failed, and a
+// description that names it, says what happened and what the user can do
+// about it.
 #include <string>
 
 #include "base/Error.hpp"
+#include "base/ExportStage.hpp"
 
 namespace orvandel {
 
@@ -13,16 +15,16 @@ public:
     enum class Case { missingTool, toolFailed, timedOut, badOutput, badDeck, tooLarge };
 
     // cause: what the tool or the system said, when it said something.
-    RenderError(Case c, std::string stage, const std::string& description, std::string cause = {},
+    RenderError(Case c, ExportStage stage, const std::string& description, std::string cause = {},
                 int causeErrno = 0)
-        : Error(description, std::move(cause), causeErrno), case_(c), stage_(std::move(stage)) {}
+        : Error(description, std::move(cause), causeErrno), case_(c), stage_(stage) {}
 
     Case errorCase() const { return case_; }
-    const std::string& stage() const { return stage_; }
+    ExportStage stage() const { return stage_; }
 
 private:
     Case case_;
-    std::string stage_;
+    ExportStage stage_;
 };
 
 }  // namespace orvandel

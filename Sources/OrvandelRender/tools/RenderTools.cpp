@@ -51,12 +51,12 @@ std::string lastLine(const std::string& text) {
     return newline == std::string::npos ? t : t.substr(newline + 1);
 }
 
-SubprocessResult runTool(const std::string& stage, const std::string& program, const std::string& debianPackage,
+SubprocessResult runTool(ExportStage stage, const std::string& errorLead, const std::string& program, const std::string& debianPackage,
                          const std::vector<std::string>& args, const SubprocessOptions& options) {
     const auto path = Subprocess::findOnPath(program);
     if (!path) {
         throw RenderError(RenderError::Case::missingTool, stage,
-                          stage + ": " + program + " was not found on PATH. Install the Debian package " +
+                          errorLead + ": " + program + " was not found on PATH. Install the Debian package " +
                               debianPackage + " (or run scripts/install-deps.sh) and try again.");
     }
     std::vector<std::string> argv{path->string()};
@@ -70,13 +70,13 @@ SubprocessResult runTool(const std::string& stage, const std::string& program, c
         r = Subprocess::run(argv, isolated);
     } catch (const LaunchError& e) {
         throw RenderError(RenderError::Case::missingTool, stage,
-                          stage + ": " + e.what() + ". Reinstall the Debian package " + debianPackage + ".", e.cause(),
+                          errorLead + ": " + e.what() + ". Reinstall the Debian package " + debianPackage + ".", e.cause(),
                           e.errnoValue());
     }
     if (r.cancelled) throw CancelledError();
     if (r.timedOut) {
         throw RenderError(RenderError::Case::timedOut, stage,
-                          stage + ": " + program + " did not finish within " +
+                          errorLead + ": " + program + " did not finish within " +
                               std::to_string(options.timeout ? options.timeout->count() / 1000 : 0) +
                               " s and was stopped. Try again; if it keeps happening, pass a movie you rendered "
                               "yourself with --mp4.");
@@ -84,7 +84,7 @@ SubprocessResult runTool(const std::string& stage, const std::string& program, c
     if (!r.succeeded()) {
         const std::string detail = tail(r.standardError);
         throw RenderError(RenderError::Case::toolFailed, stage,
-                          stage + ": " + program + " failed (exit status " + std::to_string(r.exitStatus) + ")" +
+                          errorLead + ": " + program + " failed (exit status " + std::to_string(r.exitStatus) + ")" +
                               (detail.empty() ? std::string(".") : ": " + detail),
                           lastLine(r.standardError));
     }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/ExportStage.hpp"
 #include "base/Subprocess.hpp"
 
 namespace orvandel::RenderTools {
@@ -17,8 +18,9 @@ std::string lastLine(const std::string& text);
 // Runs `program args...` (found on PATH), with no network where the system
 // can take it away. Throws RenderError when it is missing (naming the Debian
 // package), times out or exits non-zero (with the end of its standard
-// error), and CancelledError when the token was cancelled.
-SubprocessResult runTool(const std::string& stage, const std::string& program, const std::string& debianPackage,
+// error), and CancelledError when the token was cancelled. errorLead: how
+// the error's description begins (the stage in the caller's words).
+SubprocessResult runTool(ExportStage stage, const std::string& errorLead, const std::string& program, const std::string& debianPackage,
                          const std::vector<std::string>& args, const SubprocessOptions& options);
 
 // The last few hundred characters of a tool's output, trimmed.

@@ -102,7 +102,7 @@ private slots:
         QCOMPARE(outcome.masterVideoSeconds, probe.masterVideoDuration);
         QCOMPARE(outcome.convertedOnClickVideoSlides, (std::vector<std::int64_t>{5}));
 
-        s.renderer->failure = std::make_exception_ptr(RenderError(RenderError::Case::timedOut, "encoding", "slow"));
+        s.renderer->failure = std::make_exception_ptr(RenderError(RenderError::Case::timedOut, ExportStage::encode, "slow"));
         const auto failed = s.exportToTheEnd();
         QVERIFY(!failed.isEmpty() && failed.at(0).value<std::exception_ptr>() && !s.session.outcome());
     }

@@ -281,8 +281,8 @@ TEST_F(OrvExporterTest, RendererFailuresAndACancelLeaveNothingBehindAndKeepTheOl
     expectClean();
     // A cancel while the movie is being packaged.
     const CancellationToken token;
-    const RenderHooks hooks{[&](const std::string& stage, double) {
-                                if (stage == OrvExporter::kStagePackage) token.cancel();
+    const RenderHooks hooks{[&](ExportStage stage, double) {
+                                if (stage == ExportStage::package) token.cancel();
                             },
                             token};
     EXPECT_THROW(exportDeck(deck, movieOf(1500), {}, {}, std::nullopt, hooks), CancelledError);

@@ -119,16 +119,16 @@ bool ExportSession::startExport() {
 
     // Throttled to what the window can show: a new stage or a new thousandth.
     struct Shown {
-        std::string stage;
+        std::optional<ExportStage> stage;
         int permille = -1;
     };
     auto shown = std::make_shared<Shown>();
-    RenderHooks hooks{[this, shown](const std::string& stage, double fraction) {
+    RenderHooks hooks{[this, shown](ExportStage stage, double fraction) {
                           const int permille = ExportProgress::permille(stage, fraction).value_or(-1);
                           if (stage == shown->stage && permille == shown->permille) return;
                           shown->stage = stage;
                           shown->permille = permille;
-                          emit stageReported(QString::fromStdString(stage), fraction);
+                          emit stageReported(stage, fraction);
                       },
                       exportCancel_,
                       {}};
@@ -153,10 +153,10 @@ void ExportSession::cancel() {
     if (isExporting_) exportCancel_.cancel();
 }
 
-void ExportSession::showStage(const QString& stage, double fraction) {
+void ExportSession::showStage(ExportStage stage, double fraction) {
     if (!isExporting_) return;
-    if (const auto line = ExportCopy::stageLine(stage.toStdString())) stageLine_ = *line;
-    if (const auto permille = ExportProgress::permille(stage.toStdString(), fraction)) {
+    if (const auto line = ExportCopy::stageLine(stage)) stageLine_ = *line;
+    if (const auto permille = ExportProgress::permille(stage, fraction)) {
         progressPermille_ = std::max(progressPermille_, *permille);
     }
     emit changed();

@@ -24,6 +24,7 @@
 #include "OffThread.hpp"
 #include "RendererChoice.hpp"
 #include "base/Cancellation.hpp"
+#include "base/ExportStage.hpp"
 #include "deck/SlideReport.hpp"
 #include "package/OrvExporter.hpp"
 
@@ -86,7 +87,7 @@ signals:
     // the "finished with warnings" alert (empty: none).
     void exportEnded(const std::exception_ptr& error, const QStringList& warnings);
     // From the export's worker thread; connected queued.
-    void stageReported(const QString& stage, double fraction);
+    void stageReported(ExportStage stage, double fraction);
 
 private:
     struct ScanRun {
@@ -100,7 +101,7 @@ private:
 
     void scanFinished(const ScanRun& run);
     void exportFinished(const ExportRun& run);
-    void showStage(const QString& stage, double fraction);
+    void showStage(ExportStage stage, double fraction);
 
     RendererChoice::Renderer renderer_;
     std::shared_ptr<const Mp4Exporting> exporter_;  // injected; otherwise one per export

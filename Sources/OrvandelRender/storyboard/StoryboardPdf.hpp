@@ -1,0 +1,25 @@
+#pragma once
+// The storyboard drawn by LibreOffice: one PDF page per storyboard slide.
+#include <filesystem>
+
+#include "plan/RenderPlan.hpp"
+#include "storyboard/LinkSweep.hpp"
+#include "storyboard/Storyboard.hpp"
+#include "tools/LibreOffice.hpp"
+
+namespace orvandel::StoryboardPdf {
+
+// The filter LibreOffice converts with: PDF with hidden slides kept, so
+// that page i is storyboard slide i.
+inline constexpr const char* kPdfFilter =
+    "pdf:impress_pdf_Export:{\"ExportHiddenSlides\":{\"type\":\"boolean\",\"value\":\"true\"}}";
+
+// Has LibreOffice draw the storyboard into scratch/pdf and returns the PDF:
+// the prepared deck itself when it is its own storyboard and reaches nothing
+// outside, otherwise the storyboard written into scratch first. Throws what
+// Storyboard::write and LibreOffice::convert throw.
+std::filesystem::path draw(const std::filesystem::path& preparedDeck, const RenderPlan& plan,
+                           const Storyboard::Layout& layout, const LinkSweep::Sweep& sweep,
+                           const std::filesystem::path& scratch, const LibreOffice::ConvertOptions& options);
+
+}  // namespace orvandel::StoryboardPdf
