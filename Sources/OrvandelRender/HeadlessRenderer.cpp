@@ -16,6 +16,7 @@
 #include "encode/RawVideoStream.hpp"
 #include "tools/RenderError.hpp"
 #include "plan/RenderPlan.hpp"
+#include "plan/SlideTransitions.hpp"
 #include "storyboard/Storyboard.hpp"
 #include "encode/FrameSchedule.hpp"
 #include "base/Bytes.hpp"
@@ -42,10 +43,13 @@ void hideDrawnGifs(RenderPlan& plan, const std::map<std::int64_t, std::vector<st
 
 }  // namespace
 
-void HeadlessRenderer::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+void HeadlessRenderer::export_(const RenderRequest& request, const std::filesystem::path& to,
                                      const std::function<bool()>&, const RenderHooks& hooks) const {
+    const std::filesystem::path& preparedDeck = request.preparedDeck;
+    // Opened once: every stage reads the prepared deck through it.
+    DeckModel deck(preparedDeck);
     hooks.report(kStageRead, 0);
-    RenderPlan plan = RenderPlanReader::read(preparedDeck);
+    RenderPlan plan = RenderPlanReader::read(deck);
     if (options_.showSteps) {
         for (const auto& warning : plan.warnings) hooks.warning(warning);
     }
@@ -66,7 +70,7 @@ void HeadlessRenderer::export_(const std::filesystem::path& preparedDeck, const 
     std::exception_ptr missingProbe;
     if (options_.playMedia) {
         try {
-            media = MediaLayers::gather(preparedDeck, plan, frame, scratch.path() / "media", links, hooks.warn,
+            media = MediaLayers::gather(deck, plan, frame, scratch.path() / "media", links, hooks.warn,
                                         hooks.cancel);
         } catch (const RenderError& e) {
             if (e.errorCase() != RenderError::Case::missingTool) throw;
@@ -76,11 +80,12 @@ void HeadlessRenderer::export_(const std::filesystem::path& preparedDeck, const 
     }
     const Storyboard::Layout storyboard =
         Storyboard::layout(plan, options_.showSteps,
-                           options_.drawEffects ? options_.transitions : std::map<std::string, DrawnEffect>{});
+                           options_.drawEffects ? SlideTransitions::ofMarkup(request.sourceTransitions)
+                                                : std::map<std::string, DrawnEffect>{});
     hooks.throwIfCancelled();
 
     // LibreOffice is given a deck that reaches nothing outside itself.
-    const LinkSweep::Sweep sweep = LinkSweep::sweep(preparedDeck, plan, links);
+    const LinkSweep::Sweep sweep = LinkSweep::sweep(deck, plan, links);
     auto notFollowed = std::move(media.notFollowed);
     notFollowed.insert(notFollowed.end(), sweep.notFollowed.begin(), sweep.notFollowed.end());
     for (const auto& warning : DeckLinks::warnings(notFollowed)) hooks.warning(warning);
@@ -90,7 +95,7 @@ void HeadlessRenderer::export_(const std::filesystem::path& preparedDeck, const 
     std::filesystem::path deckToDraw = preparedDeck;
     if (storyboard.needsDeck() || !sweep.empty()) {
         deckToDraw = scratch.path() / "storyboard.pptx";
-        Storyboard::write(preparedDeck, plan, storyboard, deckToDraw, sweep);
+        Storyboard::write(deck, plan, storyboard, deckToDraw, sweep);
     }
     const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
     const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;

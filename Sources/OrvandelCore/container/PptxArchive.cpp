@@ -75,6 +75,7 @@ struct Deck::Open {
     } fd;
     std::int64_t size = 0;
     std::unordered_map<std::string, Record> records;  // the first record of a name wins
+    std::vector<std::string> names;                     // every entry's, in directory order
 
     Open(const std::filesystem::path& url, const std::string& entry);
     // Into Bytes or straight into a std::string: a large part is held once.
@@ -133,7 +134,9 @@ Deck::Open::Open(const std::filesystem::path& url, const std::string& entry) : p
         archiveFailure(entry, error);
     }
     records.reserve(parsed.entries.size());
+    names.reserve(parsed.entries.size());
     for (const auto& e : parsed.entries) {
+        names.push_back(e.name);
         if (e.name.empty()) continue;  // an undecodable name can never be asked for
         records.try_emplace(e.name,
                             Record{e.flags, e.method, e.crc, e.compressedSize, e.uncompressedSize, e.localOffset});
@@ -323,6 +326,18 @@ Bytes Deck::readEntryHead(const std::string& entry, std::size_t most) {
     const std::int64_t wanted = std::min(r.declaredSize, static_cast<std::int64_t>(most));
     if (r.method == 0) return open_->readRange(entry, start, wanted);
     return open_->inflateEntry<Bytes>(entry, start, r.compressedSize, r.declaredSize, wanted);
+}
+
+Bytes Deck::wholeFile() {
+    static const std::string whole = "(the whole archive)";
+    if (!open_) open_ = std::make_unique<Open>(url_, whole);
+    return open_->readRange(whole, 0, open_->size);
+}
+
+std::vector<std::string> Deck::entryNames() {
+    static const std::string directory = "(the directory)";
+    if (!open_) open_ = std::make_unique<Open>(url_, directory);
+    return open_->names;
 }
 
 bool Deck::contains(const std::string& entry) {

@@ -17,6 +17,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/Bytes.hpp"
 #include "base/Error.hpp"
@@ -68,6 +69,12 @@ public:
     // The first `most` bytes of the entry (all of it when shorter), read or
     // inflated no further than needed; their CRC is not checked.
     Bytes readEntryHead(const std::string& entry, std::size_t most);
+    // The whole file, read through the open descriptor: for copying the
+    // deck into a new archive without opening it again. Throws as a read does.
+    Bytes wholeFile();
+    // Every entry name in directory order, a name the archive holds twice
+    // twice. Throws as a read does when the deck cannot be opened.
+    std::vector<std::string> entryNames();
     // Whether the archive has an entry of that name. Throws as a read does when
     // the deck cannot be opened.
     bool contains(const std::string& entry);
