@@ -19,7 +19,7 @@ std::filesystem::path exampleDeck() {
     return std::filesystem::path(ORVANDEL_SOURCE_DIR) / "examples" / "aula-exemplo.pptx";
 }
 
-void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+void FakeExporter::export_(const RenderRequest& request, const std::filesystem::path& to,
                            const std::function<bool()>&, const RenderHooks& hooks) const {
     hooks.report(HeadlessRenderer::kStageDraw, 0.5);
     while (hold->load()) {
@@ -28,7 +28,7 @@ void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std:
     }
     if (failure) std::rethrow_exception(failure);
     for (const auto& w : warnings) hooks.warning(w);
-    const auto ms = RenderPlanReader::read(preparedDeck).totalMs();
+    const auto ms = RenderPlanReader::read(request.preparedDeck).totalMs();
     writeFile(to, test::craftedMovie(1000, static_cast<std::uint64_t>(ms)));
 }
 
@@ -38,7 +38,7 @@ std::filesystem::path FakeExporter::workDirectoryBase() const {
 
 std::filesystem::path mediaDeck(const std::filesystem::path& path, bool twoVideos) {
     using namespace orvandel::test;
-    const std::vector<Relationship> gif{{"rId5", "image", "../media/image1.gif"}};
+    const std::vector<Rel> gif{{"rId5", "image", "../media/image1.gif"}};
     DeckBuilder deck;
     deck.addSlide(slideXml(kTextBox))
         .addSlide(slideXml(picture("4", "rId5")), gif)
