@@ -345,8 +345,8 @@ ParseResult parse(std::span<const std::uint8_t> data) {
     return parse(whole, readEndRecord(whole));
 }
 
-std::vector<std::string> entryNames(const std::filesystem::path& url) {
-    const Bytes data = readFile(url);
+std::vector<std::string> entryNames(const std::filesystem::path& archive) {
+    const Bytes data = readFile(archive);
     std::vector<std::string> names;
     for (auto& e : parse(data).entries) names.push_back(std::move(e.name));
     return names;
@@ -549,11 +549,11 @@ void rewriteArchive(std::span<const std::uint8_t> src, const Replacements& repla
 
 }  // namespace
 
-void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes>& replacing,
+void rewrite(const std::filesystem::path& archive, const std::map<std::string, Bytes>& replacing,
              const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending) {
     Replacements views;
     for (const auto& [name, bytes] : replacing) views.emplace(name, bytes);
-    rewriteArchive(readFile(url), views, to, appending);
+    rewriteArchive(readFile(archive), views, to, appending);
 }
 
 void rewrite(PptxArchive::Deck& source, const std::map<std::string, Bytes>& replacing,
