@@ -56,11 +56,12 @@ int main(int argc, char** argv) {
     }
     if (argc < 3 || deck == out / "bench-deck.pptx") test::writeBulletDeck(deck, 100, 4);
     try {
-        options.transitions = SlideTransitions::ofDeck(deck);
+        DeckModel source(deck);
+        const auto transitions = source.transitions();
         DeckTransformer::prepare(deck, out / "prepared.pptx", {}, gifMs, 1000, 1500);
-        HeadlessRenderer(options).export_(out / "prepared.pptx", out / "master.mp4", {});
+        HeadlessRenderer(options).export_(RenderRequest{out / "prepared.pptx", transitions}, out / "master.mp4", {});
         const auto layout =
-            Storyboard::layout(RenderPlanReader::read(out / "prepared.pptx"), true, options.transitions);
+            Storyboard::layout(RenderPlanReader::read(out / "prepared.pptx"), true, SlideTransitions::ofMarkup(transitions));
         nlohmann::ordered_json shots = nlohmann::ordered_json::array();
         std::int64_t start = 0;
         for (const auto& shot : layout.shots) {

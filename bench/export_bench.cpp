@@ -34,7 +34,6 @@ test::TimedExport exportOnce(const fs::path& deck, const fs::path& out, const Sl
     HeadlessRenderer::Options options;
     options.showSteps = steps;
     options.drawEffects = draw;
-    options.transitions = SlideTransitions::ofDeck(deck);
     return test::timedExport(deck, out, gifMs, options);
 }
 

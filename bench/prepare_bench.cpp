@@ -31,7 +31,8 @@ void measure(const std::string& label, const fs::path& deck, const fs::path& out
         try {
             const auto start = Clock::now();
             std::vector<DeckTransformer::Branch> branches;
-            const auto reports = DeckTransformer::prepare(deck, out, videoMs, {}, 1000, 1500, branches);
+            DeckModel model(deck);
+            const auto reports = DeckTransformer::prepare(model, out, videoMs, {}, 1000, 1500, branches);
             const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
             const auto timed = std::count_if(branches.begin(), branches.end(), [](DeckTransformer::Branch b) {
                 return b != DeckTransformer::Branch::static_;

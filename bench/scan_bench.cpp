@@ -46,7 +46,7 @@ void measure(benchmark::State& state, const fs::path& deck, Scan scan) {
         state.SkipWithError("no corpus deck (../shared/corpus)");
         return;
     }
-    const auto slides = static_cast<double>(DeckScanner::orderedSlideFiles(deck).size());
+    const auto slides = static_cast<double>(DeckModel(deck).slideFiles().size());
     for (auto _ : state) benchmark::DoNotOptimize(scan(deck));
     state.SetLabel(deck.filename().string());
     state.counters["slides"] = slides;

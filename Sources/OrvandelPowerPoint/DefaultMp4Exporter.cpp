@@ -8,10 +8,10 @@
 
 namespace orvandel {
 
-void DefaultMp4Exporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+void DefaultMp4Exporter::export_(const RenderRequest& request, const std::filesystem::path& to,
                                  const std::function<bool()>& isRenderAlive, const RenderHooks& hooks) const {
     const std::function<bool()> alive = isRenderAlive ? isRenderAlive : Mp4Exporter::powerPointLivenessProbe;
-    Mp4Exporter::export_(preparedDeck, to, Mp4Exporter::Parameters{}, alive, OsascriptRunner(hooks.cancel), hooks);
+    Mp4Exporter::export_(request.preparedDeck, to, Mp4Exporter::Parameters{}, alive, OsascriptRunner(hooks.cancel), hooks);
 }
 
 std::filesystem::path DefaultMp4Exporter::workDirectoryBase() const {

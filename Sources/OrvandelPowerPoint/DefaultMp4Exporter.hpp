@@ -9,7 +9,9 @@ namespace orvandel {
 
 class DefaultMp4Exporter : public Mp4Exporting {
 public:
-    void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+    using Mp4Exporting::export_;
+    // PowerPoint plays the prepared deck's own transitions: the source's are not needed.
+    void export_(const RenderRequest& request, const std::filesystem::path& to,
                  const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const override;
 
     // PowerPoint's sandbox container's "tmp" when that container exists, else

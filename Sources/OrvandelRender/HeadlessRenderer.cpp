@@ -10,19 +10,24 @@
 #include "pixels/FrameConverter.hpp"
 #include "pixels/PageRasterizer.hpp"
 #include "plan/RenderPlan.hpp"
+#include "plan/SlideTransitions.hpp"
 #include "storyboard/LinkSweep.hpp"
 #include "storyboard/Storyboard.hpp"
 #include "storyboard/StoryboardPdf.hpp"
 #include "tools/RenderError.hpp"
 #include "base/TemporaryDirectory.hpp"
+#include "deck/DeckModel.hpp"
 
 namespace orvandel {
 
 // The stages in the order they run, each given what the ones before it made.
-void HeadlessRenderer::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+void HeadlessRenderer::export_(const RenderRequest& request, const std::filesystem::path& to,
                                const std::function<bool()>&, const RenderHooks& hooks) const {
+    const std::filesystem::path& preparedDeck = request.preparedDeck;
+    // Opened once: every stage reads the prepared deck through it.
+    DeckModel deck(preparedDeck);
     hooks.report(ExportStage::readPlan, 0);
-    const RenderPlan plan = RenderPlanReader::read(preparedDeck);
+    const RenderPlan plan = RenderPlanReader::read(deck);
     if (options_.showSteps) {
         for (const auto& warning : plan.warnings) hooks.warning(warning);
     }
@@ -39,17 +44,18 @@ void HeadlessRenderer::export_(const std::filesystem::path& preparedDeck, const 
                                 options_.allowLinksOutside};
 
     const MediaLayers::Gathered media =
-        options_.playMedia ? MediaLayers::gatherPostponingProbe(preparedDeck, plan, frame, scratch.path() / "media",
+        options_.playMedia ? MediaLayers::gatherPostponingProbe(deck, plan, frame, scratch.path() / "media",
                                                                 links, hooks.warn, hooks.cancel)
                            : MediaLayers::Gathered{};
     const Storyboard::Layout storyboard =
         Storyboard::layout(plan, options_.showSteps,
-                           options_.drawEffects ? options_.transitions : std::map<std::string, DrawnEffect>{},
+                           options_.drawEffects ? SlideTransitions::ofMarkup(request.sourceTransitions)
+                                                : std::map<std::string, DrawnEffect>{},
                            media.drawnGifs);
     hooks.throwIfCancelled();
 
     // LibreOffice is given a deck that reaches nothing outside itself.
-    const LinkSweep::Sweep sweep = LinkSweep::sweep(preparedDeck, plan, links);
+    const LinkSweep::Sweep sweep = LinkSweep::sweep(deck, plan, links);
     auto notFollowed = media.notFollowed;
     notFollowed.insert(notFollowed.end(), sweep.notFollowed.begin(), sweep.notFollowed.end());
     for (const auto& warning : DeckLinks::warnings(notFollowed)) hooks.warning(warning);
@@ -59,7 +65,7 @@ void HeadlessRenderer::export_(const std::filesystem::path& preparedDeck, const 
     const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
     const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;
     const auto pdf = StoryboardPdf::draw(
-        preparedDeck, plan, storyboard, sweep, scratch.path(),
+        deck, plan, storyboard, sweep, scratch.path(),
         {.workDir = scratch.path() / "lo",
          .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
          .cancel = hooks.cancel,

@@ -6,9 +6,9 @@
 // millisecond, and within it every state of its animations (PlayoutTimeline)
 // from the millisecond the slideshow reaches it: each click step appears,
 // and each exit leaves, at its planned time, drawn over its effect's duration
-// (or cut, with drawEffects false); the source deck's slide transitions are
-// drawn likewise. Videos, audio clips and GIFs play (MediaLayers) in the same
-// encode.
+// (or cut, with drawEffects false); the source deck's slide transitions, handed
+// over with the request, are drawn likewise. Videos, audio clips and GIFs
+// play (MediaLayers) in the same encode.
 //
 // Failures throw RenderError (never Mp4Exporter::ExportError, whose texts
 // speak of PowerPoint), cancellation throws CancelledError. Every child
@@ -18,8 +18,6 @@
 #include <map>
 #include <optional>
 #include <string>
-
-#include "plan/DrawnEffect.hpp"
 
 #include "render/Mp4Exporting.hpp"
 
@@ -60,17 +58,16 @@ public:
         // False: every change is a cut (the movie of stills), for comparison
         // and for the fastest export.
         bool drawEffects = true;
-        // The source deck's slide transitions, by slide part name
-        // (SlideTransitions::ofDeck): the prepared deck's are instant.
-        std::map<std::string, DrawnEffect> transitions;
     };
 
     HeadlessRenderer() = default;
     explicit HeadlessRenderer(Options options) : options_(options) {}
 
-    // isRenderAlive is not needed: every stage has its own time limit.
-    // Reports, in order, ExportStage::readPlan, pdf, draw and encode.
-    void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+    using Mp4Exporting::export_;
+    // isRenderAlive is not needed: every stage has its own time limit. The
+    // request's source transitions are drawn when drawEffects is on. Reports,
+    // in order, ExportStage::readPlan, pdf, draw and encode.
+    void export_(const RenderRequest& request, const std::filesystem::path& to,
                  const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const override;
 
 private:

@@ -5,8 +5,6 @@
 #include "DefaultMp4Exporter.hpp"
 #include "HeadlessRenderer.hpp"
 #include "Mp4Exporter.hpp"
-#include "plan/SlideTransitions.hpp"
-#include "base/Error.hpp"
 #include "base/SystemMemory.hpp"
 
 namespace orvandel::RendererChoice {
@@ -40,13 +38,6 @@ std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::pa
         const auto absolute = std::filesystem::absolute(deck, ec);
         options.deckFolder = (ec ? deck : absolute).parent_path();
         options.deckName = deck.filename().string();
-        if (settings.drawEffects) {
-            try {
-                options.transitions = SlideTransitions::ofDeck(deck);
-            } catch (const Error&) {
-                // The export reads the deck again and reports what is wrong with it.
-            }
-        }
     }
     return std::make_unique<HeadlessRenderer>(options);
 }

@@ -14,8 +14,7 @@
 #include "base/Bytes.hpp"
 #include "base/Error.hpp"
 #include "base/Numbers.hpp"
-#include "container/PptxArchive.hpp"
-#include "deck/DeckScanner.hpp"
+#include "deck/DeckModel.hpp"
 #include "deck/TimingPolicy.hpp"
 
 namespace orvandel::cli {
@@ -41,12 +40,11 @@ std::map<std::int64_t, std::int64_t> parseSlideDurations(const std::vector<std::
 }
 
 void checkSlidesExist(const std::map<std::int64_t, std::int64_t>& videoMs,
-                      const std::map<std::int64_t, std::int64_t>& gifMs, const std::string& deck) {
+                      const std::map<std::int64_t, std::int64_t>& gifMs, DeckModel& deck) {
     if (videoMs.empty() && gifMs.empty()) return;
     std::int64_t slideCount = 0;
     try {
-        PptxArchive::Deck opened{std::filesystem::path(deck)};
-        slideCount = static_cast<std::int64_t>(DeckScanner::orderedSlideFiles(opened).size());
+        slideCount = static_cast<std::int64_t>(deck.slideFiles().size());
     } catch (const std::exception&) {
         return;
     }

@@ -13,6 +13,7 @@
 
 #include "base/ExportStage.hpp"
 #include "base/Warning.hpp"
+#include "deck/DeckModel.hpp"
 
 namespace orvandel::cli {
 
@@ -49,7 +50,7 @@ std::map<std::int64_t, std::int64_t> parseSlideDurations(const std::vector<std::
 // number of --video or --gif is beyond the deck's last slide. A deck that
 // cannot be read is left for the command itself to report.
 void checkSlidesExist(const std::map<std::int64_t, std::int64_t>& videoMs,
-                      const std::map<std::int64_t, std::int64_t>& gifMs, const std::string& deck);
+                      const std::map<std::int64_t, std::int64_t>& gifMs, DeckModel& deck);
 
 // An existing regular file: a missing path, a folder, a FIFO, a socket or a
 // device is a usage error before anything opens it.

@@ -81,7 +81,10 @@ private:
 int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err) {
     const auto videoMs = parseSlideDurations(options.video, "--video");
     const auto gifMs = parseSlideDurations(options.gif, "--gif");
-    checkSlidesExist(videoMs, gifMs, options.deck);
+    {
+        DeckModel model{std::filesystem::path(options.deck)};
+        checkSlidesExist(videoMs, gifMs, model);
+    }
     std::filesystem::path deck = options.deck;
     std::filesystem::path destination = options.output;
     if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");

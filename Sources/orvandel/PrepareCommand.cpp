@@ -7,7 +7,7 @@
 #include "Commands.hpp"
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
-#include "container/PptxArchive.hpp"
+#include "deck/DeckModel.hpp"
 #include "deck/DeckScanner.hpp"
 #include "deck/TimingPolicy.hpp"
 #include "rewrite/DeckTransformer.hpp"
@@ -26,21 +26,18 @@ struct PrepareOptions {
 int runPrepare(const PrepareOptions& options, std::ostream& out, std::ostream& err) {
     const auto videoMs = parseSlideDurations(options.video, "--video");
     const auto gifMs = parseSlideDurations(options.gif, "--gif");
-    checkSlidesExist(videoMs, gifMs, options.deck);
-    {
-        // The prepared deck keeps a missing slide's place; say that it has none.
-        PptxArchive::Deck deck{std::filesystem::path(options.deck)};
-        try {
-            for (const auto& w : DeckScanner::slideList(deck).warnings) printWarnings(err)(w);
-        } catch (const std::exception&) {
-            // prepare itself reports an unreadable deck
-        }
+    DeckModel deck{std::filesystem::path(options.deck)};
+    checkSlidesExist(videoMs, gifMs, deck);
+    // The prepared deck keeps a missing slide's place; say that it has none.
+    try {
+        for (const auto& w : deck.slideList().warnings) printWarnings(err)(w);
+    } catch (const std::exception&) {
+        // prepare itself reports an unreadable deck
     }
 
     std::vector<DeckTransformer::Branch> branches;
-    const auto reports =
-        DeckTransformer::prepare(options.deck, options.output, videoMs, gifMs, TimingPolicy::respiroMs,
-                                TimingPolicy::espacamentoMs, branches);
+    const auto reports = DeckTransformer::prepare(deck, options.output, videoMs, gifMs, TimingPolicy::respiroMs,
+                                                  TimingPolicy::espacamentoMs, branches);
 
     out << std::left << std::setw(7) << "slide" << std::setw(16) << "branch" << std::setw(8) << "hidden"
         << "advance (s)\n";

@@ -47,8 +47,9 @@ nlohmann::ordered_json reportJson(const SlideReport& r) {
 int runScan(const ScanOptions& options, std::ostream& out, std::ostream& err) {
     const auto videoMs = parseSlideDurations(options.video, "--video");
     const auto gifMs = parseSlideDurations(options.gif, "--gif");
-    checkSlidesExist(videoMs, gifMs, options.deck);
-    const auto reports = DeckScanner::report(options.deck, videoMs, gifMs, printWarnings(err));
+    DeckModel deck{std::filesystem::path(options.deck)};
+    checkSlidesExist(videoMs, gifMs, deck);
+    const auto reports = DeckScanner::report(deck, videoMs, gifMs, printWarnings(err));
     if (options.json) {
         nlohmann::ordered_json array = nlohmann::ordered_json::array();
         for (const auto& r : reports) array.push_back(reportJson(r));

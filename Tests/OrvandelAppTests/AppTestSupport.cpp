@@ -31,7 +31,7 @@ bool scan(ExportSession& session, const std::filesystem::path& deck) {
     return waitUntil([&] { return !session.isScanning(); }, 10000);
 }
 
-void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+void FakeExporter::export_(const RenderRequest& request, const std::filesystem::path& to,
                            const std::function<bool()>&, const RenderHooks& hooks) const {
     hooks.report(ExportStage::draw, 0.5);
     while (hold->load()) {
@@ -40,7 +40,7 @@ void FakeExporter::export_(const std::filesystem::path& preparedDeck, const std:
     }
     if (failure) std::rethrow_exception(failure);
     for (const auto& w : warnings) hooks.warning(w);
-    const auto ms = RenderPlanReader::read(preparedDeck).totalMs();
+    const auto ms = RenderPlanReader::read(request.preparedDeck).totalMs();
     writeFile(to, test::craftedMovie(1000, static_cast<std::uint64_t>(ms)));
 }
 
@@ -50,7 +50,7 @@ std::filesystem::path FakeExporter::workDirectoryBase() const {
 
 std::filesystem::path mediaDeck(const std::filesystem::path& path, bool twoVideos) {
     using namespace orvandel::test;
-    const std::vector<Relationship> gif{{"rId5", "image", "../media/image1.gif"}};
+    const std::vector<Rel> gif{{"rId5", "image", "../media/image1.gif"}};
     DeckBuilder deck;
     deck.addSlide(slideXml(kTextBox))
         .addSlide(slideXml(picture("4", "rId5")), gif)

@@ -37,7 +37,8 @@ public:
     std::filesystem::path workBase;  // where the flow's work directory goes; empty: the system's
     std::vector<Warning> warnings;   // reported as a real render would, before the movie
 
-    void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+    using Mp4Exporting::export_;
+    void export_(const RenderRequest& request, const std::filesystem::path& to,
                  const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const override;
     std::filesystem::path workDirectoryBase() const override;
 };

@@ -41,9 +41,9 @@ public:
         for (bool draw : {true, false}) {
             HeadlessRenderer::Options options;
             options.drawEffects = draw;
-            options.transitions = SlideTransitions::ofDeck(*dir_ / "deck.pptx");
             const auto movie = *dir_ / (draw ? "drawn.mp4" : "cut.mp4");
-            HeadlessRenderer(options).export_(*dir_ / "prepared.pptx", movie, {});
+            HeadlessRenderer(options).export_(
+                RenderRequest{*dir_ / "prepared.pptx", DeckModel(*dir_ / "deck.pptx").transitions()}, movie, {});
             (draw ? drawn_ : cut_) = std::make_unique<MovieFrames>(movie);
         }
     }
@@ -107,7 +107,7 @@ TEST_F(DrawnEffectsMovieTest, FadesBlendAndWipesRevealOverTheirDurations) {
 }
 
 TEST_F(DrawnEffectsMovieTest, CutMovieKeepsTheFramesOfTheStillsOnly) {
-    const auto layout = Storyboard::layout(plan_, true, SlideTransitions::ofDeck(*dir_ / "deck.pptx"));
+    const auto layout = Storyboard::layout(plan_, true, SlideTransitions::ofMarkup(DeckModel(*dir_ / "deck.pptx").transitions()));
     std::vector<ScheduledStill> entries;
     for (const auto& shot : layout.shots) entries.push_back({"", shot.durationMs});
     std::vector<std::int64_t> expected;

@@ -79,9 +79,10 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
     entries.emplace_back("ppt/media/twice.png", toBytes(svg));  // which of the two a reader takes is its own choice
     ZipArchive::create(entries, folder / "aula" / "deck.pptx");
     DeckTransformer::prepare(folder / "aula/deck.pptx", folder / "prepared.pptx", {}, {}, 1000, 1500);
-    const auto plan = RenderPlanReader::read(folder / "prepared.pptx");
+    DeckModel prepared(folder / "prepared.pptx");
+    const auto plan = RenderPlanReader::read(prepared);
 
-    const auto confined = LinkSweep::sweep(folder / "prepared.pptx", plan, {folder / "aula", false});
+    const auto confined = LinkSweep::sweep(prepared, plan, {folder / "aula", false});
     // The layout's picture is reported for the first visible slide that shows it.
     const auto outside = DeckLinks::Refusal::outsideFolder;
     EXPECT_EQ(confined.notFollowed,
@@ -90,10 +91,10 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
                                                    {2, "picture", "pipe.png", DeckLinks::Refusal::notRegularFile}}));
     EXPECT_EQ(toString(confined.replaced.at("ppt/media/twice.png")), "\x89PNG");
     EXPECT_EQ(confined.added.size(), 1u) << "the inside picture, read back from the storyboard below";
-    const auto allowed = LinkSweep::sweep(folder / "prepared.pptx", plan, {folder / "aula", true});
+    const auto allowed = LinkSweep::sweep(prepared, plan, {folder / "aula", true});
     EXPECT_EQ(allowed.added.size(), 2u);
 
-    Storyboard::write(folder / "prepared.pptx", plan, Storyboard::layout(plan), folder / "storyboard.pptx", confined);
+    Storyboard::write(prepared, plan, Storyboard::layout(plan), folder / "storyboard.pptx", confined);
     PptxArchive::Deck storyboard(folder / "storyboard.pptx");
     for (const auto& name : ZipArchive::entryNames(folder / "storyboard.pptx")) {
         const std::string text = toString(storyboard.readEntryBytes(name));

@@ -68,7 +68,7 @@ public:
         ffmpeg({"-f", "lavfi", "-i", "nullsrc=s=160x96:r=4:d=1,geq=lum='20+60*N':cb=128:cr=128", "-loop", "0",
                 (d / "anim.gif").string()});
         const std::string video = "<a:videoFile r:link=\"rId2\"/>", poster = "<a:blip r:embed=\"rId9\"/>";
-        const std::vector<Relationship> videoRels{{"rId2", "video", "../media/clip.mp4"},
+        const std::vector<Rel> videoRels{{"rId2", "video", "../media/clip.mp4"},
                                                   {"rId9", "image", "../media/poster.png"}};
         DeckBuilder()
             .addSlide(slideXml(textBox("2", 365125, para("Video")) + mediaPicture("3", video, poster), playOnClick("3000")),

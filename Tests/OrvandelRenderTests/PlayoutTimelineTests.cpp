@@ -150,7 +150,7 @@ TEST(PlayoutTimelineTest, OnEveryCorpusDeckStepsShowWhereThePlanAndTheCuesPutThe
 TEST(PlayoutTimelineTest, SlidesThatOpenWithMediaShowEachBulletBetweenItsCues) {
     TempDir dir;
     const std::string video = picture("5", "rId9", "<a:videoFile r:link=\"rId2\"/>");
-    const std::vector<Relationship> rels{{"rId2", "video", "../media/media1.mp4"}, {"rId9", "image", "../media/image1.png"},
+    const std::vector<Rel> rels{{"rId2", "video", "../media/media1.mp4"}, {"rId9", "image", "../media/image1.png"},
                                          {"rId5", "image", "../media/image2.gif"}};
     const std::string bullets = click(fade("clickEffect", paragraph(0))) + click(fade("clickEffect", paragraph(1))) +
                                 click(fade("clickEffect", paragraph(2)));

@@ -39,9 +39,10 @@ void expectSamePages(const fs::path& deck, const fs::path& workDir, bool mustPre
         EXPECT_FALSE(mustPrepare);
         return;
     }
-    const auto plan = RenderPlanReader::read(workDir / "prepared.pptx");
+    DeckModel prepared(workDir / "prepared.pptx");
+    const auto plan = RenderPlanReader::read(prepared);
     const auto layout = Storyboard::layout(plan);
-    Storyboard::write(workDir / "prepared.pptx", plan, layout, workDir / "storyboard.pptx");
+    Storyboard::write(prepared, plan, layout, workDir / "storyboard.pptx");
     const int states = static_cast<int>(layout.pages.size() - plan.slides.size());
     const int before = pdfPages(deck, workDir / "before");
     const int after = pdfPages(workDir / "storyboard.pptx", workDir / "after");

@@ -75,9 +75,10 @@ TEST(StoryboardTest, StatesAreListedRightAfterTheirSlideWithItsRelationshipsButN
     DeckTransformer::prepare(dir / "deck.pptx", dir / "prepared.pptx", {}, {}, 1000, 1500);
     const auto plan = RenderPlanReader::read(dir / "prepared.pptx");
     const auto layout = Storyboard::layout(plan);
-    Storyboard::write(dir / "prepared.pptx", plan, layout, dir / "storyboard.pptx");
+    DeckModel preparedDeck(dir / "prepared.pptx");
+    Storyboard::write(preparedDeck, plan, layout, dir / "storyboard.pptx");
 
-    const auto files = DeckScanner::orderedSlideFiles(dir / "storyboard.pptx");
+    const auto files = DeckModel(dir / "storyboard.pptx").slideFiles();
     ASSERT_EQ(files, (std::vector<std::string>{"ppt/slides/slide1.xml", "ppt/slides/slide3.xml", "ppt/slides/slide4.xml",
                                                "ppt/slides/slide5.xml", "ppt/slides/slide2.xml"}));
     PptxArchive::Deck storyboard(dir / "storyboard.pptx");
@@ -120,12 +121,13 @@ TEST(StoryboardTest, GraphicBuildsGetCopiesOfTheirPartsOrAreShownWholeWithAWarni
     }
 
     const auto layout = Storyboard::layout(plan);
-    Storyboard::write(dir / "prepared.pptx", plan, layout, dir / "storyboard.pptx");
+    DeckModel prepared(dir / "prepared.pptx");
+    Storyboard::write(prepared, plan, layout, dir / "storyboard.pptx");
     PptxArchive::Deck storyboard(dir / "storyboard.pptx");
-    const auto files = DeckScanner::orderedSlideFiles(dir / "storyboard.pptx");
+    const auto files = DeckModel(dir / "storyboard.pptx").slideFiles();
     std::set<std::string> charts;
     for (std::size_t k = 0; k < 3; ++k) {  // slide 1: no series, one, both
-        const std::string rels = storyboard.readEntry(NotesScanner::relsPath(files[k]));
+        const std::string rels = storyboard.readEntry(Relationships::relsPath(files[k]));
         const auto at = rels.find("../charts/");
         ASSERT_NE(at, std::string::npos) << k;
         const std::string chart = "ppt/charts/" + rels.substr(at + 10, rels.find('"', at) - at - 10);

@@ -57,7 +57,7 @@ std::string notesSlideWithBody(const std::string& body) {
            body + "</p:txBody></p:sp></p:spTree></p:cSld></p:notes>";
 }
 
-std::string relationshipsXml(const std::vector<Relationship>& relationships) {
+std::string relationshipsXml(const std::vector<Rel>& relationships) {
     std::string out = std::string(kXmlDecl) +
                       "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
     for (const auto& r : relationships) {
@@ -68,7 +68,7 @@ std::string relationshipsXml(const std::vector<Relationship>& relationships) {
     return out + "</Relationships>";
 }
 
-DeckBuilder& DeckBuilder::addSlide(const std::string& xml, const std::vector<Relationship>& slideRels) {
+DeckBuilder& DeckBuilder::addSlide(const std::string& xml, const std::vector<Rel>& slideRels) {
     slides_.push_back({xml, slideRels, ""});
     return *this;
 }
@@ -93,7 +93,7 @@ DeckBuilder& DeckBuilder::addEntry(const std::string& name, const std::string& t
 std::vector<std::pair<std::string, Bytes>> DeckBuilder::entries() const {
     std::string overrides = override_("ppt/presentation.xml", "presentation.main+xml");
     std::string sldIds;
-    std::vector<Relationship> presentationRels;
+    std::vector<Rel> presentationRels;
     std::vector<std::pair<std::string, Bytes>> parts;
     for (std::size_t i = 0; i < slides_.size(); ++i) {
         const std::string n = std::to_string(i + 1), slide = "ppt/slides/slide" + n + ".xml";

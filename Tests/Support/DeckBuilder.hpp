@@ -38,20 +38,21 @@ std::string notesSlideXml(const std::vector<std::string>& paragraphs);
 // The same with the body's paragraphs as raw XML.
 std::string notesSlideWithBody(const std::string& paragraphsXml);
 
-struct Relationship {
+// A relationship as the builder writes it.
+struct Rel {
     std::string id;
     std::string type;  // a short type such as "video" gets the officeDocument relationships prefix
     std::string target;
     bool external = false;  // TargetMode="External": a link out of the deck
 };
 // A complete relationships part.
-std::string relationshipsXml(const std::vector<Relationship>& relationships);
+std::string relationshipsXml(const std::vector<Rel>& relationships);
 
 class DeckBuilder {
 public:
     // Adds ppt/slides/slideN.xml (N = slides so far + 1), its sldId and
     // relationship, and the slide's own relationships.
-    DeckBuilder& addSlide(const std::string& slideXml, const std::vector<Relationship>& slideRels = {});
+    DeckBuilder& addSlide(const std::string& slideXml, const std::vector<Rel>& slideRels = {});
     // The notes part of slide `slideNumber` (1-based) and the slide's notesSlide relationship.
     DeckBuilder& addNotes(int slideNumber, const std::string& notesSlideXml);
     // Any other entry (media, or a raw replacement of a generated part of the same name).
@@ -66,7 +67,7 @@ public:
 private:
     struct Slide {
         std::string xml;
-        std::vector<Relationship> rels;
+        std::vector<Rel> rels;
         std::string notes;
     };
     std::vector<Slide> slides_;

@@ -106,7 +106,7 @@ inline std::vector<std::pair<std::string, std::string>> diagramDefinitionParts()
 }
 
 // The slide relationships of a diagram whose parts are ppt/diagrams/<part>1.xml.
-inline std::vector<Relationship> diagramRelationships() {
+inline std::vector<Rel> diagramRelationships() {
     return {{"rIdD", "diagramData", "../diagrams/data1.xml"},
             {"rIdL", "diagramLayout", "../diagrams/layout1.xml"},
             {"rIdQ", "diagramQuickStyle", "../diagrams/quickStyle1.xml"},

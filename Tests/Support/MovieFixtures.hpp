@@ -83,10 +83,11 @@ inline Bytes craftedMovie(std::uint32_t timescale, std::uint64_t duration, int v
 // and counts its calls.
 struct FakeRenderer : Mp4Exporting {
     explicit FakeRenderer(std::function<void(const std::filesystem::path&)> b) : behaviour(std::move(b)) {}
-    void export_(const std::filesystem::path& deck, const std::filesystem::path& to, const std::function<bool()>&,
+    using Mp4Exporting::export_;
+    void export_(const RenderRequest& request, const std::filesystem::path& to, const std::function<bool()>&,
                  const RenderHooks&) const override {
         ++calls;
-        EXPECT_TRUE(std::filesystem::exists(deck));
+        EXPECT_TRUE(std::filesystem::exists(request.preparedDeck));
         behaviour(to);
     }
     std::function<void(const std::filesystem::path&)> behaviour;

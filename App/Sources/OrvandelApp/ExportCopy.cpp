@@ -179,7 +179,7 @@ const QString kPartTooLarge = QStringLiteral(
 std::optional<QString> deckProblem(const std::exception& error) {
     if (const auto* e = dynamic_cast<const PptxArchive::ArchiveError*>(&error)) {
         if (e->errorCase() == PptxArchive::ArchiveError::Case::partTooLarge) return kPartTooLarge;
-        const bool cannotOpen = e->errorCase() == PptxArchive::ArchiveError::Case::unzipFailed &&
+        const bool cannotOpen = e->errorCase() == PptxArchive::ArchiveError::Case::readFailed &&
                                 e->status() == PptxArchive::statusCannotOpen;
         return cannotOpen ? kCannotOpenDeck : kBrokenDeck;
     }

@@ -129,7 +129,7 @@ void checkWritable(const std::filesystem::path& destination) {
 
 void replace(const std::filesystem::path& destination,
              const std::function<void(const std::filesystem::path& temporary)>& write,
-             const std::vector<std::filesystem::path>& inputs) {
+             const std::vector<std::filesystem::path>& inputs, bool writtenToDisk) {
     checkDestination(destination, inputs);
     struct stat existing {};
     const bool exists = ::stat(destination.c_str(), &existing) == 0;
@@ -140,7 +140,8 @@ void replace(const std::filesystem::path& destination,
         if (exists && ::chmod(temporary.c_str(), existing.st_mode & 07777) != 0) {
             throw FileError("set the permissions of", destination.string(), errno);
         }
-        flush(temporary, false, destination);
+        // A permission change is metadata the writer's flush did not cover.
+        if (!writtenToDisk || exists) flush(temporary, false, destination);
         if (std::rename(temporary.c_str(), destination.c_str()) != 0) {
             throw FileError("move into place", destination.string(), errno);
         }

@@ -69,10 +69,12 @@ void checkWritable(const std::filesystem::path& destination);
 
 // checkDestination, then write(temporary), then the temporary replaces the
 // destination. Rethrows what write throws; a failed flush or rename throws
-// FileError.
+// FileError. writtenToDisk: write flushed the temporary itself (through the
+// descriptor it wrote with), so it is not opened again to be flushed unless
+// it takes the permissions of a file it replaces.
 void replace(const std::filesystem::path& destination,
              const std::function<void(const std::filesystem::path& temporary)>& write,
-             const std::vector<std::filesystem::path>& inputs = {});
+             const std::vector<std::filesystem::path>& inputs = {}, bool writtenToDisk = false);
 
 // replace() with `contents` as the new file; a write that fails (a full
 // disk) is FileError naming the destination, not the temporary file.

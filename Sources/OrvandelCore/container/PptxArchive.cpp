@@ -20,8 +20,8 @@ ArchiveError::ArchiveError(Case c, std::string entry, std::int32_t status, std::
                            const std::string& description)
     : Error(description), case_(c), entry_(std::move(entry)), status_(status), message_(std::move(message)) {}
 
-ArchiveError ArchiveError::unzipFailed(const std::string& entry, std::int32_t status, const std::string& message) {
-    return ArchiveError(Case::unzipFailed, entry, status, message,
+ArchiveError ArchiveError::readFailed(const std::string& entry, std::int32_t status, const std::string& message) {
+    return ArchiveError(Case::readFailed, entry, status, message,
                         "unzip failed for " + entry + " (status " + std::to_string(status) + "): " + message);
 }
 
@@ -56,7 +56,7 @@ struct Record {
 };
 
 [[noreturn]] void fail(const std::string& entry, std::int32_t status, const std::string& message) {
-    throw ArchiveError::unzipFailed(entry, status, message);
+    throw ArchiveError::readFailed(entry, status, message);
 }
 
 }  // namespace
@@ -75,8 +75,9 @@ struct Deck::Open {
     } fd;
     std::int64_t size = 0;
     std::unordered_map<std::string, Record> records;  // the first record of a name wins
+    std::vector<std::string> names;                     // every entry's, in directory order
 
-    Open(const std::filesystem::path& url, const std::string& entry);
+    Open(const std::filesystem::path& deck, const std::string& entry);
     // Into Bytes or straight into a std::string: a large part is held once.
     template <class Buffer>
     Buffer read(const std::string& entry, std::int64_t largest) const;
@@ -105,10 +106,10 @@ struct Deck::Open {
                         std::int64_t declaredSize, std::int64_t stopAt = -1) const;
 };
 
-Deck::Open::Open(const std::filesystem::path& url, const std::string& entry) : path(url.string()) {
+Deck::Open::Open(const std::filesystem::path& deck, const std::string& entry) : path(deck.string()) {
     // Non-blocking, so that a FIFO or a device given as the deck cannot hang
     // the open; anything but a regular file is refused just below.
-    fd.fd = ::open(url.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    fd.fd = ::open(deck.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd.fd < 0) fail(entry, statusCannotOpen, "cannot open " + path + ": " + std::strerror(errno));
     struct stat st {};
     if (::fstat(fd.fd, &st) != 0) fail(entry, statusCannotOpen, "cannot open " + path + ": " + std::strerror(errno));
@@ -133,7 +134,9 @@ Deck::Open::Open(const std::filesystem::path& url, const std::string& entry) : p
         archiveFailure(entry, error);
     }
     records.reserve(parsed.entries.size());
+    names.reserve(parsed.entries.size());
     for (const auto& e : parsed.entries) {
+        names.push_back(e.name);
         if (e.name.empty()) continue;  // an undecodable name can never be asked for
         records.try_emplace(e.name,
                             Record{e.flags, e.method, e.crc, e.compressedSize, e.uncompressedSize, e.localOffset});
@@ -305,19 +308,19 @@ Buffer Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart
     return out;
 }
 
-Deck::Deck(std::filesystem::path url) : url_(std::move(url)) {}
+Deck::Deck(std::filesystem::path deck) : path_(std::move(deck)) {}
 
 Deck::~Deck() = default;
 
 Bytes Deck::readEntryBytes(const std::string& entry) {
     // Until the deck opens and parses, every read tries again and reports
     // the failure under its own entry name.
-    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    if (!open_) open_ = std::make_unique<Open>(path_, entry);
     return open_->read<Bytes>(entry, INT64_MAX);
 }
 
 Bytes Deck::readEntryHead(const std::string& entry, std::size_t most) {
-    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    if (!open_) open_ = std::make_unique<Open>(path_, entry);
     const Record& r = open_->record(entry);
     const std::int64_t start = open_->dataStart(entry, r);
     const std::int64_t wanted = std::min(r.declaredSize, static_cast<std::int64_t>(most));
@@ -325,18 +328,30 @@ Bytes Deck::readEntryHead(const std::string& entry, std::size_t most) {
     return open_->inflateEntry<Bytes>(entry, start, r.compressedSize, r.declaredSize, wanted);
 }
 
+Bytes Deck::wholeFile() {
+    static const std::string whole = "(the whole archive)";
+    if (!open_) open_ = std::make_unique<Open>(path_, whole);
+    return open_->readRange(whole, 0, open_->size);
+}
+
+std::vector<std::string> Deck::entryNames() {
+    static const std::string directory = "(the directory)";
+    if (!open_) open_ = std::make_unique<Open>(path_, directory);
+    return open_->names;
+}
+
 bool Deck::contains(const std::string& entry) {
-    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    if (!open_) open_ = std::make_unique<Open>(path_, entry);
     return open_->records.count(entry) > 0;
 }
 
 std::int64_t Deck::unpackedSize(const std::string& entry) {
-    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    if (!open_) open_ = std::make_unique<Open>(path_, entry);
     return open_->record(entry).declaredSize;
 }
 
 ZipArchive::ByteRange Deck::storedRange(const std::string& entry) {
-    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    if (!open_) open_ = std::make_unique<Open>(path_, entry);
     return open_->storedRange(entry);
 }
 
@@ -371,7 +386,7 @@ void Deck::extractStored(const std::string& entry, const std::filesystem::path& 
 }
 
 std::string Deck::readEntry(const std::string& entry) {
-    if (!open_) open_ = std::make_unique<Open>(url_, entry);
+    if (!open_) open_ = std::make_unique<Open>(path_, entry);
     std::string text = open_->read<std::string>(entry, largestPart());
     if (!isValidUtf8(text)) throw ArchiveError::decodeFailed(entry);
     return text;
@@ -385,8 +400,10 @@ std::int64_t largestPart() { return gLargestPart.load(std::memory_order_relaxed)
 
 void setLargestPart(std::int64_t bytes) { gLargestPart.store(bytes, std::memory_order_relaxed); }
 
-Bytes readEntryBytes(const std::filesystem::path& url, const std::string& entry) { return Deck(url).readEntryBytes(entry); }
+Bytes readEntryBytes(const std::filesystem::path& deck, const std::string& entry) {
+    return Deck(deck).readEntryBytes(entry);
+}
 
-std::string readEntry(const std::filesystem::path& url, const std::string& entry) { return Deck(url).readEntry(entry); }
+std::string readEntry(const std::filesystem::path& deck, const std::string& entry) { return Deck(deck).readEntry(entry); }
 
 }  // namespace orvandel::PptxArchive

@@ -17,6 +17,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/Bytes.hpp"
 #include "base/Error.hpp"
@@ -30,17 +31,17 @@ inline constexpr std::int32_t statusNoSuchEntry = 11;
 
 class ArchiveError : public Error {
 public:
-    enum class Case { unzipFailed, decodeFailed, partTooLarge };
+    enum class Case { readFailed, decodeFailed, partTooLarge };
 
-    static ArchiveError unzipFailed(const std::string& entry, std::int32_t status, const std::string& message);
+    static ArchiveError readFailed(const std::string& entry, std::int32_t status, const std::string& message);
     static ArchiveError decodeFailed(const std::string& entry);
     // A text part that would unpack to more than largestPart() bytes.
     static ArchiveError partTooLarge(const std::string& entry, std::int64_t bytes, std::int64_t limit);
 
     Case errorCase() const { return case_; }
     const std::string& entry() const { return entry_; }
-    std::int32_t status() const { return status_; }          // unzipFailed only
-    const std::string& message() const { return message_; }  // unzipFailed only
+    std::int32_t status() const { return status_; }          // readFailed only
+    const std::string& message() const { return message_; }  // readFailed only
 
 private:
     ArchiveError(Case c, std::string entry, std::int32_t status, std::string message,
@@ -57,17 +58,23 @@ private:
 // the free functions do. Not for use by several threads at once.
 class Deck {
 public:
-    explicit Deck(std::filesystem::path url);
+    explicit Deck(std::filesystem::path deck);
     ~Deck();
     Deck(const Deck&) = delete;
     Deck& operator=(const Deck&) = delete;
 
-    const std::filesystem::path& path() const { return url_; }
+    const std::filesystem::path& path() const { return path_; }
     Bytes readEntryBytes(const std::string& entry);
     std::string readEntry(const std::string& entry);
     // The first `most` bytes of the entry (all of it when shorter), read or
     // inflated no further than needed; their CRC is not checked.
     Bytes readEntryHead(const std::string& entry, std::size_t most);
+    // The whole file, read through the open descriptor: for copying the
+    // deck into a new archive without opening it again. Throws as a read does.
+    Bytes wholeFile();
+    // Every entry name in directory order, a name the archive holds twice
+    // twice. Throws as a read does when the deck cannot be opened.
+    std::vector<std::string> entryNames();
     // Whether the archive has an entry of that name. Throws as a read does when
     // the deck cannot be opened.
     bool contains(const std::string& entry);
@@ -78,7 +85,7 @@ public:
 
     // Where the bytes of a stored (uncompressed) entry lie in the file, for
     // a reader that opens them in place. A compressed or encrypted entry is
-    // ArchiveError::unzipFailed with statusDamaged, saying so.
+    // ArchiveError::readFailed with statusDamaged, saying so.
     ZipArchive::ByteRange storedRange(const std::string& entry);
     // Copies a stored entry into a new file at `to` in chunks, so that memory
     // stays small whatever its size, and checks its CRC. afterChunk (may be
@@ -90,7 +97,7 @@ public:
 
 private:
     struct Open;
-    std::filesystem::path url_;
+    std::filesystem::path path_;
     std::unique_ptr<Open> open_;
 };
 
@@ -100,11 +107,11 @@ std::int64_t largestPart();
 void setLargestPart(std::int64_t bytes);
 
 // The entry's bytes, CRC checked. `entry` is the name exactly as the archive
-// writes it (no patterns). Throws ArchiveError (unzipFailed).
-Bytes readEntryBytes(const std::filesystem::path& url, const std::string& entry);
+// writes it (no patterns). Throws ArchiveError (readFailed).
+Bytes readEntryBytes(const std::filesystem::path& deck, const std::string& entry);
 
 // The entry decoded as UTF-8 text (a byte-order mark is kept). Throws
-// ArchiveError (unzipFailed, decodeFailed).
-std::string readEntry(const std::filesystem::path& url, const std::string& entry);
+// ArchiveError (readFailed, decodeFailed).
+std::string readEntry(const std::filesystem::path& deck, const std::string& entry);
 
 }  // namespace orvandel::PptxArchive

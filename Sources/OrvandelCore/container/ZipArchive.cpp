@@ -1,4 +1,5 @@
 #include "container/ZipArchive.hpp"
+#include "container/PptxArchive.hpp"
 
 #include <algorithm>
 #include <cinttypes>
@@ -55,7 +56,7 @@ std::uint16_t fit16(const char* what, std::int64_t value) {
     return static_cast<std::uint16_t>(value);
 }
 
-std::int64_t size64(const Bytes& b) { return static_cast<std::int64_t>(b.size()); }
+std::int64_t size64(std::span<const std::uint8_t> b) { return static_cast<std::int64_t>(b.size()); }
 
 void putU64(Bytes& out, std::uint64_t value) {
     for (int shift = 0; shift < 64; shift += 8) out.push_back(static_cast<std::uint8_t>(value >> shift));
@@ -344,8 +345,8 @@ ParseResult parse(std::span<const std::uint8_t> data) {
     return parse(whole, readEndRecord(whole));
 }
 
-std::vector<std::string> entryNames(const std::filesystem::path& url) {
-    const Bytes data = readFile(url);
+std::vector<std::string> entryNames(const std::filesystem::path& archive) {
+    const Bytes data = readFile(archive);
     std::vector<std::string> names;
     for (auto& e : parse(data).entries) names.push_back(std::move(e.name));
     return names;
@@ -416,8 +417,10 @@ public:
                                        static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 24)};
         if (::pwrite(fd_, bytes, 4, static_cast<off_t>(offset)) != 4) throw FileError("write", to_.string(), errno);
     }
-    void close() {
+    // synced: the file is flushed to disk too, before its descriptor goes.
+    void close(bool synced = false) {
         flush();
+        if (synced && ::fsync(fd_) != 0) throw FileError("write", to_.string(), errno);
         const int fd = fd_;
         fd_ = -1;
         if (::close(fd) != 0) throw FileError("write", to_.string(), errno);
@@ -451,9 +454,8 @@ private:
 
 using Replacements = std::map<std::string, std::span<const std::uint8_t>>;
 
-void rewriteArchive(const std::filesystem::path& url, const Replacements& replacing, const std::filesystem::path& to,
-                    const std::vector<std::pair<std::string, Bytes>>& appending = {}) {
-    const Bytes src = readFile(url);
+void rewriteArchive(std::span<const std::uint8_t> src, const Replacements& replacing, const std::filesystem::path& to,
+                    const std::vector<std::pair<std::string, Bytes>>& appending = {}, bool synced = false) {
     const std::span<const std::uint8_t> srcSpan(src);
     const ParseResult parsed = parse(src);
     for (const auto& replacement : replacing) {
@@ -542,25 +544,32 @@ void rewriteArchive(const std::filesystem::path& url, const Replacements& replac
     patchU32(tail, endAt + 12, fit32("central directory size", cdSize));
     patchU32(tail, endAt + 16, fit32("offset", cdStart));
     out.write(tail);
-    out.close();
+    out.close(synced);
 }
 
 }  // namespace
 
-void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes>& replacing,
+void rewrite(const std::filesystem::path& archive, const std::map<std::string, Bytes>& replacing,
              const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending) {
     Replacements views;
     for (const auto& [name, bytes] : replacing) views.emplace(name, bytes);
-    rewriteArchive(url, views, to, appending);
+    rewriteArchive(readFile(archive), views, to, appending);
 }
 
-void rewriteText(const std::filesystem::path& url, const std::map<std::string, std::string>& replacing,
-             const std::filesystem::path& to) {
+void rewrite(PptxArchive::Deck& source, const std::map<std::string, Bytes>& replacing,
+             const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending) {
+    Replacements views;
+    for (const auto& [name, bytes] : replacing) views.emplace(name, bytes);
+    rewriteArchive(source.wholeFile(), views, to, appending);
+}
+
+void rewriteText(PptxArchive::Deck& source, const std::map<std::string, std::string>& replacing,
+                 const std::filesystem::path& to) {
     Replacements views;
     for (const auto& [name, text] : replacing) {
         views.emplace(name, std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()));
     }
-    rewriteArchive(url, views, to);
+    rewriteArchive(source.wholeFile(), views, to, {}, true);
 }
 
 void create(const std::vector<std::pair<std::string, Bytes>>& entries, const std::filesystem::path& to) {

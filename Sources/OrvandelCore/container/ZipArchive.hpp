@@ -24,6 +24,10 @@
 #include "base/Bytes.hpp"
 #include "base/Error.hpp"
 
+namespace orvandel::PptxArchive {
+class Deck;
+}
+
 namespace orvandel::ZipArchive {
 
 class ZipError : public Error {
@@ -95,17 +99,21 @@ struct Window {
 
 // The entry names in central-directory order, directories included.
 // Throws ZipError, FileError.
-std::vector<std::string> entryNames(const std::filesystem::path& url);
+std::vector<std::string> entryNames(const std::filesystem::path& archive);
 
-// Copies `url` to `to`, with each entry named in `replacing` holding its new
+// Copies `archive` to `to`, with each entry named in `replacing` holding its new
 // bytes (stored), and the `appending` entries (stored, new names) after the
 // others. Every key must name an entry (else entryNotFound and nothing is
 // written). Throws ZipError, FileError.
-void rewrite(const std::filesystem::path& url, const std::map<std::string, Bytes>& replacing,
+void rewrite(const std::filesystem::path& archive, const std::map<std::string, Bytes>& replacing,
              const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending = {});
-// The same with text contents (a rewritten slide), written without a copy.
-void rewriteText(const std::filesystem::path& url, const std::map<std::string, std::string>& replacing,
-             const std::filesystem::path& to);
+// The same from a deck already open, which is not opened again.
+void rewrite(PptxArchive::Deck& source, const std::map<std::string, Bytes>& replacing,
+             const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending = {});
+// The same with text contents (a rewritten slide), written without a copy
+// and flushed to disk before it returns (AtomicFile::replace's writtenToDisk).
+void rewriteText(PptxArchive::Deck& source, const std::map<std::string, std::string>& replacing,
+                 const std::filesystem::path& to);
 
 // Writes a new archive of stored entries in the given order, overwriting `to`.
 // Throws FileError.

@@ -8,10 +8,10 @@
 #include "base/Regex.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
+#include "container/XmlElement.hpp"
 #include "deck/AdvanceTimeCalculator.hpp"
 #include "deck/AdvanceTimeScanner.hpp"
 #include "deck/DeckError.hpp"
-#include "deck/NotesScanner.hpp"
 #include "deck/TimingPolicy.hpp"
 #include "deck/TimingTree.hpp"
 
@@ -24,10 +24,6 @@ const Regex& showPattern() {
     static const Regex re(R"re(\sshow\s*=\s*["']([^"']*)["'])re");
     return re;
 }
-const Regex& anyRelPattern() {
-    static const Regex re(R"re(Id="(rId\d+)"[^>]*Target="([^"]*)")re");
-    return re;
-}
 const Regex& picturePattern() {
     static const Regex re(R"re(<p:pic\b[\s\S]*?</p:pic>)re");
     return re;
@@ -37,39 +33,9 @@ const Regex& blipPattern() {
     return re;
 }
 
-// "p:sldId" -> "sldId"; a name without a prefix stays as it is.
-std::string_view localName(std::string_view qualifiedName) {
-    const auto colon = qualifiedName.find(':');
-    return colon == std::string_view::npos ? qualifiedName : qualifiedName.substr(colon + 1);
-}
-
-// A part of the deck parsed as a document; a parse error names the part.
-XmlElement parsedPart(PptxArchive::Deck& deck, const std::string& part) {
-    const std::string text = deck.readEntry(part);
-    try {
-        return XmlElement::parseDocument(text);
-    } catch (const XmlParseError& e) {
-        throw SlideXMLError::parseFailed(e.what()).inPart(part);
-    }
-}
-
 // Capture `group` of every match, in order (0 = the whole match).
 std::vector<std::string> matches(std::string_view in, const Regex& pattern, std::size_t group) {
     return pattern.captures(in, group);
-}
-
-// Groups 1 and 2 of every match, in order.
-std::vector<std::pair<std::string, std::string>> matches2(std::string_view in, const Regex& pattern) {
-    std::vector<std::pair<std::string, std::string>> out;
-    for (const auto& m : pattern.allMatches(in)) out.emplace_back(m.group(in, 1), m.group(in, 2));
-    return out;
-}
-
-// Id -> target; a later relationship with the same id replaces the earlier one.
-std::map<std::string, std::string> relationshipMap(std::string_view relsXML, const Regex& pattern) {
-    std::map<std::string, std::string> map;
-    for (auto& [id, target] : matches2(relsXML, pattern)) map[std::move(id)] = std::move(target);
-    return map;
 }
 
 std::int64_t occurrences(std::string_view text, std::string_view needle) {
@@ -144,58 +110,6 @@ std::string withoutSlidesFolder(std::string_view file) {
 
 }  // namespace
 
-std::vector<std::string> orderedSlideFiles(const std::filesystem::path& url) {
-    PptxArchive::Deck deck(url);
-    return orderedSlideFiles(deck);
-}
-
-std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck) { return slideList(deck).files; }
-
-SlideList slideList(PptxArchive::Deck& deck) {
-    static const std::string presentationPart = "ppt/presentation.xml";
-    const XmlElement presentation = parsedPart(deck, presentationPart);
-    const XmlElement rels = parsedPart(deck, "ppt/_rels/presentation.xml.rels");
-
-    // Slide relationships by id; a later one with the same id wins.
-    std::map<std::string, std::string> targets;
-    for (const auto& relationship : rels.childElements()) {
-        if (localName(relationship.name()) != "Relationship") continue;
-        const auto type = relationship.attribute("Type").value_or("");
-        if (!type.ends_with("/slide") || relationship.attribute("TargetMode") == "External") continue;
-        if (auto id = relationship.attribute("Id")) targets[*id] = relationship.attribute("Target").value_or("");
-    }
-
-    SlideList list;
-    std::int64_t position = 0;
-    for (const auto& idList : presentation.childElements()) {
-        if (localName(idList.name()) != "sldIdLst") continue;
-        for (const auto& slideId : idList.childElements()) {
-            if (localName(slideId.name()) != "sldId") continue;
-            ++position;
-            // The relationship id is the namespaced "id" (r:id); the plain one is the slide's number.
-            std::optional<std::string> relationshipId;
-            for (const auto& [name, value] : slideId.attributes()) {
-                if (name.find(':') != std::string::npos && localName(name) == "id") relationshipId = value;
-            }
-            const auto target = relationshipId ? targets.find(*relationshipId) : targets.end();
-            if (target == targets.end()) {
-                list.warnings.push_back(
-                    Warning::slidePartMissing(position, "relationship " + relationshipId.value_or("(none)")));
-                list.droppedIds.push_back(relationshipId.value_or(""));
-                continue;
-            }
-            std::string file = NotesScanner::resolveEntry(target->second, presentationPart);
-            if (!deck.contains(file)) {
-                list.warnings.push_back(Warning::slidePartMissing(position, std::move(file)));
-                list.droppedIds.push_back(*relationshipId);
-                continue;
-            }
-            list.files.push_back(std::move(file));
-        }
-    }
-    return list;
-}
-
 bool isSlideHidden(std::string_view xml) {
     const auto start = xml.find("<p:sld");
     if (start == std::string_view::npos) return false;
@@ -213,14 +127,19 @@ bool hasVideoAutoplay(std::string_view xml) { return hasVideoAutoplay(parsedTimi
 MainSeqVideo mainSeqVideo(std::string_view xml) { return mainSeqVideo(parsedTiming(xml)); }
 
 bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
-    const auto targets = relationshipMap(relsXML, anyRelPattern());
+    std::map<std::string, Relationship> targets;
+    try {
+        if (!relsXML.empty()) targets = Relationships::byId(Relationships::parse(relsXML));
+    } catch (const XmlParseError&) {
+        // Unreadable relationships: no picture can be found behind the shapes.
+    }
     if (targets.empty()) return false;
     for (const auto& picture : matches(slideXML, picturePattern(), 0)) {
         // A video's poster frame is a picture too, but not a GIF to time.
         if (picture.find("<a:videoFile") != std::string::npos) continue;
         for (const auto& id : matches(picture, blipPattern(), 1)) {
             const auto it = targets.find(id);
-            if (it != targets.end() && asciiLowercased(it->second).ends_with(".gif")) return true;
+            if (it != targets.end() && asciiLowercased(it->second.target).ends_with(".gif")) return true;
         }
     }
     return false;
@@ -288,30 +207,33 @@ SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std:
     }
 }
 
-std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const SlideDurations& videoMs,
-                                const SlideDurations& gifMs, const WarningCallback& warn) {
-    // One open deck: its directory is parsed once, not once per part.
-    PptxArchive::Deck deck(pptxURL);
-    const SlideList list = slideList(deck);
-    const auto& files = list.files;
+std::vector<SlideReport> report(DeckModel& deck, const SlideDurations& videoMs, const SlideDurations& gifMs,
+                                const WarningCallback& warn) {
+    const SlideList& list = deck.slideList();
     if (warn) {
         for (const auto& w : list.warnings) warn(w);
     }
     std::vector<SlideReport> reports;
-    reports.reserve(files.size());
+    reports.reserve(list.files.size());
     std::int64_t displayIndex = 0;
-    for (const auto& file : files) {
+    for (const auto& file : list.files) {
         ++displayIndex;
-        const std::string xml = deck.readEntry(file);
-        std::string rels;
+        const std::string& xml = deck.part(file);
+        const std::string* rels = nullptr;
         try {
-            rels = deck.readEntry(NotesScanner::relsPath(file));
+            rels = &deck.relationshipsText(file);
         } catch (const PptxArchive::ArchiveError&) {
-            // No relationships part: the slide simply has no GIF.
+            // An unreadable relationships part: the slide simply has no GIF.
         }
-        reports.push_back(slideReport(displayIndex, file, xml, rels, videoMs, gifMs));
+        reports.push_back(slideReport(displayIndex, file, xml, rels ? *rels : "", videoMs, gifMs));
     }
     return reports;
+}
+
+std::vector<SlideReport> report(const std::filesystem::path& deck, const SlideDurations& videoMs,
+                                const SlideDurations& gifMs, const WarningCallback& warn) {
+    DeckModel model(deck);
+    return report(model, videoMs, gifMs, warn);
 }
 
 MediaValidation validateMedia(const std::vector<SlideReport>& reports) {

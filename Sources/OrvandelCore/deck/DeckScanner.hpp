@@ -3,7 +3,7 @@
 // entry holds the slide, whether it is hidden, its click steps and exit
 // groups, its videos and GIFs, and the advance time it needs to play all of
 // it by itself. Stateless; slide XML is searched as text, and only the
-// p:timing fragment is parsed.
+// p:timing fragment and the relationships are parsed.
 //
 // The per-slide probes take the slide's XML text and never throw: timing that
 // is missing or does not parse reads as "no video".
@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "base/Warning.hpp"
-#include "container/PptxArchive.hpp"
+#include "deck/DeckModel.hpp"
 #include "deck/SlideReport.hpp"
 
 namespace orvandel {
@@ -37,33 +37,16 @@ struct MediaValidation {
     bool operator==(const MediaValidation&) const = default;
 };
 
-// The slides a deck lists, as found.
-struct SlideList {
-    std::vector<std::string> files;  // entry paths ("ppt/slides/slide3.xml"), in p:sldId order
-    // A listed slide whose relationship or part is missing is left out, and
-    // the slides after it take the numbers one lower: said here.
-    std::vector<Warning> warnings;
-    // The relationship ids (r:id) of the p:sldId entries left out.
-    std::vector<std::string> droppedIds;
-};
-
 namespace DeckScanner {
-
-// The slides in p:sldId order, read with the XML parser (comments, either
-// quote, any relationship id and any namespace prefix are fine). Throws
-// PptxArchive::ArchiveError when the presentation part or its relationships
-// cannot be read, SlideXMLError naming the part when one does not parse.
-SlideList slideList(PptxArchive::Deck& deck);
-// Only the files, as the renderer and the notes need them.
-std::vector<std::string> orderedSlideFiles(const std::filesystem::path& url);
-std::vector<std::string> orderedSlideFiles(PptxArchive::Deck& deck);
 
 // One report per slide. videoMs and gifMs are keyed by display index; a
 // videoMs entry wins over the duration the slide's own timing states. Throws
 // ArchiveError (presentation parts, a slide), SlideXMLError naming the part (a
 // slide whose timing cannot be scanned) and DeckError::durationTooLong;
 // nothing partial is returned. The slide list's warnings go to warn.
-std::vector<SlideReport> report(const std::filesystem::path& pptxURL, const SlideDurations& videoMs,
+std::vector<SlideReport> report(DeckModel& deck, const SlideDurations& videoMs, const SlideDurations& gifMs,
+                                const WarningCallback& warn = {});
+std::vector<SlideReport> report(const std::filesystem::path& deck, const SlideDurations& videoMs,
                                 const SlideDurations& gifMs, const WarningCallback& warn = {});
 
 // The report of one slide from its XML and its relationships part (empty when
@@ -83,7 +66,8 @@ bool isSlideHidden(std::string_view xml);
 bool hasVideoAutoplay(std::string_view xml);
 MainSeqVideo mainSeqVideo(std::string_view xml);
 // A picture that is not a video embeds an image whose target ends in ".gif"
-// (any case); relsXML is the slide's relationships part, or "".
+// (any case); relsXML is the slide's relationships part, or "" (as is one
+// that does not parse).
 bool slideHasGif(std::string_view slideXML, std::string_view relsXML);
 
 }  // namespace DeckScanner

@@ -8,7 +8,7 @@
 #include "base/Bytes.hpp"
 #include "base/Regex.hpp"
 #include "container/PptxArchive.hpp"
-#include "deck/DeckScanner.hpp"
+#include "container/XmlElement.hpp"
 
 namespace orvandel::NotesScanner {
 
@@ -17,14 +17,6 @@ namespace {
 // Every pattern looks across line breaks: attributes may be wrapped, a
 // paragraph may be laid out on several lines, and a run's text may hold any
 // line terminator, none of which may cost the text around it.
-const Regex& notesRelPattern() {
-    static const Regex re(R"re(<Relationship\b[^>]*?/notesSlide"[^>]*>)re", Regex::Options{.dotAll = true});
-    return re;
-}
-const Regex& targetPattern() {
-    static const Regex re(R"re(Target="([^"]*)")re", Regex::Options{.dotAll = true});
-    return re;
-}
 const Regex& paragraphPattern() {
     static const Regex re(R"re(<a:p\b[^>]*>(.*?)</a:p>)re", Regex::Options{.dotAll = true});
     return re;
@@ -42,27 +34,6 @@ const Regex& numericReferencePattern() {
 // Capture `group` of every match, in order; a pattern that did not compile matches nothing.
 std::vector<std::string> allMatches(std::string_view in, const Regex& pattern, std::size_t group) {
     return pattern.captures(in, group);
-}
-
-std::vector<std::string_view> pieces(std::string_view path) {
-    std::vector<std::string_view> out;
-    std::size_t from = 0;
-    while (from <= path.size()) {
-        auto slash = path.find('/', from);
-        if (slash == std::string_view::npos) slash = path.size();
-        if (slash > from) out.push_back(path.substr(from, slash - from));
-        from = slash + 1;
-    }
-    return out;
-}
-
-std::string join(const std::vector<std::string_view>& parts) {
-    std::string out;
-    for (const auto& part : parts) {
-        if (!out.empty()) out += '/';
-        out += part;
-    }
-    return out;
 }
 
 // Replaces every occurrence, left to right, without searching the inserted text.
@@ -213,22 +184,23 @@ std::optional<std::string_view> bodyPlaceholderSp(std::string_view xml) {
     return xml.substr(start, end + close.size() - start);
 }
 
-// A slide's relationships part: none is no notes; one that cannot be read
-// (damaged) hides the notes, which is said.
-std::optional<std::string> readRelationships(PptxArchive::Deck& deck, const std::string& entry,
-                                             std::int64_t slide, const WarningCallback& warn) {
-    if (!deck.contains(entry)) return std::nullopt;
+// The notes part a slide lists: none is no notes; relationships that cannot
+// be read (damaged) hide the notes, which is said.
+std::optional<std::string> notesPartOf(DeckModel& deck, const std::string& slide, std::int64_t displayIndex,
+                                       const WarningCallback& warn) {
     try {
-        return deck.readEntry(entry);
+        return deck.notesPart(slide);
     } catch (const PptxArchive::ArchiveError& e) {
-        if (warn) warn(Warning::notesUnreadable(slide, e.what()));
-        return std::nullopt;
+        if (warn) warn(Warning::notesUnreadable(displayIndex, e.what()));
+    } catch (const XmlParseError& e) {
+        if (warn) warn(Warning::notesUnreadable(displayIndex, Relationships::relsPath(slide) + ": " + e.what()));
     }
+    return std::nullopt;
 }
 
 // The notes part the slide lists: missing or damaged, it is said; text that
 // is not valid UTF-8 is repaired and said.
-std::optional<std::string> readNotes(PptxArchive::Deck& deck, const std::string& entry, std::int64_t slide,
+std::optional<std::string> readNotes(DeckModel& deck, const std::string& entry, std::int64_t slide,
                                      const WarningCallback& warn) {
     const auto say = [&](const Warning& w) {
         if (warn) warn(w);
@@ -238,7 +210,7 @@ std::optional<std::string> readNotes(PptxArchive::Deck& deck, const std::string&
         return std::nullopt;
     }
     try {
-        const Bytes bytes = deck.readEntryBytes(entry);
+        const Bytes bytes = deck.archive().readEntryBytes(entry);
         std::string text(bytes.begin(), bytes.end());
         if (isValidUtf8(text)) return text;
         say(Warning::notesTextRepaired(slide));
@@ -250,40 +222,6 @@ std::optional<std::string> readNotes(PptxArchive::Deck& deck, const std::string&
 }
 
 }  // namespace
-
-std::string relsPath(std::string_view path) {
-    const auto parts = pieces(path);
-    std::string directory;
-    for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
-        directory += parts[i];
-        directory += '/';
-    }
-    const std::string_view last = parts.empty() ? std::string_view{} : parts.back();
-    return directory + "_rels/" + std::string(last) + ".rels";
-}
-
-std::optional<std::string> notesTarget(std::string_view relsXML) {
-    const auto relationship = notesRelPattern().firstMatch(relsXML);
-    if (!relationship) return std::nullopt;
-    const std::string_view element = relationship->group(relsXML, 0);
-    const auto target = targetPattern().firstMatch(element);
-    if (!target) return std::nullopt;
-    return std::string(target->group(element, 1));
-}
-
-std::string resolveEntry(std::string_view target, std::string_view relativeTo) {
-    if (target.starts_with('/')) return std::string(target.substr(1));
-    auto parts = pieces(relativeTo);
-    if (!parts.empty()) parts.pop_back();
-    for (const auto& piece : pieces(target)) {
-        if (piece == "..") {
-            if (!parts.empty()) parts.pop_back();
-        } else if (piece != ".") {
-            parts.push_back(piece);
-        }
-    }
-    return join(parts);
-}
 
 std::string bodyText(std::string_view notesSlideXML) {
     const auto shape = bodyPlaceholderSp(notesSlideXML);
@@ -298,22 +236,24 @@ std::string bodyText(std::string_view notesSlideXML) {
     return trimmed(withPlainLineBreaks(text));
 }
 
-std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& pptxURL, const WarningCallback& warn) {
+std::map<std::int64_t, std::string> notesBySlide(DeckModel& deck, const WarningCallback& warn) {
     std::map<std::int64_t, std::string> notes;
     std::int64_t displayIndex = 0;
-    PptxArchive::Deck deck(pptxURL);
-    for (const auto& slide : DeckScanner::orderedSlideFiles(deck)) {
+    for (const auto& slide : deck.slideFiles()) {
         ++displayIndex;
-        const auto rels = readRelationships(deck, relsPath(slide), displayIndex, warn);
-        if (!rels) continue;
-        const auto target = notesTarget(*rels);
-        if (!target) continue;
-        const auto notesXml = readNotes(deck, resolveEntry(*target, slide), displayIndex, warn);
+        const auto notesPart = notesPartOf(deck, slide, displayIndex, warn);
+        if (!notesPart) continue;
+        const auto notesXml = readNotes(deck, *notesPart, displayIndex, warn);
         if (!notesXml) continue;
         std::string text = bodyText(*notesXml);
         if (!text.empty()) notes.emplace(displayIndex, std::move(text));
     }
     return notes;
+}
+
+std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& deck, const WarningCallback& warn) {
+    DeckModel model(deck);
+    return notesBySlide(model, warn);
 }
 
 }  // namespace orvandel::NotesScanner

@@ -1,8 +1,6 @@
 #pragma once
-// Reads every slide's speaker notes as plain text, keyed by display index,
-// and owns the path helpers that map a slide to its relationships part and a
-// relationship target to an archive path. Stateless; the XML is searched as
-// text with regular expressions.
+// Reads every slide's speaker notes as plain text, keyed by display index.
+// Stateless; the notes body is searched as text with regular expressions.
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -11,6 +9,7 @@
 #include <string_view>
 
 #include "base/Warning.hpp"
+#include "deck/DeckModel.hpp"
 
 namespace orvandel::NotesScanner {
 
@@ -19,19 +18,9 @@ namespace orvandel::NotesScanner {
 // damaged) gives no entry and a warning naming the slide and the reason; notes
 // that are not valid UTF-8 keep their readable text (the bad bytes become
 // U+FFFD) and give a warning too. Throws only what DeckScanner::slideList
-// throws; its own warnings are the deck report's to give, not repeated here.
-std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& pptxURL,
-                                                 const WarningCallback& warn = {});
-
-// "ppt/slides/slide3.xml" -> "ppt/slides/_rels/slide3.xml.rels".
-std::string relsPath(std::string_view path);
-
-// The Target of the first relationship whose type ends in "/notesSlide".
-std::optional<std::string> notesTarget(std::string_view relsXML);
-
-// A relationship target as an archive path: "/x" is absolute (-> "x"), else
-// it is resolved against the directory of relativeTo, ".." and "." applied.
-std::string resolveEntry(std::string_view target, std::string_view relativeTo);
+// (DeckModel::slideList) throws; its own warnings are the deck report's to give, not repeated here.
+std::map<std::int64_t, std::string> notesBySlide(DeckModel& deck, const WarningCallback& warn = {});
+std::map<std::int64_t, std::string> notesBySlide(const std::filesystem::path& deck, const WarningCallback& warn = {});
 
 // The text of the notes body placeholder: one line per paragraph, runs joined,
 // entities decoded, every line break within a run (CR LF, CR, NEL, U+2028,

@@ -82,20 +82,24 @@ std::optional<std::string> titleText(std::string_view slideXML) {
     return text;
 }
 
-std::map<std::int64_t, std::string> titlesBySlide(const std::filesystem::path& pptx) {
+std::map<std::int64_t, std::string> titlesBySlide(DeckModel& deck) {
     std::map<std::int64_t, std::string> titles;
-    PptxArchive::Deck deck(pptx);
     std::int64_t displayIndex = 0;
-    for (const auto& slide : DeckScanner::orderedSlideFiles(deck)) {
+    for (const auto& slide : deck.slideFiles()) {
         ++displayIndex;
         std::optional<std::string> title;
         try {
-            title = titleText(deck.readEntry(slide));
+            title = titleText(deck.part(slide));
         } catch (const PptxArchive::ArchiveError&) {
         }
         if (title) titles.emplace(displayIndex, std::move(*title));
     }
     return titles;
+}
+
+std::map<std::int64_t, std::string> titlesBySlide(const std::filesystem::path& pptx) {
+    DeckModel deck(pptx);
+    return titlesBySlide(deck);
 }
 
 }  // namespace orvandel::SlideTitles

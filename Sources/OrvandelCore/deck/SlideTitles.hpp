@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "deck/DeckModel.hpp"
+
 namespace orvandel::SlideTitles {
 
 // The text of the first title placeholder of a slide's XML: its paragraphs
@@ -21,7 +23,8 @@ std::optional<std::string> titleText(std::string_view slideXML);
 
 // Display index (1-based, hidden slides counted) -> title, for the slides
 // that have one. A slide that cannot be read has none. Throws only what
-// DeckScanner::slideList throws.
-std::map<std::int64_t, std::string> titlesBySlide(const std::filesystem::path& pptx);
+// DeckModel::slideList throws.
+std::map<std::int64_t, std::string> titlesBySlide(DeckModel& deck);
+std::map<std::int64_t, std::string> titlesBySlide(const std::filesystem::path& deck);
 
 }  // namespace orvandel::SlideTitles

@@ -95,7 +95,7 @@ private:
 ReadError::ReadError(std::int32_t status)
     : Error("unzip do manifest.json falhou (status " + std::to_string(status) + ")"), status_(status) {}
 
-ReadError ReadError::unzipFailed(std::int32_t status) { return ReadError(status); }
+ReadError ReadError::readFailed(std::int32_t status) { return ReadError(status); }
 
 DecodeError DecodeError::tooLarge(std::int64_t bytes) {
     return DecodeError(Case::tooLarge, std::string(kManifest) + " unpacks to " + mib(bytes) + ", more than the " +
@@ -130,7 +130,7 @@ std::string manifestText(const std::filesystem::path& orv) {
         return package.readEntry(kManifest);
     } catch (const PptxArchive::ArchiveError& e) {
         if (e.errorCase() == PptxArchive::ArchiveError::Case::decodeFailed) throw DecodeError(e.what());
-        throw ReadError::unzipFailed(e.status());
+        throw ReadError::readFailed(e.status());
     }
 }
 

@@ -28,11 +28,11 @@ struct Probe {
 // extraction's exit status.
 class ReadError : public Error {
 public:
-    enum class Case { unzipFailed };
+    enum class Case { readFailed };
 
-    static ReadError unzipFailed(std::int32_t status);
+    static ReadError readFailed(std::int32_t status);
 
-    Case errorCase() const { return Case::unzipFailed; }
+    Case errorCase() const { return Case::readFailed; }
     std::int32_t status() const { return status_; }
 
 private:
@@ -84,7 +84,7 @@ Probe decode(const std::string& manifestJson);
 
 // Reads "manifest.json" out of the package with the in-process archive
 // reader and decodes it. An archive that cannot be read, or lacks the entry,
-// is ReadError::unzipFailed with the status the unzip tool would give (9 not
+// is ReadError::readFailed with the status the unzip tool would give (9 not
 // a ZIP, 11 no such entry, 2 damaged); a bad manifest is DecodeError. The
 // movie is not looked at (see PackagedMovie).
 Probe read(const std::filesystem::path& orv);

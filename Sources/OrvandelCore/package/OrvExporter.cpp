@@ -73,7 +73,9 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     AtomicFile::checkDestination(outOrv, inputs);
     AtomicFile::checkWritable(outOrv);
     hooks.report(ExportStage::scan, 0);
-    const auto reports = DeckScanner::report(originalPptx, videoMs, gifMs, hooks.warn);
+    // The deck is read once: every step below asks this one reading.
+    DeckModel deck(originalPptx);
+    const auto reports = DeckScanner::report(deck, videoMs, gifMs, hooks.warn);
     if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
         throw DeckError::noVisibleSlides();
     }
@@ -96,13 +98,14 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         work.emplace(exporter.workDirectoryBase(), "orv-chain-");
         const auto prepared = work->path() / "prepared.pptx";
         hooks.report(ExportStage::prepare, 0);
-        const auto preparedReports = DeckTransformer::prepare(originalPptx, prepared, videoMs, gifMs,
-                                                              TimingPolicy::respiroMs, TimingPolicy::espacamentoMs);
+        std::vector<DeckTransformer::Branch> branches;
+        const auto preparedReports = DeckTransformer::prepare(deck, prepared, videoMs, gifMs, TimingPolicy::respiroMs,
+                                                              TimingPolicy::espacamentoMs, branches);
         expectedMs = expectedDurationMs(preparedReports);
         hooks.throwIfCancelled();
         movie = work->path() / "master.mp4";
         try {
-            exporter.export_(prepared, movie, isRenderAlive, hooks);
+            exporter.export_(RenderRequest{prepared, deck.transitions()}, movie, isRenderAlive, hooks);
         } catch (const Mp4Exporter::ExportError& e) {
             throw FlowError::automationFailed(e);
         }
@@ -110,7 +113,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
 
     const auto cueInputs = CueInputAssembler::cueInputs(reports, videoMs, gifMs);
     const auto cues = CueCalculator::calculateCues(cueInputs);
-    const auto notes = NotesScanner::notesBySlide(originalPptx, hooks.warn);
+    const auto notes = NotesScanner::notesBySlide(deck, hooks.warn);
     const std::int64_t measuredMs = Mp4Duration::measureMs(movie);
     if (!masterMp4 && !MasterDurationGuard::check(expectedMs, measuredMs).isOk()) {
         throw DeckError::masterDurationMismatch(expectedMs, measuredMs);
@@ -121,7 +124,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         hooks.report(ExportStage::chapters, 0);
         if (!work) work.emplace(exporter.workDirectoryBase(), "orv-chain-");
         const auto chaptered = work->path() / "chaptered.mp4";
-        writeChapters(movie, ChapterList::chapters(cueInputs, SlideTitles::titlesBySlide(originalPptx)), chaptered,
+        writeChapters(movie, ChapterList::chapters(cueInputs, SlideTitles::titlesBySlide(deck)), chaptered,
                       hooks);
         movie = chaptered;
         hooks.throwIfCancelled();

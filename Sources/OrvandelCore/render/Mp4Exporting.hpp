@@ -5,6 +5,7 @@
 // its own, which the flow passes on unchanged).
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -30,12 +31,28 @@ struct RenderHooks {
     }
 };
 
+// What a renderer is asked to render.
+struct RenderRequest {
+    std::filesystem::path preparedDeck;
+    // The source deck's slide transitions as its author wrote them (each
+    // slide's transition markup, by slide part name): the prepared deck's are
+    // all instant advances. A renderer that plays the prepared deck's own
+    // ignores them.
+    std::map<std::string, std::string> sourceTransitions;
+};
+
 class Mp4Exporting {
 public:
     virtual ~Mp4Exporting() = default;
-    // Renders preparedDeck into a movie at `to`, or throws. isRenderAlive may be empty (absent).
-    virtual void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+    // Renders the request's prepared deck into a movie at `to`, or throws.
+    // isRenderAlive may be empty (absent).
+    virtual void export_(const RenderRequest& request, const std::filesystem::path& to,
                          const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const = 0;
+    // A prepared deck alone, without the source's transitions.
+    void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
+                 const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {}) const {
+        export_(RenderRequest{preparedDeck, {}}, to, isRenderAlive, hooks);
+    }
     // Where the export flow makes its work directory (the prepared deck and
     // the movie go there): the system temporary directory unless the
     // renderer can only reach some other place.

@@ -80,18 +80,17 @@ std::string_view toString(Branch branch) {
     return "static";
 }
 
-std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
-                                 const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
-                                 std::int64_t espacamentoMs, std::vector<Branch>& branches) {
+std::vector<SlideReport> prepare(DeckModel& deck, const std::filesystem::path& output, const SlideDurations& videoMs,
+                                 const SlideDurations& gifMs, std::int64_t respiroMs, std::int64_t espacamentoMs,
+                                 std::vector<Branch>& branches) {
     // Refused before any work: the deck itself, or a folder, as the output.
-    AtomicFile::checkDestination(outputURL, {inputURL});
-    PptxArchive::Deck deck(inputURL);
-    const SlideList list = DeckScanner::slideList(deck);
+    AtomicFile::checkDestination(output, {deck.path()});
+    const SlideList& list = deck.slideList();
     const std::vector<std::string>& files = list.files;
     std::map<std::string, std::string> replacing;
     if (!list.droppedIds.empty()) {
         const std::string presentation = "ppt/presentation.xml";
-        if (auto edited = presentationWithout(deck.readEntry(presentation), list.droppedIds)) {
+        if (auto edited = presentationWithout(deck.part(presentation), list.droppedIds)) {
             replacing[presentation] = std::move(*edited);
         }
     }
@@ -104,7 +103,7 @@ std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const st
     std::int64_t n = 0;
     for (const std::string& file : files) {
         ++n;
-        std::string xml = deck.readEntry(file);
+        std::string xml = deck.part(file);
         // The same analysis as the deck report, without the GIF probe: a
         // GIF's length only enters the advance time.
         SlideReport report = DeckScanner::slideReport(n, file, xml, "", videoMs, gifMs);
@@ -123,17 +122,19 @@ std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const st
     // Written beside the destination and renamed into place: a failed write
     // never leaves a half-written or missing file behind.
     AtomicFile::replace(
-        outputURL, [&](const std::filesystem::path& temporary) { ZipArchive::rewriteText(inputURL, replacing, temporary); },
-        {inputURL});
+        output,
+        [&](const std::filesystem::path& temporary) { ZipArchive::rewriteText(deck.archive(), replacing, temporary); },
+        {deck.path()}, true);
     branches = std::move(taken);
     return reports;
 }
 
-std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
+std::vector<SlideReport> prepare(const std::filesystem::path& deck, const std::filesystem::path& output,
                                  const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
                                  std::int64_t espacamentoMs) {
+    DeckModel model(deck);  // opened by the first read, after the destination's check
     std::vector<Branch> ignored;
-    return prepare(inputURL, outputURL, videoMs, gifMs, respiroMs, espacamentoMs, ignored);
+    return prepare(model, output, videoMs, gifMs, respiroMs, espacamentoMs, ignored);
 }
 
 }  // namespace orvandel::DeckTransformer

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "deck/DeckModel.hpp"
 #include "deck/SlideReport.hpp"
 
 namespace orvandel::DeckTransformer {
@@ -36,13 +37,14 @@ std::string_view toString(Branch branch);
 // every rejected slide in order), OutputError (before any work) when the
 // output is the input deck or not a regular file, and passes on the errors of
 // the package reader, the scanners, the writers and the archive writer.
-std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
+std::vector<SlideReport> prepare(const std::filesystem::path& deck, const std::filesystem::path& output,
                                  const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
                                  std::int64_t espacamentoMs);
 
-// The same, also telling which branch each slide took (replaced, in slide order).
-std::vector<SlideReport> prepare(const std::filesystem::path& inputURL, const std::filesystem::path& outputURL,
-                                 const SlideDurations& videoMs, const SlideDurations& gifMs, std::int64_t respiroMs,
-                                 std::int64_t espacamentoMs, std::vector<Branch>& branches);
+// The same from a deck already read (copied from its open file, not opened
+// again), also telling which branch each slide took (replaced, in slide order).
+std::vector<SlideReport> prepare(DeckModel& deck, const std::filesystem::path& output, const SlideDurations& videoMs,
+                                 const SlideDurations& gifMs, std::int64_t respiroMs, std::int64_t espacamentoMs,
+                                 std::vector<Branch>& branches);
 
 }  // namespace orvandel::DeckTransformer

@@ -5,7 +5,6 @@
 #include "tools/RenderError.hpp"
 #include "base/Bytes.hpp"
 #include "container/PptxArchive.hpp"
-#include "deck/NotesScanner.hpp"
 
 namespace orvandel::MediaLayers {
 
@@ -94,11 +93,11 @@ std::optional<MsRange> moving(const MediaLayer& layer) {
     return MsRange{layer.startMs, layer.startMs + layer.playMs};
 }
 
-Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
+Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame,
                 const std::filesystem::path& mediaDir, const DeckLinks::Rule& links, const WarningCallback& warn,
                 const std::optional<CancellationToken>& cancel) {
     Gathered out;
-    PptxArchive::Deck deck(preparedDeck);
+    PptxArchive::Deck& deck = preparedDeck.archive();
     std::map<std::string, std::variant<MediaInfo, std::string>> probed;  // by file
     std::map<std::string, std::filesystem::path> copied;                   // entry -> file
     // Linked files by their real path: the copy, or why there is none.
@@ -113,11 +112,9 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
     std::int64_t slideStart = 0;
     for (const auto& slide : plan.slides) {
         if (slide.hidden) continue;
-        const std::string xml = deck.readEntry(slide.file);
         // No relationships: no media behind the shapes.
-        const std::string relsPart = NotesScanner::relsPath(slide.file);
-        const std::string rels = deck.contains(relsPart) ? deck.readEntry(relsPart) : "";
-        for (const auto& medium : SlideMedia::find(xml, rels, slide.file)) {
+        for (const auto& medium :
+             SlideMedia::find(preparedDeck.part(slide.file), preparedDeck.relationshipsText(slide.file), slide.file)) {
             checkCancel();
             const auto refuse = [&](const std::string& why) {
                 if (warn) warn(Warning::mediaNotPlayed(slide.displayIndex, mediumName(medium.kind), why));
@@ -190,7 +187,7 @@ Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& pla
     return out;
 }
 
-Gathered gatherPostponingProbe(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
+Gathered gatherPostponingProbe(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame,
                                const std::filesystem::path& mediaDir, const DeckLinks::Rule& links,
                                const WarningCallback& warn, const std::optional<CancellationToken>& cancel) {
     try {

@@ -91,14 +91,14 @@ struct Gathered {
 // 16 GiB each) and probes them. Media that cannot play are reported through
 // `warn`. Throws the archive reader's errors, FileError when mediaDir cannot
 // be written, RenderError when ffprobe is missing, CancelledError.
-Gathered gather(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
+Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame,
                 const std::filesystem::path& mediaDir, const DeckLinks::Rule& links, const WarningCallback& warn,
                 const std::optional<CancellationToken>& cancel);
 
 // gather, but a missing ffprobe is kept in missingProbe for the caller to
 // throw where a missing ffmpeg would be, so that the tools are asked for in
 // the order the stages need them.
-Gathered gatherPostponingProbe(const std::filesystem::path& preparedDeck, const RenderPlan& plan, FrameSize frame,
+Gathered gatherPostponingProbe(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame,
                                const std::filesystem::path& mediaDir, const DeckLinks::Rule& links,
                                const WarningCallback& warn, const std::optional<CancellationToken>& cancel);
 

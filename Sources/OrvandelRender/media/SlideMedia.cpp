@@ -7,31 +7,20 @@
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
 #include "container/XmlElement.hpp"
-#include "deck/NotesScanner.hpp"
+#include "deck/DeckModel.hpp"
 
 namespace orvandel::SlideMedia {
 
 namespace {
 
-struct Relationship {
-    std::string target;
-    bool external = false;
-};
-
 std::map<std::string, Relationship> relationships(std::string_view relsXml) {
-    std::map<std::string, Relationship> out;
-    if (relsXml.empty()) return out;
+    if (relsXml.empty()) return {};
     try {
-        const auto root = XmlElement::parseDocument(relsXml);
-        for (const auto& r : root.childElements()) {
-            const auto id = r.attribute("Id");
-            if (!id) continue;
-            out[*id] = {r.attribute("Target").value_or(""), r.attribute("TargetMode").value_or("") == "External"};
-        }
+        return Relationships::byId(Relationships::parse(relsXml));
     } catch (const XmlParseError&) {
         // Unreadable relationships: no media can be found behind the shapes.
+        return {};
     }
-    return out;
 }
 
 XmlElement child(const XmlElement& e, std::string_view name) { return e ? e.firstChildElement(name) : XmlElement(); }
@@ -142,9 +131,9 @@ private:
         } else {
             const auto id = blip ? blip.attribute("r:embed") : std::nullopt;
             const auto rel = id ? rels_.find(*id) : rels_.end();
-            if (rel == rels_.end() || rel->second.external || !endsWithGif(rel->second.target)) return;
+            if (rel == rels_.end() || rel->second.external() || !endsWithGif(rel->second.target)) return;
             m.kind = SlideMedium::Kind::gif;
-            m.entry = NotesScanner::resolveEntry(rel->second.target, part_);
+            m.entry = Relationships::resolveEntry(rel->second.target, part_);
         }
         if (m.entry.empty() && m.externalTarget.empty()) return;
 
@@ -175,10 +164,10 @@ private:
     bool locate(const std::optional<std::string>& id, SlideMedium& m) const {
         const auto rel = id ? rels_.find(*id) : rels_.end();
         if (rel == rels_.end() || rel->second.target.empty()) return false;
-        if (rel->second.external) {
+        if (rel->second.external()) {
             m.externalTarget = rel->second.target;
         } else {
-            m.entry = NotesScanner::resolveEntry(rel->second.target, part_);
+            m.entry = Relationships::resolveEntry(rel->second.target, part_);
         }
         return true;
     }

@@ -7,7 +7,6 @@
 
 #include "plan/XmlSpans.hpp"
 #include "base/Numbers.hpp"
-#include "deck/NotesScanner.hpp"
 
 namespace orvandel::GraphicBuild {
 
@@ -315,24 +314,6 @@ void hideBackground(const Part& part, const Chart& chart, ChartEditor& e) {
     }
 }
 
-struct Relationship {
-    std::string target;
-    bool external = false;
-};
-
-std::map<std::string, Relationship> relationshipsOf(std::string_view rels) {
-    std::map<std::string, Relationship> out;
-    const Part part(rels);
-    for (std::size_t i = 0; i < part.size(); ++i) {
-        const int r = static_cast<int>(i);
-        if (part.local(r) != "Relationship") continue;
-        if (const auto id = part.attribute(r, "Id")) {
-            out[*id] = {part.attribute(r, "Target").value_or(""), part.attribute(r, "TargetMode") == "External"};
-        }
-    }
-    return out;
-}
-
 // The model ids whose drawing shapes show each diagram element: the element,
 // the connection that leads to it, and their presentation points.
 std::map<std::string, std::set<std::string>> shownBy(std::string_view dataXml, const std::set<std::string>& elements) {
@@ -383,7 +364,7 @@ std::vector<std::pair<int, std::string>> drawingShapes(const Part& drawing) {
 
 }  // namespace
 
-std::variant<Source, std::string> locate(PptxArchive::Deck& deck, const std::string& slideFile,
+std::variant<Source, std::string> locate(DeckModel& deck, const std::string& slideFile,
                                          std::string_view slideXml, const std::string& shapeId) {
     const Part slide(slideXml);
     int frame = -1;
@@ -406,13 +387,16 @@ std::variant<Source, std::string> locate(PptxArchive::Deck& deck, const std::str
     }
     if (source.relationshipId.empty() && source.dataPart.empty()) return "shape " + shapeId + " is not a chart or diagram";
 
-    const std::string relsPath = NotesScanner::relsPath(slideFile);
-    const auto rels = deck.contains(relsPath) ? relationshipsOf(deck.readEntry(relsPath))
-                                              : std::map<std::string, Relationship>{};
+    std::map<std::string, Relationship> rels;
+    try {
+        rels = Relationships::byId(deck.relationships(slideFile));
+    } catch (const XmlParseError&) {
+        // Unreadable relationships: no part can be found behind the frame.
+    }
     const auto partOf = [&](const std::string& id) -> std::optional<std::string> {
         const auto it = rels.find(id);
-        if (it == rels.end() || it->second.external) return std::nullopt;
-        const std::string part = NotesScanner::resolveEntry(it->second.target, slideFile);
+        if (it == rels.end() || it->second.external()) return std::nullopt;
+        const std::string part = Relationships::resolveEntry(it->second.target, slideFile);
         return deck.contains(part) ? std::optional(part) : std::nullopt;
     };
     if (source.kind == Source::Kind::chart) {
@@ -424,7 +408,7 @@ std::variant<Source, std::string> locate(PptxArchive::Deck& deck, const std::str
     const auto data = partOf(source.dataPart);
     if (!data) return "the diagram's data part is missing";
     source.dataPart = *data;
-    const std::string dataXml = deck.readEntry(*data);
+    const std::string& dataXml = deck.part(*data);
     const Part dataPart(dataXml);
     for (std::size_t i = 0; i < dataPart.size(); ++i) {
         const int ext = static_cast<int>(i);

@@ -8,7 +8,6 @@
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
 #include "base/Regex.hpp"
-#include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
 #include "deck/DeckScanner.hpp"
 
@@ -37,7 +36,7 @@ std::optional<std::int64_t> attributeNumber(const std::string& tag, const char* 
 
 // The graphics of the slide whose hidden parts cannot be drawn one by one,
 // with the reason.
-std::map<std::string, std::string> graphicsShownWhole(PptxArchive::Deck& deck, const std::string& file,
+std::map<std::string, std::string> graphicsShownWhole(DeckModel& deck, const std::string& file,
                                                       const std::string& xml, const SlidePlayout& playout) {
     std::map<std::string, std::vector<GraphicPart>> parts;
     for (const auto& state : playout.states) {
@@ -53,8 +52,8 @@ std::map<std::string, std::string> graphicsShownWhole(PptxArchive::Deck& deck, c
             continue;
         }
         const auto& found = std::get<GraphicBuild::Source>(source);
-        const std::string data = found.kind == GraphicBuild::Source::Kind::diagram ? deck.readEntry(found.dataPart) : "";
-        if (auto why = GraphicBuild::whyNot(found, deck.readEntry(found.part), data, hidden)) out[shape] = std::move(*why);
+        const std::string data = found.kind == GraphicBuild::Source::Kind::diagram ? deck.part(found.dataPart) : "";
+        if (auto why = GraphicBuild::whyNot(found, deck.part(found.part), data, hidden)) out[shape] = std::move(*why);
     }
     return out;
 }
@@ -69,17 +68,21 @@ std::optional<std::int64_t> advanceTimeMs(const std::string& slideXml) {
 }
 
 RenderPlan read(const std::filesystem::path& preparedDeck) {
+    DeckModel deck(preparedDeck);
+    return read(deck);
+}
+
+RenderPlan read(DeckModel& deck) {
     RenderPlan plan;
-    PptxArchive::Deck deck(preparedDeck);
-    const std::string presentation = deck.readEntry("ppt/presentation.xml");
+    const std::string& presentation = deck.part("ppt/presentation.xml");
     if (const auto m = Regex(R"(<p:sldSz\b[^>]*>)").firstMatch(presentation)) {
         const std::string tag(m->group(presentation, 0));
         plan.slideWidthEmu = attributeNumber(tag, R"re(\bcx="(\d+)")re").value_or(0);
         plan.slideHeightEmu = attributeNumber(tag, R"re(\bcy="(\d+)")re").value_or(0);
     }
-    const auto files = DeckScanner::orderedSlideFiles(deck);
+    const auto& files = deck.slideFiles();
     for (std::size_t i = 0; i < files.size(); ++i) {
-        const std::string xml = deck.readEntry(files[i]);
+        const std::string& xml = deck.part(files[i]);
         RenderSlide slide{static_cast<std::int64_t>(i) + 1, files[i], DeckScanner::isSlideHidden(xml), 0, {}};
         const auto advTm = advanceTimeMs(xml);
         if (!advTm && !slide.hidden) {

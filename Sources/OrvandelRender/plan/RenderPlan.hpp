@@ -12,6 +12,7 @@
 
 #include "plan/PlayoutTimeline.hpp"
 #include "base/Warning.hpp"
+#include "deck/DeckModel.hpp"
 
 namespace orvandel {
 
@@ -38,6 +39,7 @@ namespace RenderPlanReader {
 // Throws RenderError when a visible slide has no advance time (the deck was
 // not prepared) or a timing that cannot be read, and the archive reader's
 // errors for an unreadable deck.
+RenderPlan read(DeckModel& preparedDeck);
 RenderPlan read(const std::filesystem::path& preparedDeck);
 
 // The advTm of the slide's transition block, if any (exposed for tests).

@@ -4,9 +4,7 @@
 
 #include "plan/XmlSpans.hpp"
 #include "base/Numbers.hpp"
-#include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
-#include "deck/DeckScanner.hpp"
 
 namespace orvandel::SlideTransitions {
 
@@ -72,7 +70,10 @@ std::int64_t speedMs(const std::optional<std::string>& spd) {
 std::optional<DrawnEffect> read(std::string_view slideXml) {
     const auto range = SlideXML::transitionBlockRange(slideXml);
     if (!range) return std::nullopt;
-    const std::string_view block = slideXml.substr(range->first, range->second - range->first);
+    return readMarkup(slideXml.substr(range->first, range->second - range->first));
+}
+
+std::optional<DrawnEffect> readMarkup(std::string_view block) {
     // Read as text: a prefix such as p15 may be declared only on the slide's root.
     const auto spans = XmlSpans::elementSpans(block);
     std::vector<std::size_t> transitions;
@@ -118,11 +119,10 @@ std::optional<DrawnEffect> read(std::string_view slideXml) {
     return out;
 }
 
-std::map<std::string, DrawnEffect> ofDeck(const std::filesystem::path& deck) {
-    PptxArchive::Deck archive(deck);
+std::map<std::string, DrawnEffect> ofMarkup(const std::map<std::string, std::string>& markupBySlide) {
     std::map<std::string, DrawnEffect> out;
-    for (const auto& file : DeckScanner::orderedSlideFiles(archive)) {
-        if (auto effect = read(archive.readEntry(file))) out.emplace(file, *effect);
+    for (const auto& [file, markup] : markupBySlide) {
+        if (auto effect = readMarkup(markup)) out.emplace(file, *effect);
     }
     return out;
 }

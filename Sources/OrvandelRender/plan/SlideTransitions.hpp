@@ -1,8 +1,8 @@
 #pragma once
 // The slide transitions of the deck as its author made them. The prepared
 // deck's transitions are all rewritten into instant automatic advances, so the
-// renderer is given these (through its options) to draw each slide's entry.
-#include <filesystem>
+// renderer is handed the source deck's markup (RenderRequest) and reads it
+// here to draw each slide's entry.
 #include <map>
 #include <optional>
 #include <string>
@@ -18,9 +18,11 @@ namespace orvandel::SlideTransitions {
 // 1000 ms). Nothing for a slide without a transition, with a cut or with a
 // transition that has no effect. Pure.
 std::optional<DrawnEffect> read(std::string_view slideXml);
+// The same from the transition markup alone (DeckModel::transitions).
+std::optional<DrawnEffect> readMarkup(std::string_view transitionMarkup);
 
-// Every slide's transition, by slide part name ("ppt/slides/slide3.xml").
-// Throws the archive reader's errors.
-std::map<std::string, DrawnEffect> ofDeck(const std::filesystem::path& deck);
+// Every slide's transition from the markup by slide part name, for the slides
+// whose transition is drawn.
+std::map<std::string, DrawnEffect> ofMarkup(const std::map<std::string, std::string>& markupBySlide);
 
 }  // namespace orvandel::SlideTransitions

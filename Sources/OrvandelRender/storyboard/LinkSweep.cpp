@@ -12,7 +12,7 @@
 #include "container/XMLEmitter.hpp"
 #include "container/XmlElement.hpp"
 #include "container/ZipArchive.hpp"
-#include "deck/NotesScanner.hpp"
+#include "deck/DeckModel.hpp"
 
 namespace orvandel::LinkSweep {
 
@@ -132,12 +132,12 @@ std::optional<Bytes> gunzipped(const Bytes& packed, std::size_t most) {
 }
 
 // The whole of a part that may be markup, within the limit of a text part.
-Bytes wholeMarkup(PptxArchive::Deck& deck, const std::string& name) {
+Bytes wholeMarkup(DeckModel& deck, const std::string& name) {
     try {
-        return toBytes(deck.readEntry(name));
+        return toBytes(deck.part(name));
     } catch (const ArchiveError& e) {
         if (e.errorCase() != ArchiveError::Case::decodeFailed) throw;
-        return deck.readEntryBytes(name);  // not UTF-8, but within the limit
+        return deck.archive().readEntryBytes(name);  // not UTF-8, but within the limit
     }
 }
 
@@ -159,35 +159,16 @@ std::optional<Bytes> swept(const Bytes& content) {
     return clean ? std::optional(toBytes(*clean)) : std::nullopt;
 }
 
-struct Relationship {
-    std::string id, type, target, mode;
-};
-
-bool leadsOutside(const Relationship& r) { return !r.mode.empty() && r.mode != "Internal"; }
+bool leadsOutside(const Relationship& r) { return r.external(); }
 
 // The relationships a part lists, wherever they stand in it; nothing when it
 // is not well-formed (a reader that goes on past an error may find some).
 std::optional<std::vector<Relationship>> relationshipsIn(const std::string& xml) {
-    XmlElement root;
     try {
-        root = XmlElement::parseDocument(xml);
+        return Relationships::parse(xml);
     } catch (const XmlParseError&) {
         return std::nullopt;
     }
-    std::vector<Relationship> out;
-    root.walk([&](const XmlElement& e) {
-        if (localName(e.name()) != "Relationship") return;
-        Relationship r;
-        for (const auto& [name, value] : e.attributes()) {
-            const auto local = localName(name);
-            if (local == "Id") r.id = value;
-            if (local == "Type") r.type = value;
-            if (local == "Target") r.target = value;
-            if (local == "TargetMode") r.mode = value;
-        }
-        out.push_back(std::move(r));
-    });
-    return out;
 }
 
 std::string relationshipsXml(const std::vector<Relationship>& rels) {
@@ -258,7 +239,7 @@ std::map<std::string, std::int64_t> showingSlides(const RenderPlan& plan,
             if (rels == relsOf.end()) continue;
             for (const auto& r : rels->second) {
                 if (leadsOutside(r) || r.type.ends_with("/slide") || r.type.ends_with("/notesSlide")) continue;
-                const std::string target = NotesScanner::resolveEntry(r.target, part);
+                const std::string target = Relationships::resolveEntry(r.target, part);
                 if (slideOf.emplace(target, s.displayIndex).second) todo.push_back(target);
             }
         }
@@ -349,10 +330,10 @@ std::optional<std::string> withoutOutsideReferences(std::string_view markup) {
     return XmlSpans::applied(markup, std::move(edits));
 }
 
-Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const DeckLinks::Rule& rule) {
+Sweep sweep(DeckModel& model, const RenderPlan& plan, const DeckLinks::Rule& rule) {
     Sweep out;
-    PptxArchive::Deck deck(preparedDeck);
-    const auto names = ZipArchive::entryNames(preparedDeck);
+    PptxArchive::Deck& deck = model.archive();
+    const auto names = deck.entryNames();
     std::set<std::string> used, twice;
     for (const auto& name : names) {
         if (!used.insert(name).second) twice.insert(name);
@@ -373,7 +354,7 @@ Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, c
                 continue;
             }
             if (!isMarkup(head) && !isGzip(head)) continue;
-            if (auto clean = swept(isGzip(head) ? deck.readEntryBytes(name) : wholeMarkup(deck, name))) {
+            if (auto clean = swept(isGzip(head) ? deck.readEntryBytes(name) : wholeMarkup(model, name))) {
                 out.replaced[name] = std::move(*clean);
             }
         } catch (const ArchiveError&) {
@@ -388,7 +369,7 @@ Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, c
         if (name.empty() || !asciiLowercased(name).ends_with(".rels")) continue;
         std::optional<std::vector<Relationship>> rels;
         try {
-            rels = relationshipsIn(deck.readEntry(name));
+            rels = relationshipsIn(model.part(name));
         } catch (const ArchiveError&) {
         }
         const auto owner = ownerOf(name);
@@ -412,7 +393,7 @@ Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, c
             ownerXml = toString(swept->second);
         } else if (deck.contains(owner)) {
             try {
-                ownerXml = deck.readEntry(owner);
+                ownerXml = model.part(owner);
             } catch (const ArchiveError&) {
             }
         }
@@ -452,7 +433,7 @@ Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, c
     if (!pictures.types.empty()) {
         std::string types = out.replaced.contains("[Content_Types].xml")
                                 ? toString(out.replaced["[Content_Types].xml"])
-                                : deck.readEntry("[Content_Types].xml");
+                                : model.part("[Content_Types].xml");
         const auto end = types.rfind("</Types>");
         if (end != std::string::npos) types.insert(end, pictures.types);
         out.replaced["[Content_Types].xml"] = toBytes(types);

@@ -35,6 +35,7 @@
 #include "plan/RenderPlan.hpp"
 #include "base/Bytes.hpp"
 #include "deck/DeckLinks.hpp"
+#include "deck/DeckModel.hpp"
 
 namespace orvandel::LinkSweep {
 
@@ -52,7 +53,7 @@ struct Sweep {
 // not markup). Linked pictures are taken at most 128 MiB each. Throws the
 // archive reader's errors for a deck whose directory cannot be read; a part
 // that cannot be read is left as it is (LibreOffice cannot read it either).
-Sweep sweep(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const DeckLinks::Rule& rule);
+Sweep sweep(DeckModel& preparedDeck, const RenderPlan& plan, const DeckLinks::Rule& rule);
 
 // The markup with every href and src attribute that could lead outside it
 // pointing to nothing ("#"); nothing when none does. Pure.

@@ -15,7 +15,7 @@
 #include "container/SlideXML.hpp"
 #include "container/XMLEmitter.hpp"
 #include "container/ZipArchive.hpp"
-#include "deck/NotesScanner.hpp"
+#include "deck/DeckModel.hpp"
 
 namespace orvandel::Storyboard {
 
@@ -136,7 +136,7 @@ void listCopies(PresentationParts& parts, const std::vector<std::pair<std::strin
         slideIds.insert(attributeOf(parts.presentation, s, "id").value_or(""));
         const auto rel = rels.find(attributeOf(parts.presentation, s, "r:id").value_or(""));
         if (rel != rels.end()) {
-            listedAs.try_emplace(NotesScanner::resolveEntry(rel->second.target, "ppt/presentation.xml"),
+            listedAs.try_emplace(Relationships::resolveEntry(rel->second.target, "ppt/presentation.xml"),
                                  std::pair{&s, &rel->second});
         }
     }
@@ -274,21 +274,21 @@ void hideParagraphs(std::string_view xml, const std::vector<Span>& spans, int sh
 // The prepared deck's parts as the link sweep leaves them.
 class Parts {
 public:
-    Parts(const std::filesystem::path& deck, const LinkSweep::Sweep& sweep) : deck_(deck), sweep_(sweep) {}
+    Parts(DeckModel& deck, const LinkSweep::Sweep& sweep) : deck_(deck), sweep_(sweep) {}
 
     std::string text(const std::string& part) {
         const auto swept = sweep_.replaced.find(part);
-        return swept == sweep_.replaced.end() ? deck_.readEntry(part) : toString(swept->second);
+        return swept == sweep_.replaced.end() ? deck_.part(part) : toString(swept->second);
     }
     Bytes bytes(const std::string& part) {
         const auto swept = sweep_.replaced.find(part);
-        return swept == sweep_.replaced.end() ? deck_.readEntryBytes(part) : swept->second;
+        return swept == sweep_.replaced.end() ? deck_.archive().readEntryBytes(part) : swept->second;
     }
     bool contains(const std::string& part) { return deck_.contains(part); }
-    PptxArchive::Deck& deck() { return deck_; }
+    DeckModel& deck() { return deck_; }
 
 private:
-    PptxArchive::Deck deck_;
+    DeckModel& deck_;
     const LinkSweep::Sweep& sweep_;
 };
 
@@ -344,8 +344,8 @@ private:
         it->second = freshName(used_, stem, ".xml", 1);
         added.emplace_back(it->second, toBytes(content));
         // Its relationships are relative to the same folder: they carry over.
-        if (const auto rels = NotesScanner::relsPath(source.part); deck_.contains(rels)) {
-            added.emplace_back(NotesScanner::relsPath(it->second), deck_.bytes(rels));
+        if (const auto rels = Relationships::relsPath(source.part); deck_.contains(rels)) {
+            added.emplace_back(Relationships::relsPath(it->second), deck_.bytes(rels));
         }
         partOf.emplace_back(it->second, source.part);
         return it->second;
@@ -463,10 +463,10 @@ std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTar
     return XmlSpans::applied(slideXml, std::move(edits));
 }
 
-void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const Layout& layout,
-           const std::filesystem::path& out, const LinkSweep::Sweep& sweep) {
+void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout, const std::filesystem::path& out,
+           const LinkSweep::Sweep& sweep) {
     Parts deck(preparedDeck, sweep);
-    const auto names = ZipArchive::entryNames(preparedDeck);
+    const auto names = preparedDeck.archive().entryNames();
     std::set<std::string> used(names.begin(), names.end());
     for (const auto& [part, bytes] : sweep.added) used.insert(part);
     std::map<std::int64_t, std::vector<const Page*>> pagesOf;
@@ -481,7 +481,7 @@ void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, co
         if (pages.empty()) continue;
         const std::string xml = deck.text(slide.file);
         replaced[slide.file] = toBytes(slideInState(xml, pages.front()->hidden));
-        const std::string relsPart = NotesScanner::relsPath(slide.file);
+        const std::string relsPart = Relationships::relsPath(slide.file);
         // A slide without relationships: its copies have none either.
         const std::string ownRels = deck.contains(relsPart) ? deck.text(relsPart) : "";
         if (!ownRels.empty()) {
@@ -497,7 +497,7 @@ void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, co
             const std::string part = freshName(used, folder + "slide", ".xml", 1);
             added.emplace_back(part, toBytes(slideInState(xml, pages[k]->hidden)));
             if (!rels.empty()) {
-                added.emplace_back(NotesScanner::relsPath(part),
+                added.emplace_back(Relationships::relsPath(part),
                                    toBytes(graphics.relsFor(slide.file, xml, rels, pages[k]->hidden)));
             }
             copies.back().second.push_back(part);
@@ -518,7 +518,7 @@ void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, co
     for (const auto& [part, bytes] : sweep.replaced) replaced.try_emplace(part, bytes);
     added.insert(added.end(), sweep.added.begin(), sweep.added.end());
     // The untouched entries, media included, are copied as they lie in the file.
-    ZipArchive::rewrite(preparedDeck, replaced, out, added);
+    ZipArchive::rewrite(preparedDeck.archive(), replaced, out, added);
 }
 
 }  // namespace orvandel::Storyboard

@@ -75,7 +75,7 @@ std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTar
 // and their copies alike), and its parts are added. Throws the archive
 // reader's errors and RenderError for a deck whose slide list cannot be
 // extended.
-void write(const std::filesystem::path& preparedDeck, const RenderPlan& plan, const Layout& layout,
-           const std::filesystem::path& out, const LinkSweep::Sweep& sweep = {});
+void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout, const std::filesystem::path& out,
+           const LinkSweep::Sweep& sweep = {});
 
 }  // namespace orvandel::Storyboard

@@ -2,6 +2,7 @@
 // The storyboard drawn by LibreOffice: one PDF page per storyboard slide.
 #include <filesystem>
 
+#include "deck/DeckModel.hpp"
 #include "plan/RenderPlan.hpp"
 #include "storyboard/LinkSweep.hpp"
 #include "storyboard/Storyboard.hpp"
@@ -18,7 +19,7 @@ inline constexpr const char* kPdfFilter =
 // the prepared deck itself when it is its own storyboard and reaches nothing
 // outside, otherwise the storyboard written into scratch first. Throws what
 // Storyboard::write and LibreOffice::convert throw.
-std::filesystem::path draw(const std::filesystem::path& preparedDeck, const RenderPlan& plan,
+std::filesystem::path draw(DeckModel& preparedDeck, const RenderPlan& plan,
                            const Storyboard::Layout& layout, const LinkSweep::Sweep& sweep,
                            const std::filesystem::path& scratch, const LibreOffice::ConvertOptions& options);
 

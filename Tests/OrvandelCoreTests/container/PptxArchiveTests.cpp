@@ -26,7 +26,7 @@ int readStatus(const fs::path& deck, const std::string& entry) {
         PptxArchive::readEntryBytes(deck, entry);
         return 0;
     } catch (const ArchiveError& e) {
-        EXPECT_EQ(e.errorCase(), ArchiveError::Case::unzipFailed);
+        EXPECT_EQ(e.errorCase(), ArchiveError::Case::readFailed);
         return e.status();
     }
 }

@@ -54,19 +54,6 @@ TEST(NotesScannerTest, EveryLineBreakInARunBecomesANewline) {
     EXPECT_EQ(text(para(run("a\xE2\x80\xA8\xE2\x80\xA8" "b\r\rc"))), "a\n\nb\n\nc");
 }
 
-// The plain cases (relative and absolute targets) are read in NotesBySlideKeyedByDisplayIndex.
-TEST(NotesScannerTest, PathHelpers) {
-    EXPECT_EQ(NotesScanner::relsPath("/ppt//slide3.xml"), "ppt/_rels/slide3.xml.rels");
-    EXPECT_EQ(NotesScanner::relsPath("slide3.xml"), "_rels/slide3.xml.rels");
-    EXPECT_EQ(NotesScanner::resolveEntry("./a/../../../../b.xml", "ppt/slides/slide3.xml"), "b.xml");
-    EXPECT_EQ(NotesScanner::notesTarget(
-                  relationshipsXml({{"rId1", "notesMaster", "../m.xml"}, {"rId2", "notesSlide", "../n.xml"}})),
-              "../n.xml");
-    EXPECT_EQ(NotesScanner::notesTarget("<Relationship\n Target=\"../a.xml\"\n Type=\"http://x/notesSlide\"\n Id=\"r\"/>"),
-              "../a.xml");
-    EXPECT_EQ(NotesScanner::notesTarget(relationshipsXml({{"rId1", "slideLayout", "../l.xml"}})), std::nullopt);
-}
-
 TEST(NotesScannerTest, NotesBySlideKeyedByDisplayIndex) {
     TempDir dir;
     const auto deck = DeckBuilder()

@@ -37,8 +37,8 @@ Bytes movieBytes(std::size_t n) {
 }
 
 const std::string gifPicture = picture("4", "rId5");
-const std::vector<Relationship> gifRels{{"rId5", "image", "../media/image1.gif"}};
-const std::vector<Relationship> videoRels{{"rId2", "video", "../media/media1.mp4"}};
+const std::vector<Rel> gifRels{{"rId5", "image", "../media/image1.gif"}};
+const std::vector<Rel> videoRels{{"rId2", "video", "../media/media1.mp4"}};
 
 std::string plain(const std::string& rootAttrs = "") { return slideXml(kTextBox, "", rootAttrs); }
 std::string clicks(int n, const std::string& cls = "entr", const std::string& rootAttrs = "") {

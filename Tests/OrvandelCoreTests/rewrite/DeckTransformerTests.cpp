@@ -72,7 +72,8 @@ TEST(DeckTransformerTest, EachKindOfSlideTakesItsBranch) {
             .addSlide(slideXml(kTextBox))
                 .write(dir / "in.pptx");
     std::vector<Branch> branches;
-    const auto reports = DeckTransformer::prepare(in, dir / "out.pptx", {{4, 4000}}, {{7, 3000}}, 1000, 1500, branches);
+    DeckModel model(in);
+    const auto reports = DeckTransformer::prepare(model, dir / "out.pptx", {{4, 4000}}, {{7, 3000}}, 1000, 1500, branches);
     EXPECT_EQ(branches, (std::vector<Branch>{Branch::bullets, Branch::bulletsWithExits, Branch::clickVideo,
                                              Branch::autoplayVideo, Branch::exits, Branch::static_, Branch::static_}));
     // Hidden slide 6 is rewritten too. (The advance times are the scanner's, DeckScannerTest's.)
@@ -168,7 +169,7 @@ TEST(DeckTransformerTest, EveryCorpusDeckIsPackagedAndPreparedExceptTheKnownRefu
         }
         EXPECT_FALSE(refused) << "prepared a deck that must be refused";
         EXPECT_TRUE(Subprocess::run({"unzip", "-tqq", out.string()}).succeeded());
-        const auto slides = DeckScanner::orderedSlideFiles(deck);
+        const auto slides = DeckModel(deck).slideFiles();
         for (const auto& name : ZipArchive::entryNames(deck)) {
             if (name.ends_with("/")) continue;
             if (std::find(slides.begin(), slides.end(), name) != slides.end()) {
