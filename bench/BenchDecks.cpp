@@ -19,8 +19,8 @@ std::string textBox(int id, const std::string& name, long y, long height, int si
            "\"/><p:cNvSpPr txBox=\"1\"/><p:nvPr/></p:nvSpPr><p:spPr><a:xfrm><a:off x=\"838200\" y=\"" +
            std::to_string(y) + "\"/><a:ext cx=\"10515600\" cy=\"" + std::to_string(height) +
            "\"/></a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom></p:spPr><p:txBody><a:bodyPr "
-           "wrap=\"square\"/><a:lstStyle/><a:p><a:r><a:rPr lang=\"pt-BR\" sz=\"" + std::to_string(size) +
-           "\"/><a:t>" + text + "</a:t></a:r></a:p></p:txBody></p:sp>";
+           "wrap=\"square\"/><a:lstStyle/><a:p><a:r><a:rPr lang=\"pt-BR\" sz=\"" +
+           std::to_string(size) + "\"/><a:t>" + text + "</a:t></a:r></a:p></p:txBody></p:sp>";
 }
 
 // One click step whose single effect fades shape `spid` in.
@@ -30,7 +30,8 @@ std::string clickStep(int spid, int fadeMs) {
            "<p:par><p:cTn fill=\"hold\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:par>"
            "<p:cTn presetID=\"10\" presetClass=\"entr\" presetSubtype=\"0\" fill=\"hold\" nodeType=\"clickEffect\">"
            "<p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:set><p:cBhvr><p:cTn dur=\"1\" "
-           "fill=\"hold\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst></p:cTn>" + target +
+           "fill=\"hold\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst></p:cTn>" +
+           target +
            "<p:attrNameLst><p:attrName>style.visibility</p:attrName></p:attrNameLst></p:cBhvr><p:to><p:strVal "
            "val=\"visible\"/></p:to></p:set><p:animEffect transition=\"in\" filter=\"fade\"><p:cBhvr><p:cTn dur=\"" +
            std::to_string(fadeMs) + "\"/>" + target +
@@ -51,7 +52,8 @@ std::string bulletSlideXml(int n, int bullets, int fadeMs) {
     }
     std::string timing = "<p:timing><p:tnLst><p:par><p:cTn dur=\"indefinite\" restart=\"never\" nodeType=\"tmRoot\">"
                          "<p:childTnLst><p:seq concurrent=\"1\" nextAc=\"seek\"><p:cTn dur=\"indefinite\" "
-                         "nodeType=\"mainSeq\"><p:childTnLst>" + steps +
+                         "nodeType=\"mainSeq\"><p:childTnLst>" +
+                         steps +
                          "</p:childTnLst></p:cTn><p:prevCondLst/><p:nextCondLst/></p:seq></p:childTnLst></p:cTn>"
                          "</p:par></p:tnLst></p:timing>";
     // Every time node gets an id, as a saved deck has them.
@@ -181,8 +183,8 @@ void writeHugeSlideDeck(const std::filesystem::path& path, std::uint64_t slideBy
 
 std::filesystem::path largestCorpusDeck() {
     const char* env = std::getenv("ORVANDEL_CORPUS");
-    const std::filesystem::path dir =
-        env ? std::filesystem::path(env) : std::filesystem::path(ORVANDEL_SOURCE_DIR) / ".." / "shared" / "corpus";
+    const std::filesystem::path dir = env ? std::filesystem::path(env)
+                                          : std::filesystem::path(ORVANDEL_SOURCE_DIR) / ".." / "shared" / "corpus";
     std::filesystem::path best;
     std::uintmax_t bestSize = 0;
     std::error_code ec;

@@ -52,8 +52,8 @@ TimedExport timedExport(const std::filesystem::path& deck, const std::filesystem
 void printTimedExport(const char* title, const TimedExport& t, double movieSeconds) {
     std::printf("%s\n", title);
     for (const auto& [stage, seconds] : t.stages) std::printf("  %-22s %7.2f s\n", stage.c_str(), seconds);
-    std::printf("  %-22s %7.2f s: %.1fx faster than real time (CPU %.1f s)\n", "total", t.total,
-                movieSeconds / t.total, t.cpu);
+    std::printf("  %-22s %7.2f s: %.1fx faster than real time (CPU %.1f s)\n", "total", t.total, movieSeconds / t.total,
+                t.cpu);
 }
 
 }  // namespace orvandel::test

@@ -111,8 +111,8 @@ int main(int argc, char** argv) {
     double baseline = 0;
     for (const int jobs : {1, 2}) {
         const auto out = scratch.path() / ("out-" + std::to_string(jobs));
-        const Run r = run({cli.string(), "export", (scratch.path() / "decks").string(), "--out-dir", out.string(),
-                           "-j", std::to_string(jobs), "--gif", "4:3000", "--json"});
+        const Run r = run({cli.string(), "export", (scratch.path() / "decks").string(), "--out-dir", out.string(), "-j",
+                           std::to_string(jobs), "--gif", "4:3000", "--json"});
         if (r.status != 0) std::printf("  (exit status %d)\n", r.status);
         std::printf("%-6d %10.1f %14.1f %18ld MiB\n", jobs, r.seconds, copies * 60.0 / r.seconds,
                     r.peakKiB / 1024 / jobs);

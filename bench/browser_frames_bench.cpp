@@ -14,13 +14,13 @@
 #include <nlohmann/json.hpp>
 
 #include "BenchDecks.hpp"
-#include "pixels/DrawnChanges.hpp"
 #include "HeadlessRenderer.hpp"
-#include "plan/SlideTransitions.hpp"
-#include "storyboard/Storyboard.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
+#include "pixels/DrawnChanges.hpp"
+#include "plan/SlideTransitions.hpp"
 #include "rewrite/DeckTransformer.hpp"
+#include "storyboard/Storyboard.hpp"
 
 using namespace orvandel;
 namespace fs = std::filesystem;
@@ -60,14 +60,17 @@ int main(int argc, char** argv) {
         const auto transitions = source.transitions();
         DeckTransformer::prepare(deck, out / "prepared.pptx", {}, gifMs, 1000, 1500);
         HeadlessRenderer(options).export_(RenderRequest{out / "prepared.pptx", transitions}, out / "master.mp4", {});
-        const auto layout =
-            Storyboard::layout(RenderPlanReader::read(out / "prepared.pptx"), true, SlideTransitions::ofMarkup(transitions));
+        const auto layout = Storyboard::layout(RenderPlanReader::read(out / "prepared.pptx"), true,
+                                               SlideTransitions::ofMarkup(transitions));
         nlohmann::ordered_json shots = nlohmann::ordered_json::array();
         std::int64_t start = 0;
         for (const auto& shot : layout.shots) {
             const auto& page = layout.pages.at(static_cast<std::size_t>(shot.page - 1));
-            shots.push_back({{"slide", page.displayIndex}, {"page", shot.page}, {"startMs", start},
-                             {"endMs", start + shot.durationMs}, {"shownMs", start},
+            shots.push_back({{"slide", page.displayIndex},
+                             {"page", shot.page},
+                             {"startMs", start},
+                             {"endMs", start + shot.durationMs},
+                             {"shownMs", start},
                              {"leavesMs", start + shot.durationMs}});
             start += shot.durationMs;
         }
@@ -77,7 +80,8 @@ int main(int argc, char** argv) {
         for (const auto& change : DrawnChanges::plan(layout.shots)) {
             auto& from = shots[change.from];
             from["leavesMs"] = std::min(from["leavesMs"].get<std::int64_t>(), change.span.startMs);
-            for (std::size_t k = change.to; k < shots.size() && shots[k]["startMs"].get<std::int64_t>() < change.span.endMs; ++k) {
+            for (std::size_t k = change.to;
+                 k < shots.size() && shots[k]["startMs"].get<std::int64_t>() < change.span.endMs; ++k) {
                 shots[k]["shownMs"] = std::max(shots[k]["shownMs"].get<std::int64_t>(), change.span.endMs);
             }
         }

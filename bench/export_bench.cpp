@@ -16,13 +16,13 @@
 #include <vector>
 
 #include "BenchDecks.hpp"
-#include "TimedExport.hpp"
 #include "HeadlessRenderer.hpp"
-#include "plan/SlideTransitions.hpp"
+#include "TimedExport.hpp"
 #include "base/Numbers.hpp"
 #include "base/Uuid.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
+#include "plan/SlideTransitions.hpp"
 
 using namespace orvandel;
 namespace fs = std::filesystem;
@@ -61,8 +61,8 @@ int main(int argc, char** argv) {
     int status = 0;
     try {
         const auto drawn = exportOnce(deck, dir / "drawn.orv", gifMs, true, true);
-        const auto movieMs =
-            static_cast<std::int64_t>(ManifestReader::read(dir / "drawn.orv").masterVideoDuration * 1000 + 0.5);
+        const auto movieMs = static_cast<std::int64_t>(
+            ManifestReader::read(dir / "drawn.orv").masterVideoDuration * 1000 + 0.5);
         const double seconds = double(movieMs) / 1000.0;
         test::printTimedExport("step by step, effects drawn (the default):", drawn, seconds);
         const auto cut = exportOnce(deck, dir / "cut.orv", gifMs, true, false);
@@ -70,8 +70,7 @@ int main(int argc, char** argv) {
         const auto finalStates = exportOnce(deck, dir / "final.orv", gifMs, false, false);
         test::printTimedExport("every slide in its final state:", finalStates, seconds);
         std::printf("drawn %.1fx real time against cut %.1fx: the drawing costs %.2f s; the steps cost %.2f s\n",
-                    seconds / drawn.total, seconds / cut.total, drawn.total - cut.total,
-                    cut.total - finalStates.total);
+                    seconds / drawn.total, seconds / cut.total, drawn.total - cut.total, cut.total - finalStates.total);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "export_bench: %s\n", e.what());
         status = 1;

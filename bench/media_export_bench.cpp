@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "BenchDecks.hpp"
-#include "TimedExport.hpp"
 #include "DeckBuilder.hpp"
 #include "HeadlessRenderer.hpp"
+#include "TimedExport.hpp"
 #include "TimingFixtures.hpp"
 #include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
@@ -32,7 +32,8 @@ constexpr int kSlides = 20, kEvery = 4, kVideoMs = 30000;
 // Shape 3 of the slide, a video in the right half under the title.
 std::string videoSlide(int n) {
     const std::string pic =
-        "<p:pic><p:nvPicPr><p:cNvPr id=\"3\" name=\"Video " + std::to_string(n) + "\"/><p:cNvPicPr/><p:nvPr>"
+        "<p:pic><p:nvPicPr><p:cNvPr id=\"3\" name=\"Video " + std::to_string(n) +
+        "\"/><p:cNvPicPr/><p:nvPr>"
         "<a:videoFile r:link=\"rId2\"/></p:nvPr></p:nvPicPr><p:blipFill><a:blip r:embed=\"rId9\"/></p:blipFill>"
         "<p:spPr><a:xfrm><a:off x=\"3048000\" y=\"1600200\"/><a:ext cx=\"6096000\" cy=\"3429000\"/></a:xfrm>"
         "</p:spPr></p:pic>";
@@ -54,9 +55,12 @@ int main() {
     try {
         const auto clip = dir / "clip.mp4", poster = dir / "poster.png";
         const auto made = Subprocess::run(
-            {"ffmpeg", "-v", "error", "-y", "-f", "lavfi", "-i", "testsrc2=size=1280x720:rate=30:duration=30", "-f",
-             "lavfi", "-i", "sine=frequency=440:duration=30", "-c:v", "libx264", "-preset", "veryfast", "-pix_fmt",
-             "yuv420p", "-c:a", "aac", "-shortest", clip.string()});
+            {"ffmpeg",    "-v",         "error",   "-y",
+             "-f",        "lavfi",      "-i",      "testsrc2=size=1280x720:rate=30:duration=30",
+             "-f",        "lavfi",      "-i",      "sine=frequency=440:duration=30",
+             "-c:v",      "libx264",    "-preset", "veryfast",
+             "-pix_fmt",  "yuv420p",    "-c:a",    "aac",
+             "-shortest", clip.string()});
         const auto still = Subprocess::run(
             {"ffmpeg", "-v", "error", "-y", "-i", clip.string(), "-frames:v", "1", poster.string()});
         if (!made.succeeded() || !still.succeeded()) throw std::runtime_error("ffmpeg could not make the clip");

@@ -68,7 +68,8 @@ int main(int argc, char** argv) {
     std::filesystem::create_directories(dir);
 
     std::vector<std::pair<std::string, std::filesystem::path>> decks;
-    if (const auto corpus = test::largestCorpusDeck(); !corpus.empty()) decks.emplace_back("largest corpus deck", corpus);
+    if (const auto corpus = test::largestCorpusDeck(); !corpus.empty())
+        decks.emplace_back("largest corpus deck", corpus);
     std::cerr << "writing the decks with huge slides...\n";
     test::writeHugeSlideDeck(dir / "slide-200MB.pptx", 200'000'000);
     decks.emplace_back("200 MB slide", dir / "slide-200MB.pptx");
@@ -79,8 +80,8 @@ int main(int argc, char** argv) {
     const std::string lesson = R"({"sourceFileName": "a.pptx", "masterVideoDuration": 1, "notesBySlide": {}, "cues": )";
     std::string objects = lesson + "[{}";
     while (objects.size() < (std::size_t{32} << 20) - 8) objects += ",{}";
-    for (const auto& [label, manifest] : {std::pair{"5 MB of [", std::string(5 << 20, '[')},
-                                          std::pair{"32 MiB of {},", objects + "]}"}}) {
+    for (const auto& [label, manifest] :
+         {std::pair{"5 MB of [", std::string(5 << 20, '[')}, std::pair{"32 MiB of {},", objects + "]}"}}) {
         const auto orv = dir / (std::to_string(packages.size()) + ".orv");
         ZipArchive::create({{"manifest.json", toBytes(manifest)}, {"assets/master.mp4", {}}}, orv);
         packages.emplace_back(label, orv);
@@ -92,8 +93,8 @@ int main(int argc, char** argv) {
     const auto report = [&](const std::string& label, const std::vector<std::string>& args) {
         for (const auto& [name, binary] : builds) {
             const Run run = measure(binary, args);
-            const std::string outcome =
-                run.status == 0 ? "ok" : "exit " + std::to_string(run.status) + ": " + run.firstError;
+            const std::string outcome = run.status == 0 ? "ok"
+                                                        : "exit " + std::to_string(run.status) + ": " + run.firstError;
             std::printf("%-20s %-8s %-10s %12s %10s  %s\n", label.c_str(), args.front().c_str(), name.c_str(),
                         run.peak.c_str(), run.wall.c_str(), outcome.c_str());
         }

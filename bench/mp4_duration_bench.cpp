@@ -20,7 +20,9 @@ void putBe(std::string& b, std::uint64_t v, int bytes) {
 
 // ftyp, an mdat of `media` bytes left as a hole, then moov with a version-1 mvhd.
 std::filesystem::path sparseMovie(const std::filesystem::path& dir, std::int64_t media) {
-    std::string head("\0\0\0\x10" "ftypisom\0\0\0\0", 16);
+    std::string head("\0\0\0\x10"
+                     "ftypisom\0\0\0\0",
+                     16);
     putBe(head, 1, 4);
     head += "mdat";
     putBe(head, std::uint64_t(media) + 16, 8);
@@ -30,7 +32,7 @@ std::filesystem::path sparseMovie(const std::filesystem::path& dir, std::int64_t
     putBe(moov, 8 + 112, 4);
     moov += "mvhd";
     putBe(moov, 0x01000000, 4);  // version 1, no flags
-    moov.append(16, '\0');     // creation, modification
+    moov.append(16, '\0');       // creation, modification
     putBe(moov, 600, 4);         // timescale
     putBe(moov, 1800000, 8);     // duration: 50 minutes
     moov.resize(moov.size() + 80, '\0');

@@ -39,9 +39,8 @@ void measure(const std::string& label, const fs::path& deck, const fs::path& out
             });
             rusage usage{};
             getrusage(RUSAGE_SELF, &usage);
-            std::printf("%-28s %4zu slides (%4td timed)  %8.2f ms  %6.3f ms/slide  peak RSS %5.1f MB\n",
-                        label.c_str(), reports.size(), timed, ms,
-                        reports.empty() ? 0.0 : ms / static_cast<double>(reports.size()),
+            std::printf("%-28s %4zu slides (%4td timed)  %8.2f ms  %6.3f ms/slide  peak RSS %5.1f MB\n", label.c_str(),
+                        reports.size(), timed, ms, reports.empty() ? 0.0 : ms / static_cast<double>(reports.size()),
                         static_cast<double>(usage.ru_maxrss) / 1024.0);
             return;
         } catch (const DeckError& e) {

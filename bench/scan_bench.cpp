@@ -24,8 +24,8 @@ struct GeneratedDeck {
     GeneratedDeck() {
         test::DeckBuilder deck;
         for (int n = 1; n <= 500; ++n) {
-            deck.addSlide(test::bulletSlideXml(n, 3)).addNotes(n, test::notesSlideXml({"Fala do slide " + std::to_string(n),
-                                                                           "Água & luz: fotossíntese."}));
+            deck.addSlide(test::bulletSlideXml(n, 3))
+                .addNotes(n, test::notesSlideXml({"Fala do slide " + std::to_string(n), "Água & luz: fotossíntese."}));
         }
         deck.write(path);
     }
@@ -50,8 +50,8 @@ void measure(benchmark::State& state, const fs::path& deck, Scan scan) {
     for (auto _ : state) benchmark::DoNotOptimize(scan(deck));
     state.SetLabel(deck.filename().string());
     state.counters["slides"] = slides;
-    state.counters["time_per_slide"] =
-        benchmark::Counter(slides, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["time_per_slide"] = benchmark::Counter(slides, benchmark::Counter::kIsIterationInvariantRate |
+                                                                      benchmark::Counter::kInvert);
 }
 
 const auto report = [](const fs::path& deck) { return DeckScanner::report(deck, {}, {}); };

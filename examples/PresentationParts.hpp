@@ -17,7 +17,6 @@ inline constexpr const char* kXmlDecl = "<?xml version=\"1.0\" encoding=\"UTF-8\
 // xmlns:a, xmlns:r and xmlns:p, for the root elements of PresentationML parts.
 extern const char* const kPmlNamespaces;
 
-
 // A theme named `name` with a green colour scheme and the Calibri fonts.
 std::string theme(std::string_view name);
 std::string slideMaster();

@@ -104,8 +104,8 @@ std::string textBox(int id, const std::string& name, long x, long y, long cx, lo
            paragraphs(lines, "<a:pPr algn=\"ctr\"/>", size) + "</p:txBody></p:sp>";
 }
 
-std::string picture(int id, const std::string& name, const std::string& nvPr, const std::string& blipId, long x,
-                    long y, long cx, long cy) {
+std::string picture(int id, const std::string& name, const std::string& nvPr, const std::string& blipId, long x, long y,
+                    long cx, long cy) {
     return "<p:pic><p:nvPicPr><p:cNvPr id=\"" + std::to_string(id) + "\" name=\"" + name +
            "\"/><p:cNvPicPr><a:picLocks noChangeAspect=\"1\"/></p:cNvPicPr><p:nvPr>" + nvPr +
            "</p:nvPr></p:nvPicPr><p:blipFill><a:blip r:embed=\"" + blipId +
@@ -129,7 +129,8 @@ public:
                       "\" dur=\"1\" fill=\"hold\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst></p:cTn>" + target +
                       "<p:attrNameLst><p:attrName>style.visibility</p:attrName></p:attrNameLst></p:cBhvr><p:to>"
                       "<p:strVal val=\"visible\"/></p:to></p:set><p:animEffect transition=\"in\" filter=\"fade\">"
-                      "<p:cBhvr><p:cTn id=\"" + id() + "\" dur=\"500\"/>" + target + "</p:cBhvr></p:animEffect>");
+                      "<p:cBhvr><p:cTn id=\"" +
+                      id() + "\" dur=\"500\"/>" + target + "</p:cBhvr></p:animEffect>");
         builds_ += "<p:bldP spid=\"" + std::to_string(spid) + "\" grpId=\"0\" build=\"p\"/>";
     }
 
@@ -137,10 +138,9 @@ public:
     void fadeOutShape(int spid) {
         const std::string target = "<p:tgtEl><p:spTgt spid=\"" + std::to_string(spid) + "\"/></p:tgtEl>";
         clickStep("presetID=\"10\" presetClass=\"exit\" presetSubtype=\"0\" fill=\"hold\" grpId=\"0\"",
-                  "<p:animEffect transition=\"out\" filter=\"fade\"><p:cBhvr><p:cTn id=\"" + id() +
-                      "\" dur=\"500\"/>" + target + "</p:cBhvr></p:animEffect><p:set><p:cBhvr><p:cTn id=\"" + id() +
-                      "\" dur=\"1\" fill=\"hold\"><p:stCondLst><p:cond delay=\"499\"/></p:stCondLst></p:cTn>" +
-                      target +
+                  "<p:animEffect transition=\"out\" filter=\"fade\"><p:cBhvr><p:cTn id=\"" + id() + "\" dur=\"500\"/>" +
+                      target + "</p:cBhvr></p:animEffect><p:set><p:cBhvr><p:cTn id=\"" + id() +
+                      "\" dur=\"1\" fill=\"hold\"><p:stCondLst><p:cond delay=\"499\"/></p:stCondLst></p:cTn>" + target +
                       "<p:attrNameLst><p:attrName>style.visibility</p:attrName></p:attrNameLst></p:cBhvr><p:to>"
                       "<p:strVal val=\"hidden\"/></p:to></p:set>");
         builds_ += "<p:bldP spid=\"" + std::to_string(spid) + "\" grpId=\"0\" animBg=\"1\"/>";
@@ -155,7 +155,8 @@ public:
         media_ += "<p:video><p:cMediaNode vol=\"80000\"><p:cTn id=\"" + id() +
                   "\" fill=\"hold\" display=\"0\"><p:stCondLst><p:cond delay=\"indefinite\"/></p:stCondLst>"
                   "<p:endCondLst><p:cond evt=\"onStopAudio\" delay=\"0\"><p:tgtEl><p:sldTgt/></p:tgtEl></p:cond>"
-                  "</p:endCondLst></p:cTn>" + target + "</p:cMediaNode></p:video>";
+                  "</p:endCondLst></p:cTn>" +
+                  target + "</p:cMediaNode></p:video>";
     }
 
     std::string xml() const {
@@ -163,8 +164,8 @@ public:
         const std::string slideTarget = "<p:tgtEl><p:sldTgt/></p:tgtEl>";
         return "<p:timing><p:tnLst><p:par><p:cTn id=\"1\" dur=\"indefinite\" restart=\"never\" nodeType=\"tmRoot\">"
                "<p:childTnLst><p:seq concurrent=\"1\" nextAc=\"seek\"><p:cTn id=\"2\" dur=\"indefinite\" "
-               "nodeType=\"mainSeq\"><p:childTnLst>" + steps_ +
-               "</p:childTnLst></p:cTn><p:prevCondLst><p:cond evt=\"onPrev\" delay=\"0\">" + slideTarget +
+               "nodeType=\"mainSeq\"><p:childTnLst>" +
+               steps_ + "</p:childTnLst></p:cTn><p:prevCondLst><p:cond evt=\"onPrev\" delay=\"0\">" + slideTarget +
                "</p:cond></p:prevCondLst><p:nextCondLst><p:cond evt=\"onNext\" delay=\"0\">" + slideTarget +
                "</p:cond></p:nextCondLst></p:seq>" + media_ + "</p:childTnLst></p:cTn></p:par></p:tnLst>" +
                (builds_.empty() ? "" : "<p:bldLst>" + builds_ + "</p:bldLst>") + "</p:timing>";
@@ -175,11 +176,15 @@ private:
 
     void clickStep(const std::string& effectAttrs, const std::string& behaviours) {
         const std::string step = id(), group = id(), effect = id();
-        steps_ += "<p:par><p:cTn id=\"" + step + "\" fill=\"hold\"><p:stCondLst><p:cond delay=\"indefinite\"/>"
-                  "</p:stCondLst><p:childTnLst><p:par><p:cTn id=\"" + group +
+        steps_ += "<p:par><p:cTn id=\"" + step +
+                  "\" fill=\"hold\"><p:stCondLst><p:cond delay=\"indefinite\"/>"
+                  "</p:stCondLst><p:childTnLst><p:par><p:cTn id=\"" +
+                  group +
                   "\" fill=\"hold\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:par><p:cTn id=\"" +
-                  effect + "\" " + effectAttrs + " nodeType=\"clickEffect\"><p:stCondLst><p:cond delay=\"0\"/>"
-                  "</p:stCondLst><p:childTnLst>" + behaviours +
+                  effect + "\" " + effectAttrs +
+                  " nodeType=\"clickEffect\"><p:stCondLst><p:cond delay=\"0\"/>"
+                  "</p:stCondLst><p:childTnLst>" +
+                  behaviours +
                   "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>";
     }
 
@@ -198,10 +203,10 @@ struct Relationship {
 struct Slide {
     bool titleLayout = false;
     bool hidden = false;
-    std::string shapes;                 // inside p:spTree, after the group properties
-    std::string timing;                 // a whole p:timing, or ""
-    std::vector<Relationship> media;    // besides the layout and the notes
-    std::vector<std::string> notes;     // paragraphs; none: no notes slide
+    std::string shapes;               // inside p:spTree, after the group properties
+    std::string timing;               // a whole p:timing, or ""
+    std::vector<Relationship> media;  // besides the layout and the notes
+    std::vector<std::string> notes;   // paragraphs; none: no notes slide
 };
 
 std::string relationships(const std::vector<Relationship>& rels) {
@@ -231,7 +236,8 @@ std::string notesXml(const std::vector<std::string>& lines) {
            "<a:spLocks noGrp=\"1\" noRot=\"1\" noChangeAspect=\"1\"/></p:cNvSpPr><p:nvPr><p:ph type=\"sldImg\"/>"
            "</p:nvPr></p:nvSpPr><p:spPr/></p:sp><p:sp><p:nvSpPr><p:cNvPr id=\"3\" name=\"Espaço Reservado para "
            "Anotações 2\"/><p:cNvSpPr><a:spLocks noGrp=\"1\"/></p:cNvSpPr><p:nvPr><p:ph type=\"body\" idx=\"1\"/>"
-           "</p:nvPr></p:nvSpPr><p:spPr/><p:txBody><a:bodyPr/><a:lstStyle/>" + paragraphs(lines) +
+           "</p:nvPr></p:nvSpPr><p:spPr/><p:txBody><a:bodyPr/><a:lstStyle/>" +
+           paragraphs(lines) +
            "</p:txBody></p:sp></p:spTree></p:cSld><p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr></p:notes>";
 }
 
@@ -302,8 +308,8 @@ void runFfmpeg(const std::vector<std::string>& arguments) {
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     const auto result = Subprocess::run(argv, {.timeout = std::chrono::minutes(2)});
     if (!result.succeeded()) {
-        throw std::runtime_error("ffmpeg failed (status " + std::to_string(result.exitStatus) + "): " +
-                                 result.standardError);
+        throw std::runtime_error("ffmpeg failed (status " + std::to_string(result.exitStatus) +
+                                 "): " + result.standardError);
     }
 }
 
@@ -312,11 +318,23 @@ void runFfmpeg(const std::vector<std::string>& arguments) {
 Video testVideo(const fs::path& workDir) {
     const fs::path movie = workDir / "video.mp4";
     const fs::path poster = workDir / "poster.png";
-    runFfmpeg({"-f", "lavfi", "-i", "testsrc=size=640x360:rate=25:duration=4", "-f", "lavfi", "-i",
-               "aevalsrc=0.3*sin(2*PI*(440+110*floor(t))*t):s=48000:d=4", "-c:v", "libx264", "-preset", "veryfast",
-               "-crf", "32", "-pix_fmt", "yuv420p", "-threads", "1", "-c:a", "aac", "-b:a", "64k", "-shortest",
-               "-movflags", "+faststart", "-map_metadata", "-1", "-fflags", "+bitexact", "-flags:v", "+bitexact",
-               "-flags:a", "+bitexact", movie.string()});
+    runFfmpeg({"-f",         "lavfi",
+               "-i",         "testsrc=size=640x360:rate=25:duration=4",
+               "-f",         "lavfi",
+               "-i",         "aevalsrc=0.3*sin(2*PI*(440+110*floor(t))*t):s=48000:d=4",
+               "-c:v",       "libx264",
+               "-preset",    "veryfast",
+               "-crf",       "32",
+               "-pix_fmt",   "yuv420p",
+               "-threads",   "1",
+               "-c:a",       "aac",
+               "-b:a",       "64k",
+               "-shortest",  "-movflags",
+               "+faststart", "-map_metadata",
+               "-1",         "-fflags",
+               "+bitexact",  "-flags:v",
+               "+bitexact",  "-flags:a",
+               "+bitexact",  movie.string()});
     runFfmpeg({"-ss", "1", "-i", movie.string(), "-frames:v", "1", "-fflags", "+bitexact", poster.string()});
     return {readFile(movie), readFile(poster), Mp4Duration::measureMs(movie)};
 }
@@ -328,19 +346,17 @@ std::vector<Slide> lesson(std::int64_t videoMs) {
 
     Slide opening;
     opening.titleLayout = true;
-    opening.shapes =
-        placeholderShape(2, "Título 1", "<p:ph type=\"ctrTitle\"/>", paragraphs({"Fotossíntese"})) +
-        placeholderShape(3, "Subtítulo 2", "<p:ph type=\"subTitle\" idx=\"1\"/>",
-                         paragraphs({"Como as plantas transformam luz em alimento", "Ciências · 7º ano"}));
+    opening.shapes = placeholderShape(2, "Título 1", "<p:ph type=\"ctrTitle\"/>", paragraphs({"Fotossíntese"})) +
+                     placeholderShape(3, "Subtítulo 2", "<p:ph type=\"subTitle\" idx=\"1\"/>",
+                                      paragraphs({"Como as plantas transformam luz em alimento", "Ciências · 7º ano"}));
     opening.notes = {"Boas-vindas! Hoje vamos entender de onde vem a energia que sustenta quase toda a vida na Terra.",
                      "Pergunte à turma: o que uma planta \"come\"?"};
     slides.push_back(opening);
 
     Slide what;
-    what.shapes = title("O que é a fotossíntese?") +
-                  body(3, {"É o processo em que a planta produz o próprio alimento",
-                           "Acontece nas folhas, dentro dos cloroplastos",
-                           "A clorofila capta a energia da luz do Sol"});
+    what.shapes = title("O que é a fotossíntese?") + body(3, {"É o processo em que a planta produz o próprio alimento",
+                                                              "Acontece nas folhas, dentro dos cloroplastos",
+                                                              "A clorofila capta a energia da luz do Sol"});
     Timing whatTiming;
     for (int p = 0; p < 3; ++p) whatTiming.fadeInParagraph(3, p);
     what.timing = whatTiming.xml();
@@ -360,7 +376,8 @@ std::vector<Slide> lesson(std::int64_t videoMs) {
     slides.push_back(ingredients);
 
     Slide gif;
-    gif.shapes = title("A folha em ação") + picture(3, "Bolhas de oxigênio", "", "rId3", 3657600, 1600200, 4876800, 3657600) +
+    gif.shapes = title("A folha em ação") +
+                 picture(3, "Bolhas de oxigênio", "", "rId3", 3657600, 1600200, 4876800, 3657600) +
                  textBox(4, "Legenda", 3657600, 5349240, 4876800, 548640, "EEF6EA",
                          {"As bolhas são o oxigênio (O_2) liberado pela folha"}, 1800);
     gif.media = {{"rId3", "image", "../media/image1.gif"}};
@@ -401,7 +418,8 @@ std::vector<Slide> lesson(std::int64_t videoMs) {
     Slide answers;
     answers.hidden = true;
     answers.shapes = title("Para o professor") +
-                     body(3, {"Tempo sugerido: 15 minutos", "Experimento: elódea em água com bicarbonato, sob luz forte"});
+                     body(3,
+                          {"Tempo sugerido: 15 minutos", "Experimento: elódea em água com bicarbonato, sob luz forte"});
     answers.notes = {"Slide oculto: não aparece na apresentação.", "Use-o para preparar a aula."};
     slides.push_back(answers);
 
@@ -443,7 +461,8 @@ std::string appXml(std::size_t slides, std::size_t notes, std::size_t hidden) {
            "<Properties xmlns=\"http://schemas.openxmlformats.org/officeDocument/2006/extended-properties\" "
            "xmlns:vt=\"http://schemas.openxmlformats.org/officeDocument/2006/docPropsVTypes\"><TotalTime>0</TotalTime>"
            "<Application>orvandel-example-deck</Application><PresentationFormat>Widescreen</PresentationFormat>"
-           "<Slides>" + std::to_string(slides) + "</Slides><Notes>" + std::to_string(notes) + "</Notes><HiddenSlides>" +
+           "<Slides>" +
+           std::to_string(slides) + "</Slides><Notes>" + std::to_string(notes) + "</Notes><HiddenSlides>" +
            std::to_string(hidden) + "</HiddenSlides><MMClips>1</MMClips></Properties>";
 }
 
@@ -478,7 +497,8 @@ std::vector<std::pair<std::string, Bytes>> deckEntries(const std::vector<Slide>&
         const std::string n = std::to_string(i + 1);
         presentationRels.push_back({"rId" + std::to_string(3 + i), "slide", "slides/slide" + n + ".xml"});
         std::vector<Relationship> rels = {
-            {"rId1", "slideLayout", s.titleLayout ? "../slideLayouts/slideLayout1.xml" : "../slideLayouts/slideLayout2.xml"}};
+            {"rId1", "slideLayout",
+             s.titleLayout ? "../slideLayouts/slideLayout1.xml" : "../slideLayouts/slideLayout2.xml"}};
         if (!s.notes.empty()) {
             rels.push_back({"rId2", "notesSlide", "../notesSlides/notesSlide" + n + ".xml"});
             ++notesCount;
@@ -531,11 +551,13 @@ std::vector<std::pair<std::string, Bytes>> deckEntries(const std::vector<Slide>&
     parts.emplace_back("ppt/media/image2.png", video.poster);
 
     const std::string contentTypes =
-        std::string(kXmlDecl) + "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
+        std::string(kXmlDecl) +
+        "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
         "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
         "<Default Extension=\"xml\" ContentType=\"application/xml\"/>"
         "<Default Extension=\"gif\" ContentType=\"image/gif\"/><Default Extension=\"png\" ContentType=\"image/png\"/>"
-        "<Default Extension=\"mp4\" ContentType=\"video/mp4\"/>" + overrides + "</Types>";
+        "<Default Extension=\"mp4\" ContentType=\"video/mp4\"/>" +
+        overrides + "</Types>";
     const std::string packageRels = relationships(
         {{"rId1", "officeDocument", "ppt/presentation.xml"},
          {"rId2", "http://schemas.openxmlformats.org/package/2006/relationships/metadata/core-properties",

@@ -119,8 +119,8 @@ int main(int argc, char** argv) {
     shoot(*view, "done");
 
     auto failing = std::make_shared<FakeExporter>();
-    failing->failure = std::make_exception_ptr(RenderError(RenderError::Case::missingTool,
-                                                           ExportStage::pdf, "missing soffice"));
+    failing->failure = std::make_exception_ptr(
+        RenderError(RenderError::Case::missingTool, ExportStage::pdf, "missing soffice"));
     shell = window(failing);
     view = shell.window.get();
     open(*view, deck);

@@ -11,7 +11,8 @@ namespace orvandel {
 void DefaultMp4Exporter::export_(const RenderRequest& request, const std::filesystem::path& to,
                                  const std::function<bool()>& isRenderAlive, const RenderHooks& hooks) const {
     const std::function<bool()> alive = isRenderAlive ? isRenderAlive : Mp4Exporter::powerPointLivenessProbe;
-    Mp4Exporter::export_(request.preparedDeck, to, Mp4Exporter::Parameters{}, alive, OsascriptRunner(hooks.cancel), hooks);
+    Mp4Exporter::export_(request.preparedDeck, to, Mp4Exporter::Parameters{}, alive, OsascriptRunner(hooks.cancel),
+                         hooks);
 }
 
 std::filesystem::path DefaultMp4Exporter::workDirectoryBase() const {

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <system_error>
 #include <string_view>
+#include <system_error>
 #include <thread>
-#include <vector>
 #include <unistd.h>
+#include <vector>
 
 #include "OsascriptRunner.hpp"
 #include "base/Bytes.hpp"
@@ -26,9 +26,7 @@ using Clock = std::chrono::steady_clock;
 // Waits are cut into slices this long so that a cancellation is seen promptly.
 constexpr auto kSleepSlice = std::chrono::milliseconds(50);
 
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
+double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
 // A parameter as the whole seconds the failure texts show (900.0 -> "900").
 std::string wholeSeconds(double seconds) {
@@ -105,8 +103,7 @@ std::int64_t fileSize(const std::filesystem::path& path) {
 }
 
 std::optional<ExportError> pollUntilStable(const std::filesystem::path& output, const Parameters& params,
-                                           const std::function<bool()>& isRenderAlive,
-                                           const RenderHooks& hooks) {
+                                           const std::function<bool()>& isRenderAlive, const RenderHooks& hooks) {
     const auto start = Clock::now();
     bool idle = false;  // the idle mark is set
     Clock::time_point idleMark = start;
@@ -162,8 +159,7 @@ std::optional<ExportError> pollUntilStable(const std::filesystem::path& output, 
 }
 
 void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to, const Parameters& params,
-             const std::function<bool()>& isRenderAlive, const AppleScriptRunning& runner,
-             const RenderHooks& hooks) {
+             const std::function<bool()>& isRenderAlive, const AppleScriptRunning& runner, const RenderHooks& hooks) {
     hooks.throwIfCancelled();
     std::error_code ignored;
     std::filesystem::remove(to, ignored);
@@ -185,8 +181,8 @@ void export_(const std::filesystem::path& preparedDeck, const std::filesystem::p
     try {
         durationMs = Mp4Duration::measureMs(to);
     } catch (const Mp4Duration::Mp4Error& e) {
-        throw ExportError::unmeasurableOutput("rendered file at " + to.string() + " could not be measured: " +
-                                              e.what());
+        throw ExportError::unmeasurableOutput("rendered file at " + to.string() +
+                                              " could not be measured: " + e.what());
     }
     if (durationMs < params.minPlausibleMs) {
         throw ExportError::unmeasurableOutput("rendered movie is implausibly short (" + formatInt(durationMs) +
@@ -203,8 +199,8 @@ ExportError classify(const std::string& failureText) {
     // is a permission problem.
     static const Group groups[] = {
         {{"-1743", "not authori", "not allowed to send"}, &ExportError::automationDenied},
-        {{"-600", "-10810", "-10814", "-1728", "isn't running", "can\u2019t get application",
-          "can't get application", "application isn't running"},
+        {{"-600", "-10810", "-10814", "-1728", "isn't running", "can\u2019t get application", "can't get application",
+          "application isn't running"},
          &ExportError::powerPointUnavailable},
         {{"-1712", "timed out", "apple event timed out"}, &ExportError::timedOut},
     };
@@ -257,6 +253,5 @@ bool isPowerPointAvailable() {
 }
 
 }  // namespace Mp4Exporter
-
 
 }  // namespace orvandel

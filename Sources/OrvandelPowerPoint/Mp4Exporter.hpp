@@ -27,19 +27,19 @@ namespace Mp4Exporter {
 
 // Timing of one export; seconds unless marked.
 struct Parameters {
-    double pollInterval = 3.0;         // pause before each look at the output
-    double startupTimeout = 60.0;      // longest wait for a first byte, without a liveness test
-    double maxWait = 900.0;            // longest total wait
+    double pollInterval = 3.0;           // pause before each look at the output
+    double startupTimeout = 60.0;        // longest wait for a first byte, without a liveness test
+    double maxWait = 900.0;              // longest total wait
     std::int64_t minPlausibleMs = 1000;  // shortest acceptable movie, milliseconds
-    double livenessGrace = 15.0;       // after the start, an empty output is not judged
-    double deadWindow = 12.0;          // idle with empty output this long: the render is dead
+    double livenessGrace = 15.0;         // after the start, an empty output is not judged
+    double deadWindow = 12.0;            // idle with empty output this long: the render is dead
     bool operator==(const Parameters&) const = default;
 };
 
 // The general form. isRenderAlive may be empty: then the start-up timeout applies.
-void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to,
-             const Parameters& params, const std::function<bool()>& isRenderAlive,
-             const AppleScriptRunning& runner, const RenderHooks& hooks = {});
+void export_(const std::filesystem::path& preparedDeck, const std::filesystem::path& to, const Parameters& params,
+             const std::function<bool()>& isRenderAlive, const AppleScriptRunning& runner,
+             const RenderHooks& hooks = {});
 
 // The script that opens the deck and saves it as a movie at outputMp4.
 std::string startScript(const std::filesystem::path& preparedDeck, const std::filesystem::path& outputMp4);
@@ -51,8 +51,7 @@ void closeDeck(const std::string& fileName, const AppleScriptRunning& runner);
 // Watches `output` until three looks in a row see the same size. Returns the
 // failure instead of throwing it; throws only CancelledError.
 std::optional<ExportError> pollUntilStable(const std::filesystem::path& output, const Parameters& params,
-                                           const std::function<bool()>& isRenderAlive,
-                                           const RenderHooks& hooks = {});
+                                           const std::function<bool()>& isRenderAlive, const RenderHooks& hooks = {});
 
 // The file's size; 0 when it is missing or its size cannot be read.
 std::int64_t fileSize(const std::filesystem::path& path);

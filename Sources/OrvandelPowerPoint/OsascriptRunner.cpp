@@ -35,8 +35,8 @@ void OsascriptRunner::run(const std::string& script) const {
     }
     if (result.cancelled) throw CancelledError();
     if (result.succeeded()) return;
-    const std::string text =
-        isValidUtf8(result.standardError) ? trimmed(result.standardError) : "unknown osascript error";
+    const std::string text = isValidUtf8(result.standardError) ? trimmed(result.standardError)
+                                                               : "unknown osascript error";
     throw Mp4Exporter::classify(text);
 }
 

@@ -4,6 +4,8 @@
 #include <exception>
 #include <thread>
 
+#include "base/TemporaryDirectory.hpp"
+#include "deck/DeckModel.hpp"
 #include "encode/MasterMovie.hpp"
 #include "media/MediaLayers.hpp"
 #include "pixels/DrawnChanges.hpp"
@@ -15,8 +17,6 @@
 #include "storyboard/Storyboard.hpp"
 #include "storyboard/StoryboardPdf.hpp"
 #include "tools/RenderError.hpp"
-#include "base/TemporaryDirectory.hpp"
-#include "deck/DeckModel.hpp"
 
 namespace orvandel {
 
@@ -43,15 +43,16 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     const DeckLinks::Rule links{std::filesystem::absolute(options_.deckFolder.value_or(preparedDeck.parent_path())),
                                 options_.allowLinksOutside};
 
-    const MediaLayers::Gathered media =
-        options_.playMedia ? MediaLayers::gatherPostponingProbe(deck, plan, frame, scratch.path() / "media",
-                                                                links, hooks.warn, hooks.cancel)
-                           : MediaLayers::Gathered{};
-    const Storyboard::Layout storyboard =
-        Storyboard::layout(plan, options_.showSteps,
-                           options_.drawEffects ? SlideTransitions::ofMarkup(request.sourceTransitions)
-                                                : std::map<std::string, DrawnEffect>{},
-                           media.drawnGifs);
+    const MediaLayers::Gathered media = options_.playMedia
+                                            ? MediaLayers::gatherPostponingProbe(deck, plan, frame,
+                                                                                 scratch.path() / "media", links,
+                                                                                 hooks.warn, hooks.cancel)
+                                            : MediaLayers::Gathered{};
+    const Storyboard::Layout storyboard = Storyboard::layout(plan, options_.showSteps,
+                                                             options_.drawEffects
+                                                                 ? SlideTransitions::ofMarkup(request.sourceTransitions)
+                                                                 : std::map<std::string, DrawnEffect>{},
+                                                             media.drawnGifs);
     hooks.throwIfCancelled();
 
     // LibreOffice is given a deck that reaches nothing outside itself.
@@ -64,24 +65,24 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     hooks.report(ExportStage::pdf, 0);
     const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
     const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;
-    const auto pdf = StoryboardPdf::draw(
-        deck, plan, storyboard, sweep, scratch.path(),
-        {.workDir = scratch.path() / "lo",
-         .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
-         .cancel = hooks.cancel,
-         .memoryLimit = options_.libreOfficeMemoryLimit,
-         .deckName = deckName});
+    const auto pdf =
+        StoryboardPdf::draw(deck, plan, storyboard, sweep, scratch.path(),
+                            {.workDir = scratch.path() / "lo",
+                             .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
+                             .cancel = hooks.cancel,
+                             .memoryLimit = options_.libreOfficeMemoryLimit,
+                             .deckName = deckName});
     hooks.report(ExportStage::pdf, 1);
     PageRasterizer::requirePages(pdf, pageTotal, deckName, hooks.cancel);
 
     const int workers = options_.workers > 0 ? options_.workers
                                              : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     hooks.report(ExportStage::draw, 0);
-    const auto stills = PageRasterizer::drawShots(
-        pdf, storyboard.shots, frame, scratch.path() / "pages",
-        {.workers = workers,
-         .cancel = hooks.cancel,
-         .onProgress = [&](int done, int total) { hooks.report(ExportStage::draw, double(done) / double(total)); }});
+    const auto stills =
+        PageRasterizer::drawShots(pdf, storyboard.shots, frame, scratch.path() / "pages",
+                                  {.workers = workers, .cancel = hooks.cancel, .onProgress = [&](int done, int total) {
+                                       hooks.report(ExportStage::draw, double(done) / double(total));
+                                   }});
     if (options_.keepStillsIn) PageRasterizer::keepCopies(stills, *options_.keepStillsIn);
     const auto frames = FrameConverter::convert(stills, frame, scratch.path() / "frames", workers, hooks.cancel);
     const auto changes = options_.drawEffects ? DrawnChanges::plan(storyboard.shots) : std::vector<DrawnChange>{};

@@ -29,8 +29,9 @@ public:
 
     void update(const std::string& deck, ExportStage stage, double fraction) {
         std::lock_guard lock(mutex_);
-        running_[deck] = stageName(stage) + (fraction >= 0 ? " " + std::to_string(static_cast<int>(fraction * 100 + 0.5)) + "%"
-                                                : std::string("..."));
+        running_[deck] = stageName(stage) + (fraction >= 0
+                                                 ? " " + std::to_string(static_cast<int>(fraction * 100 + 0.5)) + "%"
+                                                 : std::string("..."));
         redraw({});
     }
     void finished(const std::string& deck, const std::string& line) {
@@ -66,12 +67,13 @@ std::string seconds(std::int64_t ms) { return msAsDecimalSeconds(ms); }
 std::string summaryTable(const std::vector<BatchExport::Outcome>& outcomes) {
     std::ostringstream table;
     table << std::left << std::setw(32) << "deck" << std::setw(8) << "cues" << std::setw(12) << "movie (s)"
-          << std::setw(10) << "wall (s)" << "result\n";
+          << std::setw(10) << "wall (s)"
+          << "result\n";
     for (const auto& o : outcomes) {
         table << std::setw(32) << o.deck.filename().string() << std::setw(8) << (o.ok ? formatInt(o.cues) : "-")
               << std::setw(12) << (o.ok ? seconds(o.movieMs) : "-") << std::setw(10)
-              << seconds(static_cast<std::int64_t>(o.wall.count()))
-              << (o.ok ? "ok: " + o.package.string() : o.error) << "\n";
+              << seconds(static_cast<std::int64_t>(o.wall.count())) << (o.ok ? "ok: " + o.package.string() : o.error)
+              << "\n";
     }
     return table.str();
 }
@@ -103,7 +105,8 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
     std::optional<BatchExport::Shard> shard = BatchExport::Shard{};
     if (!options.shard.empty()) {
         shard = BatchExport::parseShard(options.shard);
-        if (!shard) throw CLI::ValidationError("--shard", "expected I/N with 0 <= I < N, got \"" + options.shard + "\"");
+        if (!shard)
+            throw CLI::ValidationError("--shard", "expected I/N with 0 <= I < N, got \"" + options.shard + "\"");
     }
     std::vector<std::filesystem::path> paths(options.decks.begin(), options.decks.end());
     const auto decks = BatchExport::collectDecks(paths);
@@ -119,10 +122,11 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
     run.source = "orvandel-cli";
     run.pluginVersion = std::string("orvandel-core/") + ORVANDEL_VERSION;
     const auto renderer = *RendererChoice::fromName(options.renderer);
-    const RendererChoice::Settings settings{
-        .drawEffects = options.effects == "draw",
-        .allowLinksOutside = options.allowLinksOutside,
-        .maxMemory = options.maxMemory ? options.maxMemory : RendererChoice::defaultMemoryLimit(run.jobs)};
+    const RendererChoice::Settings settings{.drawEffects = options.effects == "draw",
+                                            .allowLinksOutside = options.allowLinksOutside,
+                                            .maxMemory = options.maxMemory
+                                                             ? options.maxMemory
+                                                             : RendererChoice::defaultMemoryLimit(run.jobs)};
     run.makeRenderer = [renderer, settings](const std::filesystem::path& deck) {
         return RendererChoice::make(renderer, deck, settings);
     };
@@ -136,9 +140,8 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
         for (const auto& w : o.warnings) line += "\n        warning: " + w.text;
         progress.finished(items[i].deck.filename().string(), line);
     };
-    err << "exporting " << items.size() << " of " << decks.size() << " decks, " << std::min<std::size_t>(
-                                                                                         run.jobs, items.size())
-        << " at a time\n";
+    err << "exporting " << items.size() << " of " << decks.size() << " decks, "
+        << std::min<std::size_t>(run.jobs, items.size()) << " at a time\n";
     const auto outcomes = BatchExport::run(items, run);
 
     if (interrupt.signal()) {

@@ -2,8 +2,8 @@
 
 #include "Cli.hpp"
 #include "Commands.hpp"
-#include "encode/MovieChapters.hpp"
 #include "base/AtomicFile.hpp"
+#include "encode/MovieChapters.hpp"
 #include "package/ChapterVtt.hpp"
 
 namespace orvandel::cli {
@@ -50,8 +50,7 @@ void setupChaptersCommand(CLI::App& app, std::function<int()>& action, std::ostr
                                    "there by 'export --chapters'): their start and title, or a WebVTT file.");
     cmd->add_option("PACKAGE", options->package, "the .orv package")->required()->check(RegularFile);
     cmd->add_flag("--vtt", options->vtt, "print a WebVTT chapters file, as web players read them");
-    cmd->add_option("-o,--output", options->output, "write to this file instead of standard output")
-        ->type_name("FILE");
+    cmd->add_option("-o,--output", options->output, "write to this file instead of standard output")->type_name("FILE");
     cmd->footer("Example:\n  orvandel chapters aula.orv --vtt -o aula.vtt\n");
     cmd->callback([&action, &out, options] { action = [&out, options] { return runChapters(*options, out); }; });
 }

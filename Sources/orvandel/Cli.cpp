@@ -27,8 +27,8 @@ std::map<std::int64_t, std::int64_t> parseSlideDurations(const std::vector<std::
         const auto slide = colon == std::string::npos ? std::nullopt : parseInt64(pair.substr(0, colon));
         const auto ms = colon == std::string::npos ? std::nullopt : parseInt64(pair.substr(colon + 1));
         if (!slide || !ms || *slide < 1) {
-            throw CLI::ValidationError(optionName, "expected SLIDE:MILLISECONDS (for example 3:12000), got \"" +
-                                                       pair + "\"");
+            throw CLI::ValidationError(optionName,
+                                       "expected SLIDE:MILLISECONDS (for example 3:12000), got \"" + pair + "\"");
         }
         if (*ms < 1 || *ms > TimingPolicy::LONGEST_TIMING) {
             throw CLI::ValidationError(optionName, "the length in \"" + pair +

@@ -6,13 +6,13 @@
 #include <memory>
 #include <optional>
 
+#include "BatchExportCommand.hpp"
 #include "Cli.hpp"
 #include "Commands.hpp"
-#include "BatchExportCommand.hpp"
 #include "Interrupt.hpp"
-#include "encode/MovieChapters.hpp"
 #include "RendererChoice.hpp"
 #include "base/Numbers.hpp"
+#include "encode/MovieChapters.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
 #include "package/PreviewPage.hpp"
@@ -37,7 +37,7 @@ struct ExportOptions {
     bool chapters = false;
     bool preview = false;
     bool allowLinksOutside = false;
-    std::string maxMemory;                  // as given
+    std::string maxMemory;                       // as given
     std::optional<std::int64_t> maxMemoryBytes;  // as read, by dispatchExport
 };
 
@@ -59,7 +59,8 @@ public:
         if (stage == stage_ && percent == percent_) return;
         stage_ = stage;
         percent_ = percent;
-        std::string line = "  " + stageName(stage) + (percent >= 0 ? " " + std::to_string(percent) + "%" : std::string("..."));
+        std::string line = "  " + stageName(stage) +
+                           (percent >= 0 ? " " + std::to_string(percent) + "%" : std::string("..."));
         err_ << "\r" << line << std::string(width_ > line.size() ? width_ - line.size() : 0, ' ') << std::flush;
         width_ = line.size();
         shown_ = true;
@@ -90,11 +91,10 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");
     std::optional<std::filesystem::path> movie;
     if (!options.mp4.empty()) movie = options.mp4;
-    const auto renderer = RendererChoice::make(
-        *RendererChoice::fromName(options.renderer), deck,
-        {.drawEffects = options.effects == "draw",
-         .allowLinksOutside = options.allowLinksOutside,
-         .maxMemory = options.maxMemoryBytes});
+    const auto renderer = RendererChoice::make(*RendererChoice::fromName(options.renderer), deck,
+                                               {.drawEffects = options.effects == "draw",
+                                                .allowLinksOutside = options.allowLinksOutside,
+                                                .maxMemory = options.maxMemoryBytes});
 
     // The preview comes after minutes of rendering: its folder is checked first.
     if (options.preview) PreviewPage::checkFolder(PreviewPage::defaultFolder(destination));
@@ -109,9 +109,8 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     OrvExporter::Result result;
     try {
         result = OrvExporter::export_(deck, movie, destination, videoMs, gifMs, std::chrono::system_clock::now(),
-                                      "orvandel-cli", std::string("orvandel-core/") + ORVANDEL_VERSION, {},
-                                      *renderer, hooks,
-                                      options.chapters ? ChapterWriter(MovieChapters::embed) : ChapterWriter());
+                                      "orvandel-cli", std::string("orvandel-core/") + ORVANDEL_VERSION, {}, *renderer,
+                                      hooks, options.chapters ? ChapterWriter(MovieChapters::embed) : ChapterWriter());
     } catch (...) {
         line.finish();
         // Whatever the stage noticed first, an interrupt is reported as one.
@@ -150,8 +149,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     }
     out << "  most bullets on one slide: " << result.maxBulletsPerSlide << "\n";
     if (options.preview) {
-        out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string()
-            << "\n";
+        out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string() << "\n";
     }
     return kExitOk;
 }
@@ -176,9 +174,9 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
                                        "is for one deck at a time; a batch (several decks, a folder, --out-dir, -j, "
                                        "--shard, --json) does not take it");
         }
-        return runBatchExport({options.decks, options.outDir, options.jobs, options.shard, options.json,
-                               options.video, options.gif, options.renderer, options.effects,
-                               options.allowLinksOutside, options.maxMemoryBytes},
+        return runBatchExport({options.decks, options.outDir, options.jobs, options.shard, options.json, options.video,
+                               options.gif, options.renderer, options.effects, options.allowLinksOutside,
+                               options.maxMemoryBytes},
                               out, err);
     }
     if (const std::string problem = RegularFile(options.decks.front()); !problem.empty()) {

@@ -45,8 +45,7 @@ void setupNotesCommand(CLI::App& app, std::function<int()>& action, std::ostream
         "counted). Slides without notes are left out.");
     cmd->add_option("DECK", options->deck, "The deck to read (.pptx)")->required();
     addLargestPartOption(*cmd);
-    cmd->add_flag("--json", options->json,
-                  "Print a JSON object from slide number (as a string) to that slide's notes");
+    cmd->add_flag("--json", options->json, "Print a JSON object from slide number (as a string) to that slide's notes");
     cmd->footer("Example:\n  orvandel notes examples/aula-exemplo.pptx --json\n");
     cmd->callback([&action, &out, &err, options] {
         action = [&out, &err, options]() -> int { return runNotes(*options, out, err); };

@@ -46,8 +46,8 @@ int runPrepare(const PrepareOptions& options, std::ostream& out, std::ostream& e
     for (std::size_t i = 0; i < reports.size(); ++i) {
         const SlideReport& r = reports[i];
         const std::int64_t advTm = r.advTmMs.value_or(0);
-        out << std::setw(7) << r.displayIndex << std::setw(16) << DeckTransformer::toString(branches[i])
-            << std::setw(8) << (r.isHidden ? "yes" : "no") << msAsDecimalSeconds(advTm) << "\n";
+        out << std::setw(7) << r.displayIndex << std::setw(16) << DeckTransformer::toString(branches[i]) << std::setw(8)
+            << (r.isHidden ? "yes" : "no") << msAsDecimalSeconds(advTm) << "\n";
         if (!r.isHidden) {
             movieMs = checkedAdd(movieMs, advTm);
             ++visible;
@@ -70,8 +70,9 @@ void setupPrepareCommand(CLI::App& app, std::function<int()>& action, std::ostre
         "automatically after its planned time. Prints the branch and advance time of each slide and the "
         "expected length of the movie (the sum of the visible slides' advance times).");
     cmd->add_option("DECK", options->deck, "The deck to prepare (.pptx)")->required()->type_name("DECK");
-    cmd->add_option("-o,--output", options->output, "Where to write the prepared deck (.pptx); an existing file is "
-                                                    "replaced only when the whole deck was prepared")
+    cmd->add_option("-o,--output", options->output,
+                    "Where to write the prepared deck (.pptx); an existing file is "
+                    "replaced only when the whole deck was prepared")
         ->required()
         ->type_name("PREPARED.pptx");
     addSlideDurationOptions(*cmd, options->video, options->gif);

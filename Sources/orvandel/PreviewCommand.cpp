@@ -15,8 +15,8 @@ struct PreviewOptions {
 };
 
 int runPreview(const PreviewOptions& options, std::ostream& out, std::ostream& err) {
-    const std::filesystem::path folder =
-        options.folder.empty() ? PreviewPage::defaultFolder(options.package) : std::filesystem::path(options.folder);
+    const std::filesystem::path folder = options.folder.empty() ? PreviewPage::defaultFolder(options.package)
+                                                                : std::filesystem::path(options.folder);
     InterruptGuard interrupt;
     try {
         PreviewPage::write(options.package, folder, {.cancel = interrupt.token()});
@@ -45,9 +45,8 @@ void setupPreviewCommand(CLI::App& app, std::function<int()>& action, std::ostre
                     "aula-preview); an earlier preview there is replaced, any other folder is left alone")
         ->type_name("DIR");
     cmd->footer("Example:\n  orvandel preview aula.orv && xdg-open aula-preview/index.html\n");
-    cmd->callback([&action, &out, &err, options] {
-        action = [&out, &err, options] { return runPreview(*options, out, err); };
-    });
+    cmd->callback(
+        [&action, &out, &err, options] { action = [&out, &err, options] { return runPreview(*options, out, err); }; });
 }
 
 }  // namespace orvandel::cli

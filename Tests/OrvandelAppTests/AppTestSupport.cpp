@@ -9,9 +9,9 @@
 #include <thread>
 
 #include "DeckBuilder.hpp"
-#include "export/ExportSession.hpp"
 #include "HeadlessRenderer.hpp"
 #include "MovieFixtures.hpp"
+#include "export/ExportSession.hpp"
 #include "plan/RenderPlan.hpp"
 
 namespace orvandel::apptest {
@@ -31,8 +31,8 @@ bool scan(ExportSession& session, const std::filesystem::path& deck) {
     return waitUntil([&] { return !session.isScanning(); }, 10000);
 }
 
-void FakeExporter::export_(const RenderRequest& request, const std::filesystem::path& to,
-                           const std::function<bool()>&, const RenderHooks& hooks) const {
+void FakeExporter::export_(const RenderRequest& request, const std::filesystem::path& to, const std::function<bool()>&,
+                           const RenderHooks& hooks) const {
     hooks.report(ExportStage::draw, 0.5);
     while (hold->load()) {
         hooks.throwIfCancelled();
@@ -56,8 +56,8 @@ std::filesystem::path mediaDeck(const std::filesystem::path& path, bool twoVideo
         .addSlide(slideXml(picture("4", "rId5")), gif)
         .addSlide(slideXml(picture("4", "rId5"), "", "show=\"0\""), gif);
     if (twoVideos) {
-        deck.addSlide(slideXml(kTextBox + kVideo + kVideo), {{"rId2", "video", "../media/media1.mp4"},
-                                                              {"rId9", "image", "../media/poster.png"}});
+        deck.addSlide(slideXml(kTextBox + kVideo + kVideo),
+                      {{"rId2", "video", "../media/media1.mp4"}, {"rId9", "image", "../media/poster.png"}});
     }
     return deck.write(path);
 }

@@ -24,7 +24,9 @@ struct Window {
 
     Window() { view->show(); }
     template <class W>
-    W* find(const QString& name) const { return view->findChild<W*>(name); }
+    W* find(const QString& name) const {
+        return view->findChild<W*>(name);
+    }
     QPushButton* exportButton() const { return find<QPushButton>("exportButton"); }
     ExportSession& session() const { return view->session(); }
     void open(const std::filesystem::path& deck) { QVERIFY(scan(session(), deck)); }
@@ -43,7 +45,9 @@ struct Window {
         open(exampleCopy(dir.path()));
         type(4, "3");
     }
-    bool exportEnds() const { return waitUntil([&] { return !session().isExporting(); }, 20000); }
+    bool exportEnds() const {
+        return waitUntil([&] { return !session().isExporting(); }, 20000);
+    }
 };
 
 }  // namespace

@@ -9,13 +9,13 @@
 #include "ExportProgress.hpp"
 #include "HeadlessRenderer.hpp"
 #include "OrvandelAppApp.hpp"
-#include "tools/RenderError.hpp"
 #include "TestSupport.hpp"
 #include "base/AtomicFile.hpp"
 #include "container/PptxArchive.hpp"
 #include "deck/DeckError.hpp"
 #include "package/OrvExporter.hpp"
 #include "render/Mp4Duration.hpp"
+#include "tools/RenderError.hpp"
 
 using namespace orvandel;
 using Renderer = RendererChoice::Renderer;
@@ -99,8 +99,9 @@ private slots:
              "Não foi possível substituir o arquivo já existente no destino. Verifique se ele não está aberto em outro "
              "programa (ou protegido contra gravação) e exporte de novo."},
             // Any other error, or none, as headlessTextsSayWhatHappens also checks.
-            {nullptr, "Ocorreu um erro inesperado na exportação." + pp + " e tente de novo. Se continuar, fale com o "
-                      "suporte do Orvandel."},
+            {nullptr, "Ocorreu um erro inesperado na exportação." + pp +
+                          " e tente de novo. Se continuar, fale com o "
+                          "suporte do Orvandel."},
         };
         for (const auto& [error, expected] : cases) {
             QCOMPARE(ExportCopy::errorMessage(error, Renderer::powerPoint), expected);
@@ -119,25 +120,38 @@ private slots:
     // failure has its own advice, and the core's words never show.
     void headlessTextsSayWhatHappens() {
         const std::vector<std::exception_ptr> errors{
-            ptr(DeckError::missingVideoDuration(4)), ptr(DeckError::invalidOutput({{2, "a"}})),
-            ptr(DeckError::videoWithoutMediaCall(6)), ptr(DeckError::gifWithoutDuration({3})),
-            ptr(DeckError::multipleVideosOnSlide({1})), ptr(DeckError::masterDurationMismatch(10000, 2000)),
-            ptr(DeckError::orvWriteFailed("/a")), ptr(DeckError::noVisibleSlides()),
-            ptr(renderError(RenderError::Case::missingTool)), ptr(renderError(RenderError::Case::toolFailed)),
-            ptr(renderError(RenderError::Case::timedOut)), ptr(renderError(RenderError::Case::badOutput)),
-            ptr(renderError(RenderError::Case::badDeck)), ptr(renderError(RenderError::Case::tooLarge)),
+            ptr(DeckError::missingVideoDuration(4)),
+            ptr(DeckError::invalidOutput({{2, "a"}})),
+            ptr(DeckError::videoWithoutMediaCall(6)),
+            ptr(DeckError::gifWithoutDuration({3})),
+            ptr(DeckError::multipleVideosOnSlide({1})),
+            ptr(DeckError::masterDurationMismatch(10000, 2000)),
+            ptr(DeckError::orvWriteFailed("/a")),
+            ptr(DeckError::noVisibleSlides()),
+            ptr(renderError(RenderError::Case::missingTool)),
+            ptr(renderError(RenderError::Case::toolFailed)),
+            ptr(renderError(RenderError::Case::timedOut)),
+            ptr(renderError(RenderError::Case::badOutput)),
+            ptr(renderError(RenderError::Case::badDeck)),
+            ptr(renderError(RenderError::Case::tooLarge)),
             ptr(Mp4Duration::Mp4Error::cannotMeasure("/m.mp4", "x")),
             ptr(PptxArchive::ArchiveError::readFailed("ppt/presentation.xml", PptxArchive::statusCannotOpen, "x")),
             ptr(PptxArchive::ArchiveError::readFailed("ppt/slides/slide1.xml", PptxArchive::statusDamaged, "x")),
             ptr(PptxArchive::ArchiveError::partTooLarge("ppt/slides/slide1.xml", 1LL << 32, 1LL << 28)),
-            ptr(DeckError::durationTooLong(2, "x")), ptr(OutputError::sameAsInput("/a.orv", "/a.orv")),
-            ptr(OutputError::notARegularFile("/a.orv")), ptr(OutputError::folderMissing("/a/Aula.orv", ENOENT)),
+            ptr(DeckError::durationTooLong(2, "x")),
+            ptr(OutputError::sameAsInput("/a.orv", "/a.orv")),
+            ptr(OutputError::notARegularFile("/a.orv")),
+            ptr(OutputError::folderMissing("/a/Aula.orv", ENOENT)),
             ptr(OutputError::folderNotWritable("/a/Aula.orv", EROFS)),
-            ptr(OutputError::folderNotWritable("/a/Aula.orv", EIO)), ptr(OutputError::nameTooLong("/a.orv", 292, 255)),
+            ptr(OutputError::folderNotWritable("/a/Aula.orv", EIO)),
+            ptr(OutputError::nameTooLong("/a.orv", 292, 255)),
             ptr(CancelledError()),
-            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOSPC)), ptr(FileError("write", "/tmp/x", ENOSPC)),
-            ptr(withCause(DeckError::orvWriteFailed("/a"), EROFS)), ptr(FileError("write", "/tmp/x", EACCES)),
-            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOENT)), ptr(FileError("write", "/tmp/x", ENOENT)),
+            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOSPC)),
+            ptr(FileError("write", "/tmp/x", ENOSPC)),
+            ptr(withCause(DeckError::orvWriteFailed("/a"), EROFS)),
+            ptr(FileError("write", "/tmp/x", EACCES)),
+            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOENT)),
+            ptr(FileError("write", "/tmp/x", ENOENT)),
             ptr(std::runtime_error("boom"))};
         QSet<QString> seen;
         for (const auto& error : errors) {
@@ -202,9 +216,9 @@ private slots:
     // Every stage the flow and the renderer report has its line, and the bar only moves forward.
     void stagesFillTheBarInOrder() {
         int last = -1;
-        for (const ExportStage stage : {ExportStage::scan, ExportStage::prepare, ExportStage::readPlan,
-                                        ExportStage::pdf, ExportStage::draw, ExportStage::encode,
-                                        ExportStage::package}) {
+        for (const ExportStage stage :
+             {ExportStage::scan, ExportStage::prepare, ExportStage::readPlan, ExportStage::pdf, ExportStage::draw,
+              ExportStage::encode, ExportStage::package}) {
             QVERIFY(ExportCopy::stageLine(stage).has_value());
             for (const double f : {0.0, 0.5, 1.0}) {
                 const int permille = ExportProgress::permille(stage, f).value();

@@ -57,8 +57,10 @@ private slots:
     // insists, and the answer is carried out; without one it closes at once.
     // "Terminar e sair" answered after the export has ended quits at once.
     void choicesDuringAnExport() {
-        for (const auto& [choice, afterTheEnd] : {std::pair{Choice::cancel, false}, {Choice::finishThenQuit, false},
-                                                  {Choice::forceQuit, false}, {Choice::finishThenQuit, true}}) {
+        for (const auto& [choice, afterTheEnd] : {std::pair{Choice::cancel, false},
+                                                  {Choice::finishThenQuit, false},
+                                                  {Choice::forceQuit, false},
+                                                  {Choice::finishThenQuit, true}}) {
             QTemporaryDir dir;
             const fs::path work = dir.filePath("work").toStdString();
             fs::create_directories(work);

@@ -42,7 +42,8 @@ TEST(Mp4ExporterTest, FailureTextsAreClassified) {
              {"\377", Case::exportFailed, "unknown osascript error"}}) {
         SCOPED_TRACE(printed);
         writeFile(dir / "stderr", printed);
-        const auto e = test::thrown<ExportError>([&] { runner.run("cat '" + (dir / "stderr").string() + "' >&2; exit 1"); });
+        const auto e = test::thrown<ExportError>(
+            [&] { runner.run("cat '" + (dir / "stderr").string() + "' >&2; exit 1"); });
         EXPECT_EQ(e.errorCase(), errorCase);
         EXPECT_EQ(e.message(), message);
     }
@@ -71,34 +72,52 @@ TEST(Mp4ExporterTest, WatcherVerdicts) {
     // The liveness test (none: the start-up timeout applies), what happens at each look, and the outcome,
     // where "#" stands for the last size.
     using Row = std::tuple<const char*, Parameters, std::function<bool()>, std::function<void()>, std::string>;
-    for (const auto& [what, params, alive, eachLook, outcome] : std::vector<Row>{
-             {"never written", {.pollInterval = 0.01, .startupTimeout = 0.05}, nullptr, [] {},
-              "render did not start within 0 s (output still 0 bytes at " + out.string() + ")"},
-             // One look learns the size, three more see it unchanged.
-             {"settled", {.pollInterval = 0.01}, nullptr, [&] { if (looks == 1) writeFile(out, "abc"); },
-              "accepted after 5 looks"},
-             {"growing", {.pollInterval = 0.01, .maxWait = 0.3}, nullptr, [&] { std::ofstream(out, std::ios::app) << "x"; },
-              "render started but did not finish within 0 s (last size # bytes at " + out.string() + ")"},
-             // Not judged during the grace, then dead once idle for the window.
-             {"idle", {.pollInterval = 0.01, .livenessGrace = 0.05, .deadWindow = 0.03},
-              [&] { EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50)); return false; },
-              [] {},
-              "render appears dead: PowerPoint idle for 0 s with output still 0 bytes at " + out.string()},
-             // Busy looks clear the idle mark and no start-up timeout applies: the
-             // output comes after many idle looks and several dead windows.
-             {"busy", {.pollInterval = 0.005, .startupTimeout = 0.0, .livenessGrace = 0.0, .deadWindow = 0.1},
-              [&] { return ++calls == 40 ? (writeFile(out, "movie"), true) : calls % 2 == 0; }, [] {},
-              "accepted after 44 looks"}}) {
+    for (const auto& [what, params, alive, eachLook, outcome] :
+         std::vector<Row>{{"never written",
+                           {.pollInterval = 0.01, .startupTimeout = 0.05},
+                           nullptr,
+                           [] {},
+                           "render did not start within 0 s (output still 0 bytes at " + out.string() + ")"},
+                          // One look learns the size, three more see it unchanged.
+                          {"settled",
+                           {.pollInterval = 0.01},
+                           nullptr,
+                           [&] {
+                               if (looks == 1) writeFile(out, "abc");
+                           },
+                           "accepted after 5 looks"},
+                          {"growing",
+                           {.pollInterval = 0.01, .maxWait = 0.3},
+                           nullptr,
+                           [&] { std::ofstream(out, std::ios::app) << "x"; },
+                           "render started but did not finish within 0 s (last size # bytes at " + out.string() + ")"},
+                          // Not judged during the grace, then dead once idle for the window.
+                          {"idle",
+                           {.pollInterval = 0.01, .livenessGrace = 0.05, .deadWindow = 0.03},
+                           [&] {
+                               EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+                               return false;
+                           },
+                           [] {},
+                           "render appears dead: PowerPoint idle for 0 s with output still 0 bytes at " + out.string()},
+                          // Busy looks clear the idle mark and no start-up timeout applies: the
+                          // output comes after many idle looks and several dead windows.
+                          {"busy",
+                           {.pollInterval = 0.005, .startupTimeout = 0.0, .livenessGrace = 0.0, .deadWindow = 0.1},
+                           [&] { return ++calls == 40 ? (writeFile(out, "movie"), true) : calls % 2 == 0; },
+                           [] {},
+                           "accepted after 44 looks"}}) {
         SCOPED_TRACE(what);
         fs::remove(out);
         start = std::chrono::steady_clock::now();
         looks = 0;
         const auto e = pollUntilStable(out, params, alive, {.progress = [&](ExportStage, double) {
-                                                                ++looks;
-                                                                eachLook();
-                                                            }});
+                                           ++looks;
+                                           eachLook();
+                                       }});
         std::string expected = outcome;
-        if (const auto at = expected.find('#'); at != std::string::npos) expected.replace(at, 1, std::to_string(fileSize(out)));
+        if (const auto at = expected.find('#'); at != std::string::npos)
+            expected.replace(at, 1, std::to_string(fileSize(out)));
         EXPECT_EQ(e ? e->message() : "accepted after " + std::to_string(looks) + " looks", expected);
     }
 }

@@ -21,7 +21,8 @@ inline std::string fade(const std::string& nodeType, const std::string& target, 
     const std::string set = "<p:set><p:cBhvr><p:cTn dur=\"1\" fill=\"hold\"><p:stCondLst><p:cond delay=\"" +
                             std::string(entrance ? "0" : "499") + "\"/></p:stCondLst></p:cTn><p:tgtEl>" + target +
                             "</p:tgtEl><p:attrNameLst><p:attrName>style.visibility</p:attrName></p:attrNameLst>"
-                            "</p:cBhvr><p:to><p:strVal val=\"" + (entrance ? "visible" : "hidden") + "\"/></p:to></p:set>";
+                            "</p:cBhvr><p:to><p:strVal val=\"" +
+                            (entrance ? "visible" : "hidden") + "\"/></p:to></p:set>";
     return "<p:par><p:cTn presetClass=\"" + std::string(entrance ? "entr" : "exit") + "\" nodeType=\"" + nodeType +
            "\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst>" + set +
            "<p:animEffect filter=\"fade\"><p:cBhvr><p:cTn dur=\"500\"/><p:tgtEl>" + target +
@@ -31,8 +32,8 @@ inline std::string fade(const std::string& nodeType, const std::string& target, 
 // A click step of one group.
 inline std::string click(const std::string& effects) {
     return "<p:par><p:cTn><p:stCondLst><p:cond delay=\"indefinite\"/></p:stCondLst><p:childTnLst><p:par><p:cTn>"
-           "<p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst>" + effects +
-           "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>";
+           "<p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst>" +
+           effects + "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par>";
 }
 
 // What starts with the slide, once its main sequence (cTn 2) begins: `effects`
@@ -40,8 +41,8 @@ inline std::string click(const std::string& effects) {
 inline std::string opening(const std::string& effects, const std::string& after = "") {
     return "<p:par><p:cTn><p:stCondLst><p:cond delay=\"indefinite\"/><p:cond evt=\"onBegin\" delay=\"0\"><p:tn "
            "val=\"2\"/></p:cond></p:stCondLst><p:childTnLst><p:par><p:cTn><p:stCondLst><p:cond delay=\"0\"/>"
-           "</p:stCondLst><p:childTnLst>" + effects + "</p:childTnLst></p:cTn></p:par>" + after +
-           "</p:childTnLst></p:cTn></p:par>";
+           "</p:stCondLst><p:childTnLst>" +
+           effects + "</p:childTnLst></p:cTn></p:par>" + after + "</p:childTnLst></p:cTn></p:par>";
 }
 
 // A call that plays video shape `spid` for `dur` ms, `delay` ms after its group starts; `cTnAttrs` on its behaviour.
@@ -49,7 +50,8 @@ inline std::string playVideo(const std::string& spid, const std::string& dur, co
                              const std::string& cTnAttrs = "") {
     return "<p:par><p:cTn presetClass=\"mediacall\" nodeType=\"withEffect\"><p:stCondLst><p:cond delay=\"" + delay +
            "\"/></p:stCondLst><p:childTnLst><p:cmd type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn" + cTnAttrs +
-           " dur=\"" + dur + "\"/><p:tgtEl>" + shape(spid) + "</p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>";
+           " dur=\"" + dur + "\"/><p:tgtEl>" + shape(spid) +
+           "</p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>";
 }
 
 // A paragraph of 28 pt text with its paragraph properties (XML, may be empty).
@@ -62,10 +64,14 @@ inline const std::string kNumbered = "<a:buAutoNum type=\"arabicPeriod\"/>";
 
 // A text box: shape `id`, `y` EMU from the top of a 16:9 slide, full width.
 inline std::string textBox(const std::string& id, long y, const std::string& paragraphs) {
-    return "<p:sp><p:nvSpPr><p:cNvPr id=\"" + id + "\" name=\"Caixa " + id + "\"/><p:cNvSpPr txBox=\"1\"/><p:nvPr/>"
-           "</p:nvSpPr><p:spPr><a:xfrm><a:off x=\"838200\" y=\"" + std::to_string(y) + "\"/><a:ext cx=\"10515600\" "
+    return "<p:sp><p:nvSpPr><p:cNvPr id=\"" + id + "\" name=\"Caixa " + id +
+           "\"/><p:cNvSpPr txBox=\"1\"/><p:nvPr/>"
+           "</p:nvSpPr><p:spPr><a:xfrm><a:off x=\"838200\" y=\"" +
+           std::to_string(y) +
+           "\"/><a:ext cx=\"10515600\" "
            "cy=\"1400000\"/></a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom></p:spPr><p:txBody><a:bodyPr "
-           "wrap=\"square\"/><a:lstStyle/>" + paragraphs + "</p:txBody></p:sp>";
+           "wrap=\"square\"/><a:lstStyle/>" +
+           paragraphs + "</p:txBody></p:sp>";
 }
 
 // A title (shape 2) and three bulleted paragraphs (shape 3) that come in on

@@ -6,12 +6,12 @@
 #include "AnimatedSlides.hpp"
 #include "HeadlessRenderer.hpp"
 #include "MovieFrames.hpp"
+#include "encode/FrameSchedule.hpp"
 #include "plan/RenderPlan.hpp"
 #include "plan/SlideTransitions.hpp"
-#include "storyboard/Storyboard.hpp"
-#include "encode/FrameSchedule.hpp"
 #include "render/Mp4Duration.hpp"
 #include "rewrite/DeckTransformer.hpp"
+#include "storyboard/Storyboard.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -107,13 +107,15 @@ TEST_F(DrawnEffectsMovieTest, FadesBlendAndWipesRevealOverTheirDurations) {
 }
 
 TEST_F(DrawnEffectsMovieTest, CutMovieKeepsTheFramesOfTheStillsOnly) {
-    const auto layout = Storyboard::layout(plan_, true, SlideTransitions::ofMarkup(DeckModel(*dir_ / "deck.pptx").transitions()));
+    const auto layout = Storyboard::layout(plan_, true,
+                                           SlideTransitions::ofMarkup(DeckModel(*dir_ / "deck.pptx").transitions()));
     std::vector<ScheduledStill> entries;
     for (const auto& shot : layout.shots) entries.push_back({"", shot.durationMs});
     std::vector<std::int64_t> expected;
     for (const auto& f : FrameSchedule::frames(entries, 1000)) expected.push_back(f.startMs);
     EXPECT_EQ(cut_->timesMs, expected);
-    for (const char* movie : {"cut.mp4", "drawn.mp4"}) EXPECT_EQ(Mp4Duration::measureMs(*dir_ / movie), plan_.totalMs());
+    for (const char* movie : {"cut.mp4", "drawn.mp4"})
+        EXPECT_EQ(Mp4Duration::measureMs(*dir_ / movie), plan_.totalMs());
     // With drawing too, every shot starts on its millisecond (a drawn one on
     // its first drawn frame, the one before showing the same picture).
     std::int64_t start = 0;

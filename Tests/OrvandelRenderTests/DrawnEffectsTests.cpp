@@ -27,16 +27,23 @@ int luma(const YuvFrame& f, int x, int y) { return f.planes[std::size_t(y) * W +
 
 // An effect of `cls` ("entr" or "exit") on shape 3 with the given behaviours.
 std::string effect(const std::string& cls, const std::string& behaviours) {
-    return "<p:par><p:cTn presetClass=\"" + cls + "\" nodeType=\"clickEffect\"><p:stCondLst><p:cond delay=\"0\"/>"
-           "</p:stCondLst><p:childTnLst><p:set><p:cBhvr><p:cTn dur=\"1\"/><p:tgtEl>" + shape("3") +
+    return "<p:par><p:cTn presetClass=\"" + cls +
+           "\" nodeType=\"clickEffect\"><p:stCondLst><p:cond delay=\"0\"/>"
+           "</p:stCondLst><p:childTnLst><p:set><p:cBhvr><p:cTn dur=\"1\"/><p:tgtEl>" +
+           shape("3") +
            "</p:tgtEl><p:attrNameLst><p:attrName>style.visibility</p:attrName></p:attrNameLst></p:cBhvr><p:to>"
-           "<p:strVal val=\"visible\"/></p:to></p:set>" + behaviours + "</p:childTnLst></p:cTn></p:par>";
+           "<p:strVal val=\"visible\"/></p:to></p:set>" +
+           behaviours + "</p:childTnLst></p:cTn></p:par>";
 }
 std::string moving(const std::string& attr, const std::string& from, const std::string& to) {
     return "<p:anim calcmode=\"lin\" valueType=\"num\"><p:cBhvr><p:cTn dur=\"500\"/><p:tgtEl>" + shape("3") +
-           "</p:tgtEl><p:attrNameLst><p:attrName>" + attr + "</p:attrName></p:attrNameLst></p:cBhvr><p:tavLst>"
-           "<p:tav tm=\"0\"><p:val><p:strVal val=\"" + from + "\"/></p:val></p:tav><p:tav tm=\"100000\"><p:val>"
-           "<p:strVal val=\"" + to + "\"/></p:val></p:tav></p:tavLst></p:anim>";
+           "</p:tgtEl><p:attrNameLst><p:attrName>" + attr +
+           "</p:attrName></p:attrNameLst></p:cBhvr><p:tavLst>"
+           "<p:tav tm=\"0\"><p:val><p:strVal val=\"" +
+           from +
+           "\"/></p:val></p:tav><p:tav tm=\"100000\"><p:val>"
+           "<p:strVal val=\"" +
+           to + "\"/></p:val></p:tav></p:tavLst></p:anim>";
 }
 
 }  // namespace
@@ -52,7 +59,9 @@ TEST(DrawnEffectsTest, EntrancesAndExitsAreDrawnAsTheirBehavioursSay) {
              {"entr", wipe("wipe(down)"), {Kind::wipe, Side::bottom, 700, true}},
              {"entr", wipe("wipe(left)"), {Kind::wipe, Side::left, 700, true}},
              {"entr", wipe("checkerboard(across)"), {Kind::fade, Side::left, 700, true}},
-             {"entr", moving("ppt_x", "#ppt_x", "#ppt_x") + moving("ppt_y", "1+#ppt_h/2", "#ppt_y"), {Kind::fly, Side::bottom, 500, true}},
+             {"entr",
+              moving("ppt_x", "#ppt_x", "#ppt_x") + moving("ppt_y", "1+#ppt_h/2", "#ppt_y"),
+              {Kind::fly, Side::bottom, 500, true}},
              {"entr", moving("ppt_x", "0-#ppt_w/2", "#ppt_x"), {Kind::fly, Side::left, 500, true}},
              {"exit", moving("ppt_x", "ppt_x", "1+ppt_w/2"), {Kind::fly, Side::right, 500, false}},
              {"entr", moving("ppt_w", "0", "#ppt_w") + wipe("fade"), {Kind::zoom, Side::left, 700, true}},
@@ -99,7 +108,7 @@ TEST(DrawnEffectsTest, PainterBlendsRevealsAndMovesOnlyWhatChanges) {
     EXPECT_EQ(luma(out, 10, 15), 16);
     // A push of the whole slide from the right: the new slide's left edge half way across.
     EffectPainter::paint(after, before, {Kind::push, Side::right, 400, true}, area, true, 200, out);
-    EXPECT_EQ(luma(out, 8 + 32, 15), 16);   // the new (dark) slide on the right half
+    EXPECT_EQ(luma(out, 8 + 32, 15), 16);        // the new (dark) slide on the right half
     EXPECT_EQ(luma(out, 31 - 16 + 8, 15), 235);  // the old band, moved 32 to the left
     // At the ends: the old still, then the new one.
     EffectPainter::paint(before, after, {Kind::fly, Side::left, 400, true}, area, false, 0, out);
@@ -113,10 +122,9 @@ TEST(DrawnEffectsTest, ChangesAreDrawnWithinTheirShotsWithoutOverlapping) {
     const DrawnEffect slow{Kind::wipe, Side::left, 3000, true};
     const std::vector<Storyboard::Shot> shots{
         {1, 1000, {}, true}, {2, 2000, in}, {3, 500, out}, {4, 2000, slow, true}, {5, 1000, in}};
-    EXPECT_EQ(DrawnChanges::plan(shots),
-              (std::vector<DrawnChange>{{{1000, 1500}, 0, 1, in, false, 1000},
-                                        // the exit starts 800 ms before its change
-                                        {{2200, 3000}, 1, 2, out, false, 2200},
-                                        // a slide's transition runs over its next step
-                                        {{3500, 6500}, 2, 3, slow, true, 3500}}));
+    EXPECT_EQ(DrawnChanges::plan(shots), (std::vector<DrawnChange>{{{1000, 1500}, 0, 1, in, false, 1000},
+                                                                   // the exit starts 800 ms before its change
+                                                                   {{2200, 3000}, 1, 2, out, false, 2200},
+                                                                   // a slide's transition runs over its next step
+                                                                   {{3500, 6500}, 2, 3, slow, true, 3500}}));
 }

@@ -8,11 +8,11 @@
 #include "AnimatedSlides.hpp"
 #include "HeadlessRenderer.hpp"
 #include "MovieFrames.hpp"
-#include "tools/RenderError.hpp"
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
 #include "render/Mp4Duration.hpp"
+#include "tools/RenderError.hpp"
 
 using namespace orvandel;
 
@@ -50,9 +50,10 @@ TEST(HeadlessRendererTest, LibreOfficeThatHangsFailsOrFallsShortEndsInAClearErro
     test::TempDir dir;
     writeDeck(dir / "prepared.pptx", {1500, 1500});
     // One blank page; poppler rebuilds the missing cross-reference table.
-    writeFile(dir / "one-page.pdf", std::string("%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
-                                                "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n3 0 obj<</Type/Page"
-                                                "/Parent 2 0 R/MediaBox[0 0 320 180]>>endobj\ntrailer<</Root 1 0 R>>\n"));
+    writeFile(dir / "one-page.pdf",
+              std::string("%PDF-1.4\n1 0 obj<</Type/Catalog/Pages 2 0 R>>endobj\n"
+                          "2 0 obj<</Type/Pages/Kids[3 0 R]/Count 1>>endobj\n3 0 obj<</Type/Page"
+                          "/Parent 2 0 R/MediaBox[0 0 320 180]>>endobj\ntrailer<</Root 1 0 R>>\n"));
     std::filesystem::create_directories(dir / "bin");
     const auto pids = dir / "pids";
     // Each fake notes its pid, finds where the PDF goes, then does one thing.

@@ -4,14 +4,14 @@
 #include <sys/stat.h>
 
 #include "DeckBuilder.hpp"
-#include "storyboard/LinkSweep.hpp"
-#include "plan/RenderPlan.hpp"
-#include "storyboard/Storyboard.hpp"
 #include "TestSupport.hpp"
 #include "ZipFixtures.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/ZipArchive.hpp"
+#include "plan/RenderPlan.hpp"
 #include "rewrite/DeckTransformer.hpp"
+#include "storyboard/LinkSweep.hpp"
+#include "storyboard/Storyboard.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -38,7 +38,8 @@ TEST(LinkSweepTest, HrefsAndSrcsThatCouldLeadOutsideTheirPartPointToNothing) {
          "<?xml version=\"1.0\"?><svg><image/></svg>"},
         {"<p:sld><a:hlinkClick r:id=\"rId2\"/></p:sld>", std::nullopt},
     };
-    for (const auto& [markup, expected] : cases) EXPECT_EQ(LinkSweep::withoutOutsideReferences(markup), expected) << markup;
+    for (const auto& [markup, expected] : cases)
+        EXPECT_EQ(LinkSweep::withoutOutsideReferences(markup), expected) << markup;
 }
 
 // One deck with a link of every kind out of it, swept and written as a
@@ -51,31 +52,33 @@ TEST(LinkSweepTest, TheStoryboardHoldsNoLinkOutAndTakesInTheLinkedPicturesTheRul
     writeFile(folder / "fora.png", std::string("outside picture"));
     ASSERT_EQ(::mkfifo((folder / "aula" / "pipe.png").c_str(), 0600), 0);
     const std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\"><image href=\"file:///etc/x.png\"/></svg>";
-    auto entries = DeckBuilder()
-        .addSlide(slideXml("", "", "show=\"0\""), {{"rIdL", "slideLayout", "../slideLayouts/slideLayout1.xml"}})
-        .addSlide(slideXml(pictureWith("2", "", "<a:blip r:link=\"rId2\"/>") +
-                           pictureWith("3", "", "<a:blip r:embed=\"rId5\" r:link=\"rId3\"/>") +
-                           pictureWith("4", "", "<a:blip r:link=\"rId4\"/>") +
-                           pictureWith("6", "", "<a:blip r:link=\"rId6\"/>")),
-                  {{"rIdL", "slideLayout", "../slideLayouts/slideLayout1.xml"},
-                   {"rId2", "image", "verde.png", true},
-                   {"rId3", "image", "http://h/a.png", true},
-                   {"rId4", "image", "../fora.png", true},
-                   {"rId5", "image", "../media/svg.png"},
-                   {"rId6", "image", "pipe.png", true},
-                   {"rId7", "hyperlink", "http://h/", true},
-                   {"rId8", "chart", "../charts/chart1.xml"}})
-        .addEntry("ppt/slideLayouts/slideLayout1.xml", slideXml(pictureWith("2", "", "<a:blip r:link=\"rId1\"/>")))
-        .addEntry("ppt/slideLayouts/_rels/slideLayout1.xml.rels",
-                  relationshipsXml({{"rId1", "image", "file://" + (folder / "fora.png").string(), true}}))
-        .addEntry("ppt/charts/chart1.xml", std::string("<c:chartSpace/>"))
-        .addEntry("ppt/charts/_rels/chart1.xml.rels", relationshipsXml({{"rId1", "package", "http://h/d.xlsx", true}}))
-        .addEntry("ppt/media/svg.png", svg)
-        .addEntry("ppt/media/image.svgz", rawDeflate(toBytes(svg), Z_FINISH, 16 + MAX_WBITS))
-        .addEntry("ppt/drawings/vmlDrawing1.vml", std::string("<xml><v:imagedata src=\"/etc/x.png\"/></xml>"))
-        .addEntry("ppt/drawings/_rels/vmlDrawing1.vml.rels", std::string("<Relationships><Relationship"))
-        .addEntry("ppt/media/twice.png", std::string("\x89PNG"))
-        .entries();
+    auto entries =
+        DeckBuilder()
+            .addSlide(slideXml("", "", "show=\"0\""), {{"rIdL", "slideLayout", "../slideLayouts/slideLayout1.xml"}})
+            .addSlide(slideXml(pictureWith("2", "", "<a:blip r:link=\"rId2\"/>") +
+                               pictureWith("3", "", "<a:blip r:embed=\"rId5\" r:link=\"rId3\"/>") +
+                               pictureWith("4", "", "<a:blip r:link=\"rId4\"/>") +
+                               pictureWith("6", "", "<a:blip r:link=\"rId6\"/>")),
+                      {{"rIdL", "slideLayout", "../slideLayouts/slideLayout1.xml"},
+                       {"rId2", "image", "verde.png", true},
+                       {"rId3", "image", "http://h/a.png", true},
+                       {"rId4", "image", "../fora.png", true},
+                       {"rId5", "image", "../media/svg.png"},
+                       {"rId6", "image", "pipe.png", true},
+                       {"rId7", "hyperlink", "http://h/", true},
+                       {"rId8", "chart", "../charts/chart1.xml"}})
+            .addEntry("ppt/slideLayouts/slideLayout1.xml", slideXml(pictureWith("2", "", "<a:blip r:link=\"rId1\"/>")))
+            .addEntry("ppt/slideLayouts/_rels/slideLayout1.xml.rels",
+                      relationshipsXml({{"rId1", "image", "file://" + (folder / "fora.png").string(), true}}))
+            .addEntry("ppt/charts/chart1.xml", std::string("<c:chartSpace/>"))
+            .addEntry("ppt/charts/_rels/chart1.xml.rels",
+                      relationshipsXml({{"rId1", "package", "http://h/d.xlsx", true}}))
+            .addEntry("ppt/media/svg.png", svg)
+            .addEntry("ppt/media/image.svgz", rawDeflate(toBytes(svg), Z_FINISH, 16 + MAX_WBITS))
+            .addEntry("ppt/drawings/vmlDrawing1.vml", std::string("<xml><v:imagedata src=\"/etc/x.png\"/></xml>"))
+            .addEntry("ppt/drawings/_rels/vmlDrawing1.vml.rels", std::string("<Relationships><Relationship"))
+            .addEntry("ppt/media/twice.png", std::string("\x89PNG"))
+            .entries();
     entries.emplace_back("ppt/media/twice.png", toBytes(svg));  // which of the two a reader takes is its own choice
     ZipArchive::create(entries, folder / "aula" / "deck.pptx");
     DeckTransformer::prepare(folder / "aula/deck.pptx", folder / "prepared.pptx", {}, {}, 1000, 1500);

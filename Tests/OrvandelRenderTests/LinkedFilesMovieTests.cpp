@@ -9,9 +9,9 @@
 #include "GraphicParts.hpp"
 #include "LoopbackServer.hpp"
 #include "MovieFrames.hpp"
-#include "plan/RenderPlan.hpp"
 #include "TestSupport.hpp"
 #include "TimingFixtures.hpp"
+#include "plan/RenderPlan.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -35,7 +35,7 @@ int meanGray(const std::string& frame) {
 
 struct Export {
     SubprocessResult result;
-    std::vector<std::string> warnings;     // the lines about links
+    std::vector<std::string> warnings;  // the lines about links
     std::unique_ptr<MovieFrames> movie;
 };
 
@@ -91,8 +91,8 @@ protected:
         chart.insert(chart.rfind("</c:chartSpace>"), "<c:externalData r:id=\"rId1\"/>");
         DeckBuilder builder;
         builder.addSlide(slideXml(linkedPicture("2") + mediaPicture("4", "", "<a:blip r:link=\"rId3\"/>") +
-                                  mediaPicture("5", "<a:audioFile r:link=\"rId4\"/>", "<a:blip r:embed=\"rId9\"/>") + ole +
-                                  hyperlink + chartFrame("8", "rId7")),
+                                  mediaPicture("5", "<a:audioFile r:link=\"rId4\"/>", "<a:blip r:embed=\"rId9\"/>") +
+                                  ole + hyperlink + chartFrame("8", "rId7")),
                          {{"rId2", "image", s.url("http", "p.png"), true},
                           {"rId3", "image", s.url("smb", "share/p.png"), true},
                           {"rId4", "audio", s.url("https", "a.mp3"), true},
@@ -117,8 +117,8 @@ protected:
                       relationshipsXml({{"rId1", "package", s.url("http", "data.xlsx"), true}}))
             .write(deck / "deck.pptx");
         // Where the slides start, as the export prepares the deck.
-        ASSERT_TRUE(runCli({"prepare", (deck / "deck.pptx").string(), "-o", (root / "prepared.pptx").string()})
-                        .succeeded());
+        ASSERT_TRUE(
+            runCli({"prepare", (deck / "deck.pptx").string(), "-o", (root / "prepared.pptx").string()}).succeeded());
         std::int64_t start = 0;
         for (const auto& slide : RenderPlanReader::read(root / "prepared.pptx").slides) {
             run_->slideStartMs.push_back(start);
@@ -127,7 +127,7 @@ protected:
         for (const bool allowed : {false, true}) {
             Export& e = allowed ? run_->allowed : run_->confined;
             const std::string name = allowed ? "allowed" : "confined", orv = (root / (name + ".orv")).string();
-            std::vector<std::string> args{"export", (deck / "deck.pptx").string(), "-o", orv, "--renderer",
+            std::vector<std::string> args{"export",     (deck / "deck.pptx").string(), "-o", orv, "--renderer",
                                           "libreoffice"};
             if (allowed) args.push_back("--allow-links-outside");
             e.result = runCli(args, {.timeout = std::chrono::minutes(10)});
@@ -161,19 +161,20 @@ TEST_F(LinkedFilesMovieTest, NothingIsFetchedAndEachSlideWarnsOnceForItsLinksNot
     const std::string outside = (fs::canonical(dir.path()) / "fora").string();
     const auto url = [&](const char* scheme, const char* path) { return server.url(scheme, path); };
     const std::string network = "\" is a network address and was not fetched";
-    EXPECT_EQ(confined.warnings,
-              (std::vector<std::string>{
-                  "warning: slide 1: the linked audio clip \"" + url("https", "a.mp3") + network +
-                      "; 2 more links on this slide were not followed either",
-                  "warning: slide 2: the linked video \"" + url("http", "v.mp4") + network,
-                  "warning: slide 3: the linked picture \"file://" + outside +
-                      "/red.png\" is outside the deck's folder and was not read",
-                  "warning: slide 4: the linked picture \"../fora/red.png\" is outside the deck's folder and was not read",
-                  "warning: slide 5: the linked picture \"escape.png\" is outside the deck's folder and was not read",
-                  "warning: slide 7: the linked picture \"pipe.png\" is not a regular file and was not read",
-                  "warning: slide 8: the linked picture \"/dev/zero\" is outside the deck's folder and was not read",
-                  "warning: slide 9: the linked video \"file://" + outside +
-                      "/clip.mp4\" is outside the deck's folder and was not read"}));
+    EXPECT_EQ(
+        confined.warnings,
+        (std::vector<std::string>{
+            "warning: slide 1: the linked audio clip \"" + url("https", "a.mp3") + network +
+                "; 2 more links on this slide were not followed either",
+            "warning: slide 2: the linked video \"" + url("http", "v.mp4") + network,
+            "warning: slide 3: the linked picture \"file://" + outside +
+                "/red.png\" is outside the deck's folder and was not read",
+            "warning: slide 4: the linked picture \"../fora/red.png\" is outside the deck's folder and was not read",
+            "warning: slide 5: the linked picture \"escape.png\" is outside the deck's folder and was not read",
+            "warning: slide 7: the linked picture \"pipe.png\" is not a regular file and was not read",
+            "warning: slide 8: the linked picture \"/dev/zero\" is outside the deck's folder and was not read",
+            "warning: slide 9: the linked video \"file://" + outside +
+                "/clip.mp4\" is outside the deck's folder and was not read"}));
     // Outside files may be read, never addresses, devices or FIFOs.
     ASSERT_EQ(allowed.warnings.size(), 4u);
     EXPECT_EQ(allowed.warnings[1], confined.warnings[1]);

@@ -11,44 +11,58 @@ using namespace orvandel::test;
 TEST(SlideMediaTest, MediaAreFoundWithTheirFileRectangleAndPlayback) {
     // A group halving its children and moving them by (1000, 2000); in it a
     // cropped, rotated, trimmed video that loops at 80 %.
-    const std::string video =
-        pictureWith("4",
-                    "<a:videoFile r:link=\"rId2\"/><p:extLst><p:ext uri=\"x\"><p14:media xmlns:p14="
-                        "\"http://schemas.microsoft.com/office/powerpoint/2010/main\" r:embed=\"rId3\"><p14:trim st=\"1500.6\" end=\"250\"/></p14:media></p:ext></p:extLst>",
-                    "<a:blip r:embed=\"rId9\"/><a:srcRect l=\"10000\" t=\"-5000\" r=\"20000\"/>",
-                    "<a:xfrm rot=\"5400000\" flipH=\"1\"><a:off x=\"400\" y=\"600\"/><a:ext cx=\"2000\" cy=\"1000\"/></a:xfrm>");
+    const std::string video = pictureWith(
+        "4",
+        "<a:videoFile r:link=\"rId2\"/><p:extLst><p:ext uri=\"x\"><p14:media xmlns:p14="
+        "\"http://schemas.microsoft.com/office/powerpoint/2010/main\" r:embed=\"rId3\"><p14:trim st=\"1500.6\" end=\"250\"/></p14:media></p:ext></p:extLst>",
+        "<a:blip r:embed=\"rId9\"/><a:srcRect l=\"10000\" t=\"-5000\" r=\"20000\"/>",
+        "<a:xfrm rot=\"5400000\" flipH=\"1\"><a:off x=\"400\" y=\"600\"/><a:ext cx=\"2000\" cy=\"1000\"/></a:xfrm>");
     const std::string group =
         "<p:grpSp><p:nvGrpSpPr><p:cNvPr id=\"9\" name=\"g\"/><p:cNvGrpSpPr/><p:nvPr/></p:nvGrpSpPr><p:grpSpPr>"
         "<a:xfrm><a:off x=\"1000\" y=\"2000\"/><a:ext cx=\"5000\" cy=\"5000\"/><a:chOff x=\"0\" y=\"0\"/>"
-        "<a:chExt cx=\"10000\" cy=\"10000\"/></a:xfrm></p:grpSpPr>" + video + "</p:grpSp>";
+        "<a:chExt cx=\"10000\" cy=\"10000\"/></a:xfrm></p:grpSpPr>" +
+        video + "</p:grpSp>";
     const std::string timing =
         "<p:timing><p:tnLst><p:par><p:cTn id=\"1\"><p:childTnLst><p:video><p:cMediaNode vol=\"80000\"><p:cTn id=\"2\" "
         "repeatCount=\"indefinite\"/><p:tgtEl><p:spTgt spid=\"4\"/></p:tgtEl></p:cMediaNode></p:video><p:audio>"
         "<p:cMediaNode mute=\"1\"><p:cTn id=\"3\"/><p:tgtEl><p:spTgt spid=\"6\"/></p:tgtEl></p:cMediaNode></p:audio>"
         "</p:childTnLst></p:cTn></p:par></p:tnLst></p:timing>";
-    const std::string slide = slideXml(
-        group + picture("5", "rId9") + picture("6", "rId9", "<a:wavAudioFile r:embed=\"rId4\"/>") + picture("7", "rId9") +
-            picture("8", "rId9", "<a:videoFile r:link=\"rId5\"/>"),
-        timing);
-    const std::string rels = relationshipsXml({{"rId2", "video", "../media/media1.mp4"},
-                                               {"rId3", "http://schemas.microsoft.com/office/2007/relationships/media",
-                                                "../media/media1.mp4"},
-                                               {"rId4", "audio", "/ppt/media/sound.WAV"},
-                                               {"rId9", "image", "../media/anim.GIF"}});
+    const std::string slide =
+        slideXml(group + picture("5", "rId9") + picture("6", "rId9", "<a:wavAudioFile r:embed=\"rId4\"/>") +
+                     picture("7", "rId9") + picture("8", "rId9", "<a:videoFile r:link=\"rId5\"/>"),
+                 timing);
+    const std::string rels = relationshipsXml(
+        {{"rId2", "video", "../media/media1.mp4"},
+         {"rId3", "http://schemas.microsoft.com/office/2007/relationships/media", "../media/media1.mp4"},
+         {"rId4", "audio", "/ppt/media/sound.WAV"},
+         {"rId9", "image", "../media/anim.GIF"}});
     // The external link, as the deck's own writer marks it.
-    const std::string linked = std::string(rels).insert(rels.rfind("</Relationships>"),
+    const std::string linked = std::string(rels).insert(
+        rels.rfind("</Relationships>"),
         "<Relationship Id=\"rId5\" Type=\"x/video\" Target=\"file:///srv/clip.mp4\" TargetMode=\"External\"/>");
 
     const auto media = SlideMedia::find(slide, linked, "ppt/slides/slide1.xml");
     ASSERT_EQ(media.size(), 5u);
     using Kind = SlideMedium::Kind;
-    EXPECT_EQ(media[0], (SlideMedium{.kind = Kind::video, .shapeId = "4", .entry = "ppt/media/media1.mp4", .xEmu = 1200,
-                                     .yEmu = 2300, .widthEmu = 1000, .heightEmu = 500, .rotation = 5400000,
-                                     .flipH = true, .cropLeft = 10000, .cropRight = 20000, .trimStartMs = 1501,
-                                     .trimEndMs = 250, .volume = 80000, .loops = true}));
+    EXPECT_EQ(media[0], (SlideMedium{.kind = Kind::video,
+                                     .shapeId = "4",
+                                     .entry = "ppt/media/media1.mp4",
+                                     .xEmu = 1200,
+                                     .yEmu = 2300,
+                                     .widthEmu = 1000,
+                                     .heightEmu = 500,
+                                     .rotation = 5400000,
+                                     .flipH = true,
+                                     .cropLeft = 10000,
+                                     .cropRight = 20000,
+                                     .trimStartMs = 1501,
+                                     .trimEndMs = 250,
+                                     .volume = 80000,
+                                     .loops = true}));
     // Every picture of shape 5 and 7 shows the GIF; the clip is muted.
     EXPECT_EQ(media[1], (SlideMedium{.kind = Kind::gif, .shapeId = "5", .entry = "ppt/media/anim.GIF"}));
-    EXPECT_EQ(media[2], (SlideMedium{.kind = Kind::audio, .shapeId = "6", .entry = "ppt/media/sound.WAV", .volume = 0}));
+    EXPECT_EQ(media[2],
+              (SlideMedium{.kind = Kind::audio, .shapeId = "6", .entry = "ppt/media/sound.WAV", .volume = 0}));
     EXPECT_EQ(media[4], (SlideMedium{.kind = Kind::video, .shapeId = "8", .externalTarget = "file:///srv/clip.mp4"}));
 
     EXPECT_TRUE(SlideMedia::find("<p:sld", rels, "ppt/slides/slide1.xml").empty());
@@ -56,8 +70,12 @@ TEST(SlideMediaTest, MediaAreFoundWithTheirFileRectangleAndPlayback) {
 
 TEST(MediaLayersTest, AMediumPlaysFromItsStartInItsRectangleUntilItEndsOrTheSlideDoes) {
     // A tenth of each side of a 4:3-framed 16:9 slide in from its corner.
-    const SlideMedium video{.xEmu = 1219200, .yEmu = 685800, .widthEmu = 6096000, .heightEmu = 3429000,
-                            .trimStartMs = 500, .trimEndMs = 500};
+    const SlideMedium video{.xEmu = 1219200,
+                            .yEmu = 685800,
+                            .widthEmu = 6096000,
+                            .heightEmu = 3429000,
+                            .trimStartMs = 500,
+                            .trimEndMs = 500};
     const MediaInfo info{4000, true, true};
     const FrameSize frame{1440, 1080};
     // Slide from 10 s to 16 s of the movie; the shape hidden from 2 s to 3 s.
@@ -92,7 +110,8 @@ TEST(MediaProbeTest, TheProbeTellsPlayableFilesFromDamagedOnes) {
     using Probe = std::variant<MediaInfo, std::string>;
     // ffprobe's lines, what they mean
     const std::vector<std::tuple<std::string, Probe>> cases{
-        {"media_type=video\ncodec_type=video\nDISPOSITION:attached_pic=0\nduration=4.0004\n", MediaInfo{4000, true, false}},
+        {"media_type=video\ncodec_type=video\nDISPOSITION:attached_pic=0\nduration=4.0004\n",
+         MediaInfo{4000, true, false}},
         {"media_type=audio\ncodec_type=audio\ncodec_type=video\nDISPOSITION:attached_pic=1\nduration=2.5005\n",
          MediaInfo{2501, false, true}},
         {"codec_type=video\nduration=N/A\n", std::string("its pictures do not decode")},

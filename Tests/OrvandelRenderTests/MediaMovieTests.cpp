@@ -6,8 +6,8 @@
 #include "AnimatedSlides.hpp"
 #include "HeadlessRenderer.hpp"
 #include "MovieFrames.hpp"
-#include "plan/RenderPlan.hpp"
 #include "TestSupport.hpp"
+#include "plan/RenderPlan.hpp"
 #include "render/Mp4Duration.hpp"
 #include "rewrite/DeckTransformer.hpp"
 
@@ -69,9 +69,10 @@ public:
                 (d / "anim.gif").string()});
         const std::string video = "<a:videoFile r:link=\"rId2\"/>", poster = "<a:blip r:embed=\"rId9\"/>";
         const std::vector<Rel> videoRels{{"rId2", "video", "../media/clip.mp4"},
-                                                  {"rId9", "image", "../media/poster.png"}};
+                                         {"rId9", "image", "../media/poster.png"}};
         DeckBuilder()
-            .addSlide(slideXml(textBox("2", 365125, para("Video")) + mediaPicture("3", video, poster), playOnClick("3000")),
+            .addSlide(slideXml(textBox("2", 365125, para("Video")) + mediaPicture("3", video, poster),
+                               playOnClick("3000")),
                       videoRels)
             .addSlide(slideXml(mediaPicture("3", "", poster)), {{"rId9", "image", "../media/anim.gif"}})
             .addSlide(slideXml(mediaPicture("3", video, poster), playOnClick("3000")),
@@ -83,7 +84,7 @@ public:
             .write(d / "deck.pptx");
         DeckTransformer::prepare(d / "deck.pptx", d / "prepared.pptx", {}, {{2, 2000}}, 1000, 1500);
         HeadlessRenderer().export_(d / "prepared.pptx", d / "master.mp4", {},
-                                         {.warn = [](const Warning& w) { warnings_.push_back(w); }});
+                                   {.warn = [](const Warning& w) { warnings_.push_back(w); }});
         movie_ = std::make_unique<MovieFrames>(d / "master.mp4");
     }
     // The source video's frame on screen `ms` after its start (25 a second), scaled to the rectangle.

@@ -2,12 +2,12 @@
 // `export --chapters` writes them and `chapters` reads them.
 #include <gtest/gtest.h>
 
-#include "encode/MovieChapters.hpp"
 #include "MovieFixtures.hpp"
-#include "tools/RenderError.hpp"
 #include "TestSupport.hpp"
 #include "base/Bytes.hpp"
 #include "container/ZipArchive.hpp"
+#include "encode/MovieChapters.hpp"
+#include "tools/RenderError.hpp"
 
 namespace orvandel {
 void PrintTo(const Chapter& c, std::ostream* os) {
@@ -53,8 +53,8 @@ TEST(MovieChaptersTest, EveryTitleReadsBackExactlyInItsOwnChapter) {
     auto chapters = chaptersTitled(
         {"a=b;c#d \\= \\; \\#", "ends in a backslash \\", "\\", "two \\\\", "\\\ntitle=after an escaped newline",
          "[CHAPTER]\nTIMEBASE=1/1\nSTART=0\nEND=1\ntitle=injected", ";FFMETADATA1", "# not a comment",
-         "cr\rlf\ncrlf\r\nend\n", "\xE2\x80\xA8line\xE2\x80\xA9paragraph\xC2\x85next", "[leading bracket",
-         " spaced ", longTitle, std::string("nul\0 and \xFF", 10)},
+         "cr\rlf\ncrlf\r\nend\n", "\xE2\x80\xA8line\xE2\x80\xA9paragraph\xC2\x85next", "[leading bracket", " spaced ",
+         longTitle, std::string("nul\0 and \xFF", 10)},
         100);
     const auto read = roundTrip(dir, chapters, 1400);
     chapters.back().title = "nul\xEF\xBF\xBD and \xEF\xBF\xBD";

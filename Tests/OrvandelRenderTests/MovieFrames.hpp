@@ -33,8 +33,8 @@ inline std::vector<std::int64_t> frameTimesMs(const std::filesystem::path& movie
 inline constexpr int kWidth = 480, kHeight = 270;
 inline std::string grayFrames(const std::filesystem::path& file) {
     return Subprocess::run({"ffmpeg", "-v", "error", "-i", file.string(), "-fps_mode", "passthrough", "-vf",
-                            "scale=" + std::to_string(kWidth) + ":" + std::to_string(kHeight), "-pix_fmt", "gray",
-                            "-f", "rawvideo", "-"})
+                            "scale=" + std::to_string(kWidth) + ":" + std::to_string(kHeight), "-pix_fmt", "gray", "-f",
+                            "rawvideo", "-"})
         .standardOutput;
 }
 
@@ -69,7 +69,8 @@ inline std::string mediaPicture(const std::string& id, const std::string& nvPr, 
 }
 
 struct MovieFrames {
-    explicit MovieFrames(const std::filesystem::path& movie) : timesMs(frameTimesMs(movie)), pixels(grayFrames(movie)) {}
+    explicit MovieFrames(const std::filesystem::path& movie)
+        : timesMs(frameTimesMs(movie)), pixels(grayFrames(movie)) {}
 
     // The frame on screen at ms: the last one that starts at or before it.
     std::string shownAt(std::int64_t ms) const {

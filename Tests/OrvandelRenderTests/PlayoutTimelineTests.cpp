@@ -5,19 +5,19 @@
 #include <tuple>
 
 #include "AnimatedSlides.hpp"
-#include "plan/PlayoutTimeline.hpp"
 #include "PrepareSupport.hpp"
-#include "storyboard/Storyboard.hpp"
 #include "TestSupport.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
 #include "deck/DeckScanner.hpp"
 #include "package/CueCalculator.hpp"
 #include "package/CueInputAssembler.hpp"
+#include "plan/PlayoutTimeline.hpp"
 #include "rewrite/DeckTransformer.hpp"
 #include "rewrite/ExitWriter.hpp"
 #include "rewrite/TimingTransformer.hpp"
 #include "rewrite/UnifiedBulletPlanBuilder.hpp"
+#include "storyboard/Storyboard.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -30,15 +30,17 @@ PlayoutTarget whole(const std::string& spid) { return {spid, std::nullopt}; }
 }  // namespace
 
 TEST(PlayoutTimelineTest, PreparedClickStepsShowAtTheirPlannedTimesAndExitsLeaveWhenTheyEnd) {
-    const std::string source = slideXml("", timing(click(fade("clickEffect", paragraph(0))) +
-                                                   click(fade("clickEffect", paragraph(1)) + fade("withEffect", shape("4"))) +
-                                                   click(fade("clickEffect", paragraph(2)))));
+    const std::string source =
+        slideXml("", timing(click(fade("clickEffect", paragraph(0))) +
+                            click(fade("clickEffect", paragraph(1)) + fade("withEffect", shape("4"))) +
+                            click(fade("clickEffect", paragraph(2)))));
     // Nobody clicks the source: everything that enters stays hidden.
     const auto unprepared = PlayoutTimeline::evaluate(source);
     EXPECT_EQ(unprepared.states, (std::vector<PlayoutState>{{0, {p3(0), p3(1), p3(2), whole("4")}}}));
     // Groups start at 0, 1500 and 3000; each head after its 1000 ms pause,
     // and the shape that comes with the second bullet with it.
-    const auto prepared = PlayoutTimeline::evaluate(TimingTransformer::transformBulletSlide(source, {6000, 1000, 1500}));
+    const auto prepared = PlayoutTimeline::evaluate(
+        TimingTransformer::transformBulletSlide(source, {6000, 1000, 1500}));
     EXPECT_EQ(prepared.states, (std::vector<PlayoutState>{{0, {p3(0), p3(1), p3(2), whole("4")}},
                                                           {1000, {p3(1), p3(2), whole("4")}},
                                                           {2500, {p3(2)}},
@@ -51,13 +53,15 @@ TEST(PlayoutTimelineTest, PreparedClickStepsShowAtTheirPlannedTimesAndExitsLeave
                "\" categoryIdx=\"-4\" bldStep=\"series\"/></p:graphicEl></p:spTgt>";
     };
     const std::string chart = TimingTransformer::transformBulletSlide(
-        slideXml("", timing(click(fade("clickEffect", series(0))) + click(fade("clickEffect", series(1))))), {4500, 1000, 1500});
+        slideXml("", timing(click(fade("clickEffect", series(0))) + click(fade("clickEffect", series(1))))),
+        {4500, 1000, 1500});
     const auto part = [](std::int64_t n) {
         return PlayoutTarget{"7", std::nullopt, GraphicPart{GraphicPart::Kind::chartSeries, n, 0, {}}};
     };
     EXPECT_EQ(PlayoutTimeline::evaluate(chart).states,
               (std::vector<PlayoutState>{{0, {part(0), part(1)}}, {1000, {part(1)}}, {2500, {}}}));
-    EXPECT_EQ(PlayoutTimeline::evaluate(chart, {"7"}).states, (std::vector<PlayoutState>{{0, {whole("7")}}, {1000, {}}}));
+    EXPECT_EQ(PlayoutTimeline::evaluate(chart, {"7"}).states,
+              (std::vector<PlayoutState>{{0, {whole("7")}}, {1000, {}}}));
 
     // Converted exits play by themselves, 500 and 2000 ms into the slide,
     // each hiding its shape as its fade ends.
@@ -73,11 +77,13 @@ TEST(PlayoutTimelineTest, ReferencesMediaAndTriggersFollowTheTimingTree) {
     // The video plays 500 ms in; shape 6 enters when the video's call ends
     // plus 250 ms; shape 5 only on a click on shape 2, so never.
     const std::string afterVideo = "<p:par><p:cTn><p:stCondLst><p:cond evt=\"onEnd\" delay=\"250\"><p:tn val=\"9\"/>"
-                                   "</p:cond></p:stCondLst><p:childTnLst>" + fade("withEffect", shape("6")) +
-                                   "</p:childTnLst></p:cTn></p:par>";
-    const std::string trigger = "<p:seq><p:cTn id=\"20\" nodeType=\"interactiveSeq\"><p:stCondLst><p:cond evt=\"onClick\" "
-                                "delay=\"0\"><p:tgtEl>" + shape("2") + "</p:tgtEl></p:cond></p:stCondLst><p:childTnLst>" +
-                                click(fade("clickEffect", shape("5"))) + "</p:childTnLst></p:cTn></p:seq>";
+                                   "</p:cond></p:stCondLst><p:childTnLst>" +
+                                   fade("withEffect", shape("6")) + "</p:childTnLst></p:cTn></p:par>";
+    const std::string trigger =
+        "<p:seq><p:cTn id=\"20\" nodeType=\"interactiveSeq\"><p:stCondLst><p:cond evt=\"onClick\" "
+        "delay=\"0\"><p:tgtEl>" +
+        shape("2") + "</p:tgtEl></p:cond></p:stCondLst><p:childTnLst>" + click(fade("clickEffect", shape("5"))) +
+        "</p:childTnLst></p:cTn></p:seq>";
     const auto playout = PlayoutTimeline::evaluate(
         slideXml("", timing(opening(playVideo("3", "4000", "500", " id=\"9\""), afterVideo), "mainSeq", trigger)));
     EXPECT_EQ(playout.media, (std::vector<MediaStart>{{"3", 500}}));
@@ -86,10 +92,9 @@ TEST(PlayoutTimelineTest, ReferencesMediaAndTriggersFollowTheTimingTree) {
 
 // Over every deck of the corpus, without LibreOffice: each step of a
 // prepared bullet slide, started where the timing plan put its group, shows
-// between its slide's cue before it and its own cue (where cues follow the steps: no interleaved entry and exit groups, no
-// media, and no group after a click group that keeps the delay it had within
-// its click, which the timing rewrite does not move); and every state of
-// every slide makes a well-formed storyboard slide.
+// between its slide's cue before it and its own cue (where cues follow the steps: no interleaved entry and exit groups,
+// no media, and no group after a click group that keeps the delay it had within its click, which the timing rewrite
+// does not move); and every state of every slide makes a well-formed storyboard slide.
 TEST(PlayoutTimelineTest, OnEveryCorpusDeckStepsShowWhereThePlanAndTheCuesPutThem) {
     ORVANDEL_REQUIRE_CORPUS();
     TempDir dir;
@@ -124,7 +129,8 @@ TEST(PlayoutTimelineTest, OnEveryCorpusDeckStepsShowWhereThePlanAndTheCuesPutThe
             }
             const CueInput& alone = inputs[i];
             if (alone.isHidden || (alone.exitGroupCount >= 1 && !alone.orderedGroupKinds.empty()) ||
-                alone.videoDurationMs || alone.gifDurationMs || followers || starts.size() != std::size_t(r.bulletCount)) {
+                alone.videoDurationMs || alone.gifDurationMs || followers ||
+                starts.size() != std::size_t(r.bulletCount)) {
                 continue;
             }
             const auto cues = CueCalculator::calculateCues({alone});  // [lead-in, step 1, ..., step n]
@@ -150,8 +156,9 @@ TEST(PlayoutTimelineTest, OnEveryCorpusDeckStepsShowWhereThePlanAndTheCuesPutThe
 TEST(PlayoutTimelineTest, SlidesThatOpenWithMediaShowEachBulletBetweenItsCues) {
     TempDir dir;
     const std::string video = picture("5", "rId9", "<a:videoFile r:link=\"rId2\"/>");
-    const std::vector<Rel> rels{{"rId2", "video", "../media/media1.mp4"}, {"rId9", "image", "../media/image1.png"},
-                                         {"rId5", "image", "../media/image2.gif"}};
+    const std::vector<Rel> rels{{"rId2", "video", "../media/media1.mp4"},
+                                {"rId9", "image", "../media/image1.png"},
+                                {"rId5", "image", "../media/image2.gif"}};
     const std::string bullets = click(fade("clickEffect", paragraph(0))) + click(fade("clickEffect", paragraph(1))) +
                                 click(fade("clickEffect", paragraph(2)));
     const std::string text = textBox("3", 1825625, para("Um", kBullet) + para("Dois", kBullet) + para("Tres", kBullet));
@@ -160,11 +167,16 @@ TEST(PlayoutTimelineTest, SlidesThatOpenWithMediaShowEachBulletBetweenItsCues) {
     for (const auto& [what, shapes, chain, videoMs, gifMs, firstBulletMs] :
          std::vector<std::tuple<const char*, std::string, std::string, SlideDurations, SlideDurations, std::int64_t>>{
              {"a 9 s opening video", video + text, opening(playVideo("5", "9000", "0")), {{1, 9000}}, {}, 10000},
-             {"an opening entrance", textBox("4", 365125, para("Titulo")) + text,
-              opening(fade("afterEffect", shape("4"))), {}, {}, 1500},
+             {"an opening entrance",
+              textBox("4", 365125, para("Titulo")) + text,
+              opening(fade("afterEffect", shape("4"))),
+              {},
+              {},
+              1500},
              {"a GIF beside the bullets", picture("6", "rId5") + text, "", {}, {{1, 3000}}, 1000}}) {
         SCOPED_TRACE(what);
-        const auto deck = DeckBuilder().addSlide(slideXml(shapes, timing(chain + bullets)), rels).write(dir / "in.pptx");
+        const auto deck =
+            DeckBuilder().addSlide(slideXml(shapes, timing(chain + bullets)), rels).write(dir / "in.pptx");
         const auto reports = DeckTransformer::prepare(deck, dir / "out.pptx", videoMs, gifMs, 1000, 1500);
         const auto cues = CueCalculator::calculateCues(CueInputAssembler::cueInputs(reports, videoMs, gifMs));
         const auto playout = PlayoutTimeline::evaluate(PptxArchive::Deck(dir / "out.pptx").readEntry(reports[0].file));

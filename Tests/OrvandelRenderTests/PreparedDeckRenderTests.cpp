@@ -2,11 +2,11 @@
 
 #include <iostream>
 
-#include "tools/LibreOffice.hpp"
-#include "pixels/PageRasterizer.hpp"
-#include "storyboard/Storyboard.hpp"
 #include "PrepareSupport.hpp"
 #include "TestSupport.hpp"
+#include "pixels/PageRasterizer.hpp"
+#include "storyboard/Storyboard.hpp"
+#include "tools/LibreOffice.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -62,9 +62,9 @@ TEST(PreparedDeckRenderTest, LibreOfficeDrawsTheSourcesPagesAndOneMorePerFurther
              "aspose__SimpleAnimations.pptx",  // bullets, exits, wrapped transitions
              "poi__stress013.pptx",            // bullets with exits beside static slides
              "oxsdk__Chart_3D-Column-Animation-Box-Out-by-element-in-category.pptx",  // chained exits
-             "poi__EmbeddedVideo.pptx",        // click-started video
-             "oxsdk__SoundTest.pptx",          // autoplaying media
-             "oxpt__SlideTransitions.pptx",    // old transitions replaced
+             "poi__EmbeddedVideo.pptx",                                               // click-started video
+             "oxsdk__SoundTest.pptx",                                                 // autoplaying media
+             "oxpt__SlideTransitions.pptx",                                           // old transitions replaced
          }) {
         if (fs::exists(corpusDir() / name)) expectSamePages(corpusDir() / name, dir / fs::path(name).stem(), true);
     }

@@ -1,10 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "plan/FrameSize.hpp"
-#include "pixels/PageRasterizer.hpp"
-#include "plan/RenderPlan.hpp"
 #include "encode/FrameSchedule.hpp"
+#include "pixels/PageRasterizer.hpp"
+#include "plan/FrameSize.hpp"
+#include "plan/RenderPlan.hpp"
 #include "rewrite/TransitionWriter.hpp"
 
 using namespace orvandel;
@@ -12,14 +12,13 @@ using testing::HasSubstr;
 
 TEST(TimelineTest, EveryStillLastsItsMillisecondsMovingMediaTake30FramesASecondAndTheTotalIsExact) {
     const std::vector<ScheduledStill> entries{{"a.y4m", 1234}, {"it's.y4m", 2500}};
-    EXPECT_EQ(FrameSchedule::ffconcat(entries, 1000),
-              "ffconcat version 1.0\n"
-              "file 'a.y4m'\nduration 1\n"
-              "file 'a.y4m'\nduration 0.234\n"
-              "file 'it'\\''s.y4m'\nduration 1\n"
-              "file 'it'\\''s.y4m'\nduration 1\n"
-              "file 'it'\\''s.y4m'\nduration 0.499\n"
-              "file 'it'\\''s.y4m'\n");
+    EXPECT_EQ(FrameSchedule::ffconcat(entries, 1000), "ffconcat version 1.0\n"
+                                                      "file 'a.y4m'\nduration 1\n"
+                                                      "file 'a.y4m'\nduration 0.234\n"
+                                                      "file 'it'\\''s.y4m'\nduration 1\n"
+                                                      "file 'it'\\''s.y4m'\nduration 1\n"
+                                                      "file 'it'\\''s.y4m'\nduration 0.499\n"
+                                                      "file 'it'\\''s.y4m'\n");
     EXPECT_EQ(FrameSchedule::frames(entries, 1000).size(), 6u);
     // Without periodic frames: one frame per still plus the closing one.
     EXPECT_EQ(FrameSchedule::ffconcat({{"a.y4m", 1}}, 0), "ffconcat version 1.0\nfile 'a.y4m'\n");
@@ -50,8 +49,7 @@ TEST(RenderPlanTest, FramesFitTheSlideAndPagesAreDealtToWorkersInRuns) {
 }
 
 TEST(RenderPlanTest, AdvanceTimeComesFromTheTransitionBlockOnly) {
-    const std::string prefix =
-        "<p:sld><p:cSld><p:spTree><a:x advTm=\"9\"/></p:spTree></p:cSld>";
+    const std::string prefix = "<p:sld><p:cSld><p:spTree><a:x advTm=\"9\"/></p:spTree></p:cSld>";
     EXPECT_EQ(RenderPlanReader::advanceTimeMs(prefix + TransitionWriter::block(7500) + "</p:sld>"), 7500);
     EXPECT_EQ(RenderPlanReader::advanceTimeMs(prefix + "<p:transition spd=\"slow\"/></p:sld>"), std::nullopt);
     EXPECT_EQ(RenderPlanReader::advanceTimeMs(prefix + "</p:sld>"), std::nullopt);

@@ -32,19 +32,20 @@ public:
         for (const auto& [name, xml] : diagramDefinitionParts()) deck.addEntry(name, xml);
         deck.addSlide(bulletSlide())
             .addSlide(slideXml(textBox("4", 1825625, para("Entra inteira")) + textBox("5", 3825625, para("Sai")),
-                               timing(click(fade("clickEffect", shape("4"))) + click(fade("clickEffect", shape("5"), false)))))
+                               timing(click(fade("clickEffect", shape("4"))) +
+                                      click(fade("clickEffect", shape("5"), false)))))
             .addSlide(slideXml(textBox("2", 365125, para("Escondido")), "", "show=\"0\""))
             .addSlide(slideXml(textBox("3", 1825625, para("Um", kNumbered) + para("Dois", kNumbered)),
                                timing(click(fade("clickEffect", paragraph(0))))))
-            .addSlide(slideXml(chartFrame("4", "rIdG"), timing(byParts("series", 0, -3) + byParts("series", 1, -3) +
-                                                               byParts("series", 2, -3))),
+            .addSlide(slideXml(chartFrame("4", "rIdG"),
+                               timing(byParts("series", 0, -3) + byParts("series", 1, -3) + byParts("series", 2, -3))),
                       {{"rIdG", "chart", "../charts/chart1.xml"}})
             .addSlide(slideXml(chartFrame("4", "rIdG"), timing(byParts("category", -3, 0) + byParts("category", -3, 1) +
                                                                byParts("category", -3, 2))),
                       {{"rIdG", "chart", "../charts/chart2.xml"}})
             .addSlide(slideXml(diagramFrame("4"), timing(click(fade("clickEffect", diagramPart("4", 0))) +
-                                                          click(fade("clickEffect", diagramPart("4", 1))) +
-                                                          click(fade("clickEffect", diagramPart("4", 2))))),
+                                                         click(fade("clickEffect", diagramPart("4", 1))) +
+                                                         click(fade("clickEffect", diagramPart("4", 2))))),
                       diagramRelationships())
             .addEntry("ppt/charts/chart1.xml", columnChartXml(3, 2))
             .addEntry("ppt/charts/chart2.xml", columnChartXml(2, 3))
@@ -56,9 +57,9 @@ public:
         options.keepStillsIn = *dir_ / "stills";
         options.drawEffects = false;  // each state from its first millisecond (drawn effects: DrawnEffectsMovieTest)
         HeadlessRenderer(options).export_(*dir_ / "prepared.pptx", *dir_ / "master.mp4", {},
-                                                {.progress = [](ExportStage stage, double) {
-                                                    if (stages_.empty() || stages_.back() != stage) stages_.push_back(stage);
-                                                }});
+                                          {.progress = [](ExportStage stage, double) {
+                                              if (stages_.empty() || stages_.back() != stage) stages_.push_back(stage);
+                                          }});
         movie_ = std::make_unique<MovieFrames>(*dir_ / "master.mp4");
     }
     static std::string byParts(const std::string& step, int series, int category) {
@@ -112,7 +113,8 @@ TEST_F(StepByStepMovieTest, ChartsAndDiagramsGrowPartByPartWithoutMoving) {
                 inkBefore += ink(before, i);
                 inkAfter += ink(after, i);
                 // Where a bar comes in right beside another their shared edge blends.
-                const bool besideNew = (!ink(before, i - 1) && ink(after, i - 1)) || (!ink(before, i + 1) && ink(after, i + 1));
+                const bool besideNew = (!ink(before, i - 1) && ink(after, i - 1)) ||
+                                       (!ink(before, i + 1) && ink(after, i + 1));
                 moved += ink(before, i) && std::abs(int(before[i]) - int(after[i])) > 48 && !besideNew;
             }
             EXPECT_GT(inkAfter, inkBefore + 100) << "page " << n;

@@ -4,13 +4,13 @@
 
 #include "AnimatedSlides.hpp"
 #include "GraphicParts.hpp"
-#include "storyboard/Storyboard.hpp"
 #include "TestSupport.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/XmlElement.hpp"
 #include "deck/DeckScanner.hpp"
 #include "deck/NotesScanner.hpp"
 #include "rewrite/DeckTransformer.hpp"
+#include "storyboard/Storyboard.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -19,17 +19,20 @@ TEST(StoryboardTest, AStateIsAStillWithoutHiddenShapesAndWithHiddenParagraphsInP
     const std::string numbered = "<a:pPr lvl=\"1\"><a:buAutoNum type=\"arabicPeriod\"/>";
     const auto body = [&](const std::string& first, const std::string& second, const std::string& third) {
         return "<p:sp><p:nvSpPr><p:cNvPr id=\"3\" name=\"B\"/><p:cNvSpPr/><p:nvPr/></p:nvSpPr><p:spPr/><p:txBody>"
-               "<a:bodyPr/>" + first + second + third + "</p:txBody></p:sp>";
+               "<a:bodyPr/>" +
+               first + second + third + "</p:txBody></p:sp>";
     };
-    const std::string group = "<p:grpSp><p:nvGrpSpPr><p:cNvPr id=\"4\" name=\"G\"/><p:cNvGrpSpPr/><p:nvPr/></p:nvGrpSpPr>"
-                              "<p:grpSpPr/>" + picture("5", "rId2") + "</p:grpSp>";
-    const std::string slide =
-        slideXml(body("<a:p>" + numbered + "<a:defRPr/></a:pPr><a:r><a:rPr lang=\"pt-BR\"><a:solidFill><a:srgbClr "
-                      "val=\"FF0000\"/></a:solidFill><a:latin typeface=\"Arial\"/></a:rPr><a:t>Um</a:t></a:r></a:p>",
-                      "<a:p>" + numbered + "</a:pPr><a:r><a:t>Dois</a:t></a:r></a:p>",
-                      "<a:p><a:r><a:t>Tres</a:t></a:r></a:p>") +
-                     group + picture("6", "rId3"),
-                 "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr><p:transition advTm=\"1500\"/>" + timing(""));
+    const std::string group =
+        "<p:grpSp><p:nvGrpSpPr><p:cNvPr id=\"4\" name=\"G\"/><p:cNvGrpSpPr/><p:nvPr/></p:nvGrpSpPr>"
+        "<p:grpSpPr/>" +
+        picture("5", "rId2") + "</p:grpSp>";
+    const std::string slide = slideXml(
+        body("<a:p>" + numbered +
+                 "<a:defRPr/></a:pPr><a:r><a:rPr lang=\"pt-BR\"><a:solidFill><a:srgbClr "
+                 "val=\"FF0000\"/></a:solidFill><a:latin typeface=\"Arial\"/></a:rPr><a:t>Um</a:t></a:r></a:p>",
+             "<a:p>" + numbered + "</a:pPr><a:r><a:t>Dois</a:t></a:r></a:p>", "<a:p><a:r><a:t>Tres</a:t></a:r></a:p>") +
+            group + picture("6", "rId3"),
+        "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr><p:transition advTm=\"1500\"/>" + timing(""));
     const std::string clear = "<a:solidFill><a:srgbClr val=\"FFFFFF\"><a:alpha val=\"0\"/></a:srgbClr></a:solidFill>";
     // Shape 5 goes with its group; paragraphs 0 and 2 keep their place, and
     // paragraph 1 keeps its number 2.
@@ -41,7 +44,8 @@ TEST(StoryboardTest, AStateIsAStillWithoutHiddenShapesAndWithHiddenParagraphsInP
                       "<a:p><a:pPr><a:buNone/></a:pPr><a:r><a:rPr>" + clear + "</a:rPr><a:t>Tres</a:t></a:r></a:p>") +
                      picture("6", "rId3"),
                  "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr>");
-    EXPECT_EQ(Storyboard::slideInState(slide, {{"3", 0}, {"3", 2}, {"4", std::nullopt}, {"5", std::nullopt}}), expected);
+    EXPECT_EQ(Storyboard::slideInState(slide, {{"3", 0}, {"3", 2}, {"4", std::nullopt}, {"5", std::nullopt}}),
+              expected);
 }
 
 TEST(StoryboardTest, ShotsFollowTheStatesUntilTheAdvanceTimeAndAlikeStatesSharePages) {
@@ -79,8 +83,9 @@ TEST(StoryboardTest, StatesAreListedRightAfterTheirSlideWithItsRelationshipsButN
     Storyboard::write(preparedDeck, plan, layout, dir / "storyboard.pptx");
 
     const auto files = DeckModel(dir / "storyboard.pptx").slideFiles();
-    ASSERT_EQ(files, (std::vector<std::string>{"ppt/slides/slide1.xml", "ppt/slides/slide3.xml", "ppt/slides/slide4.xml",
-                                               "ppt/slides/slide5.xml", "ppt/slides/slide2.xml"}));
+    ASSERT_EQ(files,
+              (std::vector<std::string>{"ppt/slides/slide1.xml", "ppt/slides/slide3.xml", "ppt/slides/slide4.xml",
+                                        "ppt/slides/slide5.xml", "ppt/slides/slide2.xml"}));
     PptxArchive::Deck storyboard(dir / "storyboard.pptx");
     const std::string prepared = PptxArchive::readEntry(dir / "prepared.pptx", "ppt/slides/slide1.xml");
     for (std::size_t k = 0; k < 4; ++k) {
@@ -89,7 +94,8 @@ TEST(StoryboardTest, StatesAreListedRightAfterTheirSlideWithItsRelationshipsButN
     const std::string rels = storyboard.readEntry("ppt/slides/_rels/slide3.xml.rels");
     EXPECT_NE(rels.find("../media/image1.png"), std::string::npos);
     EXPECT_EQ(rels.find("notesSlide"), std::string::npos);
-    EXPECT_NE(storyboard.readEntry("[Content_Types].xml").find("PartName=\"/ppt/slides/slide5.xml\""), std::string::npos);
+    EXPECT_NE(storyboard.readEntry("[Content_Types].xml").find("PartName=\"/ppt/slides/slide5.xml\""),
+              std::string::npos);
 }
 
 // Slide 1 builds its chart by series, and its states point at copies of the

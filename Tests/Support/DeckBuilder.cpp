@@ -116,7 +116,8 @@ std::vector<std::pair<std::string, Bytes>> DeckBuilder::entries() const {
 
     // Parts only: extra entries such as media get no content type (nothing here reads them).
     const std::string contentTypes =
-        std::string(kXmlDecl) + "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
+        std::string(kXmlDecl) +
+        "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
         "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
         "<Default Extension=\"xml\" ContentType=\"application/xml\"/>";
 

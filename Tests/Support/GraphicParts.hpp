@@ -13,7 +13,8 @@ namespace orvandel::test {
 inline std::string columnChartXml(int series, int categories) {
     std::string out =
         "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?><c:chartSpace xmlns:c=\"http://schemas."
-        "openxmlformats.org/drawingml/2006/chart\" xmlns:a=\"" + std::string(kNsA) + "\" xmlns:r=\"" + kNsR +
+        "openxmlformats.org/drawingml/2006/chart\" xmlns:a=\"" +
+        std::string(kNsA) + "\" xmlns:r=\"" + kNsR +
         "\"><c:chart><c:autoTitleDeleted val=\"1\"/><c:plotArea><c:layout/><c:barChart><c:barDir val=\"col\"/>"
         "<c:grouping val=\"clustered\"/>";
     const char* colors[] = {"1F4E79", "C00000", "375623", "7030A0"};
@@ -44,20 +45,22 @@ inline std::string columnChartXml(int series, int categories) {
 inline std::string graphicFrame(const std::string& id, const std::string& graphicData) {
     return "<p:graphicFrame><p:nvGraphicFramePr><p:cNvPr id=\"" + id + "\" name=\"Grafico " + id +
            "\"/><p:cNvGraphicFramePr/><p:nvPr/></p:nvGraphicFramePr><p:xfrm><a:off x=\"838200\" y=\"1600200\"/>"
-           "<a:ext cx=\"10515600\" cy=\"4800000\"/></p:xfrm><a:graphic>" + graphicData + "</a:graphic></p:graphicFrame>";
+           "<a:ext cx=\"10515600\" cy=\"4800000\"/></p:xfrm><a:graphic>" +
+           graphicData + "</a:graphic></p:graphicFrame>";
 }
 
 inline std::string chartFrame(const std::string& id, const std::string& relId) {
     return graphicFrame(id, "<a:graphicData uri=\"http://schemas.openxmlformats.org/drawingml/2006/chart\"><c:chart "
-                            "xmlns:c=\"http://schemas.openxmlformats.org/drawingml/2006/chart\" r:id=\"" + relId +
-                                "\"/></a:graphicData>");
+                            "xmlns:c=\"http://schemas.openxmlformats.org/drawingml/2006/chart\" r:id=\"" +
+                                relId + "\"/></a:graphicData>");
 }
 
 // The diagram of a frame whose data part is relationship rIdD.
 inline std::string diagramFrame(const std::string& id) {
-    return graphicFrame(id, "<a:graphicData uri=\"http://schemas.openxmlformats.org/drawingml/2006/diagram\"><dgm:relIds "
-                            "xmlns:dgm=\"http://schemas.openxmlformats.org/drawingml/2006/diagram\" r:dm=\"rIdD\" "
-                            "r:lo=\"rIdL\" r:qs=\"rIdQ\" r:cs=\"rIdC\"/></a:graphicData>");
+    return graphicFrame(id,
+                        "<a:graphicData uri=\"http://schemas.openxmlformats.org/drawingml/2006/diagram\"><dgm:relIds "
+                        "xmlns:dgm=\"http://schemas.openxmlformats.org/drawingml/2006/diagram\" r:dm=\"rIdD\" "
+                        "r:lo=\"rIdL\" r:qs=\"rIdQ\" r:cs=\"rIdC\"/></a:graphicData>");
 }
 
 // A list of `boxes` boxes: element i is node {N<i>}, drawn by the shape of
@@ -67,14 +70,17 @@ inline std::string diagramDataXml(int boxes) {
     for (int i = 0; i < boxes; ++i) {
         const std::string n = std::to_string(i);
         points += "<dgm:pt modelId=\"{N" + n + "}\"><dgm:prSet/><dgm:spPr/><dgm:t><a:bodyPr/><a:p><a:r><a:t>Item " + n +
-                  "</a:t></a:r></a:p></dgm:t></dgm:pt><dgm:pt modelId=\"{P" + n + "}\" type=\"pres\"><dgm:prSet "
-                  "presAssocID=\"{N" + n + "}\" presName=\"node\"/><dgm:spPr/></dgm:pt>";
+                  "</a:t></a:r></a:p></dgm:t></dgm:pt><dgm:pt modelId=\"{P" + n +
+                  "}\" type=\"pres\"><dgm:prSet "
+                  "presAssocID=\"{N" +
+                  n + "}\" presName=\"node\"/><dgm:spPr/></dgm:pt>";
         links += "<dgm:cxn modelId=\"{X" + n + "}\" srcId=\"{DOC}\" destId=\"{N" + n + "}\" srcOrd=\"" + n +
                  "\" destOrd=\"0\"/>";
     }
     return "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?><dgm:dataModel xmlns:dgm=\"http://schemas."
-           "openxmlformats.org/drawingml/2006/diagram\" xmlns:a=\"" + std::string(kNsA) + "\"><dgm:ptLst>" + points +
-           "</dgm:ptLst><dgm:cxnLst>" + links + "</dgm:cxnLst><dgm:bg/><dgm:whole/><dgm:extLst><a:ext uri=\"http://"
+           "openxmlformats.org/drawingml/2006/diagram\" xmlns:a=\"" +
+           std::string(kNsA) + "\"><dgm:ptLst>" + points + "</dgm:ptLst><dgm:cxnLst>" + links +
+           "</dgm:cxnLst><dgm:bg/><dgm:whole/><dgm:extLst><a:ext uri=\"http://"
            "schemas.microsoft.com/office/drawing/2008/diagram\"><dsp:dataModelExt xmlns:dsp=\"http://schemas.microsoft"
            ".com/office/drawing/2008/diagram\" relId=\"rIdW\" minVer=\"http://schemas.openxmlformats.org/drawingml/"
            "2006/diagram\"/></a:ext></dgm:extLst></dgm:dataModel>";
@@ -84,17 +90,24 @@ inline std::string diagramDataXml(int boxes) {
 inline std::string diagramDrawingXml(int boxes) {
     std::string shapes;
     for (int i = 0; i < boxes; ++i) {
-        shapes += "<dsp:sp modelId=\"{P" + std::to_string(i) + "}\"><dsp:nvSpPr><dsp:cNvPr id=\"0\" name=\"\"/>"
-                  "<dsp:cNvSpPr/></dsp:nvSpPr><dsp:spPr><a:xfrm><a:off x=\"0\" y=\"" + std::to_string(i * 1500000) +
-                  "\"/><a:ext cx=\"6000000\" cy=\"1200000\"/></a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom>"
-                  "<a:solidFill><a:srgbClr val=\"1F4E79\"/></a:solidFill></dsp:spPr><dsp:txBody><a:bodyPr/><a:lstStyle/>"
-                  "<a:p><a:r><a:rPr lang=\"pt-BR\" sz=\"2400\"><a:solidFill><a:srgbClr val=\"FFFFFF\"/></a:solidFill>"
-                  "</a:rPr><a:t>Item " + std::to_string(i) + "</a:t></a:r></a:p></dsp:txBody></dsp:sp>";
+        shapes +=
+            "<dsp:sp modelId=\"{P" + std::to_string(i) +
+            "}\"><dsp:nvSpPr><dsp:cNvPr id=\"0\" name=\"\"/>"
+            "<dsp:cNvSpPr/></dsp:nvSpPr><dsp:spPr><a:xfrm><a:off x=\"0\" y=\"" +
+            std::to_string(i * 1500000) +
+            "\"/><a:ext cx=\"6000000\" cy=\"1200000\"/></a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom>"
+            "<a:solidFill><a:srgbClr val=\"1F4E79\"/></a:solidFill></dsp:spPr><dsp:txBody><a:bodyPr/><a:lstStyle/>"
+            "<a:p><a:r><a:rPr lang=\"pt-BR\" sz=\"2400\"><a:solidFill><a:srgbClr val=\"FFFFFF\"/></a:solidFill>"
+            "</a:rPr><a:t>Item " +
+            std::to_string(i) + "</a:t></a:r></a:p></dsp:txBody></dsp:sp>";
     }
     return "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?><dsp:drawing xmlns:dgm=\"http://schemas."
            "openxmlformats.org/drawingml/2006/diagram\" xmlns:dsp=\"http://schemas.microsoft.com/office/drawing/2008/"
-           "diagram\" xmlns:a=\"" + std::string(kNsA) + "\"><dsp:spTree><dsp:nvGrpSpPr><dsp:cNvPr id=\"0\" name=\"\"/>"
-           "<dsp:cNvGrpSpPr/></dsp:nvGrpSpPr><dsp:grpSpPr/>" + shapes + "</dsp:spTree></dsp:drawing>";
+           "diagram\" xmlns:a=\"" +
+           std::string(kNsA) +
+           "\"><dsp:spTree><dsp:nvGrpSpPr><dsp:cNvPr id=\"0\" name=\"\"/>"
+           "<dsp:cNvGrpSpPr/></dsp:nvGrpSpPr><dsp:grpSpPr/>" +
+           shapes + "</dsp:spTree></dsp:drawing>";
 }
 
 // The diagram's layout, style and colours: empty, the drawing shows it.
@@ -111,7 +124,8 @@ inline std::vector<Rel> diagramRelationships() {
             {"rIdL", "diagramLayout", "../diagrams/layout1.xml"},
             {"rIdQ", "diagramQuickStyle", "../diagrams/quickStyle1.xml"},
             {"rIdC", "diagramColors", "../diagrams/colors1.xml"},
-            {"rIdW", "http://schemas.microsoft.com/office/2007/relationships/diagramDrawing", "../diagrams/drawing1.xml"}};
+            {"rIdW", "http://schemas.microsoft.com/office/2007/relationships/diagramDrawing",
+             "../diagrams/drawing1.xml"}};
 }
 
 // Build targets: series n / category n of chart shape `spid`, element n of a diagram.

@@ -30,8 +30,8 @@ public:
         thread_ = std::thread([this] {
             while (!stopping_) {
                 pollfd waiting{listening_, POLLIN, 0};
-                const int client =
-                    ::poll(&waiting, 1, 100) > 0 ? ::accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC) : -1;
+                const int client = ::poll(&waiting, 1, 100) > 0 ? ::accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC)
+                                                                : -1;
                 if (client < 0) continue;
                 ++connections_;
                 ::close(client);

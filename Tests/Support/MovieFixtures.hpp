@@ -59,9 +59,8 @@ inline Bytes trak(const std::string& handler, std::uint32_t duration, std::uint3
     const Bytes mdhd = joined({Bytes(12, 0), be32(mediaTimescale), be32(mediaDuration), Bytes(4, 0)});
     const Bytes hdlr = joined({Bytes(8, 0), toBytes(handler), Bytes(13, 0)});
     const Bytes stsz = joined({Bytes(4, 0), be32(1), be32(samples)});  // every sample one byte long: no table follows
-    return box("trak", joined({box("tkhd", tkhd),
-                               box("mdia", joined({box("mdhd", mdhd), box("hdlr", hdlr),
-                                                   box("minf", box("stbl", box("stsz", stsz)))}))}));
+    return box("trak", joined({box("tkhd", tkhd), box("mdia", joined({box("mdhd", mdhd), box("hdlr", hdlr),
+                                                                      box("minf", box("stbl", box("stsz", stsz)))}))}));
 }
 
 // ftyp, then moov holding mvhd and the tracks.
@@ -96,7 +95,8 @@ struct FakeRenderer : Mp4Exporting {
 
 // One that writes a movie of `ms` milliseconds.
 inline FakeRenderer movieOf(std::int64_t ms) {
-    return FakeRenderer([ms](const std::filesystem::path& to) { writeFile(to, craftedMovie(1000, std::uint64_t(ms))); });
+    return FakeRenderer(
+        [ms](const std::filesystem::path& to) { writeFile(to, craftedMovie(1000, std::uint64_t(ms))); });
 }
 
 }  // namespace orvandel::test

@@ -73,7 +73,8 @@ std::vector<MarkedProcess> processesWith(const std::string& entry) {
             if (environment.find('\0' + entry) == std::string::npos) continue;
             const std::string stat = toString(readFile(e.path() / "stat"));  // pid (name) state parent ...
             const auto open = stat.find('('), close = stat.rfind(')');
-            found.push_back({std::stoi(stat), std::stoi(stat.substr(close + 4)), stat.substr(open + 1, close - open - 1)});
+            found.push_back(
+                {std::stoi(stat), std::stoi(stat.substr(close + 4)), stat.substr(open + 1, close - open - 1)});
         } catch (const Error&) {
             // not a process, a zombie (its environment cannot be read), or not ours to read
         }

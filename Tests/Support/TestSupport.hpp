@@ -109,7 +109,7 @@ protected:
 
 }  // namespace orvandel::test
 
-#define ORVANDEL_REQUIRE_CORPUS()                                                   \
-    do {                                                                            \
+#define ORVANDEL_REQUIRE_CORPUS()                                                 \
+    do {                                                                          \
         if (::orvandel::test::corpusDecks().empty()) GTEST_SKIP() << "no corpus"; \
     } while (0)

@@ -35,7 +35,8 @@ inline std::string playOnClick(const std::string& durationMs) {
            "<p:cond delay=\"indefinite\"/></p:stCondLst><p:childTnLst><p:par><p:cTn id=\"5\"><p:stCondLst><p:cond "
            "delay=\"0\"/></p:stCondLst><p:childTnLst><p:par><p:cTn id=\"6\" presetClass=\"mediacall\" "
            "nodeType=\"clickEffect\"><p:stCondLst><p:cond delay=\"0\"/></p:stCondLst><p:childTnLst><p:cmd "
-           "type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn id=\"3\" dur=\"" + durationMs +
+           "type=\"call\" cmd=\"playFrom(0.0)\"><p:cBhvr><p:cTn id=\"3\" dur=\"" +
+           durationMs +
            "\"/><p:tgtEl><p:spTgt spid=\"3\"/></p:tgtEl></p:cBhvr></p:cmd></p:childTnLst></p:cTn></p:par>"
            "</p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:par></p:childTnLst></p:cTn></p:seq><p:video>"
            "<p:cMediaNode><p:cTn id=\"7\"><p:stCondLst><p:cond delay=\"indefinite\"/></p:stCondLst></p:cTn><p:tgtEl>"
@@ -55,7 +56,8 @@ inline std::string step(const std::string& effects) { return node("7", node("8",
 inline std::string timing(const std::string& steps, const std::string& seqType = "mainSeq",
                           const std::string& more = "") {
     return "<p:timing><p:tnLst><p:par><p:cTn id=\"1\" nodeType=\"tmRoot\"><p:childTnLst><p:seq><p:cTn id=\"2\" "
-           "nodeType=\"" + seqType + "\"><p:childTnLst>" + steps + "</p:childTnLst></p:cTn></p:seq>" + more +
+           "nodeType=\"" +
+           seqType + "\"><p:childTnLst>" + steps + "</p:childTnLst></p:cTn></p:seq>" + more +
            "</p:childTnLst></p:cTn></p:par></p:tnLst></p:timing>";
 }
 

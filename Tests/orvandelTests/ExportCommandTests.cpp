@@ -26,7 +26,8 @@ TEST(ExportCommandTest, AnInterruptStopsTheRenderAndLeavesNothingBehind) {
     for (const char* sub : {"bin", "tmp", "home"}) fs::create_directories(dir / sub);
     DeckBuilder().addSlide(slideXml()).addSlide(slideXml()).write(dir / "aula.pptx");
     // A renderer stage that never ends by itself.
-    writeFile(dir / "bin" / "soffice", "#!/bin/sh\necho $$ > '" + (dir / "soffice.pid").string() + "'\nexec sleep 300\n");
+    writeFile(dir / "bin" / "soffice",
+              "#!/bin/sh\necho $$ > '" + (dir / "soffice.pid").string() + "'\nexec sleep 300\n");
     fs::permissions(dir / "bin" / "soffice", fs::perms::owner_all);
     const char* path = std::getenv("PATH");
     const std::vector<std::string> env{"PATH=" + (dir / "bin").string() + ":" + (path ? path : "/usr/bin:/bin"),
@@ -37,13 +38,13 @@ TEST(ExportCommandTest, AnInterruptStopsTheRenderAndLeavesNothingBehind) {
         writeFile(dir / "lesson.orv", std::string("old package"));
         fs::remove(dir / "soffice.pid");
         // Signals the export once its renderer runs, then prints how it ended.
-        const auto r = Subprocess::run(
-            {"/bin/sh", "-c",
-             "\"$0\" export aula.pptx -o lesson.orv --renderer libreoffice >log 2>&1 & "
-             "while [ ! -s soffice.pid ]; do sleep 0.02; done; sleep 0.1; kill -" + std::to_string(sig) +
-                 " $!; wait $!; echo $?",
-             cliPath().string()},
-            {.environment = env, .workingDirectory = dir.path(), .timeout = std::chrono::seconds(70)});
+        const auto r =
+            Subprocess::run({"/bin/sh", "-c",
+                             "\"$0\" export aula.pptx -o lesson.orv --renderer libreoffice >log 2>&1 & "
+                             "while [ ! -s soffice.pid ]; do sleep 0.02; done; sleep 0.1; kill -" +
+                                 std::to_string(sig) + " $!; wait $!; echo $?",
+                             cliPath().string()},
+                            {.environment = env, .workingDirectory = dir.path(), .timeout = std::chrono::seconds(70)});
         const std::string log = toString(readFile(dir / "log"));
         EXPECT_EQ(r.standardOutput, std::to_string(128 + sig) + "\n") << log;
         EXPECT_NE(log.find("interrupted"), std::string::npos) << log;
@@ -101,7 +102,7 @@ TEST(ExportCommandTest, TheExampleDeckExportsEndToEndWithTheHeadlessRenderer) {
     const auto prepare = runCli({"prepare", deck.string(), "-o", (dir / "prepared.pptx").string(), "--gif", "4:3000"});
     ASSERT_EQ(prepare.exitStatus, 0) << prepare.standardError;
     const auto r = runCli({"export", deck.string(), "-o", (dir / "aula.orv").string(), "--gif", "4:3000", "--renderer",
-                        "libreoffice", "--chapters"});
+                           "libreoffice", "--chapters"});
     ASSERT_EQ(r.exitStatus, 0) << r.standardError;
     EXPECT_NE(r.standardOutput.find("Package written to " + (dir / "aula.orv").string()), std::string::npos);
     // "expected movie length: 32.5 s"

@@ -106,13 +106,15 @@ TEST(HostileInputTest, AbsurdNumbersDamagedPartsAndSpecialFilesEndInAClearErrorO
     ZipArchive::create(entries, box.dir / "gap.pptx");
     ASSERT_EQ(::mkfifo((box.dir / "fifo.pptx").c_str(), 0600), 0);
     auto commented = DeckBuilder().addSlide(slideXml()).entries();
-    std::string presentation = toString(commented[2].second);  // after the content types and the package's relationships
+    std::string presentation = toString(
+        commented[2].second);  // after the content types and the package's relationships
     presentation.insert(presentation.find("<p:sldIdLst>") + 12, "<!-- <p:sldId id=\"999\" r:id=\"rId1\"/> -->");
     commented[2].second = toBytes(presentation);
     ZipArchive::create(commented, box.dir / "commented.pptx");
 
     for (const auto& [args, status, saying] : std::vector<std::tuple<std::vector<std::string>, int, std::string>>{
-             {{"export", "three.pptx", "--gif", "2:9223372036854775807"}, 2,
+             {{"export", "three.pptx", "--gif", "2:9223372036854775807"},
+              2,
               "--gif: the length in \"2:9223372036854775807\""},
              {{"export", "three.pptx", "--video", "1:0"}, 2, "--video: the length in \"1:0\""},
              {{"export", "three.pptx", "gap.pptx", "-o", "x.orv"}, 2, "-o: names one package"},
@@ -120,7 +122,8 @@ TEST(HostileInputTest, AbsurdNumbersDamagedPartsAndSpecialFilesEndInAClearErrorO
              {{"export", "huge.pptx", "--mp4", "m.mp4"}, 1, "slide 1: its timing value dur=\"4611686018427387904\""},
              {{"scan", "broken.pptx"}, 1, "orvandel: ppt/slides/slide1.xml: "},
              {{"export", "crc.pptx", "--mp4", "m.mp4"}, 0, "warning: slide 1: the speaker notes could not be read"},
-             {{"export", "latin1.pptx", "--mp4", "m.mp4"}, 0,
+             {{"export", "latin1.pptx", "--mp4", "m.mp4"},
+              0,
               "warning: slide 1: the speaker notes are not valid UTF-8"},
              {{"export", "gap.pptx", "--mp4", "m.mp4"}, 0, "warning: the slide at position 2 of the deck"},
              {{"export", "fifo.pptx"}, 2, "not a regular file"},

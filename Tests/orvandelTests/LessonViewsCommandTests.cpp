@@ -21,7 +21,8 @@ TEST(ChaptersCommandTest, OneChapterPerVisibleSlideInTheMovieWhichKeepsItsLength
     TempDir dir;
     const auto lesson = exportLesson(dir, {"--chapters", "--preview"});
     writeFile(dir / "m.mp4", PptxArchive::readEntryBytes(lesson.orv, "assets/master.mp4"));
-    const auto probe = Subprocess::run({"ffprobe", "-v", "error", "-show_chapters", "-of", "json", (dir / "m.mp4").string()});
+    const auto probe = Subprocess::run(
+        {"ffprobe", "-v", "error", "-show_chapters", "-of", "json", (dir / "m.mp4").string()});
     const auto document = Json::parse(probe.standardOutput);
     std::vector<std::pair<std::string, std::string>> chapters;  // start, title
     for (const auto& c : document["chapters"]) chapters.emplace_back(c["start_time"], c["tags"]["title"]);
@@ -35,9 +36,9 @@ TEST(ChaptersCommandTest, OneChapterPerVisibleSlideInTheMovieWhichKeepsItsLength
     ASSERT_EQ(runCli({"chapters", lesson.orv.string(), "--vtt", "-o", (dir / "a.vtt").string()}).exitStatus, 0);
     if (Subprocess::run({"/usr/bin/python3", "-c", "import webvtt"}).exitStatus == 0) {
         const auto parsed = Subprocess::run({"/usr/bin/python3", "-c",
-                                 "import sys, webvtt\n"
-                                 "for c in webvtt.read(sys.argv[1]): print(c.start, c.end, c.text)",
-                                 (dir / "a.vtt").string()});
+                                             "import sys, webvtt\n"
+                                             "for c in webvtt.read(sys.argv[1]): print(c.start, c.end, c.text)",
+                                             (dir / "a.vtt").string()});
         EXPECT_EQ(parsed.standardOutput,
                   "00:00:00.000 00:00:01.500 Fotossíntese\n00:00:01.500 00:00:06.000 Luz &amp; água\n"
                   "00:00:06.000 00:00:07.500 Slide 4\n")
@@ -61,7 +62,8 @@ TEST(PreviewCommandTest, ThePageWorksOpenedFromDiskInChromium) {
     TempDir dir;
     const auto lesson = exportLesson(dir, {});
     ASSERT_EQ(runCli({"preview", lesson.orv.string(), "-o", (dir / "page").string()}).exitStatus, 0);
-    const auto r = Subprocess::run({"node", script.string(), (dir / "page").string()}, {.timeout = std::chrono::minutes(3)});
+    const auto r = Subprocess::run({"node", script.string(), (dir / "page").string()},
+                                   {.timeout = std::chrono::minutes(3)});
     ASSERT_EQ(r.exitStatus, 0) << r.standardError;
     const auto page = Json::parse(r.standardOutput);
     const auto cues = Json::parse(PptxArchive::readEntry(lesson.orv, "manifest.json"))["cues"];
@@ -75,7 +77,8 @@ TEST(PreviewCommandTest, ThePageWorksOpenedFromDiskInChromium) {
         EXPECT_EQ(click["highlighted"], click["row"]);
         const auto notes = kNotes.find(cue["slideIndex"].get<std::int64_t>());
         if (notes != kNotes.end()) EXPECT_EQ(click["notes"], notes->second);
-        else for (const auto& [slide, text] : kNotes) EXPECT_NE(click["notes"], text);
+        else
+            for (const auto& [slide, text] : kNotes) EXPECT_NE(click["notes"], text);
     }
     EXPECT_EQ(page["keys"]["right"]["highlighted"], 1);
     EXPECT_EQ(page["keys"]["left"]["highlighted"], 0);

@@ -29,7 +29,8 @@ struct Lesson {
 inline Lesson exportLesson(const TempDir& dir, const std::vector<std::string>& options) {
     const auto titled = [](const std::string& title) {
         return "<p:sp><p:nvSpPr><p:cNvPr id=\"4\" name=\"T\"/><p:cNvSpPr/><p:nvPr><p:ph type=\"title\"/></p:nvPr>"
-               "</p:nvSpPr><p:spPr/><p:txBody><a:p><a:r><a:t>" + title + "</a:t></a:r></a:p></p:txBody></p:sp>";
+               "</p:nvSpPr><p:spPr/><p:txBody><a:p><a:r><a:t>" +
+               title + "</a:t></a:r></a:p></p:txBody></p:sp>";
     };
     const std::string steps = step(anim("clickEffect", "500", "entr")) + step(anim("clickEffect", "500", "entr"));
     DeckBuilder builder;
@@ -44,8 +45,8 @@ inline Lesson exportLesson(const TempDir& dir, const std::vector<std::string>& o
     }
     ffmpeg({"-f", "lavfi", "-i", "color=c=white:s=320x180:r=10", "-t", std::to_string(lesson.planMs) + "ms", "-c:v",
             "libx264", "-pix_fmt", "yuv420p", "-video_track_timescale", "1000", lesson.movie.string()});
-    std::vector<std::string> args{"export", lesson.deck.string(), "--mp4", lesson.movie.string(), "-o",
-                                  lesson.orv.string()};
+    std::vector<std::string> args{"export", lesson.deck.string(), "--mp4", lesson.movie.string(),
+                                  "-o",     lesson.orv.string()};
     args.insert(args.end(), options.begin(), options.end());
     const auto r = runCli(args);
     EXPECT_EQ(r.exitStatus, 0) << r.standardError;

@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "DeckBuilder.hpp"
-#include "TimingFixtures.hpp"
 #include "TestSupport.hpp"
+#include "TimingFixtures.hpp"
 #include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
 #include "base/Uuid.hpp"
@@ -34,10 +34,12 @@ public:
 
     // Whether a process of the run named `name` shows up within three minutes.
     bool reaches(const std::string& name) const {
-        return eventually([&] {
-            const auto all = processesWith(marker_);
-            return std::any_of(all.begin(), all.end(), [&](const MarkedProcess& p) { return p.name == name; });
-        }, 3min);
+        return eventually(
+            [&] {
+                const auto all = processesWith(marker_);
+                return std::any_of(all.begin(), all.end(), [&](const MarkedProcess& p) { return p.name == name; });
+            },
+            3min);
     }
 
     // SIGKILL of orvandel itself (the test's one child in the run); what is
@@ -76,8 +78,10 @@ TEST(ProcessLifetimeTest, AKilledExportLeavesNoProcessAndTheNextExportRemovesIts
     DeckBuilder long_;
     for (int i = 0; i < 40; ++i) long_.addSlide(slideXml(kTextBox, timing(step(anim("clickEffect", "30000", "entr")))));
     long_.write(dir / "long.pptx");
-    const std::vector<std::string> render{"export", (dir / "long.pptx").string(), "-o", (dir / "long.orv").string(),
-                                          "--renderer", "libreoffice", "--effects", "cut"};
+    const std::vector<std::string> render{"export",     (dir / "long.pptx").string(),
+                                          "-o",         (dir / "long.orv").string(),
+                                          "--renderer", "libreoffice",
+                                          "--effects",  "cut"};
     // An export that only packages a movie given to it, in a scratch folder
     // of its own (for the chapters).
     DeckBuilder().addSlide(slideXml()).write(dir / "short.pptx");

@@ -2,9 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "TimingFixtures.hpp"
 #include "DeckBuilder.hpp"
 #include "TestSupport.hpp"
+#include "TimingFixtures.hpp"
 
 using namespace orvandel;
 using namespace orvandel::test;
@@ -15,7 +15,8 @@ namespace {
 // 1: a bullet then an exit; 2: a click video of unknown length (hidden 3 has notes).
 std::filesystem::path writeDeck(const TempDir& dir) {
     return DeckBuilder()
-        .addSlide(slideXml(kTextBox, timing(step(anim("clickEffect", "500")) + step(anim("clickEffect", "500", "exit")))))
+        .addSlide(
+            slideXml(kTextBox, timing(step(anim("clickEffect", "500")) + step(anim("clickEffect", "500", "exit")))))
         .addNotes(1, notesSlideXml({"Um", "Dois"}))
         .addSlide(slideXml(kTextBox + kVideo, timing(step(mediaCall("clickEffect", "x")))))
         .addSlide(slideXml("", "", "show=\"0\""))
@@ -43,7 +44,8 @@ TEST(ScanCommandTest, TableJsonAndTheUsersLengths) {
               R"("exitGroupCount":1,"orderedGroupKinds":["entry","exit"]})");
     EXPECT_TRUE(reports[1]["advTmMs"].is_null());
 
-    const Json given = Json::parse(runCli({"scan", "--video", "2:8000", deck, "--json", "--gif", "3:1000"}).standardOutput);
+    const Json given = Json::parse(
+        runCli({"scan", "--video", "2:8000", deck, "--json", "--gif", "3:1000"}).standardOutput);
     EXPECT_EQ(given[1]["advTmMs"], 9500);
     EXPECT_EQ(given[1]["videoDurationMs"], 8000);
     EXPECT_EQ(given[2]["advTmMs"], 2500);
@@ -54,7 +56,9 @@ TEST(NotesCommandTest, TextAndJson) {
     TempDir dir;
     const auto deck = writeDeck(dir).string();
     EXPECT_EQ(runCli({"notes", deck}).standardOutput, "Slide 1:\nUm\nDois\n\nSlide 3:\nTrês \"aspas\"\n");
-    EXPECT_EQ(runCli({"notes", "--json", deck}).standardOutput, "{\n  \"1\": \"Um\\nDois\",\n  \"3\": \"Três \\\"aspas\\\"\"\n}\n");
-    EXPECT_EQ(runCli({"notes", DeckBuilder().addSlide(slideXml()).write(dir / "silent.pptx").string(), "--json"}).standardOutput,
+    EXPECT_EQ(runCli({"notes", "--json", deck}).standardOutput,
+              "{\n  \"1\": \"Um\\nDois\",\n  \"3\": \"Três \\\"aspas\\\"\"\n}\n");
+    EXPECT_EQ(runCli({"notes", DeckBuilder().addSlide(slideXml()).write(dir / "silent.pptx").string(), "--json"})
+                  .standardOutput,
               "{}\n");
 }

@@ -121,8 +121,8 @@ void ContentView::runExport() {
     if (!session_->canExport()) return;
     // Only PowerPoint has other decks open that a forced end could lose.
     if (renderer() == RendererChoice::Renderer::powerPoint) {
-        const auto unsaved =
-            UnsavedDecksGate::decksNeedingAttention(UnsavedDecksGate::openDecks(), session_->deckPath()->string());
+        const auto unsaved = UnsavedDecksGate::decksNeedingAttention(UnsavedDecksGate::openDecks(),
+                                                                     session_->deckPath()->string());
         if (!unsaved.empty() && !UnsavedDecksGate::present(static_cast<std::int64_t>(unsaved.size()), this)) return;
     }
     session_->startExport();
@@ -140,8 +140,7 @@ void ContentView::exportEnded(const std::exception_ptr& error, const QStringList
 
 void ContentView::setFloating(bool floating) {
     // Only PowerPoint opens windows of its own that could hide this one.
-    if (floating == floating_ || renderer() != RendererChoice::Renderer::powerPoint || !isWindow() ||
-        !isVisible()) {
+    if (floating == floating_ || renderer() != RendererChoice::Renderer::powerPoint || !isWindow() || !isVisible()) {
         return;
     }
     floating_ = floating;

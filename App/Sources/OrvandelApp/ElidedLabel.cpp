@@ -17,9 +17,7 @@ void ElidedLabel::setText(const QString& text) {
 
 QString ElidedLabel::shownText() const { return fontMetrics().elidedText(text_, Qt::ElideMiddle, width()); }
 
-QSize ElidedLabel::sizeHint() const {
-    return {fontMetrics().horizontalAdvance(text_), fontMetrics().height()};
-}
+QSize ElidedLabel::sizeHint() const { return {fontMetrics().horizontalAdvance(text_), fontMetrics().height()}; }
 
 QSize ElidedLabel::minimumSizeHint() const { return {fontMetrics().averageCharWidth() * 6, fontMetrics().height()}; }
 

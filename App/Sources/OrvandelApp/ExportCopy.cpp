@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <map>
 
-#include "tools/RenderError.hpp"
 #include "base/AtomicFile.hpp"
 #include "base/Cancellation.hpp"
 #include "container/PptxArchive.hpp"
@@ -17,6 +16,7 @@
 #include "package/OrvExporter.hpp"
 #include "render/ExportError.hpp"
 #include "render/Mp4Duration.hpp"
+#include "tools/RenderError.hpp"
 
 namespace orvandel::ExportCopy {
 
@@ -132,8 +132,7 @@ std::optional<QString> fileProblem(int errnoValue, bool package) {
                                             "mais. Escolha a apresentação de novo onde ela está agora e exporte.")
                            : QStringLiteral("A pasta temporária do sistema não existe. Reinicie o computador e "
                                             "exporte de novo.");
-        default:
-            return std::nullopt;
+        default: return std::nullopt;
     }
 }
 
@@ -412,8 +411,8 @@ QString unsavedDecksText(std::int64_t count) {
 }
 
 QString updateText(const QString& remoteVersion, const QString& currentVersion, const QString& notes) {
-    QString text = "Há uma nova versão do Orvandel PPT Exporter (" + remoteVersion + "). Você tem a " +
-                   currentVersion + ".";
+    QString text = "Há uma nova versão do Orvandel PPT Exporter (" + remoteVersion + "). Você tem a " + currentVersion +
+                   ".";
     if (!notes.isEmpty()) text += "\n\n" + notes;
     return text;
 }

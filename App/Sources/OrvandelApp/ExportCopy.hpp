@@ -104,8 +104,7 @@ inline const QString kNotNow = QStringLiteral("Agora não");
 inline const QString kUpToDateTitle = QStringLiteral("Você está na versão mais recente");
 QString upToDateText(const QString& currentVersion);
 inline const QString kUpdateCheckFailedTitle = QStringLiteral("Não foi possível verificar atualizações");
-inline const QString kUpdateCheckFailedText =
-    QStringLiteral("Verifique sua conexão e tente novamente mais tarde.");
+inline const QString kUpdateCheckFailedText = QStringLiteral("Verifique sua conexão e tente novamente mais tarde.");
 
 // The menus.
 inline const QString kFileMenu = QStringLiteral("&Arquivo");

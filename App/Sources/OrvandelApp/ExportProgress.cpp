@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-
 namespace orvandel::ExportProgress {
 
 namespace {
@@ -17,12 +16,8 @@ struct Share {
 // Roughly how long each stage takes on a typical deck: LibreOffice's
 // conversion, the drawing and the encoding dominate.
 constexpr Share kShares[] = {
-    {ExportStage::scan, 0, 20},
-    {ExportStage::prepare, 20, 60},
-    {ExportStage::readPlan, 60, 80},
-    {ExportStage::pdf, 80, 450},
-    {ExportStage::draw, 450, 700},
-    {ExportStage::encode, 700, 960},
+    {ExportStage::scan, 0, 20},        {ExportStage::prepare, 20, 60}, {ExportStage::readPlan, 60, 80},
+    {ExportStage::pdf, 80, 450},       {ExportStage::draw, 450, 700},  {ExportStage::encode, 700, 960},
     {ExportStage::package, 960, 1000},
 };
 

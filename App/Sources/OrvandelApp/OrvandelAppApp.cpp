@@ -7,8 +7,8 @@
 #include <QLocale>
 #include <QMenuBar>
 #include <QScreen>
-#include <QStyle>
 #include <QSocketNotifier>
+#include <QStyle>
 #include <QTimer>
 #include <QTranslator>
 
@@ -100,8 +100,8 @@ std::unique_ptr<ContentView> makeWindow(RendererChoice::Renderer renderer,
     window->setMinimumSize(kMinimumSize);
     window->resize(kInitialSize);
     if (const auto* screen = QGuiApplication::primaryScreen()) {
-        window->setGeometry(QStyle::alignedRect(Qt::LeftToRight, Qt::AlignCenter, kInitialSize,
-                                                screen->availableGeometry()));
+        window->setGeometry(
+            QStyle::alignedRect(Qt::LeftToRight, Qt::AlignCenter, kInitialSize, screen->availableGeometry()));
     }
     return window;
 }

@@ -26,8 +26,7 @@ QuitController::QuitController(RendererChoice::Renderer renderer)
 
 QuitController::Ask QuitController::dialog(RendererChoice::Renderer renderer) {
     return [renderer](QWidget& window, std::function<void(Choice)> answer) {
-        QMessageBox* box =
-            AlertBox::make(&window, true, ExportCopy::kQuitTitle, ExportCopy::quitQuestion(renderer));
+        QMessageBox* box = AlertBox::make(&window, true, ExportCopy::kQuitTitle, ExportCopy::quitQuestion(renderer));
         auto* finish = box->addButton(ExportCopy::kFinishThenQuit, QMessageBox::AcceptRole);
         auto* force = box->addButton(ExportCopy::kForceQuit, QMessageBox::DestructiveRole);
         auto* stay = box->addButton(ExportCopy::kCancelQuit, QMessageBox::RejectRole);
@@ -35,9 +34,7 @@ QuitController::Ask QuitController::dialog(RendererChoice::Renderer renderer) {
         box->setEscapeButton(stay);
         QObject::connect(box, &QMessageBox::finished, [box, finish, force, answer] {
             const auto* clicked = box->clickedButton();
-            answer(clicked == finish  ? Choice::finishThenQuit
-                   : clicked == force ? Choice::forceQuit
-                                      : Choice::cancel);
+            answer(clicked == finish ? Choice::finishThenQuit : clicked == force ? Choice::forceQuit : Choice::cancel);
         });
         box->open();
     };
@@ -88,8 +85,7 @@ void QuitController::carryOut(Choice choice) {
             if (!coordinator.inFlight()) return finish();
             coordinator.setFinishingToQuit(true);
             return finishWhenExportEnds();
-        case Choice::forceQuit:
-            return forceQuit();
+        case Choice::forceQuit: return forceQuit();
     }
 }
 

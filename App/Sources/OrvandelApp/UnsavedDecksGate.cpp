@@ -67,8 +67,8 @@ std::vector<OpenDeck> decksNeedingAttention(const std::vector<OpenDeck>& open, c
 }
 
 bool present(std::int64_t count, QWidget* window) {
-    QMessageBox* box =
-        AlertBox::make(window, true, ExportCopy::kUnsavedDecksTitle, ExportCopy::unsavedDecksText(count));
+    QMessageBox* box = AlertBox::make(window, true, ExportCopy::kUnsavedDecksTitle,
+                                      ExportCopy::unsavedDecksText(count));
     box->setAttribute(Qt::WA_DeleteOnClose, false);
     auto* cancel = box->addButton(ExportCopy::kCancel, QMessageBox::RejectRole);
     box->addButton(ExportCopy::kContinueAnyway, QMessageBox::AcceptRole);

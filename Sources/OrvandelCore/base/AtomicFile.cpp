@@ -13,8 +13,7 @@
 
 namespace orvandel {
 
-OutputError::OutputError(Case c, std::filesystem::path destination, const std::string& description,
-                         int errnoValue)
+OutputError::OutputError(Case c, std::filesystem::path destination, const std::string& description, int errnoValue)
     : Error(description, errnoValue ? std::strerror(errnoValue) : "", errnoValue),
       case_(c),
       destination_(std::move(destination)) {}

@@ -41,8 +41,7 @@ std::size_t sequenceAt(std::string_view text, std::size_t i) {
         if ((s[i + k] & 0xC0) != 0x80) return 0;
         cp = (cp << 6) | (s[i + k] & 0x3F);
     }
-    if ((len == 3 && (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF))) ||
-        (len == 4 && (cp < 0x10000 || cp > 0x10FFFF))) {
+    if ((len == 3 && (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF))) || (len == 4 && (cp < 0x10000 || cp > 0x10FFFF))) {
         return 0;
     }
     return len;
@@ -174,9 +173,7 @@ Bytes readFile(const std::filesystem::path& path) {
     return out;
 }
 
-void writeFile(const std::filesystem::path& path, const Bytes& bytes) {
-    writeAll(path, bytes.data(), bytes.size());
-}
+void writeFile(const std::filesystem::path& path, const Bytes& bytes) { writeAll(path, bytes.data(), bytes.size()); }
 
 void writeFile(const std::filesystem::path& path, std::string_view text) {
     writeAll(path, reinterpret_cast<const std::uint8_t*>(text.data()), text.size());

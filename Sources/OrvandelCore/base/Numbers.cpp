@@ -51,8 +51,8 @@ std::string formatFixed(double value, int decimals) {
 std::string msAsDecimalSeconds(std::int64_t ms) {
     // Work on the magnitude as unsigned so that INT64_MIN is safe.
     const bool negative = ms < 0;
-    const std::uint64_t magnitude =
-        negative ? std::uint64_t(0) - static_cast<std::uint64_t>(ms) : static_cast<std::uint64_t>(ms);
+    const std::uint64_t magnitude = negative ? std::uint64_t(0) - static_cast<std::uint64_t>(ms)
+                                             : static_cast<std::uint64_t>(ms);
     std::string out = negative ? "-" : "";
     out += std::to_string(magnitude / 1000);
     std::uint64_t frac = magnitude % 1000;

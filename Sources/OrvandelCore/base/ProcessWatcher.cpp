@@ -73,7 +73,8 @@ struct Anchor {
 
 // The anchor's pid, or -errno.
 pid_t startAnchor(Anchor& anchor) {
-    anchor.stack = ::mmap(nullptr, kAnchorStack, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+    anchor.stack = ::mmap(nullptr, kAnchorStack, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1,
+                          0);
     if (anchor.stack == MAP_FAILED) return -errno;
     anchor.pid = ::clone(beAnchor, static_cast<char*>(anchor.stack) + kAnchorStack, CLONE_VM | SIGCHLD, nullptr);
     if (anchor.pid < 0) {
@@ -133,9 +134,8 @@ void stopAnchor(const Anchor& anchor) {
 void closeFrom(int first) {
     if (::close_range(static_cast<unsigned>(first), ~0U, 0) == 0) return;
     rlimit files{};
-    const rlim_t end = ::getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur != RLIM_INFINITY
-                           ? files.rlim_cur
-                           : 65536;
+    const rlim_t end = ::getrlimit(RLIMIT_NOFILE, &files) == 0 && files.rlim_cur != RLIM_INFINITY ? files.rlim_cur
+                                                                                                  : 65536;
     for (rlim_t fd = static_cast<rlim_t>(first); fd < end; ++fd) ::close(static_cast<int>(fd));
 }
 

@@ -55,8 +55,8 @@ Regex::Regex(std::string_view pattern, Options options) {
     pcre2_set_newline(cctx, PCRE2_NEWLINE_ANY);
     int err = 0;
     PCRE2_SIZE offset = 0;
-    pcre2_code* code =
-        pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(), flags, &err, &offset, cctx);
+    pcre2_code* code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.data()), pattern.size(), flags, &err, &offset,
+                                     cctx);
     pcre2_compile_context_free(cctx);
     if (!code) {
         compileError_ = pcreMessage(err) + " at offset " + std::to_string(offset);
@@ -114,7 +114,8 @@ std::vector<Regex::Match> Regex::run(std::string_view subject, bool firstOnly) c
         m.groups.resize(groupCount + 1);
         for (uint32_t g = 0; g <= groupCount; ++g) {
             if (g < static_cast<uint32_t>(rc) && ov[2 * g] != PCRE2_UNSET) {
-                m.groups[g] = std::make_pair(static_cast<std::size_t>(ov[2 * g]), static_cast<std::size_t>(ov[2 * g + 1]));
+                m.groups[g] = std::make_pair(static_cast<std::size_t>(ov[2 * g]),
+                                             static_cast<std::size_t>(ov[2 * g + 1]));
             }
         }
         out.push_back(std::move(m));

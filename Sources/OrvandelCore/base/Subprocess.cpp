@@ -69,8 +69,7 @@ std::vector<std::string> mergedEnvironment(const std::vector<std::string>& overr
 }
 
 // Reads what is available on fd into sink; returns false at end of file.
-bool drain(int fd, std::string& sink, std::size_t limit,
-           const std::function<void(std::string_view)>& onChunk = {}) {
+bool drain(int fd, std::string& sink, std::size_t limit, const std::function<void(std::string_view)>& onChunk = {}) {
     char buf[65536];
     for (;;) {
         const ssize_t r = ::read(fd, buf, sizeof buf);
@@ -347,8 +346,7 @@ std::optional<std::filesystem::path> findOnPath(const std::string& program) {
         const std::string dir = end > start ? dirs.substr(start, end - start) : std::string(".");
         std::filesystem::path candidate = std::filesystem::path(dir) / program;
         struct stat st {};
-        if (::stat(candidate.c_str(), &st) == 0 && S_ISREG(st.st_mode) &&
-            ::access(candidate.c_str(), X_OK) == 0) {
+        if (::stat(candidate.c_str(), &st) == 0 && S_ISREG(st.st_mode) && ::access(candidate.c_str(), X_OK) == 0) {
             return candidate;
         }
         start = end + 1;

@@ -55,10 +55,10 @@ struct SubprocessOptions {
 };
 
 struct SubprocessResult {
-    int exitStatus = -1;     // exit code when the child exited normally
-    int termSignal = 0;      // signal number when it was killed by a signal
-    bool timedOut = false;   // killed because the time limit passed
-    bool cancelled = false;  // killed because the token was cancelled
+    int exitStatus = -1;          // exit code when the child exited normally
+    int termSignal = 0;           // signal number when it was killed by a signal
+    bool timedOut = false;        // killed because the time limit passed
+    bool cancelled = false;       // killed because the token was cancelled
     bool memoryExceeded = false;  // killed because it went over memoryLimit
     std::string standardOutput;
     std::string standardError;

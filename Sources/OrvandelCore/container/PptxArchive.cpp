@@ -4,12 +4,12 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <new>
-#include <type_traits>
-#include <unordered_map>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
+#include <type_traits>
 #include <unistd.h>
+#include <unordered_map>
 #include <zlib.h>
 
 #include "container/ZipArchive.hpp"
@@ -75,7 +75,7 @@ struct Deck::Open {
     } fd;
     std::int64_t size = 0;
     std::unordered_map<std::string, Record> records;  // the first record of a name wins
-    std::vector<std::string> names;                     // every entry's, in directory order
+    std::vector<std::string> names;                   // every entry's, in directory order
 
     Open(const std::filesystem::path& deck, const std::string& entry);
     // Into Bytes or straight into a std::string: a large part is held once.
@@ -172,10 +172,10 @@ void Deck::Open::archiveFailure(const std::string& entry, const ZipError& error)
         }
         case ZipError::Case::zip64Unsupported:
             fail(entry, statusDamaged,
-                 path + " is a ZIP64 archive, which is not supported; save the deck again as a regular .pptx and retry");
+                 path +
+                     " is a ZIP64 archive, which is not supported; save the deck again as a regular .pptx and retry");
         case ZipError::Case::badCentralDirectory:
-        case ZipError::Case::entryNotFound:
-            break;
+        case ZipError::Case::entryNotFound: break;
     }
     fail(entry, statusDamaged,
          path + " has a malformed central directory; the deck is damaged: open it in your presentation program and "
@@ -204,8 +204,8 @@ std::int64_t Deck::Open::dataStart(const std::string& entry, const Record& r) co
     std::uint8_t local[kLocalHeaderSize];
     readAt(entry, r.localOffset, local, sizeof local);
     if (ZipArchive::u32(local, 0) != 0x04034b50) damaged(entry, "no local header where the directory points");
-    const std::int64_t start =
-        r.localOffset + kLocalHeaderSize + ZipArchive::u16(local, 26) + ZipArchive::u16(local, 28);
+    const std::int64_t start = r.localOffset + kLocalHeaderSize + ZipArchive::u16(local, 26) +
+                               ZipArchive::u16(local, 28);
     if (start + r.compressedSize > size) damaged(entry, "its data runs past the end of the file");
     if (r.method == 0 && r.compressedSize != r.declaredSize) {
         damaged(entry, "stored size differs from the declared size");
@@ -246,7 +246,7 @@ Buffer Deck::Open::read(const std::string& entry, std::int64_t largest) const {
 
 template <class Buffer>
 Buffer Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart, std::int64_t compressedSize,
-                               std::int64_t declaredSize, std::int64_t stopAt) const {
+                                std::int64_t declaredSize, std::int64_t stopAt) const {
     z_stream zs{};
     if (inflateInit2(&zs, -15) != Z_OK) throw std::bad_alloc();
     struct Guard {
@@ -302,7 +302,7 @@ Buffer Deck::Open::inflateEntry(const std::string& entry, std::int64_t dataStart
     }
     if (produced != limit) {
         damaged(entry, "it inflates to " + std::to_string(produced) + " bytes, not the declared " +
-                std::to_string(declaredSize));
+                           std::to_string(declaredSize));
     }
     out.resize(produced);
     return out;
@@ -404,6 +404,8 @@ Bytes readEntryBytes(const std::filesystem::path& deck, const std::string& entry
     return Deck(deck).readEntryBytes(entry);
 }
 
-std::string readEntry(const std::filesystem::path& deck, const std::string& entry) { return Deck(deck).readEntry(entry); }
+std::string readEntry(const std::filesystem::path& deck, const std::string& entry) {
+    return Deck(deck).readEntry(entry);
+}
 
 }  // namespace orvandel::PptxArchive

@@ -44,8 +44,7 @@ public:
     const std::string& message() const { return message_; }  // readFailed only
 
 private:
-    ArchiveError(Case c, std::string entry, std::int32_t status, std::string message,
-                 const std::string& description);
+    ArchiveError(Case c, std::string entry, std::int32_t status, std::string message, const std::string& description);
     Case case_;
     std::string entry_;
     std::int32_t status_;

@@ -17,8 +17,7 @@ SlideXMLError SlideXMLError::parseFailed(const std::string& message) {
 }
 
 SlideXMLError SlideXMLError::inPart(const std::string& part) const {
-    SlideXMLError e(case_, detail_,
-                    part + ": " + (case_ == Case::parseFailed ? detail_ : std::string(what())));
+    SlideXMLError e(case_, detail_, part + ": " + (case_ == Case::parseFailed ? detail_ : std::string(what())));
     e.part_ = part;
     return e;
 }
@@ -150,7 +149,8 @@ XmlElement parseFragment(std::string_view fragment, std::string_view expectedRoo
         std::string s = "<orvandel-wrap";
         const std::pair<std::string_view, std::string_view> decls[] = {
             {"p", OOXML::p}, {"a", OOXML::a}, {"r", OOXML::r}, {"p14", OOXML::p14}, {"mc", OOXML::mc}};
-        for (const auto& [prefix, uri] : decls) s.append(" xmlns:").append(prefix).append("=\"").append(uri).append("\"");
+        for (const auto& [prefix, uri] : decls)
+            s.append(" xmlns:").append(prefix).append("=\"").append(uri).append("\"");
         return s + ">";
     }();
     static constexpr std::string_view close = "</orvandel-wrap>";

@@ -13,8 +13,7 @@ namespace {
 // ASCII controls 9 to 13 and NEL).
 bool isWhitespace(char32_t c) {
     return (c >= 0x09 && c <= 0x0D) || c == 0x20 || c == 0x85 || c == 0xA0 || c == 0x1680 ||
-           (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F ||
-           c == 0x3000;
+           (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F || c == 0x3000;
 }
 
 // Decodes the UTF-8 sequence of `length` bytes at `at` (the parser hands out
@@ -71,14 +70,11 @@ void emitInto(const XmlElement& element, std::string& out, Options options);
 void renderChildren(const XmlElement& element, std::string& out, Options options) {
     element.visitChildren([&](XmlElement::NodeKind kind, const XmlElement& child, std::string_view text) {
         switch (kind) {
-            case XmlElement::NodeKind::element:
-                emitInto(child, out, options);
-                break;
+            case XmlElement::NodeKind::element: emitInto(child, out, options); break;
             case XmlElement::NodeKind::text:
                 appendEscaped(out, options.normalizeWhitespace ? trimmed(text) : text, false);
                 break;
-            case XmlElement::NodeKind::other:
-                break;
+            case XmlElement::NodeKind::other: break;
         }
     });
 }

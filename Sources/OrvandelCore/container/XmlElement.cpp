@@ -89,8 +89,7 @@ void collectError(void* ctx, xmlErrorPtr error) {
 // reaches stderr. libxml2 keeps this handler per thread.
 class ErrorCapture {
 public:
-    explicit ErrorCapture(ErrorSink* sink)
-        : oldHandler_(xmlStructuredError), oldContext_(xmlStructuredErrorContext) {
+    explicit ErrorCapture(ErrorSink* sink) : oldHandler_(xmlStructuredError), oldContext_(xmlStructuredErrorContext) {
         xmlSetStructuredErrorFunc(sink, collectError);
     }
     ~ErrorCapture() { xmlSetStructuredErrorFunc(oldContext_, oldHandler_); }
@@ -239,20 +238,13 @@ XmlElement XmlElement::firstChildElement(std::string_view qname) const {
     return XmlElement();
 }
 
-void XmlElement::visitChildren(
-    const std::function<void(NodeKind, const XmlElement&, std::string_view)>& visit) const {
+void XmlElement::visitChildren(const std::function<void(NodeKind, const XmlElement&, std::string_view)>& visit) const {
     for (xmlNodePtr c = asNode(node_)->children; c; c = c->next) {
         switch (c->type) {
-            case XML_ELEMENT_NODE:
-                visit(NodeKind::element, wrap(c), {});
-                break;
+            case XML_ELEMENT_NODE: visit(NodeKind::element, wrap(c), {}); break;
             case XML_TEXT_NODE:
-            case XML_CDATA_SECTION_NODE:
-                visit(NodeKind::text, XmlElement(), c->content ? cstr(c->content) : "");
-                break;
-            default:
-                visit(NodeKind::other, XmlElement(), {});
-                break;
+            case XML_CDATA_SECTION_NODE: visit(NodeKind::text, XmlElement(), c->content ? cstr(c->content) : ""); break;
+            default: visit(NodeKind::other, XmlElement(), {}); break;
         }
     }
 }

@@ -41,8 +41,7 @@ constexpr std::uint16_t kDataDescriptorFlag = 0x0008;
 // Writing past the classic format's limits would produce an archive that
 // lies about its sizes; no caller can recover from that, so it aborts.
 [[noreturn]] void limitFault(const char* what, std::int64_t value) {
-    std::fprintf(stderr, "orvandel: fatal: ZIP %s %" PRId64 " exceeds the classic format's limit\n", what,
-                 value);
+    std::fprintf(stderr, "orvandel: fatal: ZIP %s %" PRId64 " exceeds the classic format's limit\n", what, value);
     std::abort();
 }
 
@@ -88,8 +87,8 @@ std::size_t idx(std::int64_t v) { return static_cast<std::size_t>(v); }
 
 void append(Bytes& out, std::span<const std::uint8_t> bytes) { out.insert(out.end(), bytes.begin(), bytes.end()); }
 
-void putLocalHeader(Bytes& out, const std::string& name, std::uint16_t flags, std::uint32_t timeDate,
-                    std::uint32_t crc, std::int64_t size) {
+void putLocalHeader(Bytes& out, const std::string& name, std::uint16_t flags, std::uint32_t timeDate, std::uint32_t crc,
+                    std::int64_t size) {
     // A local ZIP64 field holds both sizes whenever either does not fit.
     const Bytes extra = needs64(size) ? zip64Extra({size, size}) : Bytes{};
     putU32(out, kLocalSig);
@@ -171,9 +170,7 @@ ZipError::ZipError(Case c, std::string name, const std::string& description)
 ZipError ZipError::entryNotFound(const std::string& name) {
     return ZipError(Case::entryNotFound, name, "entry not in archive: " + name);
 }
-ZipError ZipError::notAZip() {
-    return ZipError(Case::notAZip, "", "no end-of-central-directory record (not a ZIP)");
-}
+ZipError ZipError::notAZip() { return ZipError(Case::notAZip, "", "no end-of-central-directory record (not a ZIP)"); }
 ZipError ZipError::zip64Unsupported() {
     return ZipError(Case::zip64Unsupported, "", "ZIP64 archives are not supported");
 }
@@ -215,8 +212,7 @@ std::uint16_t u16(std::span<const std::uint8_t> data, std::size_t offset) {
 
 std::uint32_t u32(std::span<const std::uint8_t> data, std::size_t offset) {
     return static_cast<std::uint32_t>(data[offset]) | (static_cast<std::uint32_t>(data[offset + 1]) << 8) |
-           (static_cast<std::uint32_t>(data[offset + 2]) << 16) |
-           (static_cast<std::uint32_t>(data[offset + 3]) << 24);
+           (static_cast<std::uint32_t>(data[offset + 2]) << 16) | (static_cast<std::uint32_t>(data[offset + 3]) << 24);
 }
 
 void putU16(Bytes& out, std::uint16_t value) {
@@ -276,7 +272,8 @@ EndRecord readEndRecord(Window tail) {
     }
     const std::size_t z = idx(static_cast<std::int64_t>(recordAt) - tail.fileOffset);
     if (u32(tail.bytes, z) != kZip64EndSig) throw ZipError::badCentralDirectory();
-    const std::uint64_t count = u64(tail.bytes, z + 32), size = u64(tail.bytes, z + 40), offset = u64(tail.bytes, z + 48);
+    const std::uint64_t count = u64(tail.bytes, z + 32), size = u64(tail.bytes, z + 40),
+                        offset = u64(tail.bytes, z + 48);
     if (count > static_cast<std::uint64_t>(locator) || size > recordAt || offset > recordAt - size) {
         throw ZipError::badCentralDirectory();
     }
@@ -331,8 +328,14 @@ ParseResult parse(Window window, const EndRecord& end) {
         const std::int64_t next = pos + kCentralSize + nameLen + extraLen + u16(rec, 32);
         if (next > length) throw ZipError::badCentralDirectory();
         const std::string_view name(reinterpret_cast<const char*>(rec.data()) + kCentralSize, idx(nameLen));
-        CDEntry entry{isValidUtf8(name) ? std::string(name) : std::string(), u16(rec, 8), u32(rec, 42),
-                      ByteRange{pos, next}, u16(rec, 10), u32(rec, 16), u32(rec, 20), u32(rec, 24)};
+        CDEntry entry{isValidUtf8(name) ? std::string(name) : std::string(),
+                      u16(rec, 8),
+                      u32(rec, 42),
+                      ByteRange{pos, next},
+                      u16(rec, 10),
+                      u32(rec, 16),
+                      u32(rec, 20),
+                      u32(rec, 24)};
         resolveZip64(entry, rec.subspan(idx(kCentralSize + nameLen), idx(extraLen)));
         result.entries.push_back(std::move(entry));
         pos = next;
@@ -371,7 +374,8 @@ void patchCentralValues(Bytes& out, std::size_t at, std::int64_t uncompressed, s
     const std::pair<std::size_t, std::int64_t> fields[] = {{24, uncompressed}, {20, compressed}, {42, localOffset}};
     for (const auto& [offset, value] : fields) {
         if (u32(out, at + offset) == kMax32 && zip64Slot != SIZE_MAX) {
-            for (int k = 0; k < 8; ++k) out[zip64Slot + idx(k)] = static_cast<std::uint8_t>(static_cast<std::uint64_t>(value) >> (8 * k));
+            for (int k = 0; k < 8; ++k)
+                out[zip64Slot + idx(k)] = static_cast<std::uint8_t>(static_cast<std::uint64_t>(value) >> (8 * k));
             zip64Slot += 8;
         } else {
             patchU32(out, at + offset, fit32(offset == 42 ? "offset" : "entry size", value));
@@ -556,8 +560,8 @@ void rewrite(const std::filesystem::path& archive, const std::map<std::string, B
     rewriteArchive(readFile(archive), views, to, appending);
 }
 
-void rewrite(PptxArchive::Deck& source, const std::map<std::string, Bytes>& replacing,
-             const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending) {
+void rewrite(PptxArchive::Deck& source, const std::map<std::string, Bytes>& replacing, const std::filesystem::path& to,
+             const std::vector<std::pair<std::string, Bytes>>& appending) {
     Replacements views;
     for (const auto& [name, bytes] : replacing) views.emplace(name, bytes);
     rewriteArchive(source.wholeFile(), views, to, appending);
@@ -649,7 +653,8 @@ void createStreaming(const std::vector<StreamedEntry>& entries, const std::files
     }
     Bytes tail;
     const std::int64_t cdStart = out.position();
-    for (std::size_t i = 0; i < entries.size(); ++i) putCentralRecord(tail, entries[i].name, crcs[i], sizes[i], offsets[i]);
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        putCentralRecord(tail, entries[i].name, crcs[i], sizes[i], offsets[i]);
     putEndRecord(tail, entries.size(), size64(tail), cdStart);
     out.write(tail);
     out.close();

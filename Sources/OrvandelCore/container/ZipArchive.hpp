@@ -59,10 +59,10 @@ struct ByteRange {
 // One central-directory record as parsed; sizes and offset resolved through
 // its ZIP64 extra field when the classic fields say 0xFFFFFFFF.
 struct CDEntry {
-    std::string name;            // decoded as UTF-8; "" when the bytes are not UTF-8
-    std::int64_t flags = 0;      // general-purpose bit flags of the central record
+    std::string name;        // decoded as UTF-8; "" when the bytes are not UTF-8
+    std::int64_t flags = 0;  // general-purpose bit flags of the central record
     std::int64_t localOffset = 0;
-    ByteRange cdRange;           // the record, from its signature to the end of its comment
+    ByteRange cdRange;  // the record, from its signature to the end of its comment
     std::int64_t method = 0;
     std::uint32_t crc = 0;
     std::int64_t compressedSize = 0;
@@ -108,8 +108,8 @@ std::vector<std::string> entryNames(const std::filesystem::path& archive);
 void rewrite(const std::filesystem::path& archive, const std::map<std::string, Bytes>& replacing,
              const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending = {});
 // The same from a deck already open, which is not opened again.
-void rewrite(PptxArchive::Deck& source, const std::map<std::string, Bytes>& replacing,
-             const std::filesystem::path& to, const std::vector<std::pair<std::string, Bytes>>& appending = {});
+void rewrite(PptxArchive::Deck& source, const std::map<std::string, Bytes>& replacing, const std::filesystem::path& to,
+             const std::vector<std::pair<std::string, Bytes>>& appending = {});
 // The same with text contents (a rewritten slide), written without a copy
 // and flushed to disk before it returns (AtomicFile::replace's writtenToDisk).
 void rewriteText(PptxArchive::Deck& source, const std::map<std::string, std::string>& replacing,

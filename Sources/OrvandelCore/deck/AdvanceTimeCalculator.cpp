@@ -11,8 +11,8 @@ namespace {
 
 using namespace TimingPolicy;
 
-std::int64_t total(std::int64_t stepsMs, bool haveSteps, bool autoFound, std::int64_t autoDurationMs,
-                   bool videoFound, std::int64_t videoDurationMs, bool gifFound, std::int64_t gifDurationMs,
+std::int64_t total(std::int64_t stepsMs, bool haveSteps, bool autoFound, std::int64_t autoDurationMs, bool videoFound,
+                   std::int64_t videoDurationMs, bool gifFound, std::int64_t gifDurationMs,
                    std::int64_t exitGroupCount) {
     std::int64_t sum = autoFound ? checkedAdd(checkedAdd(autoDurationMs, RESPIRO), MARGEM) : 0;
     const std::int64_t exitsMs = checkedMul(exitGroupCount, BULLET);

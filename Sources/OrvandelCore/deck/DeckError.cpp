@@ -51,21 +51,19 @@ DeckError DeckError::videoWithoutMediaCall(std::int64_t slide) {
 
 DeckError DeckError::gifWithoutDuration(std::vector<std::int64_t> slides) {
     const std::int64_t example = slides.empty() ? 0 : slides.front();
-    DeckError e(Case::gifWithoutDuration,
-                "Os slides " + slideList(slides) +
-                    " têm um GIF, mas a duração não foi informada. Informe a duração "
-                    "de cada GIF (em milissegundos) com --gif <índice>:<ms> (ex.: --gif " +
-                    formatInt(example) + ":12000) e exporte de novo.");
+    DeckError e(Case::gifWithoutDuration, "Os slides " + slideList(slides) +
+                                              " têm um GIF, mas a duração não foi informada. Informe a duração "
+                                              "de cada GIF (em milissegundos) com --gif <índice>:<ms> (ex.: --gif " +
+                                              formatInt(example) + ":12000) e exporte de novo.");
     e.slides_ = std::move(slides);
     return e;
 }
 
 DeckError DeckError::multipleVideosOnSlide(std::vector<std::int64_t> slides) {
-    DeckError e(Case::multipleVideosOnSlide,
-                "Os slides " + slideList(slides) +
-                    " têm mais de um vídeo. Cada vídeo precisa ficar "
-                    "em seu próprio slide para a exportação funcionar. Separe os vídeos "
-                    "em slides individuais e exporte novamente.");
+    DeckError e(Case::multipleVideosOnSlide, "Os slides " + slideList(slides) +
+                                                 " têm mais de um vídeo. Cada vídeo precisa ficar "
+                                                 "em seu próprio slide para a exportação funcionar. Separe os vídeos "
+                                                 "em slides individuais e exporte novamente.");
     e.slides_ = std::move(slides);
     return e;
 }
@@ -92,8 +90,8 @@ DeckError DeckError::orvWriteFailed(std::string path) {
 }
 
 DeckError DeckError::durationTooLong(std::int64_t slide, std::string what) {
-    DeckError e(Case::durationTooLong, "slide " + formatInt(slide) + ": " + what +
-                                           " is longer than a day; the deck may be damaged");
+    DeckError e(Case::durationTooLong,
+                "slide " + formatInt(slide) + ": " + what + " is longer than a day; the deck may be damaged");
     e.slide_ = slide;
     return e;
 }

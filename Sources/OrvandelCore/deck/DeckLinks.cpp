@@ -5,10 +5,10 @@
 #include <unistd.h>
 
 #include <array>
-#include <map>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -33,8 +33,8 @@ std::string_view trimmed(std::string_view s) {
 // colon is a drive ("C:\...").
 std::optional<std::string> schemeOf(std::string_view t) {
     std::size_t i = 0;
-    while (i < t.size() && (isAlpha(t[i]) || (i > 0 && ((t[i] >= '0' && t[i] <= '9') || t[i] == '+' || t[i] == '-' ||
-                                                         t[i] == '.')))) {
+    while (i < t.size() &&
+           (isAlpha(t[i]) || (i > 0 && ((t[i] >= '0' && t[i] <= '9') || t[i] == '+' || t[i] == '-' || t[i] == '.')))) {
         ++i;
     }
     if (i < 2 || i >= t.size() || t[i] != ':') return std::nullopt;
@@ -182,9 +182,9 @@ std::variant<fs::path, Refusal> check(std::string_view target, const Rule& rule)
 
 std::variant<Bytes, Refusal> read(const fs::path& file, std::int64_t maxBytes) {
     Bytes out;
-    const auto refused = readChecked(
-        file, maxBytes, [&](const std::uint8_t* data, std::size_t size) { out.insert(out.end(), data, data + size); },
-        {});
+    const auto refused =
+        readChecked(file, maxBytes,
+                    [&](const std::uint8_t* data, std::size_t size) { out.insert(out.end(), data, data + size); }, {});
     if (refused) return *refused;
     return out;
 }

@@ -149,7 +149,8 @@ namespace {
 
 SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, std::string_view xml,
                           std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
-    for (const auto& [given, what] : {std::pair{&videoMs, "the video length given"}, {&gifMs, "the GIF length given"}}) {
+    for (const auto& [given, what] :
+         {std::pair{&videoMs, "the video length given"}, {&gifMs, "the GIF length given"}}) {
         const auto ms = lookup(*given, displayIndex);
         if (ms && (*ms > TimingPolicy::LONGEST_TIMING || *ms < 0)) {
             throw DeckError::durationTooLong(displayIndex, std::string(what) + " (" + formatInt(*ms) + " ms)");
@@ -175,10 +176,10 @@ SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, st
     if (!video.present || videoDurationMs) {
         // An opening video's time is already in the opening chain.
         const bool videoBeside = videoDurationMs.has_value() && !scan.opensWithMedia;
-        r.advTmMs = AdvanceTimeCalculator::advanceTimeMs(
-            scan.bulletDursMs, scan.autoDurationMs >= 1, scan.autoDurationMs, videoBeside,
-            videoBeside ? *videoDurationMs : 0, gifDurationMs.has_value(), gifDurationMs.value_or(0),
-            scan.exitGroupCount);
+        r.advTmMs = AdvanceTimeCalculator::advanceTimeMs(scan.bulletDursMs, scan.autoDurationMs >= 1,
+                                                         scan.autoDurationMs, videoBeside,
+                                                         videoBeside ? *videoDurationMs : 0, gifDurationMs.has_value(),
+                                                         gifDurationMs.value_or(0), scan.exitGroupCount);
     }
     r.isHidden = isSlideHidden(xml);
     r.videoDurationMs = videoDurationMs;
@@ -200,8 +201,8 @@ SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std:
     } catch (const SlideXMLError& e) {
         throw e.inPart(file);
     } catch (const TimingValueError& e) {
-        auto failure = DeckError::durationTooLong(displayIndex, "its timing value " + e.attribute() + "=\"" +
-                                                                    e.value() + "\"");
+        auto failure = DeckError::durationTooLong(displayIndex,
+                                                  "its timing value " + e.attribute() + "=\"" + e.value() + "\"");
         failure.keepCause(e);
         throw failure;
     }

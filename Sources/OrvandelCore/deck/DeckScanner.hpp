@@ -24,7 +24,7 @@ namespace orvandel {
 // there is none.
 struct MainSeqVideo {
     bool present = false;
-    bool isOnClick = false;                 // its nodeType is exactly "clickEffect"
+    bool isOnClick = false;                  // its nodeType is exactly "clickEffect"
     std::optional<std::int64_t> durationMs;  // the largest dur below it, when above 0
 
     bool operator==(const MainSeqVideo&) const = default;

@@ -16,13 +16,13 @@ inline constexpr std::int64_t LEAD_IN = 500;   // before a first step or a mediu
 inline constexpr std::int64_t RESPIRO = 1000;  // pause after an animation
 inline constexpr std::int64_t BULLET = 1500;   // shortest click step
 
-inline constexpr std::int64_t MARGEM = LEAD_IN;     // margin at the end of each block
-inline constexpr std::int64_t VIDEO_PRE = LEAD_IN;  // before a video starts (its autoplay delay)
-inline constexpr std::int64_t VIDEO_POS = LEAD_IN;  // after a video ends
-inline constexpr std::int64_t GIF_PRE = LEAD_IN;    // before a GIF
-inline constexpr std::int64_t GIF_POS = LEAD_IN;    // after a GIF
-inline constexpr std::int64_t NO_EVENT = BULLET;    // a slide on which nothing happens
-inline constexpr std::int64_t STEP = BULLET;        // the fixed length of an exit group
+inline constexpr std::int64_t MARGEM = LEAD_IN;       // margin at the end of each block
+inline constexpr std::int64_t VIDEO_PRE = LEAD_IN;    // before a video starts (its autoplay delay)
+inline constexpr std::int64_t VIDEO_POS = LEAD_IN;    // after a video ends
+inline constexpr std::int64_t GIF_PRE = LEAD_IN;      // before a GIF
+inline constexpr std::int64_t GIF_POS = LEAD_IN;      // after a GIF
+inline constexpr std::int64_t NO_EVENT = BULLET;      // a slide on which nothing happens
+inline constexpr std::int64_t STEP = BULLET;          // the fixed length of an exit group
 inline constexpr std::int64_t EXIT_OFFSET = LEAD_IN;  // delay before the first exit of a group
 // A step whose animation length is unknown counts as an animation this long.
 inline constexpr std::int64_t DEFAULT_ANIMATION = LEAD_IN;

@@ -9,7 +9,8 @@
 namespace orvandel {
 
 TimingValueError::TimingValueError(std::string attribute, std::string value)
-    : Error(attribute + "=\"" + value + "\" is longer than a day"), attribute_(std::move(attribute)),
+    : Error(attribute + "=\"" + value + "\" is longer than a day"),
+      attribute_(std::move(attribute)),
       value_(std::move(value)) {}
 
 }  // namespace orvandel

@@ -93,9 +93,9 @@ std::vector<Outcome> run(const std::vector<Item>& items, const Options& options)
                     hooks.progress = [&, i](ExportStage stage, double f) { options.progress(i, stage, f); };
                 }
                 hooks.cancel = options.cancel;
-                const auto result = OrvExporter::export_(
-                    items[i].deck, std::nullopt, items[i].package, options.videoMs, options.gifMs,
-                    std::chrono::system_clock::now(), options.source, options.pluginVersion, {}, *renderer, hooks);
+                const auto result = OrvExporter::export_(items[i].deck, std::nullopt, items[i].package, options.videoMs,
+                                                         options.gifMs, std::chrono::system_clock::now(),
+                                                         options.source, options.pluginVersion, {}, *renderer, hooks);
                 outcome.warnings = result.warnings;
                 outcome.cues = result.cueCount;
                 outcome.movieMs = result.masterVideoDurationMs;
@@ -103,7 +103,8 @@ std::vector<Outcome> run(const std::vector<Item>& items, const Options& options)
             } catch (const std::exception& e) {
                 outcome.error = describe(e);
             }
-            outcome.wall = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+            outcome.wall = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                                                 start);
             if (options.finished) options.finished(i, outcome);
         }
     };

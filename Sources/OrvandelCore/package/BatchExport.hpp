@@ -61,7 +61,7 @@ struct Outcome {
     std::filesystem::path deck;
     std::filesystem::path package;
     bool ok = false;
-    std::string error;                // the failure's description (with its cause), when !ok
+    std::string error;  // the failure's description (with its cause), when !ok
     std::int64_t cues = 0;
     std::int64_t movieMs = 0;
     std::vector<Warning> warnings;

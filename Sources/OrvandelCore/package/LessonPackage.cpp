@@ -149,8 +149,6 @@ Lesson decode(const std::string& manifestJson) {
     return lesson;
 }
 
-Lesson read(const std::filesystem::path& orv) {
-    return decode(ManifestReader::manifestText(orv));
-}
+Lesson read(const std::filesystem::path& orv) { return decode(ManifestReader::manifestText(orv)); }
 
 }  // namespace orvandel::LessonPackage

@@ -13,7 +13,7 @@
 namespace orvandel {
 
 struct ManifestMetadata {
-    std::string sourceFileName;  // file name of the source deck
+    std::string sourceFileName;   // file name of the source deck
     std::int64_t slideCount = 0;  // hidden slides included
     std::int64_t masterVideoDurationMs = 0;
     std::chrono::system_clock::time_point generatedAt;

@@ -82,8 +82,8 @@ private:
         return true;
     }
 
-    std::size_t depth_ = 0;  // containers open
-    std::string key_;  // the last key of the root object
+    std::size_t depth_ = 0;               // containers open
+    std::string key_;                     // the last key of the root object
     std::string root_, cues_, duration_;  // the types found; empty: absent
     bool inCues_ = false;
     std::size_t cueCount_ = 0;
@@ -134,8 +134,6 @@ std::string manifestText(const std::filesystem::path& orv) {
     }
 }
 
-Probe read(const std::filesystem::path& orv) {
-    return decode(manifestText(orv));
-}
+Probe read(const std::filesystem::path& orv) { return decode(manifestText(orv)); }
 
 }  // namespace orvandel::ManifestReader

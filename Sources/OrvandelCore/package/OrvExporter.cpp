@@ -25,8 +25,7 @@ namespace orvandel::OrvExporter {
 FlowError::FlowError(const Mp4Exporter::ExportError& error)
     : Error(std::string("Não foi possível automatizar o export do MP4 (motivo: ") + error.what() + "). " +
             "Exporte manualmente no PowerPoint (Arquivo → Exportar → Criar Vídeo, " +
-            "1080p, 'Usar Narrações e Temporizações Gravadas' marcado) e rode de novo " +
-            "passando --mp4 <arquivo>."),
+            "1080p, 'Usar Narrações e Temporizações Gravadas' marcado) e rode de novo " + "passando --mp4 <arquivo>."),
       exportError_(error) {}
 
 FlowError FlowError::automationFailed(const Mp4Exporter::ExportError& error) { return FlowError(error); }
@@ -124,8 +123,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         hooks.report(ExportStage::chapters, 0);
         if (!work) work.emplace(exporter.workDirectoryBase(), "orv-chain-");
         const auto chaptered = work->path() / "chaptered.mp4";
-        writeChapters(movie, ChapterList::chapters(cueInputs, SlideTitles::titlesBySlide(deck)), chaptered,
-                      hooks);
+        writeChapters(movie, ChapterList::chapters(cueInputs, SlideTitles::titlesBySlide(deck)), chaptered, hooks);
         movie = chaptered;
         hooks.throwIfCancelled();
     }
@@ -134,7 +132,10 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     // A file name is bytes, the manifest UTF-8: bytes of another encoding show as U+FFFD.
     const ManifestMetadata metadata{repairedUtf8(originalPptx.filename().string()),
                                     static_cast<std::int64_t>(reports.size()),
-                                    measuredMs, generatedAt, source, pluginVersion};
+                                    measuredMs,
+                                    generatedAt,
+                                    source,
+                                    pluginVersion};
     // A cancel that arrives while the archive is written still keeps an
     // existing package: the token is looked at once more before the rename.
     const auto writeUnlessCancelled = [&hooks](const std::vector<ZipArchive::StreamedEntry>& entries,
@@ -142,8 +143,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
         ZipArchive::createStreaming(entries, to);
         hooks.throwIfCancelled();
     };
-    OrvPackager::package(ManifestBuilder::buildManifestV3(cues, notes, metadata), movie, outOrv,
-                         writeUnlessCancelled);
+    OrvPackager::package(ManifestBuilder::buildManifestV3(cues, notes, metadata), movie, outOrv, writeUnlessCancelled);
     hooks.report(ExportStage::package, 1);
     Result result = resultOf(reports, masterMp4.has_value());
     result.warnings = std::move(warnings);

@@ -70,8 +70,7 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
-               const Mp4Exporting& exporter, const RenderHooks& hooks = {},
-               const ChapterWriter& writeChapters = {});
+               const Mp4Exporting& exporter, const RenderHooks& hooks = {}, const ChapterWriter& writeChapters = {});
 
 // The expected movie length of a prepared deck: the advance times of its
 // visible slides.

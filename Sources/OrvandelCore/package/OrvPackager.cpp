@@ -11,8 +11,8 @@
 
 namespace orvandel::OrvPackager {
 
-void package(const std::string& manifestJSON, const std::filesystem::path& masterMp4,
-             const std::filesystem::path& to, const ArchiveWriter& writer) {
+void package(const std::string& manifestJSON, const std::filesystem::path& masterMp4, const std::filesystem::path& to,
+             const ArchiveWriter& writer) {
     // The movie is checked before anything is written: an unreadable movie is
     // the file system's error, not a failure to write the package.
     {
@@ -25,10 +25,13 @@ void package(const std::string& manifestJSON, const std::filesystem::path& maste
         if (!std::filesystem::is_regular_file(masterMp4, ec)) throw FileError("read", masterMp4.string(), EINVAL);
     }
     try {
-        AtomicFile::replace(to, [&](const std::filesystem::path& temporary) {
-            writer({{"manifest.json", toBytes(manifestJSON), std::nullopt}, {"assets/master.mp4", {}, masterMp4}},
-                   temporary);
-        }, {masterMp4});
+        AtomicFile::replace(to,
+                            [&](const std::filesystem::path& temporary) {
+                                writer({{"manifest.json", toBytes(manifestJSON), std::nullopt},
+                                        {"assets/master.mp4", {}, masterMp4}},
+                                       temporary);
+                            },
+                            {masterMp4});
     } catch (const CancelledError&) {
         throw;  // stopping on request is not a failure to write
     } catch (const OutputError&) {

@@ -14,8 +14,7 @@ namespace orvandel::OrvPackager {
 
 // Writes the archive for the entries at a path; the default streams the
 // movie in chunks (tests inject failures here).
-using ArchiveWriter =
-    std::function<void(const std::vector<ZipArchive::StreamedEntry>&, const std::filesystem::path&)>;
+using ArchiveWriter = std::function<void(const std::vector<ZipArchive::StreamedEntry>&, const std::filesystem::path&)>;
 
 // A destination that is the movie itself, or is not a regular file, throws
 // OutputError before anything is written.
@@ -23,8 +22,7 @@ using ArchiveWriter =
 // anything is written). A failure to write the archive or to move it into
 // place throws DeckError::orvWriteFailed(to) and leaves no temporary file; a
 // CancelledError from the writer leaves none either and is passed on as it is.
-void package(const std::string& manifestJSON, const std::filesystem::path& masterMp4,
-             const std::filesystem::path& to, const ArchiveWriter& writer = ZipArchive::createStreaming);
-
+void package(const std::string& manifestJSON, const std::filesystem::path& masterMp4, const std::filesystem::path& to,
+             const ArchiveWriter& writer = ZipArchive::createStreaming);
 
 }  // namespace orvandel::OrvPackager

@@ -17,8 +17,7 @@ std::string movieIn(const std::filesystem::path& package) {
 
 }  // namespace
 
-MovieError::MovieError(Case c, std::filesystem::path package, const std::string& description,
-                       const std::string& cause)
+MovieError::MovieError(Case c, std::filesystem::path package, const std::string& description, const std::string& cause)
     : Error(description, cause), case_(c), package_(std::move(package)) {}
 
 MovieError MovieError::notAMovie(const std::filesystem::path& package, const std::string& reason) {
@@ -33,8 +32,7 @@ MovieError MovieError::lengthMismatch(const std::filesystem::path& package, std:
                                       double manifestSeconds) {
     return MovieError(Case::lengthMismatch, package,
                       movieIn(package) + " lasts " + formatFixed(static_cast<double>(movieMs) / 1000, 3) +
-                          " s where the manifest says " +
-                          formatFixed(manifestSeconds, 3) + " s");
+                          " s where the manifest says " + formatFixed(manifestSeconds, 3) + " s");
 }
 
 void check(const std::filesystem::path& package, double manifestSeconds) {

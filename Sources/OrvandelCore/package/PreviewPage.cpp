@@ -259,9 +259,7 @@ bool isEarlierPreview(const fs::path& folder) {
 
 }  // namespace
 
-fs::path defaultFolder(const fs::path& orv) {
-    return orv.parent_path() / (orv.stem().string() + "-preview");
-}
+fs::path defaultFolder(const fs::path& orv) { return orv.parent_path() / (orv.stem().string() + "-preview"); }
 
 std::string html(const LessonPackage::Lesson& lesson) {
     nlohmann::ordered_json data;
@@ -279,8 +277,9 @@ std::string html(const LessonPackage::Lesson& lesson) {
     std::string title = fs::path(lesson.sourceFileName).stem().string();
     if (title.empty()) title = "Aula";
     // One pass over the template: text filled in is never searched again.
-    const std::map<std::string_view, std::string> values{
-        {"GENERATOR", std::string(kGenerator)}, {"TITLE", escapedHtml(title)}, {"DATA", json}};
+    const std::map<std::string_view, std::string> values{{"GENERATOR", std::string(kGenerator)},
+                                                         {"TITLE", escapedHtml(title)},
+                                                         {"DATA", json}};
     std::string page;
     std::size_t from = 0;
     for (auto open = kTemplate.find("{{"); open != std::string_view::npos; open = kTemplate.find("{{", from)) {

@@ -89,8 +89,8 @@ public:
     void readAt(std::int64_t offset, unsigned char* buffer, std::size_t n) const {
         std::size_t done = 0;
         while (done < n) {
-            const ssize_t r =
-                ::pread(fd_.fd, buffer + done, n - done, static_cast<off_t>(begin_ + offset) + off_t(done));
+            const ssize_t r = ::pread(fd_.fd, buffer + done, n - done,
+                                      static_cast<off_t>(begin_ + offset) + off_t(done));
             if (r < 0 && errno == EINTR) continue;
             if (r < 0) fail(std::string("read failed: ") + std::strerror(errno));
             if (r == 0) fail("file shrank while being read");

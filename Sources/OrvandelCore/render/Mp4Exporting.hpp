@@ -15,9 +15,9 @@
 namespace orvandel {
 
 struct RenderHooks {
-    ProgressCallback progress;                 // may be empty
-    std::optional<CancellationToken> cancel;   // may be absent
-    WarningCallback warn;                      // may be empty
+    ProgressCallback progress;                // may be empty
+    std::optional<CancellationToken> cancel;  // may be absent
+    WarningCallback warn;                     // may be empty
 
     void warning(const Warning& w) const {
         if (warn) warn(w);

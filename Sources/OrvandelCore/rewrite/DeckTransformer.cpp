@@ -56,7 +56,8 @@ Rewritten rewriteSlide(std::string xml, std::int64_t slide, const SlideReport& r
         return {TransitionWriter::insert(std::move(out), advTm), Branch::clickVideo};
     }
     if (report.hasVideoAutoplay) {
-        return {TransitionWriter::insert(MediaWriter::setAutoplayPreroll(std::move(xml), TimingPolicy::VIDEO_PRE), advTm),
+        return {TransitionWriter::insert(MediaWriter::setAutoplayPreroll(std::move(xml), TimingPolicy::VIDEO_PRE),
+                                         advTm),
                 Branch::autoplayVideo};
     }
     if (report.videoCount > 0) throw DeckError::videoWithoutMediaCall(slide);

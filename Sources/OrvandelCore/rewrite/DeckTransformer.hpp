@@ -20,12 +20,12 @@ namespace orvandel::DeckTransformer {
 
 // Which writer chain a slide went through.
 enum class Branch {
-    bullets,          // timed click groups
-    bulletsWithExits, // timed click groups, then retimed exits
-    clickVideo,       // a click-started video made to autoplay
-    autoplayVideo,    // a video that already starts by itself
-    exits,            // click-started exits chained after each other
-    static_,          // nothing to time: only the advance
+    bullets,           // timed click groups
+    bulletsWithExits,  // timed click groups, then retimed exits
+    clickVideo,        // a click-started video made to autoplay
+    autoplayVideo,     // a video that already starts by itself
+    exits,             // click-started exits chained after each other
+    static_,           // nothing to time: only the advance
 };
 
 // "bullets", "bullets+exits", "click video", "autoplay video", "exits", "static".

@@ -50,7 +50,8 @@ std::string convertExitToAfterEffect(std::string xml) {
         auto cond = startCondition(*head);
         if (!cond) continue;
         head->replaceAttribute("nodeType", "afterEffect");
-        cond->replaceAttribute("delay", formatInt(checkedAdd(TimingPolicy::EXIT_OFFSET, checkedMul(converted, TimingPolicy::STEP))));
+        cond->replaceAttribute("delay", formatInt(checkedAdd(TimingPolicy::EXIT_OFFSET,
+                                                             checkedMul(converted, TimingPolicy::STEP))));
         converted = checkedAdd(converted, 1);
     }
     if (converted == 0) return xml;

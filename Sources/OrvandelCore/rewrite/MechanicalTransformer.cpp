@@ -13,7 +13,9 @@ Error Error::structureMismatch(const std::string& detail) {
     return Error(Case::structureMismatch, detail, "unexpected timing structure: " + detail);
 }
 
-Error Error::mainSeqNotFound() { return Error(Case::mainSeqNotFound, {}, "mainSeq <p:cTn nodeType=\"mainSeq\"> not found"); }
+Error Error::mainSeqNotFound() {
+    return Error(Case::mainSeqNotFound, {}, "mainSeq <p:cTn nodeType=\"mainSeq\"> not found");
+}
 
 namespace {
 

@@ -17,7 +17,8 @@ std::optional<std::size_t> trailingExtensionList(std::string_view xml) {
     const std::size_t sld = cSld == std::string_view::npos ? cSld : xml.find("</p:sld>", cSld);
     if (sld == std::string_view::npos) return std::nullopt;
     std::size_t end = sld;
-    while (end > cSld && (xml[end - 1] == ' ' || xml[end - 1] == '\t' || xml[end - 1] == '\r' || xml[end - 1] == '\n')) {
+    while (end > cSld &&
+           (xml[end - 1] == ' ' || xml[end - 1] == '\t' || xml[end - 1] == '\r' || xml[end - 1] == '\n')) {
         --end;
     }
     const std::string_view tail = xml.substr(cSld, end - cSld);

@@ -45,8 +45,8 @@ public:
 private:
     [[noreturn]] static void unreadable(const std::filesystem::path& file, const std::string& why) {
         throw RenderError(RenderError::Case::badOutput, ExportStage::encode,
-                          std::string(kErrorLead) + ": the frame " + file.filename().string() + " cannot be read (" + why +
-                              "). Check free disk space and try again.");
+                          std::string(kErrorLead) + ": the frame " + file.filename().string() + " cannot be read (" +
+                              why + "). Check free disk space and try again.");
     }
 
     FrameSize size_;
@@ -55,9 +55,8 @@ private:
 
 }  // namespace
 
-void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames,
-           const std::vector<ScheduledStill>& shots, const std::vector<DrawnChange>& changes,
-           FrameSize size, const std::optional<CancellationToken>& cancel) {
+void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames, const std::vector<ScheduledStill>& shots,
+           const std::vector<DrawnChange>& changes, FrameSize size, const std::optional<CancellationToken>& cancel) {
     Stills stills(size);
     YuvFrame drawn;
     std::size_t next = 0;

@@ -9,18 +9,17 @@
 #include <optional>
 #include <vector>
 
-#include "pixels/DrawnChanges.hpp"
-#include "encode/RawVideoStream.hpp"
-#include "encode/FrameSchedule.hpp"
 #include "base/Cancellation.hpp"
+#include "encode/FrameSchedule.hpp"
+#include "encode/RawVideoStream.hpp"
+#include "pixels/DrawnChanges.hpp"
 
 namespace orvandel::DrawnMovie {
 
 // shots are the timeline's entries (a frame file and its duration each). Stops early, without an error, when
 // the stream's reader has gone (the encoder reports why). Throws
 // RenderError for a frame file that cannot be read, CancelledError.
-void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames,
-           const std::vector<ScheduledStill>& shots, const std::vector<DrawnChange>& changes,
-           FrameSize size, const std::optional<CancellationToken>& cancel);
+void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames, const std::vector<ScheduledStill>& shots,
+           const std::vector<DrawnChange>& changes, FrameSize size, const std::optional<CancellationToken>& cancel);
 
 }  // namespace orvandel::DrawnMovie

@@ -68,7 +68,7 @@ std::string ffconcat(const std::vector<ScheduledStill>& entries, std::int64_t pe
 }
 
 std::vector<ScheduledFrame> frames(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
-                                  const std::vector<MsRange>& moving) {
+                                   const std::vector<MsRange>& moving) {
     std::vector<ScheduledFrame> out;
     std::int64_t total = 0;
     forEachPiece(entries, periodicFrameMs, moving, [&](std::size_t i, std::int64_t at, std::int64_t ms) {

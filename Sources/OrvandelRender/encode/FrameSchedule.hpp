@@ -43,11 +43,10 @@ std::string ffconcat(const std::vector<ScheduledStill>& entries, std::int64_t pe
 
 // The frames the list yields, in order, the closing frame included.
 std::vector<ScheduledFrame> frames(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
-                                  const std::vector<MsRange>& moving = {});
+                                   const std::vector<MsRange>& moving = {});
 
 // A file name quoted for ffconcat: in single quotes, a quote inside as '\''.
 std::string quoted(const std::string& path);
-
 
 }  // namespace FrameSchedule
 

@@ -1,12 +1,12 @@
 #include "encode/MasterMovie.hpp"
 
+#include "base/Bytes.hpp"
 #include "encode/DrawnMovie.hpp"
 #include "encode/FrameSchedule.hpp"
 #include "encode/MovieEncoder.hpp"
 #include "encode/RawVideoStream.hpp"
-#include "tools/RenderError.hpp"
-#include "base/Bytes.hpp"
 #include "render/Mp4Duration.hpp"
+#include "tools/RenderError.hpp"
 
 namespace orvandel::MasterMovie {
 
@@ -37,8 +37,8 @@ void encode(const std::vector<Storyboard::Shot>& shots, const std::map<int, std:
     } else {
         encoding.frames = [&](int fd) {
             RawVideoStream stream(fd, size);
-            DrawnMovie::write(stream, FrameSchedule::frames(entries, options.periodicFrameMs, moving), entries,
-                              changes, size, options.cancel);
+            DrawnMovie::write(stream, FrameSchedule::frames(entries, options.periodicFrameMs, moving), entries, changes,
+                              size, options.cancel);
         };
     }
     MovieEncoder::encode(list, totalMs, to, encoding);

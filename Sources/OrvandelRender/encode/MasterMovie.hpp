@@ -10,11 +10,11 @@
 #include <optional>
 #include <vector>
 
+#include "base/Cancellation.hpp"
 #include "media/MediaLayers.hpp"
 #include "pixels/DrawnChanges.hpp"
 #include "plan/FrameSize.hpp"
 #include "storyboard/Storyboard.hpp"
-#include "base/Cancellation.hpp"
 
 namespace orvandel::MasterMovie {
 

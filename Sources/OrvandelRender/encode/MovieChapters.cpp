@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "tools/RenderError.hpp"
-#include "tools/RenderTools.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
 #include "container/PptxArchive.hpp"
 #include "render/Mp4Duration.hpp"
+#include "tools/RenderError.hpp"
+#include "tools/RenderTools.hpp"
 
 namespace orvandel::MovieChapters {
 
@@ -66,8 +66,9 @@ std::vector<Chapter> probe(const std::vector<std::string>& input, const RenderHo
                                         {.timeout = kTimeout, .cancel = hooks.cancel});
     const auto badOutput = [](const std::string& why) {
         return RenderError(RenderError::Case::badOutput, ExportStage::readChapters,
-                           std::string(kReadLead) + ": ffprobe's answer " + why + ". Check that ffmpeg is "
-                           "installed correctly (scripts/install-deps.sh).");
+                           std::string(kReadLead) + ": ffprobe's answer " + why +
+                               ". Check that ffmpeg is "
+                               "installed correctly (scripts/install-deps.sh).");
     };
     std::vector<Chapter> chapters;
     try {
@@ -79,9 +80,7 @@ std::vector<Chapter> probe(const std::vector<std::string>& input, const RenderHo
             const auto num = parseInt64(base.substr(0, slash));
             const auto den = slash == std::string::npos ? std::nullopt : parseInt64(base.substr(slash + 1));
             if (!num || !den || *num <= 0 || *den <= 0) throw badOutput("has the time base \"" + base + "\"");
-            const auto ms = [&](const char* key) {
-                return c.at(key).get<std::int64_t>() * *num * 1000 / *den;
-            };
+            const auto ms = [&](const char* key) { return c.at(key).get<std::int64_t>() * *num * 1000 / *den; };
             const auto tags = c.find("tags");
             std::string title;
             if (tags != c.end() && tags->contains("title")) title = tags->at("title").get<std::string>();
@@ -142,7 +141,8 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
     append(titleArguments(within));
     // The muxer would raise a video time scale below 10000 (the renderer's
     // is 1000, one tick a millisecond) to a multiple of it: kept as it was.
-    std::vector<std::string> timeBaseArgs{"-v", "error", "-select_streams", "v:0", "-show_entries", "stream=time_base",
+    std::vector<std::string> timeBaseArgs{"-v",  "error",         "-select_streams",
+                                          "v:0", "-show_entries", "stream=time_base",
                                           "-of", "csv=p=0"};
     const auto movie = RenderTools::fileInput(in, false);
     timeBaseArgs.insert(timeBaseArgs.end(), movie.begin(), movie.end());
@@ -167,7 +167,8 @@ void embed(const std::filesystem::path& in, const std::vector<Chapter>& chapters
 std::vector<Chapter> readPackage(const std::filesystem::path& orv, const RenderHooks& hooks) {
     PptxArchive::Deck package(orv);
     const auto range = package.storedRange("assets/master.mp4");
-    auto chapters = probe(RenderTools::storedInput(std::filesystem::absolute(orv), range.begin, range.end, false), hooks);
+    auto chapters = probe(RenderTools::storedInput(std::filesystem::absolute(orv), range.begin, range.end, false),
+                          hooks);
     if (chapters.empty()) throw ChaptersError::noChapters(orv);
     return chapters;
 }

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "base/Numbers.hpp"
 #include "tools/RenderError.hpp"
 #include "tools/RenderTools.hpp"
-#include "base/Numbers.hpp"
 
 namespace orvandel::MovieEncoder {
 
@@ -60,15 +60,15 @@ std::string filterGraph(const std::vector<MediaLayer>& media, std::int64_t total
         if (m.picture && !m.shown.empty()) {
             graph += picture(m, i + 1, "m" + n) + ";";
             // Centred on its rectangle: a rotated picture is larger than it.
-            graph += "[" + video + "][m" + n + "]overlay=x=" + std::to_string(m.left) + "+(" +
-                     std::to_string(m.width) + "-w)/2:y=" + std::to_string(m.top) + "+(" + std::to_string(m.height) +
+            graph += "[" + video + "][m" + n + "]overlay=x=" + std::to_string(m.left) + "+(" + std::to_string(m.width) +
+                     "-w)/2:y=" + std::to_string(m.top) + "+(" + std::to_string(m.height) +
                      "-h)/2:eof_action=repeat:enable='" + enabled(m.shown) + "'[v" + n + "];";
             video = "v" + n;
         }
         if (audio && m.sound) {
             graph += "[" + n + ":a]asetpts=PTS-STARTPTS,aformat=sample_rates=48000:channel_layouts=stereo,volume=" +
-                     std::to_string(m.volume) + "/100000,adelay=delays=" + std::to_string(m.startMs) + ":all=1[s" +
-                     n + "];";
+                     std::to_string(m.volume) + "/100000,adelay=delays=" + std::to_string(m.startMs) + ":all=1[s" + n +
+                     "];";
             sounds += "[s" + n + "]";
             ++mixed;
         }
@@ -110,14 +110,14 @@ std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, st
     if (audio) args.insert(args.end(), {"-f", "lavfi", "-i", "anullsrc=r=48000:cl=stereo"});
     if (audio || !media.empty()) {
         const bool sound = std::any_of(media.begin(), media.end(), [](const MediaLayer& m) { return m.sound; });
-        args.insert(args.end(), {"-filter_complex", filterGraph(media, totalMs, audio), "-map",
-                                 media.empty() ? "0:v" : "[v]"});
+        args.insert(args.end(),
+                    {"-filter_complex", filterGraph(media, totalMs, audio), "-map", media.empty() ? "0:v" : "[v]"});
         // Silence costs next to nothing at any rate; sound wants more.
         if (audio) args.insert(args.end(), {"-map", "[a]", "-c:a", "aac", "-b:a", sound ? "128k" : "48k"});
     }
-    args.insert(args.end(), {"-fps_mode", "passthrough", "-video_track_timescale", "1000", "-c:v", "libx264",
-                             "-preset", framesOnStandardInput ? "superfast" : "veryfast", "-tune", "stillimage", "-bf",
-                             "0", "-level:v", "4.1", "-pix_fmt", "yuv420p", "-movflags", "+faststart"});
+    args.insert(args.end(), {"-fps_mode", "passthrough", "-video_track_timescale", "1000", "-c:v", "libx264", "-preset",
+                             framesOnStandardInput ? "superfast" : "veryfast", "-tune", "stillimage", "-bf", "0",
+                             "-level:v", "4.1", "-pix_fmt", "yuv420p", "-movflags", "+faststart"});
     // Drawn changes bring about five times the frames, each mostly the frame
     // before: a lighter analysis keeps the export fast (export_bench); the
     // deblocking filter keeps the picture, CAVLC costs only bits. The stream

@@ -21,9 +21,9 @@
 #include <string>
 #include <vector>
 
-#include "plan/FrameSize.hpp"
-#include "media/MediaLayers.hpp"
 #include "base/Cancellation.hpp"
+#include "media/MediaLayers.hpp"
+#include "plan/FrameSize.hpp"
 
 namespace orvandel::MovieEncoder {
 

@@ -19,14 +19,14 @@ namespace {
 
 // EBML element ids, written with their length marker bits as they appear in
 // the stream.
-constexpr std::uint32_t kEbml = 0x1A45DFA3, kEbmlVersion = 0x4286, kEbmlReadVersion = 0x42F7,
-                        kEbmlMaxIdLength = 0x42F2, kEbmlMaxSizeLength = 0x42F3, kDocType = 0x4282,
-                        kDocTypeVersion = 0x4287, kDocTypeReadVersion = 0x4285, kSegment = 0x18538067,
-                        kInfo = 0x1549A966, kTimestampScale = 0x2AD7B1, kMuxingApp = 0x4D80, kWritingApp = 0x5741,
-                        kTracks = 0x1654AE6B, kTrackEntry = 0xAE, kTrackNumber = 0xD7, kTrackUid = 0x73C5,
-                        kTrackType = 0x83, kFlagLacing = 0x9C, kCodecId = 0x86, kVideo = 0xE0, kPixelWidth = 0xB0,
-                        kPixelHeight = 0xBA, kColourSpace = 0x2EB524, kCluster = 0x1F43B675, kTimestamp = 0xE7,
-                        kSimpleBlock = 0xA3, kDefaultDuration = 0x23E383;
+constexpr std::uint32_t kEbml = 0x1A45DFA3, kEbmlVersion = 0x4286, kEbmlReadVersion = 0x42F7, kEbmlMaxIdLength = 0x42F2,
+                        kEbmlMaxSizeLength = 0x42F3, kDocType = 0x4282, kDocTypeVersion = 0x4287,
+                        kDocTypeReadVersion = 0x4285, kSegment = 0x18538067, kInfo = 0x1549A966,
+                        kTimestampScale = 0x2AD7B1, kMuxingApp = 0x4D80, kWritingApp = 0x5741, kTracks = 0x1654AE6B,
+                        kTrackEntry = 0xAE, kTrackNumber = 0xD7, kTrackUid = 0x73C5, kTrackType = 0x83,
+                        kFlagLacing = 0x9C, kCodecId = 0x86, kVideo = 0xE0, kPixelWidth = 0xB0, kPixelHeight = 0xBA,
+                        kColourSpace = 0x2EB524, kCluster = 0x1F43B675, kTimestamp = 0xE7, kSimpleBlock = 0xA3,
+                        kDefaultDuration = 0x23E383;
 
 using Buffer = std::string;
 
@@ -133,8 +133,8 @@ bool writeAll(int fd, std::vector<iovec> parts) {
 
 RawVideoStream::RawVideoStream(int fd, FrameSize size) : fd_(fd), size_(size) {
     if (size.width <= 0 || size.height <= 0 || size.width % 2 || size.height % 2) {
-        throw std::invalid_argument("a 4:2:0 frame needs positive even sides, not " + std::to_string(size.width) +
-                                    "x" + std::to_string(size.height));
+        throw std::invalid_argument("a 4:2:0 frame needs positive even sides, not " + std::to_string(size.width) + "x" +
+                                    std::to_string(size.height));
     }
     Buffer header = streamHeader(size);
     open_ = writeAll(fd_, {{header.data(), header.size()}});

@@ -28,7 +28,6 @@ public:
     // write failures.
     bool frame(std::int64_t ms, std::span<const std::span<const std::uint8_t>> pieces);
 
-
 private:
     int fd_;
     FrameSize size_;

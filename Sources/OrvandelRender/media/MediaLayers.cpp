@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "tools/RenderError.hpp"
 #include "base/Bytes.hpp"
 #include "container/PptxArchive.hpp"
+#include "tools/RenderError.hpp"
 
 namespace orvandel::MediaLayers {
 
@@ -93,13 +93,13 @@ std::optional<MsRange> moving(const MediaLayer& layer) {
     return MsRange{layer.startMs, layer.startMs + layer.playMs};
 }
 
-Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame,
-                const std::filesystem::path& mediaDir, const DeckLinks::Rule& links, const WarningCallback& warn,
+Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame, const std::filesystem::path& mediaDir,
+                const DeckLinks::Rule& links, const WarningCallback& warn,
                 const std::optional<CancellationToken>& cancel) {
     Gathered out;
     PptxArchive::Deck& deck = preparedDeck.archive();
     std::map<std::string, std::variant<MediaInfo, std::string>> probed;  // by file
-    std::map<std::string, std::filesystem::path> copied;                   // entry -> file
+    std::map<std::string, std::filesystem::path> copied;                 // entry -> file
     // Linked files by their real path: the copy, or why there is none.
     std::map<std::filesystem::path, std::variant<std::filesystem::path, DeckLinks::Refusal>> linked;
     const auto fresh = [&](const std::filesystem::path& name) {
@@ -146,9 +146,8 @@ Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame
                     auto [it, isNew] = linked.try_emplace(*real);
                     if (isNew) {
                         it->second = fresh(*real);
-                        if (const auto refusal =
-                                DeckLinks::copy(*real, std::get<std::filesystem::path>(it->second),
-                                                kLargestLinkedMedium, checkCancel)) {
+                        if (const auto refusal = DeckLinks::copy(*real, std::get<std::filesystem::path>(it->second),
+                                                                 kLargestLinkedMedium, checkCancel)) {
                             it->second = *refusal;
                         }
                     }

@@ -20,14 +20,14 @@
 #include <string>
 #include <vector>
 
-#include "plan/FrameSize.hpp"
-#include "media/MediaProbe.hpp"
-#include "plan/RenderPlan.hpp"
-#include "media/SlideMedia.hpp"
-#include "plan/MsRange.hpp"
 #include "base/Cancellation.hpp"
 #include "base/Warning.hpp"
 #include "deck/DeckLinks.hpp"
+#include "media/MediaProbe.hpp"
+#include "media/SlideMedia.hpp"
+#include "plan/FrameSize.hpp"
+#include "plan/MsRange.hpp"
+#include "plan/RenderPlan.hpp"
 
 namespace orvandel {
 
@@ -55,8 +55,8 @@ namespace MediaLayers {
 
 // Where a slide lies in the movie and what its timing says of a medium.
 struct SlideTime {
-    std::int64_t startMs = 0;     // the slide's start in the movie
-    std::int64_t advanceMs = 0;   // its length
+    std::int64_t startMs = 0;    // the slide's start in the movie
+    std::int64_t advanceMs = 0;  // its length
     // When its timing starts the medium, from the slide's start; nothing: never.
     std::optional<std::int64_t> playStartMs;
     // The spans of the slide (from its start) in which the medium's shape is
@@ -91,8 +91,8 @@ struct Gathered {
 // 16 GiB each) and probes them. Media that cannot play are reported through
 // `warn`. Throws the archive reader's errors, FileError when mediaDir cannot
 // be written, RenderError when ffprobe is missing, CancelledError.
-Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame,
-                const std::filesystem::path& mediaDir, const DeckLinks::Rule& links, const WarningCallback& warn,
+Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame, const std::filesystem::path& mediaDir,
+                const DeckLinks::Rule& links, const WarningCallback& warn,
                 const std::optional<CancellationToken>& cancel);
 
 // gather, but a missing ffprobe is kept in missingProbe for the caller to

@@ -3,9 +3,9 @@
 #include <sstream>
 #include <string_view>
 
+#include "base/Numbers.hpp"
 #include "tools/RenderError.hpp"
 #include "tools/RenderTools.hpp"
-#include "base/Numbers.hpp"
 
 namespace orvandel::MediaProbe {
 
@@ -49,9 +49,15 @@ std::variant<MediaInfo, std::string> probe(const std::filesystem::path& file,
     // The first packets are decoded too: a damaged stream fails here, not
     // in the middle of the movie's encode.
     try {
-        std::vector<std::string> args{"-v", "error", "-read_intervals", "%+#16", "-show_entries",
-                                      "frame=media_type:stream=codec_type:stream_disposition=attached_pic:format=duration",
-                                      "-of", "default=nw=1"};
+        std::vector<std::string> args{
+            "-v",
+            "error",
+            "-read_intervals",
+            "%+#16",
+            "-show_entries",
+            "frame=media_type:stream=codec_type:stream_disposition=attached_pic:format=duration",
+            "-of",
+            "default=nw=1"};
         const auto input = RenderTools::mediaInput(file, false);
         args.insert(args.end(), input.begin(), input.end());
         const auto r = RenderTools::runTool(ExportStage::media, kErrorLead, "ffprobe", "ffmpeg", args,

@@ -11,17 +11,17 @@
 #include <vector>
 
 #include "plan/DrawnEffect.hpp"
-#include "storyboard/Storyboard.hpp"
 #include "plan/MsRange.hpp"
+#include "storyboard/Storyboard.hpp"
 
 namespace orvandel {
 
 struct DrawnChange {
-    MsRange span;               // the frames drawn, in the movie
-    std::size_t from = 0;       // the shot before the change
-    std::size_t to = 0;         // the shot after it (a transition: the first of its slide)
+    MsRange span;          // the frames drawn, in the movie
+    std::size_t from = 0;  // the shot before the change
+    std::size_t to = 0;    // the shot after it (a transition: the first of its slide)
     DrawnEffect effect;
-    bool wholeSlide = false;    // a slide transition: the whole picture changes
+    bool wholeSlide = false;         // a slide transition: the whole picture changes
     std::int64_t effectStartMs = 0;  // when the effect's own time is 0 (before span.startMs when cut short)
 
     // The effect's time at `ms`, within [0, durationMs].

@@ -182,8 +182,8 @@ Area changedArea(const YuvFrame& a, const YuvFrame& b) {
     return {left - left % 2, top - top % 2, right + right % 2, bottom + bottom % 2};
 }
 
-void paint(const YuvFrame& before, const YuvFrame& after, const DrawnEffect& effect, const Area& area,
-           bool wholeSlide, std::int64_t elapsedMs, YuvFrame& out, bool outIsEarlierFrame) {
+void paint(const YuvFrame& before, const YuvFrame& after, const DrawnEffect& effect, const Area& area, bool wholeSlide,
+           std::int64_t elapsedMs, YuvFrame& out, bool outIsEarlierFrame) {
     const std::int64_t d = std::max<std::int64_t>(1, effect.durationMs), t = std::clamp<std::int64_t>(elapsedMs, 0, d);
     DrawnEffect e = effect;
     bool entering = e.entering;

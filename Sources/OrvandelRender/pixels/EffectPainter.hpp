@@ -9,9 +9,9 @@
 // an uncover slides the old one away. Pure.
 #include <cstdint>
 
+#include "base/Bytes.hpp"
 #include "plan/DrawnEffect.hpp"
 #include "plan/FrameSize.hpp"
-#include "base/Bytes.hpp"
 
 namespace orvandel {
 
@@ -37,8 +37,8 @@ Area changedArea(const YuvFrame& a, const YuvFrame& b);
 // entrance shows `before`, at the end `after`; an exit the other way round.
 // `out` is resized as needed. With `outIsEarlierFrame`, out holds a frame
 // painted for the same change, so that a fade or wipe only repaints its area.
-void paint(const YuvFrame& before, const YuvFrame& after, const DrawnEffect& effect, const Area& area,
-           bool wholeSlide, std::int64_t elapsedMs, YuvFrame& out, bool outIsEarlierFrame = false);
+void paint(const YuvFrame& before, const YuvFrame& after, const DrawnEffect& effect, const Area& area, bool wholeSlide,
+           std::int64_t elapsedMs, YuvFrame& out, bool outIsEarlierFrame = false);
 
 }  // namespace EffectPainter
 

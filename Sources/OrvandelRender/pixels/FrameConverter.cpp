@@ -112,8 +112,12 @@ void decodeStrip(const std::uint8_t* in, std::size_t length, bool packBits, std:
 class Converter {
 public:
     explicit Converter(FrameSize size)
-        : w_(std::size_t(size.width)), h_(std::size_t(size.height)), rgb_(w_ * h_ * 3), y_(w_ * h_),
-          u_(w_ / 2 * (h_ / 2)), v_(u_.size()) {}
+        : w_(std::size_t(size.width)),
+          h_(std::size_t(size.height)),
+          rgb_(w_ * h_ * 3),
+          y_(w_ * h_),
+          u_(w_ / 2 * (h_ / 2)),
+          v_(u_.size()) {}
 
     Bytes frame(const Bytes& tiff) {
         const Tiff t = parse(tiff);

@@ -16,9 +16,9 @@
 #include <string>
 #include <vector>
 
-#include "plan/FrameSize.hpp"
 #include "base/Bytes.hpp"
 #include "base/Cancellation.hpp"
+#include "plan/FrameSize.hpp"
 
 namespace orvandel::FrameConverter {
 

@@ -4,11 +4,11 @@
 #include <atomic>
 #include <mutex>
 
-#include "tools/RenderError.hpp"
-#include "tools/RenderTools.hpp"
 #include "base/Numbers.hpp"
 #include "base/Regex.hpp"
 #include "base/Subprocess.hpp"
+#include "tools/RenderError.hpp"
+#include "tools/RenderTools.hpp"
 
 namespace orvandel::PageRasterizer {
 
@@ -17,7 +17,7 @@ namespace {
 const char* const kErrorLead = "drawing the slides";
 // How the errors of the PDF's own check begin: the stage before this one.
 const char* const kPdfErrorLead = "converting slides";
-}
+}  // namespace
 
 int pageCount(const std::filesystem::path& pdf, const std::optional<CancellationToken>& cancel) {
     const auto r = RenderTools::runTool(ExportStage::draw, kErrorLead, "pdfinfo", "poppler-utils", {pdf.string()},
@@ -28,7 +28,8 @@ int pageCount(const std::filesystem::path& pdf, const std::optional<Cancellation
     if (!n) {
         throw RenderError(RenderError::Case::badOutput, ExportStage::draw,
                           std::string(kErrorLead) + ": pdfinfo did not report a page count for " +
-                              pdf.filename().string() + ". The PDF LibreOffice wrote is damaged; try the export again.");
+                              pdf.filename().string() +
+                              ". The PDF LibreOffice wrote is damaged; try the export again.");
     }
     return static_cast<int>(*n);
 }
@@ -102,12 +103,12 @@ std::map<int, std::filesystem::path> rasterize(const std::filesystem::path& pdf,
             if (stopOthers.isCancelled() || (options.cancel && options.cancel->isCancelled())) return;
             try {
                 const auto count = last - first + 1;
-                RenderTools::runTool(
-                    ExportStage::draw, kErrorLead, "pdftocairo", "poppler-utils",
-                    {"-tiff", "-tiffcompression", "packbits", "-scale-to-x", std::to_string(size.width),
-                     "-scale-to-y", std::to_string(size.height), "-f", std::to_string(first), "-l",
-                     std::to_string(last), pdf.string(), (outDir / "page").string()},
-                    {.timeout = std::chrono::seconds(60 + 5 * count), .cancel = options.cancel});
+                RenderTools::runTool(ExportStage::draw, kErrorLead, "pdftocairo", "poppler-utils",
+                                     {"-tiff", "-tiffcompression", "packbits", "-scale-to-x",
+                                      std::to_string(size.width), "-scale-to-y", std::to_string(size.height), "-f",
+                                      std::to_string(first), "-l", std::to_string(last), pdf.string(),
+                                      (outDir / "page").string()},
+                                     {.timeout = std::chrono::seconds(60 + 5 * count), .cancel = options.cancel});
                 const int now = done += count;
                 if (options.onProgress) {
                     std::lock_guard lock(progressMutex);

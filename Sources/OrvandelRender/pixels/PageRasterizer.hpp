@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Cancellation.hpp"
 #include "plan/FrameSize.hpp"
 #include "storyboard/Storyboard.hpp"
-#include "base/Cancellation.hpp"
 
 namespace orvandel::PageRasterizer {
 

@@ -5,8 +5,8 @@
 #include <map>
 #include <set>
 
-#include "plan/XmlSpans.hpp"
 #include "base/Numbers.hpp"
+#include "plan/XmlSpans.hpp"
 
 namespace orvandel::GraphicBuild {
 
@@ -32,9 +32,7 @@ public:
     bool empty() const { return spans_.empty(); }
     const Span& at(int i) const { return spans_[static_cast<std::size_t>(i)]; }
     std::string_view local(int i) const { return localName(at(i).name); }
-    std::optional<std::string> attribute(int i, std::string_view name) const {
-        return attributeOf(xml_, at(i), name);
-    }
+    std::optional<std::string> attribute(int i, std::string_view name) const { return attributeOf(xml_, at(i), name); }
     std::string_view text(int i) const { return xml_.substr(at(i).begin, at(i).end - at(i).begin); }
 
     std::vector<int> children(int parent, std::initializer_list<std::string_view> locals = {}) const {
@@ -87,7 +85,8 @@ Chart chartOf(const Part& part) {
     for (int type : part.children(out.plotArea)) {
         const auto name = part.local(type);
         if (!name.ends_with("Chart")) continue;
-        const bool markers = name == "lineChart" || name == "line3DChart" || name == "scatterChart" || name == "radarChart";
+        const bool markers = name == "lineChart" || name == "line3DChart" || name == "scatterChart" ||
+                             name == "radarChart";
         for (int s : part.children(type, {"ser"})) {
             out.series.push_back(s);
             out.markers[s] = markers;
@@ -187,9 +186,10 @@ public:
             for (auto& edit : copy.edits) edit.begin -= s.begin, edit.end -= s.begin;
             return XmlSpans::applied(p_.xml().substr(s.begin, s.end - s.begin), std::move(copy.edits));
         }
-        return element(c_ + "txPr", "<" + a_ + "bodyPr/><" + a_ + "lstStyle/>" +
-                                        element(a_ + "p", element(a_ + "pPr", element(a_ + "defRPr", transparentFill())) +
-                                                              "<" + a_ + "endParaRPr lang=\"en-US\"/>"));
+        return element(c_ + "txPr",
+                       "<" + a_ + "bodyPr/><" + a_ + "lstStyle/>" +
+                           element(a_ + "p", element(a_ + "pPr", element(a_ + "defRPr", transparentFill())) + "<" + a_ +
+                                                 "endParaRPr lang=\"en-US\"/>"));
     }
 
 private:
@@ -215,7 +215,8 @@ void hideSeries(const Part& part, const Chart& chart, ChartEditor& e, int series
                 "extLst"});
 }
 
-void hidePoints(const Part& part, const Chart& chart, ChartEditor& e, int series, const std::set<std::int64_t>& points) {
+void hidePoints(const Part& part, const Chart& chart, ChartEditor& e, int series,
+                const std::set<std::int64_t>& points) {
     const std::string c = chart.c;
     std::map<std::int64_t, int> existing;
     for (int point : part.children(series, {"dPt"})) {
@@ -226,7 +227,8 @@ void hidePoints(const Part& part, const Chart& chart, ChartEditor& e, int series
         if (const auto it = existing.find(k); it != existing.end()) {
             e.setChild(it->second, "spPr", e.noShape(), {"pictureOptions", "extLst"});
             if (chart.markers.at(series)) {
-                e.setChild(it->second, "marker", e.noMarker(), {"bubble3D", "explosion", "spPr", "pictureOptions", "extLst"});
+                e.setChild(it->second, "marker", e.noMarker(),
+                           {"bubble3D", "explosion", "spPr", "pictureOptions", "extLst"});
             }
             continue;
         }
@@ -255,9 +257,10 @@ void hidePoints(const Part& part, const Chart& chart, ChartEditor& e, int series
     }
     if (labels.empty()) return;
     if (own >= 0) {
-        e.insert(own, labels, {"dLbl", "delete", "numFmt", "spPr", "txPr", "dLblPos", "showLegendKey", "showVal",
-                               "showCatName", "showSerName", "showPercent", "showBubbleSize", "separator",
-                               "showLeaderLines", "leaderLines", "extLst"});
+        e.insert(own, labels,
+                 {"dLbl", "delete", "numFmt", "spPr", "txPr", "dLblPos", "showLegendKey", "showVal", "showCatName",
+                  "showSerName", "showPercent", "showBubbleSize", "separator", "showLeaderLines", "leaderLines",
+                  "extLst"});
         return;
     }
     // Without labels of its own the series shows its chart type's, if any.
@@ -277,7 +280,8 @@ void hideBackground(const Part& part, const Chart& chart, ChartEditor& e) {
     const std::string c = chart.c;
     for (int axis : part.children(chart.plotArea, {"catAx", "valAx", "dateAx", "serAx"})) {
         for (int grid : part.children(axis, {"majorGridlines", "minorGridlines"})) {
-            e.edits.push_back({part.at(grid).begin, part.at(grid).end, e.element(std::string(part.at(grid).name), e.noLine())});
+            e.edits.push_back(
+                {part.at(grid).begin, part.at(grid).end, e.element(std::string(part.at(grid).name), e.noLine())});
         }
         e.setChild(axis, "spPr", e.noShape(),
                    {"txPr", "crossAx", "crosses", "crossesAt", "crossBetween", "auto", "lblAlgn", "lblOffset",
@@ -364,8 +368,8 @@ std::vector<std::pair<int, std::string>> drawingShapes(const Part& drawing) {
 
 }  // namespace
 
-std::variant<Source, std::string> locate(DeckModel& deck, const std::string& slideFile,
-                                         std::string_view slideXml, const std::string& shapeId) {
+std::variant<Source, std::string> locate(DeckModel& deck, const std::string& slideFile, std::string_view slideXml,
+                                         const std::string& shapeId) {
     const Part slide(slideXml);
     int frame = -1;
     for (std::size_t i = 0; i < slide.size() && frame < 0; ++i) {
@@ -385,7 +389,8 @@ std::variant<Source, std::string> locate(DeckModel& deck, const std::string& sli
         }
         break;
     }
-    if (source.relationshipId.empty() && source.dataPart.empty()) return "shape " + shapeId + " is not a chart or diagram";
+    if (source.relationshipId.empty() && source.dataPart.empty())
+        return "shape " + shapeId + " is not a chart or diagram";
 
     std::map<std::string, Relationship> rels;
     try {

@@ -13,8 +13,8 @@
 #include <variant>
 #include <vector>
 
-#include "plan/PlayoutTimeline.hpp"
 #include "deck/DeckModel.hpp"
+#include "plan/PlayoutTimeline.hpp"
 
 namespace orvandel::GraphicBuild {
 
@@ -31,8 +31,8 @@ struct Source {
 // shows, or why its parts cannot be drawn one by one (an embedded OLE chart,
 // a diagram without a drawing, a missing part). Throws the archive reader's
 // errors for parts that are listed but unreadable.
-std::variant<Source, std::string> locate(DeckModel& deck, const std::string& slideFile,
-                                         std::string_view slideXml, const std::string& shapeId);
+std::variant<Source, std::string> locate(DeckModel& deck, const std::string& slideFile, std::string_view slideXml,
+                                         const std::string& shapeId);
 
 // Why the parts cannot be hidden in a copy of the graphic (a series or a
 // category the chart does not have, an element the drawing shows no shape

@@ -143,7 +143,8 @@ std::optional<GraphicPart> graphicPartOf(const XmlElement& element) {
     const auto chart = firstChild(element, "a:chart");
     if (!chart) return std::nullopt;
     const std::string step = chart->attribute("bldStep").value_or("");
-    const std::int64_t series = intAttribute(*chart, "seriesIdx", -1), category = intAttribute(*chart, "categoryIdx", -1);
+    const std::int64_t series = intAttribute(*chart, "seriesIdx", -1),
+                       category = intAttribute(*chart, "categoryIdx", -1);
     if (step == "gridLegend") return GraphicPart{Kind::chartBackground, 0, 0, {}};
     if (step == "allPts") return GraphicPart{Kind::chartData, 0, 0, {}};
     if (step == "series" && series >= 0) return GraphicPart{Kind::chartSeries, series, 0, {}};
@@ -202,7 +203,8 @@ void readBehaviour(const XmlElement& element, Node& node, const std::set<std::st
     if (node.targets.empty()) return;
     const std::string name = element.name();
     if (name == "p:set") {
-        if (const auto visible = setsVisibility(element, *behaviour)) node.visibility = Visibility{node.targets, *visible};
+        if (const auto visible = setsVisibility(element, *behaviour))
+            node.visibility = Visibility{node.targets, *visible};
     } else if (name == "p:cmd" && element.attribute("type") == "call") {
         const std::string command = element.attribute("cmd").value_or("");
         if (command == "play" || command.starts_with("playFrom")) node.playsShape = node.targets.front().target.shapeId;
@@ -228,8 +230,10 @@ DrawnEffect drawnEffectOf(const XmlElement& effect, bool entering) {
         const std::string name = e.name();
         if (name == "p:animEffect") {
             const std::string filter = e.attribute("filter").value_or("");
-            static const std::pair<const char*, Side> kWipes[] = {
-                {"wipe(left)", Side::left}, {"wipe(right)", Side::right}, {"wipe(up)", Side::top}, {"wipe(down)", Side::bottom}};
+            static const std::pair<const char*, Side> kWipes[] = {{"wipe(left)", Side::left},
+                                                                  {"wipe(right)", Side::right},
+                                                                  {"wipe(up)", Side::top},
+                                                                  {"wipe(down)", Side::bottom}};
             const auto known = std::find_if(std::begin(kWipes), std::end(kWipes),
                                             [&](const auto& w) { return filter == w.first; });
             if (known != std::end(kWipes)) {
@@ -363,7 +367,8 @@ private:
         // the advance time and the cues count it: a slideshow plays such an
         // effect by itself.
         if (inSequence && node.conditionCount >= 1 && nodes_[std::size_t(index)].conditions.empty()) {
-            const auto head = std::find_if(nodes_.begin() + index + 1, nodes_.end(), [](const Node& n) { return n.chained; });
+            const auto head = std::find_if(nodes_.begin() + index + 1, nodes_.end(),
+                                           [](const Node& n) { return n.chained; });
             nodes_[std::size_t(index)].withPreviousGroup = head != nodes_.end() && head->afterPrevious &&
                                                            head->cTn.attribute("presetClass") == "exit";
         }
@@ -372,12 +377,13 @@ private:
         // below it are the ones added since.
         const auto presetClass = cTn->attribute("presetClass");
         if (presetClass == "entr" || presetClass == "exit") {
-            Visibility effect{{}, presetClass == "entr", presetClass == "exit",
-                              drawnEffectOf(*cTn, presetClass == "entr")};
+            Visibility effect{
+                {}, presetClass == "entr", presetClass == "exit", drawnEffectOf(*cTn, presetClass == "entr")};
             for (std::size_t below = std::size_t(index) + 1; below < nodes_.size(); ++below) {
                 for (const auto& target : nodes_[below].targets) {
                     const auto same = [&](const Target& t) { return t.target == target.target; };
-                    if (std::none_of(effect.targets.begin(), effect.targets.end(), same)) effect.targets.push_back(target);
+                    if (std::none_of(effect.targets.begin(), effect.targets.end(), same))
+                        effect.targets.push_back(target);
                 }
                 nodes_[below].visibility.reset();
             }
@@ -481,7 +487,8 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
         const int index = static_cast<int>(i);
         if (node.visibility) {
             const std::int64_t at = node.visibility->atEnd ? graph.end(index) : graph.begin(index).value_or(kNever);
-            for (const auto& target : node.visibility->targets) events.push_back({at, i, target, node.visibility->visible, node.visibility->drawn});
+            for (const auto& target : node.visibility->targets)
+                events.push_back({at, i, target, node.visibility->visible, node.visibility->drawn});
         } else if (node.playsShape) {
             if (const auto at = graph.begin(index)) out.media.push_back({*node.playsShape, *at});
         }

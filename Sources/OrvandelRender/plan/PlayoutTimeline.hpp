@@ -73,15 +73,15 @@ struct GraphicPart {
 };
 
 struct PlayoutTarget {
-    std::string shapeId;                    // the shape's p:cNvPr id (spid)
-    std::optional<std::int64_t> paragraph;  // 0-based in the shape's text body; absent: the whole shape
+    std::string shapeId;                                // the shape's p:cNvPr id (spid)
+    std::optional<std::int64_t> paragraph;              // 0-based in the shape's text body; absent: the whole shape
     std::optional<GraphicPart> graphic = std::nullopt;  // a part of the graphic the shape shows
     auto operator<=>(const PlayoutTarget&) const = default;
 };
 
 struct PlayoutState {
-    std::int64_t startMs = 0;            // from the start of the slide
-    std::vector<PlayoutTarget> hidden;   // sorted, without duplicates
+    std::int64_t startMs = 0;           // from the start of the slide
+    std::vector<PlayoutTarget> hidden;  // sorted, without duplicates
     bool operator==(const PlayoutState&) const = default;
 };
 

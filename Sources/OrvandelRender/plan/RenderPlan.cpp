@@ -3,13 +3,13 @@
 #include <map>
 #include <variant>
 
-#include "plan/GraphicBuild.hpp"
-#include "tools/RenderError.hpp"
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
 #include "base/Regex.hpp"
 #include "container/SlideXML.hpp"
 #include "deck/DeckScanner.hpp"
+#include "plan/GraphicBuild.hpp"
+#include "tools/RenderError.hpp"
 
 namespace orvandel {
 
@@ -36,8 +36,8 @@ std::optional<std::int64_t> attributeNumber(const std::string& tag, const char* 
 
 // The graphics of the slide whose hidden parts cannot be drawn one by one,
 // with the reason.
-std::map<std::string, std::string> graphicsShownWhole(DeckModel& deck, const std::string& file,
-                                                      const std::string& xml, const SlidePlayout& playout) {
+std::map<std::string, std::string> graphicsShownWhole(DeckModel& deck, const std::string& file, const std::string& xml,
+                                                      const SlidePlayout& playout) {
     std::map<std::string, std::vector<GraphicPart>> parts;
     for (const auto& state : playout.states) {
         for (const auto& target : state.hidden) {
@@ -88,7 +88,8 @@ RenderPlan read(DeckModel& deck) {
         if (!advTm && !slide.hidden) {
             throw RenderError(RenderError::Case::badDeck, ExportStage::readPlan,
                               std::string(kErrorLead) + ": slide " + std::to_string(slide.displayIndex) + " (" +
-                                  files[i] + ") has no automatic advance time. Only a deck prepared by "
+                                  files[i] +
+                                  ") has no automatic advance time. Only a deck prepared by "
                                   "orvandel (orvandel prepare, or the export itself) can be rendered.");
         }
         slide.advanceTimeMs = advTm.value_or(0);

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "plan/PlayoutTimeline.hpp"
 #include "base/Warning.hpp"
 #include "deck/DeckModel.hpp"
+#include "plan/PlayoutTimeline.hpp"
 
 namespace orvandel {
 

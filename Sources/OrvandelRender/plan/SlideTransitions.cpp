@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "plan/XmlSpans.hpp"
 #include "base/Numbers.hpp"
 #include "container/SlideXML.hpp"
+#include "plan/XmlSpans.hpp"
 
 namespace orvandel::SlideTransitions {
 
@@ -41,7 +41,10 @@ std::optional<std::size_t> effectOf(const std::vector<XmlSpans::Span>& spans, st
 // from the other side; an uncovering one is left by the old slide moving that way.
 Side sideOf(Kind kind, const std::optional<std::string>& dir) {
     const char towards = dir && !dir->empty() ? (*dir)[0] : 'l';
-    const Side moving = towards == 'r' ? Side::right : towards == 'u' ? Side::top : towards == 'd' ? Side::bottom : Side::left;
+    const Side moving = towards == 'r'   ? Side::right
+                        : towards == 'u' ? Side::top
+                        : towards == 'd' ? Side::bottom
+                                         : Side::left;
     if (kind == Kind::uncover) return moving;
     switch (moving) {
         case Side::left: return Side::right;

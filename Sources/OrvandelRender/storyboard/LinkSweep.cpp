@@ -7,12 +7,12 @@
 #include <span>
 #include <variant>
 
-#include "plan/XmlSpans.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/XMLEmitter.hpp"
 #include "container/XmlElement.hpp"
 #include "container/ZipArchive.hpp"
 #include "deck/DeckModel.hpp"
+#include "plan/XmlSpans.hpp"
 
 namespace orvandel::LinkSweep {
 
@@ -172,9 +172,8 @@ std::optional<std::vector<Relationship>> relationshipsIn(const std::string& xml)
 }
 
 std::string relationshipsXml(const std::vector<Relationship>& rels) {
-    std::string out =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-        "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
+    std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
+                      "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
     for (const auto& r : rels) {
         out += "<Relationship Id=\"" + XMLEmitter::escapeAttribute(r.id) + "\" Type=\"" +
                XMLEmitter::escapeAttribute(r.type) + "\" Target=\"" + XMLEmitter::escapeAttribute(r.target) + "\"" +
@@ -248,10 +247,11 @@ std::map<std::string, std::int64_t> showingSlides(const RenderPlan& plan,
 }
 
 std::string contentTypeOf(const std::string& extension) {
-    static const std::map<std::string, std::string> types{
-        {"png", "image/png"},   {"jpg", "image/jpeg"},  {"jpeg", "image/jpeg"}, {"gif", "image/gif"},
-        {"bmp", "image/bmp"},   {"tif", "image/tiff"},  {"tiff", "image/tiff"}, {"emf", "image/x-emf"},
-        {"wmf", "image/x-wmf"}, {"svg", "image/svg+xml"}};
+    static const std::map<std::string, std::string> types{{"png", "image/png"},   {"jpg", "image/jpeg"},
+                                                          {"jpeg", "image/jpeg"}, {"gif", "image/gif"},
+                                                          {"bmp", "image/bmp"},   {"tif", "image/tiff"},
+                                                          {"tiff", "image/tiff"}, {"emf", "image/x-emf"},
+                                                          {"wmf", "image/x-wmf"}, {"svg", "image/svg+xml"}};
     const auto found = types.find(extension);
     return found == types.end() ? "application/octet-stream" : found->second;
 }
@@ -321,7 +321,8 @@ std::optional<std::string> withoutOutsideReferences(std::string_view markup) {
         const auto tag = markup.substr(s.begin, s.tagEnd - s.begin);
         for (const auto& a : XmlSpans::attributesOf(tag)) {
             const std::string name = asciiLowercased(localName(a.name));
-            if ((name == "href" || name == "src") && !staysInside(tag.substr(a.valueBegin, a.valueEnd - a.valueBegin))) {
+            if ((name == "href" || name == "src") &&
+                !staysInside(tag.substr(a.valueBegin, a.valueEnd - a.valueBegin))) {
                 edits.push_back({s.begin + a.valueBegin, s.begin + a.valueEnd, "#"});
             }
         }
@@ -343,7 +344,8 @@ Sweep sweep(DeckModel& model, const RenderPlan& plan, const DeckLinks::Rule& rul
     // name the archive holds twice is read here as its first entry, and may
     // be read by LibreOffice as the other: both get what was read here.
     for (const auto& name : names) {
-        if (name.empty() || name.ends_with('/') || asciiLowercased(name).ends_with(".rels") || out.replaced.contains(name)) {
+        if (name.empty() || name.ends_with('/') || asciiLowercased(name).ends_with(".rels") ||
+            out.replaced.contains(name)) {
             continue;
         }
         try {
@@ -412,7 +414,8 @@ Sweep sweep(DeckModel& model, const RenderPlan& plan, const DeckLinks::Rule& rul
                     continue;
                 }
                 if (const auto slide = slideOf.find(owner); slide != slideOf.end()) {
-                    out.notFollowed.push_back({slide->second, "picture", r.target, std::get<DeckLinks::Refusal>(taken)});
+                    out.notFollowed.push_back(
+                        {slide->second, "picture", r.target, std::get<DeckLinks::Refusal>(taken)});
                 }
             }
             r = {r.id, r.type, kNowhere, ""};
@@ -431,9 +434,8 @@ Sweep sweep(DeckModel& model, const RenderPlan& plan, const DeckLinks::Rule& rul
 
     out.added = std::move(pictures.added);
     if (!pictures.types.empty()) {
-        std::string types = out.replaced.contains("[Content_Types].xml")
-                                ? toString(out.replaced["[Content_Types].xml"])
-                                : model.part("[Content_Types].xml");
+        std::string types = out.replaced.contains("[Content_Types].xml") ? toString(out.replaced["[Content_Types].xml"])
+                                                                         : model.part("[Content_Types].xml");
         const auto end = types.rfind("</Types>");
         if (end != std::string::npos) types.insert(end, pictures.types);
         out.replaced["[Content_Types].xml"] = toBytes(types);

@@ -32,16 +32,16 @@
 #include <utility>
 #include <vector>
 
-#include "plan/RenderPlan.hpp"
 #include "base/Bytes.hpp"
 #include "deck/DeckLinks.hpp"
 #include "deck/DeckModel.hpp"
+#include "plan/RenderPlan.hpp"
 
 namespace orvandel::LinkSweep {
 
 struct Sweep {
-    std::map<std::string, Bytes> replaced;              // parts with new contents
-    std::vector<std::pair<std::string, Bytes>> added;   // linked pictures taken into the package
+    std::map<std::string, Bytes> replaced;             // parts with new contents
+    std::vector<std::pair<std::string, Bytes>> added;  // linked pictures taken into the package
     // The linked pictures not drawn, each for the first visible slide that
     // shows it, in the order of the deck's parts.
     std::vector<DeckLinks::NotFollowed> notFollowed;

@@ -6,9 +6,6 @@
 #include <set>
 #include <variant>
 
-#include "plan/GraphicBuild.hpp"
-#include "tools/RenderError.hpp"
-#include "plan/XmlSpans.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
 #include "container/PptxArchive.hpp"
@@ -16,6 +13,9 @@
 #include "container/XMLEmitter.hpp"
 #include "container/ZipArchive.hpp"
 #include "deck/DeckModel.hpp"
+#include "plan/GraphicBuild.hpp"
+#include "plan/XmlSpans.hpp"
+#include "tools/RenderError.hpp"
 
 namespace orvandel::Storyboard {
 
@@ -155,7 +155,8 @@ void listCopies(PresentationParts& parts, const std::vector<std::pair<std::strin
         const auto found = listedAs.find(slide);
         if (found == listedAs.end()) {
             throw RenderError(RenderError::Case::badDeck, ExportStage::storyboard,
-                              std::string(kErrorLead) + ": " + slide + " is not in the slide list of the prepared deck.");
+                              std::string(kErrorLead) + ": " + slide +
+                                  " is not in the slide list of the prepared deck.");
         }
         const auto [listed, rel] = found->second;
         const std::string& relType = rel->type;
@@ -178,7 +179,8 @@ void listCopies(PresentationParts& parts, const std::vector<std::pair<std::strin
     const auto typesEnd = parts.types.rfind("</Types>");
     if (relsEnd == std::string::npos || typesEnd == std::string::npos) {
         throw RenderError(RenderError::Case::badDeck, ExportStage::storyboard,
-                          std::string(kErrorLead) + ": the prepared deck's relationships or content types are damaged.");
+                          std::string(kErrorLead) +
+                              ": the prepared deck's relationships or content types are damaged.");
     }
     parts.rels.insert(relsEnd, newRels);
     parts.types.insert(typesEnd, newTypes);
@@ -227,7 +229,8 @@ void hideParagraphs(std::string_view xml, const std::vector<Span>& spans, int sh
     std::map<std::int64_t, Count> deck, shown;
     int body = -1;
     std::int64_t index = 0;
-    for (std::size_t m = std::size_t(shape) + 1; m < spans.size() && spans[m].begin < spans[std::size_t(shape)].end; ++m) {
+    for (std::size_t m = std::size_t(shape) + 1; m < spans.size() && spans[m].begin < spans[std::size_t(shape)].end;
+         ++m) {
         if (spans[m].parent == shape && spans[m].name == "p:txBody") body = static_cast<int>(m);
         if (body < 0 || spans[m].parent != body || spans[m].name != "a:p") continue;
         const bool hide = wanted.contains(index++);
@@ -318,9 +321,10 @@ public:
                 if (r.name != "Relationship" || attributeOf(rels, r, "Id") != source->relationshipId) continue;
                 const std::string target = attributeOf(rels, r, "Target").value_or("");
                 const std::string tag = rels.substr(r.begin, r.tagEnd - r.begin);
-                edits.push_back({r.begin, r.tagEnd,
-                                 withAttribute(tag, "Target",
-                                               target.substr(0, target.rfind('/') + 1) + copy.substr(copy.rfind('/') + 1))});
+                edits.push_back(
+                    {r.begin, r.tagEnd,
+                     withAttribute(tag, "Target",
+                                   target.substr(0, target.rfind('/') + 1) + copy.substr(copy.rfind('/') + 1))});
             }
         }
         return XmlSpans::applied(rels, std::move(edits));
@@ -335,10 +339,9 @@ private:
         auto [it, isNew] = copies_.try_emplace({source.part, parts});
         if (!isNew) return it->second;
         const std::string xml = deck_.text(source.part);
-        const std::string content =
-            source.kind == GraphicBuild::Source::Kind::chart
-                ? GraphicBuild::chartInState(xml, parts)
-                : GraphicBuild::drawingInState(xml, deck_.text(source.dataPart), parts);
+        const std::string content = source.kind == GraphicBuild::Source::Kind::chart
+                                        ? GraphicBuild::chartInState(xml, parts)
+                                        : GraphicBuild::drawingInState(xml, deck_.text(source.dataPart), parts);
         std::string stem = source.part.substr(0, source.part.rfind('.'));
         while (!stem.empty() && std::isdigit(static_cast<unsigned char>(stem.back()))) stem.pop_back();
         it->second = freshName(used_, stem, ".xml", 1);
@@ -357,7 +360,8 @@ private:
 };
 
 // The content types listed for the copies: those of the parts they copy.
-std::string copiedContentTypes(const std::string& types, const std::vector<std::pair<std::string, std::string>>& partOf) {
+std::string copiedContentTypes(const std::string& types,
+                               const std::vector<std::pair<std::string, std::string>>& partOf) {
     std::map<std::string, std::string> contentTypes;
     for (const auto& s : elementSpans(types)) {
         if (s.name != "Override") continue;
@@ -411,8 +415,8 @@ Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, Dr
             out.pages.back().hidden = states.front().hidden;
             std::map<std::vector<PlayoutTarget>, int> pageOf{{states.front().hidden, firstPage}};
             for (std::size_t k = 0; k < states.size() && states[k].startMs < slide.advanceTimeMs; ++k) {
-                const std::int64_t end =
-                    k + 1 < states.size() ? std::min(states[k + 1].startMs, slide.advanceTimeMs) : slide.advanceTimeMs;
+                const std::int64_t end = k + 1 < states.size() ? std::min(states[k + 1].startMs, slide.advanceTimeMs)
+                                                               : slide.advanceTimeMs;
                 const auto [it, isNew] = pageOf.try_emplace(states[k].hidden, static_cast<int>(out.pages.size()) + 1);
                 if (isNew) out.pages.push_back({slide.displayIndex, states[k].hidden});
                 const DrawnEffect effect = k < slide.playout.effects.size() ? slide.playout.effects[k] : DrawnEffect{};

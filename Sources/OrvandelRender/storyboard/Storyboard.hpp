@@ -20,9 +20,9 @@
 #include <vector>
 
 #include "plan/DrawnEffect.hpp"
-#include "storyboard/LinkSweep.hpp"
 #include "plan/PlayoutTimeline.hpp"
 #include "plan/RenderPlan.hpp"
+#include "storyboard/LinkSweep.hpp"
 
 namespace orvandel::Storyboard {
 

@@ -2,9 +2,9 @@
 
 namespace orvandel::StoryboardPdf {
 
-std::filesystem::path draw(DeckModel& preparedDeck, const RenderPlan& plan,
-                           const Storyboard::Layout& layout, const LinkSweep::Sweep& sweep,
-                           const std::filesystem::path& scratch, const LibreOffice::ConvertOptions& options) {
+std::filesystem::path draw(DeckModel& preparedDeck, const RenderPlan& plan, const Storyboard::Layout& layout,
+                           const LinkSweep::Sweep& sweep, const std::filesystem::path& scratch,
+                           const LibreOffice::ConvertOptions& options) {
     std::filesystem::path deckToDraw = preparedDeck.path();
     if (layout.needsDeck() || !sweep.empty()) {
         deckToDraw = scratch / "storyboard.pptx";

@@ -19,8 +19,8 @@ inline constexpr const char* kPdfFilter =
 // the prepared deck itself when it is its own storyboard and reaches nothing
 // outside, otherwise the storyboard written into scratch first. Throws what
 // Storyboard::write and LibreOffice::convert throw.
-std::filesystem::path draw(DeckModel& preparedDeck, const RenderPlan& plan,
-                           const Storyboard::Layout& layout, const LinkSweep::Sweep& sweep,
-                           const std::filesystem::path& scratch, const LibreOffice::ConvertOptions& options);
+std::filesystem::path draw(DeckModel& preparedDeck, const RenderPlan& plan, const Storyboard::Layout& layout,
+                           const LinkSweep::Sweep& sweep, const std::filesystem::path& scratch,
+                           const LibreOffice::ConvertOptions& options);
 
 }  // namespace orvandel::StoryboardPdf

@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <system_error>
 
-#include "tools/RenderError.hpp"
-#include "tools/RenderTools.hpp"
 #include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
 #include "container/XMLEmitter.hpp"
+#include "tools/RenderError.hpp"
+#include "tools/RenderTools.hpp"
 
 namespace orvandel::LibreOffice {
 
@@ -35,10 +35,10 @@ const std::pair<const char*, const char*> kFontTwins[] = {
 std::optional<std::filesystem::path> findSoffice() { return Subprocess::findOnPath("soffice"); }
 
 std::string fontConfiguration(const std::filesystem::path& cacheDir) {
-    std::string conf =
-        "<?xml version=\"1.0\"?>\n<!DOCTYPE fontconfig SYSTEM \"fonts.dtd\">\n<fontconfig>\n"
-        "  <include ignore_missing=\"yes\">/etc/fonts/fonts.conf</include>\n"
-        "  <cachedir>" + XMLEmitter::escapeAttribute(cacheDir.string()) + "</cachedir>\n";
+    std::string conf = "<?xml version=\"1.0\"?>\n<!DOCTYPE fontconfig SYSTEM \"fonts.dtd\">\n<fontconfig>\n"
+                       "  <include ignore_missing=\"yes\">/etc/fonts/fonts.conf</include>\n"
+                       "  <cachedir>" +
+                       XMLEmitter::escapeAttribute(cacheDir.string()) + "</cachedir>\n";
     for (const auto& [office, twin] : kFontTwins) {
         // A strong binding replaces the family outright, so the twin wins over
         // any fallback fontconfig would otherwise rank higher.
@@ -68,9 +68,11 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
                               const ConvertOptions& options) {
     const auto soffice = findSoffice();
     if (!soffice) {
-        throw RenderError(RenderError::Case::missingTool, ExportStage::pdf,
-                          std::string(kErrorLead) + ": soffice was not found on PATH. Install LibreOffice "
-                          "(Debian package libreoffice-impress-nogui, or run scripts/install-deps.sh) and try again.");
+        throw RenderError(
+            RenderError::Case::missingTool, ExportStage::pdf,
+            std::string(kErrorLead) +
+                ": soffice was not found on PATH. Install LibreOffice "
+                "(Debian package libreoffice-impress-nogui, or run scripts/install-deps.sh) and try again.");
     }
     const std::string deck = options.deckName.empty() ? input.filename().string() : options.deckName;
     std::error_code ec;
@@ -90,22 +92,22 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
         bool loaded = false;
         SubprocessResult r;
         try {
-            r = Subprocess::run(
-                {soffice->string(), "-env:UserInstallation=file://" + profile.string(), "--headless",
-                 "--invisible", "--nologo", "--norestore", "--nodefault", "--nolockcheck", "--convert-to",
-                 convertTo, "--outdir", outDir.string(), input.string()},
-                {.environment = {"FONTCONFIG_FILE=" + fontsConf.string(), "SAL_USE_VCLPLUGIN=svp",
-                                 "HOME=" + options.workDir.string(),
-                                 // its temporary files (copies of embedded media among them) stay in
-                                 // the scratch folder, which goes however the render ends
-                                 "TMPDIR=" + options.workDir.string()},
-                 .timeout = options.timeout,
-                 .cancel = options.cancel,
-                 .onStandardOutput = [&](std::string_view chunk) {
-                     if (chunk.find("convert ") != std::string_view::npos) loaded = true;
-                 },
-                 .memoryLimit = options.memoryLimit,
-                 .isolateNetwork = true});
+            r = Subprocess::run({soffice->string(), "-env:UserInstallation=file://" + profile.string(), "--headless",
+                                 "--invisible", "--nologo", "--norestore", "--nodefault", "--nolockcheck",
+                                 "--convert-to", convertTo, "--outdir", outDir.string(), input.string()},
+                                {.environment = {"FONTCONFIG_FILE=" + fontsConf.string(), "SAL_USE_VCLPLUGIN=svp",
+                                                 "HOME=" + options.workDir.string(),
+                                                 // its temporary files (copies of embedded media among them) stay in
+                                                 // the scratch folder, which goes however the render ends
+                                                 "TMPDIR=" + options.workDir.string()},
+                                 .timeout = options.timeout,
+                                 .cancel = options.cancel,
+                                 .onStandardOutput =
+                                     [&](std::string_view chunk) {
+                                         if (chunk.find("convert ") != std::string_view::npos) loaded = true;
+                                     },
+                                 .memoryLimit = options.memoryLimit,
+                                 .isolateNetwork = true});
         } catch (const LaunchError& e) {
             throw RenderError(RenderError::Case::missingTool, ExportStage::pdf,
                               std::string(kErrorLead) + ": " + e.what() +
@@ -137,8 +139,7 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
         if (detail.empty()) detail = RenderTools::tail(r.standardOutput);
         throw RenderError(RenderError::Case::toolFailed, ExportStage::pdf,
                           std::string(kErrorLead) + ": LibreOffice (exit status " + std::to_string(r.exitStatus) +
-                              ") wrote no " + outputExtension + " for " + deck +
-                              (detail.empty() ? "" : ": " + detail) +
+                              ") wrote no " + outputExtension + " for " + deck + (detail.empty() ? "" : ": " + detail) +
                               ". Check that the deck opens in LibreOffice Impress.");
     }
 }

@@ -15,8 +15,7 @@ public:
     enum class Case { missingTool, toolFailed, timedOut, badOutput, badDeck, tooLarge };
 
     // cause: what the tool or the system said, when it said something.
-    RenderError(Case c, ExportStage stage, const std::string& description, std::string cause = {},
-                int causeErrno = 0)
+    RenderError(Case c, ExportStage stage, const std::string& description, std::string cause = {}, int causeErrno = 0)
         : Error(description, std::move(cause), causeErrno), case_(c), stage_(stage) {}
 
     Case errorCase() const { return case_; }

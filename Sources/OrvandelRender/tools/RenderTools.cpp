@@ -33,8 +33,8 @@ std::vector<std::string> storedInput(const std::filesystem::path& file, std::int
                                      bool withOption) {
     std::vector<std::string> args{"-protocol_whitelist", "subfile,file"};
     if (withOption) args.push_back("-i");
-    args.push_back("subfile,,start," + std::to_string(begin) + ",end," + std::to_string(end) + ",,:file:" +
-                   file.string());
+    args.push_back("subfile,,start," + std::to_string(begin) + ",end," + std::to_string(end) +
+                   ",,:file:" + file.string());
     return args;
 }
 
@@ -51,8 +51,9 @@ std::string lastLine(const std::string& text) {
     return newline == std::string::npos ? t : t.substr(newline + 1);
 }
 
-SubprocessResult runTool(ExportStage stage, const std::string& errorLead, const std::string& program, const std::string& debianPackage,
-                         const std::vector<std::string>& args, const SubprocessOptions& options) {
+SubprocessResult runTool(ExportStage stage, const std::string& errorLead, const std::string& program,
+                         const std::string& debianPackage, const std::vector<std::string>& args,
+                         const SubprocessOptions& options) {
     const auto path = Subprocess::findOnPath(program);
     if (!path) {
         throw RenderError(RenderError::Case::missingTool, stage,
@@ -70,8 +71,8 @@ SubprocessResult runTool(ExportStage stage, const std::string& errorLead, const 
         r = Subprocess::run(argv, isolated);
     } catch (const LaunchError& e) {
         throw RenderError(RenderError::Case::missingTool, stage,
-                          errorLead + ": " + e.what() + ". Reinstall the Debian package " + debianPackage + ".", e.cause(),
-                          e.errnoValue());
+                          errorLead + ": " + e.what() + ". Reinstall the Debian package " + debianPackage + ".",
+                          e.cause(), e.errnoValue());
     }
     if (r.cancelled) throw CancelledError();
     if (r.timedOut) {

@@ -20,8 +20,9 @@ std::string lastLine(const std::string& text);
 // package), times out or exits non-zero (with the end of its standard
 // error), and CancelledError when the token was cancelled. errorLead: how
 // the error's description begins (the stage in the caller's words).
-SubprocessResult runTool(ExportStage stage, const std::string& errorLead, const std::string& program, const std::string& debianPackage,
-                         const std::vector<std::string>& args, const SubprocessOptions& options);
+SubprocessResult runTool(ExportStage stage, const std::string& errorLead, const std::string& program,
+                         const std::string& debianPackage, const std::vector<std::string>& args,
+                         const SubprocessOptions& options);
 
 // The last few hundred characters of a tool's output, trimmed.
 std::string tail(const std::string& text, std::size_t maxChars = 600);

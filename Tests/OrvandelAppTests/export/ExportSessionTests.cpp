@@ -3,11 +3,11 @@
 
 #include "AppTestSupport.hpp"
 #include "HeadlessRenderer.hpp"
-#include "tools/RenderError.hpp"
 #include "base/Bytes.hpp"
 #include "export/ExportSession.hpp"
 #include "export/GifDurations.hpp"
 #include "package/ManifestReader.hpp"
+#include "tools/RenderError.hpp"
 
 using namespace orvandel;
 using namespace orvandel::apptest;
@@ -54,8 +54,16 @@ private slots:
         QCOMPARE(s.session.gifSlides(), (std::vector<std::int64_t>{2}));  // the hidden slide 3 is not asked
         QVERIFY(!s.session.canExport());
         for (const auto& [typed, kept, seconds] : std::vector<std::tuple<QString, QString, std::int64_t>>{
-                 {"", "", 0}, {"0", "0", 0}, {"abc", "", 0}, {"+5", "5", 5}, {"05", "05", 5}, {"1.5", "15", 15},
-                 {"٥", "٥", 0}, {"𝟓", "𝟓", 0}, {"86400", "86400", 86400}, {"86401", "86401", 0},
+                 {"", "", 0},
+                 {"0", "0", 0},
+                 {"abc", "", 0},
+                 {"+5", "5", 5},
+                 {"05", "05", 5},
+                 {"1.5", "15", 15},
+                 {"٥", "٥", 0},
+                 {"𝟓", "𝟓", 0},
+                 {"86400", "86400", 86400},
+                 {"86401", "86401", 0},
                  {"9223372036854775808", "9223372036854775808", 0}}) {
             QCOMPARE(s.session.typeDuration(2, typed), kept);
             QVERIFY2(s.session.canExport() == (seconds > 0), qPrintable(typed));
@@ -102,7 +110,8 @@ private slots:
         QCOMPARE(outcome.masterVideoSeconds, probe.masterVideoDuration);
         QCOMPARE(outcome.convertedOnClickVideoSlides, (std::vector<std::int64_t>{5}));
 
-        s.renderer->failure = std::make_exception_ptr(RenderError(RenderError::Case::timedOut, ExportStage::encode, "slow"));
+        s.renderer->failure = std::make_exception_ptr(
+            RenderError(RenderError::Case::timedOut, ExportStage::encode, "slow"));
         const auto failed = s.exportToTheEnd();
         QVERIFY(!failed.isEmpty() && failed.at(0).value<std::exception_ptr>() && !s.session.outcome());
     }

@@ -35,8 +35,8 @@ struct FeedServer {
                 socket->disconnectFromHost();
             });
         });
-        qputenv(UpdateFeed::kFeedVariable, "http://127.0.0.1:" + QByteArray::number(server.serverPort()) +
-                                               "/exporter/latest.json");
+        qputenv(UpdateFeed::kFeedVariable,
+                "http://127.0.0.1:" + QByteArray::number(server.serverPort()) + "/exporter/latest.json");
     }
 };
 
@@ -66,9 +66,15 @@ private slots:
     }
 
     void versionsCompare() {
-        for (const auto& [remote, current, newer] : std::vector<std::tuple<QString, QString, bool>>{
-                 {"1.10", "1.9", true}, {"2.0", "2", false}, {"1.2.0", "1.2", false}, {"1.2.1", "1.2", true},
-                 {"1.2", "1.2.1", false}, {"1.x", "1.0", false}, {"10", "9.99", true}, {"", "0", false}}) {
+        for (const auto& [remote, current, newer] :
+             std::vector<std::tuple<QString, QString, bool>>{{"1.10", "1.9", true},
+                                                             {"2.0", "2", false},
+                                                             {"1.2.0", "1.2", false},
+                                                             {"1.2.1", "1.2", true},
+                                                             {"1.2", "1.2.1", false},
+                                                             {"1.x", "1.0", false},
+                                                             {"10", "9.99", true},
+                                                             {"", "0", false}}) {
             QVERIFY2(UpdateFeed::isNewer(remote, current) == newer, qPrintable(remote));
         }
     }
@@ -84,19 +90,19 @@ private slots:
         using Step = std::tuple<void (UpdateChecker::*)(), int, QByteArray, bool, QString, int>;
         // The check, the feed's status and body, whether the last check at launch was a day ago: the alert's
         // title and the requests so far.
-        for (const auto& [run, status, body, aDayLater, title, requests] : std::vector<Step>{
-                 {manual, 200, newer, false, news, 1},
-                 {manual, 200, same, false, ExportCopy::kUpToDateTitle, 2},
-                 {manual, 304, {}, false, failed, 3},
-                 {manual, 500, newer, false, failed, 4},
-                 {manual, 200, "{\"version\": \"99.0\", ", false, failed, 5},
-                 {manual, 200, "{\"version\": 99, \"url\": \"https://example.org\"}", false, failed, 6},
-                 {manual, 200, "{\"version\": \"99.0\"}", false, failed, 7},
-                 {launch, 200, newer, false, news, 8},
-                 {launch, 200, newer, false, {}, 8},
-                 {launch, 500, same, true, {}, 9},
-                 {launch, 200, same, true, {}, 10},
-                 {launch, 200, same, false, {}, 10}}) {
+        for (const auto& [run, status, body, aDayLater, title, requests] :
+             std::vector<Step>{{manual, 200, newer, false, news, 1},
+                               {manual, 200, same, false, ExportCopy::kUpToDateTitle, 2},
+                               {manual, 304, {}, false, failed, 3},
+                               {manual, 500, newer, false, failed, 4},
+                               {manual, 200, "{\"version\": \"99.0\", ", false, failed, 5},
+                               {manual, 200, "{\"version\": 99, \"url\": \"https://example.org\"}", false, failed, 6},
+                               {manual, 200, "{\"version\": \"99.0\"}", false, failed, 7},
+                               {launch, 200, newer, false, news, 8},
+                               {launch, 200, newer, false, {}, 8},
+                               {launch, 500, same, true, {}, 9},
+                               {launch, 200, same, true, {}, 10},
+                               {launch, 200, same, false, {}, 10}}) {
             server.status = status;
             server.body = body;
             if (aDayLater) QSettings().setValue(UpdateChecker::kLastAutoCheckKey, aDayAgo);

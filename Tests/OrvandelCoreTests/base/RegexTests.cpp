@@ -10,7 +10,11 @@ TEST(RegexTest, DotStopsAtEveryLineTerminatorUnlessDotAll) {
     EXPECT_EQ(plain.captures(text, 1), std::vector<std::string>{"z"});
     Regex dotAll(R"(<a:t>(.*?)</a:t>)", Regex::Options{.dotAll = true});
     EXPECT_EQ(dotAll.captures(text, 1), (std::vector<std::string>{"x\xE2\x80\xA8y", "z"}));
-    EXPECT_EQ(Regex("a.b").captures("a\rb a\x0b" "b a\xc2\x85" "b axb", 0), std::vector<std::string>{"axb"});
+    EXPECT_EQ(Regex("a.b").captures("a\rb a\x0b"
+                                    "b a\xc2\x85"
+                                    "b axb",
+                                    0),
+              std::vector<std::string>{"axb"});
 }
 
 // Groups are read by every scanner of relationships and notes.

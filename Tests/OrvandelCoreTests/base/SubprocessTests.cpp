@@ -43,7 +43,8 @@ TEST(SubprocessTest, LaunchFailureIsTypedWithTheSystemsReason) {
              {{dir.path().string()}, {}, EACCES},
              {{"true"}, dir / "missing", ENOENT}}) {
         SCOPED_TRACE(argv[0]);
-        const auto e = test::thrown<LaunchError>([&] { Subprocess::run(argv, {.workingDirectory = workingDirectory}); });
+        const auto e = test::thrown<LaunchError>(
+            [&] { Subprocess::run(argv, {.workingDirectory = workingDirectory}); });
         EXPECT_EQ(e.errnoValue(), errnoValue) << e.what();
     }
 }
@@ -91,10 +92,11 @@ TEST(SubprocessTest, AnIsolatedChildReachesNoNetworkAndKeepsItsUser) {
     const test::LoopbackServer server;
     test::TempDir dir;
     // Prints its network namespace, makes a file, then connects.
-    const std::string probe =
-        "readlink /proc/self/ns/net; touch made; exec 3<>/dev/tcp/127.0.0.1/" + std::to_string(server.port());
+    const std::string probe = "readlink /proc/self/ns/net; touch made; exec 3<>/dev/tcp/127.0.0.1/" +
+                              std::to_string(server.port());
     const auto open = Subprocess::run({"bash", "-c", probe}, {.workingDirectory = dir.path()});
-    const auto isolated = Subprocess::run({"bash", "-c", probe}, {.workingDirectory = dir.path(), .isolateNetwork = true});
+    const auto isolated = Subprocess::run({"bash", "-c", probe},
+                                          {.workingDirectory = dir.path(), .isolateNetwork = true});
     ASSERT_EQ(open.exitStatus, 0) << open.standardError;
     if (isolated.standardOutput == open.standardOutput) GTEST_SKIP() << "this system makes no network namespace for us";
     EXPECT_NE(isolated.exitStatus, 0) << "connected from an isolated child";

@@ -57,8 +57,13 @@ TEST(TemporaryDirectoryTest, MakingOneRemovesOnlyTheFoldersOfEndedRuns) {
 
     const TemporaryDirectory next(dir.path(), "run-");
 
-    std::set<std::string> expected{live.path().filename(), next.path().filename(), otherPrefix.filename(),
-                                   "run-without-record", "run-a-file", "elsewhere", "run-link"};
+    std::set<std::string> expected{live.path().filename(),
+                                   next.path().filename(),
+                                   otherPrefix.filename(),
+                                   "run-without-record",
+                                   "run-a-file",
+                                   "elsewhere",
+                                   "run-link"};
     for (const auto& [name, from, field, value, removed] : forged) {
         if (!removed) expected.insert(name);
     }

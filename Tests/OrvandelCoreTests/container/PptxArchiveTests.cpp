@@ -108,8 +108,8 @@ TEST(PptxArchiveCorpusTest, EveryDeckListsReadsAndRewritesAsUnzipDoesAndItsTimin
 TEST(PptxArchiveTest, TextEntriesAndMissingPartsWithTheToolsStatuses) {
     test::TempDir dir;
     const auto deck = dir / "deck.pptx";
-    ZipArchive::create({{"empty.xml", {}}, {"bom.xml", toBytes("\xEF\xBB\xBF<x/>")}, {"latin1.xml", toBytes("caf\xE9")}},
-                       deck);
+    ZipArchive::create(
+        {{"empty.xml", {}}, {"bom.xml", toBytes("\xEF\xBB\xBF<x/>")}, {"latin1.xml", toBytes("caf\xE9")}}, deck);
     EXPECT_EQ(PptxArchive::readEntry(deck, "empty.xml"), "");
     EXPECT_EQ(PptxArchive::readEntry(deck, "bom.xml"), "\xEF\xBB\xBF<x/>");
     const auto latin1 = failure(deck, "latin1.xml");
@@ -151,10 +151,15 @@ TEST(PptxArchiveTest, DeflatedEntriesAreCheckedAndDamageIsStatusTwo) {
     Bytes truncated = test::rawDeflate(text);
     truncated.resize(truncated.size() - 4);
     // A wrong CRC, encryption, an unknown method, sizes that lie (the last the ZIP64 marker), bad or cut data.
-    const std::vector<test::RawEntry> damaged{
-        {.crc = 1234}, {.extraFlags = 1}, {.method = 12}, {.declaredSize = 100}, {.declaredSize = 4000},
-        {.deflated = false, .declaredSize = 4000}, {.payload = Bytes(200, 0xFF)}, {.payload = truncated},
-        {.declaredSize = 0xFFFFFFFF}};
+    const std::vector<test::RawEntry> damaged{{.crc = 1234},
+                                              {.extraFlags = 1},
+                                              {.method = 12},
+                                              {.declaredSize = 100},
+                                              {.declaredSize = 4000},
+                                              {.deflated = false, .declaredSize = 4000},
+                                              {.payload = Bytes(200, 0xFF)},
+                                              {.payload = truncated},
+                                              {.declaredSize = 0xFFFFFFFF}};
     for (std::size_t i = 0; i < damaged.size(); ++i) EXPECT_EQ(status(damaged[i]), 2) << "case " << i;
 }
 
@@ -210,7 +215,7 @@ TEST(PptxArchiveTest, InflationStopsAtTheDeclaredSizeUnderAMemoryLimit) {
     ASSERT_GE(child, 0);
     if (child == 0) {
 #ifndef __SANITIZE_ADDRESS__  // the sanitizer reserves far more address space
-        long pages = 0;  // what the process holds now
+        long pages = 0;       // what the process holds now
         std::ifstream("/proc/self/statm") >> pages;
         const rlim_t limit = static_cast<rlim_t>(pages) * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (256u << 20);
         const rlimit rl{limit, limit};

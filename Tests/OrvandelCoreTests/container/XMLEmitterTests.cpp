@@ -21,7 +21,8 @@ TEST(XMLEmitterTest, AttributeOrderIsKeptOrSorted) {
     EXPECT_EQ(roundTrip("<p:par z=\"1\" p14:y=\"2\" a=\"3\"/>", {.sortAttributes = true}),
               "<p:par a=\"3\" p14:y=\"2\" z=\"1\"/>");
     // Declarations on the fragment itself are never written either.
-    EXPECT_EQ(roundTrip("<p:par xmlns:x=\"urn:x\" x:k=\"v\"><a:b/></p:par>", identity), "<p:par x:k=\"v\"><a:b/></p:par>");
+    EXPECT_EQ(roundTrip("<p:par xmlns:x=\"urn:x\" x:k=\"v\"><a:b/></p:par>", identity),
+              "<p:par x:k=\"v\"><a:b/></p:par>");
 }
 
 TEST(XMLEmitterTest, EscapesOnceAndWritesCdataAsText) {

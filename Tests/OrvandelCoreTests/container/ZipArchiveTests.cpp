@@ -61,7 +61,9 @@ TEST(ZipArchiveTest, RewriteStoresReplacedEntriesAndKeepsNeighboursByteForByte) 
     patchU32(src, static_cast<std::size_t>(before.entries[1].cdRange.begin + 12), 0x12345678);  // time, date
     writeFile(dir / "src.zip", src);
 
-    EXPECT_EQ(zipFailure([&] { rewrite(dir / "src.zip", {{"zzz", {}}}, dir / "no.zip"); }),
+    EXPECT_EQ(zipFailure([&] {
+                  rewrite(dir / "src.zip", {{"zzz", {}}}, dir / "no.zip");
+              }),
               ZipError::Case::entryNotFound);
     EXPECT_FALSE(fs::exists(dir / "no.zip"));
 
@@ -74,7 +76,7 @@ TEST(ZipArchiveTest, RewriteStoresReplacedEntriesAndKeepsNeighboursByteForByte) 
     EXPECT_EQ(range(out, now[0].localOffset, b1.localOffset), range(src, was[0].localOffset, was[1].localOffset));
     EXPECT_EQ(range(out, now[2].localOffset, after.cdOffset), range(src, was[2].localOffset, before.cdOffset));
     EXPECT_EQ(u16(out, static_cast<std::size_t>(now[2].cdRange.begin + 10)), 8);  // neighbours stay deflated
-    EXPECT_EQ(b1.flags, 0x0800);                                               // bit 3 cleared, bit 11 kept
+    EXPECT_EQ(b1.flags, 0x0800);                                                  // bit 3 cleared, bit 11 kept
     EXPECT_EQ(u16(out, static_cast<std::size_t>(b1.cdRange.begin + 10)), 0);
     EXPECT_EQ(u16(out, static_cast<std::size_t>(b1.localOffset + 6)), 0x0800);  // local agrees with central
     EXPECT_EQ(u32(out, static_cast<std::size_t>(b1.localOffset + 10)), 0x12345678u);
@@ -98,10 +100,12 @@ TEST(ZipArchiveTest, MalformedDirectoriesAreTypedErrors) {
     using enum ZipError::Case;
     // Where a field is patched, its new value, whether it is 32 bits wide: the error.
     using Patch = std::tuple<std::size_t, std::uint32_t, bool, ZipError::Case>;
-    for (const auto& [at, value, wide, error] : std::vector<Patch>{
-             {end + 10, 0xFFFF, false, zip64Unsupported}, {end + 16, 0xFFFFFFFF, true, zip64Unsupported},
-             {end + 16, 0x7FFFFFFF, true, badCentralDirectory}, {end + 10, 3, false, badCentralDirectory},
-             {cd, 0, true, badCentralDirectory}, {cd + 28, 0xFFFF, false, badCentralDirectory}}) {
+    for (const auto& [at, value, wide, error] : std::vector<Patch>{{end + 10, 0xFFFF, false, zip64Unsupported},
+                                                                   {end + 16, 0xFFFFFFFF, true, zip64Unsupported},
+                                                                   {end + 16, 0x7FFFFFFF, true, badCentralDirectory},
+                                                                   {end + 10, 3, false, badCentralDirectory},
+                                                                   {cd, 0, true, badCentralDirectory},
+                                                                   {cd + 28, 0xFFFF, false, badCentralDirectory}}) {
         EXPECT_EQ(zipFailure([&] { parse(patched(at, value, wide)); }), error) << at;
     }
 

@@ -24,8 +24,9 @@ TEST(AdvanceTimeCalculatorTest, AddsEachBlockWithItsPauses) {
              {"video and GIF", {}, false, 0, 10000, 3000, 0, 16000},
              {"instant step after 1 ms", {0}, true, 1, {}, {}, 0, 4501}}) {
         SCOPED_TRACE(what);
-        EXPECT_EQ(AdvanceTimeCalculator::advanceTimeMs(steps, autoFound, autoMs, videoMs.has_value(), videoMs.value_or(0),
-                                                       gifMs.has_value(), gifMs.value_or(0), exits),
+        EXPECT_EQ(AdvanceTimeCalculator::advanceTimeMs(steps, autoFound, autoMs, videoMs.has_value(),
+                                                       videoMs.value_or(0), gifMs.has_value(), gifMs.value_or(0),
+                                                       exits),
                   expected);
     }
     // A short step still takes the least step; a longer one its animation and the pause.
@@ -38,21 +39,26 @@ TEST(AdvanceTimeCalculatorTest, AddsEachBlockWithItsPauses) {
 }
 
 TEST(AdvanceTimeScannerTest, CountsStepsExitsAndTheOpeningAnimations) {
-    const std::string opening =
-        step(anim("withEffect", "1000", "", "500") + effect("nodeType=\"withEffect\"", "0", "9000", "3")) +
-        step(anim("afterEffect", "400"));
+    const std::string opening = step(anim("withEffect", "1000", "", "500") +
+                                     effect("nodeType=\"withEffect\"", "0", "9000", "3")) +
+                                step(anim("afterEffect", "400"));
     // Alone, the opening chain counts without the video's own 9000 ms, which
     // the advance time adds on its own.
     EXPECT_EQ(AdvanceTimeScanner::scan(slide(timing(opening))), ScanResult{.autoDurationMs = 1900});
     // Before click steps the whole chain counts, video included: the steps
     // start when it has played. The group after the first click never counts.
-    const ScanResult r = AdvanceTimeScanner::scan(slide(timing(
-        opening + step(anim("clickEffect", "1000") + anim("afterEffect", "600")) +
-        step(anim("clickEffect", "500", "exit")) + step(mediaCall("clickEffect", "0")) +
-        step(anim("withEffect", "7000")) + step(anim("clickEffect", "indefinite")))));
+    const ScanResult r = AdvanceTimeScanner::scan(
+        slide(timing(opening + step(anim("clickEffect", "1000") + anim("afterEffect", "600")) +
+                     step(anim("clickEffect", "500", "exit")) + step(mediaCall("clickEffect", "0")) +
+                     step(anim("withEffect", "7000")) + step(anim("clickEffect", "indefinite")))));
     using enum ClickGroupKind;
-    EXPECT_EQ(r, (ScanResult{.bulletCount = 2, .autoDurationMs = 9900, .bulletDursMs = {1100, 0}, .hasExitEffect = true,
-                             .exitGroupCount = 1, .orderedGroupKinds = {entry, exit, entry}, .opensWithMedia = true}));
+    EXPECT_EQ(r, (ScanResult{.bulletCount = 2,
+                             .autoDurationMs = 9900,
+                             .bulletDursMs = {1100, 0},
+                             .hasExitEffect = true,
+                             .exitGroupCount = 1,
+                             .orderedGroupKinds = {entry, exit, entry},
+                             .opensWithMedia = true}));
 }
 
 TEST(AdvanceTimeScannerTest, TimingsOutsideTheMainSequence) {
@@ -63,7 +69,9 @@ TEST(AdvanceTimeScannerTest, TimingsOutsideTheMainSequence) {
     const auto beside = "<p:seq><p:cTn nodeType=\"interactiveSeq\"><p:childTnLst>" + exitStep +
                         "</p:childTnLst></p:cTn></p:seq>";
     EXPECT_EQ(AdvanceTimeScanner::scan(slide(timing(step(anim("clickEffect", "500")), "mainSeq", beside))),
-              (ScanResult{.bulletCount = 1, .bulletDursMs = {500}, .hasExitEffect = true,
+              (ScanResult{.bulletCount = 1,
+                          .bulletDursMs = {500},
+                          .hasExitEffect = true,
                           .orderedGroupKinds = {ClickGroupKind::entry}}));
 
     std::string broken = slide(timing(step(anim("clickEffect", "500"))));

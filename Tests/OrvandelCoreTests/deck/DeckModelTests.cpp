@@ -9,9 +9,11 @@ using namespace orvandel::test;
 
 TEST(DeckModelTest, RelationshipsAndTheirTargets) {
     EXPECT_EQ(Relationships::relsPath("/ppt//slide3.xml"), "ppt/_rels/slide3.xml.rels");
-    for (const auto& [target, resolved] : std::vector<std::pair<std::string, std::string>>{
-             {"/ppt/media/a.png", "ppt/media/a.png"}, {"../media/a.png", "ppt/media/a.png"},
-             {"./a/../../../../b.xml", "b.xml"}, {"notesSlides//n1.xml", "ppt/slides/notesSlides/n1.xml"}}) {
+    for (const auto& [target, resolved] :
+         std::vector<std::pair<std::string, std::string>>{{"/ppt/media/a.png", "ppt/media/a.png"},
+                                                          {"../media/a.png", "ppt/media/a.png"},
+                                                          {"./a/../../../../b.xml", "b.xml"},
+                                                          {"notesSlides//n1.xml", "ppt/slides/notesSlides/n1.xml"}}) {
         EXPECT_EQ(Relationships::resolveEntry(target, "ppt/slides/slide3.xml"), resolved) << target;
     }
     // Any attribute order, either quote, a prefix, line breaks inside a tag.
@@ -41,8 +43,8 @@ TEST(DeckModelTest, AnswersFromOneReadingOfTheDeck) {
     // The first notes relationship counts; a slide without relationships has none.
     EXPECT_EQ(deck.notesPart(slides[0]), notes);
     EXPECT_EQ(deck.notesPart(slides[1]), std::nullopt);
-    EXPECT_EQ(deck.transitions(), (std::map<std::string, std::string>{
-                                      {slides[0], "<p:transition spd=\"slow\"><p:fade/></p:transition>"}}));
+    EXPECT_EQ(deck.transitions(),
+              (std::map<std::string, std::string>{{slides[0], "<p:transition spd=\"slow\"><p:fade/></p:transition>"}}));
     // Every part asked again is answered from what was inflated the first time.
     const std::size_t inflated = deck.partsInflated();
     deck.part(slides[0]);

@@ -95,7 +95,7 @@ TEST(DeckScannerTest, GifsAreNonVideoPicturesWithAGifTarget) {
 TEST(DeckScannerTest, ReportsEverySlideWithItsAdvanceTime) {
     TempDir dir;
     const std::vector<Rel> mediaRels{{"rId2", "video", "../media/media1.mp4"},
-                                              {"rId9", "image", "../media/poster.gif"}};
+                                     {"rId9", "image", "../media/poster.gif"}};
     const auto deck =
         DeckBuilder()
             .addSlide(slideXml(kTextBox, timing(step(anim("clickEffect", "500")) + step(anim("clickEffect", "2000")))))
@@ -113,8 +113,10 @@ TEST(DeckScannerTest, ReportsEverySlideWithItsAdvanceTime) {
     ASSERT_EQ(reports.size(), 5u);
     EXPECT_EQ(DeckScanner::validateMedia(reports), MediaValidation{{5}});
     EXPECT_TRUE(DeckScanner::validateMedia(reports).needsAttention());
-    reports.push_back({.displayIndex = 12345, .file = "ppt/slides/nested/ppt/slides/introducao-slide9.xml",
-                       .bulletCount = 1234567890, .advTmMs = 1500});
+    reports.push_back({.displayIndex = 12345,
+                       .file = "ppt/slides/nested/ppt/slides/introducao-slide9.xml",
+                       .bulletCount = 1234567890,
+                       .advTmMs = 1500});
     EXPECT_EQ(DeckScanner::formatTable(reports),
               "idx file                      bullets  autoDurMs  video  advTm\n"
               "1   slide1.xml                      2          0     no  6000\n"

@@ -46,28 +46,30 @@ TEST(NotesScannerTest, ParagraphsBecomeLines) {
 // Whatever line terminator a run holds, raw or as a reference, the text
 // around it stays and the break is one "\n".
 TEST(NotesScannerTest, EveryLineBreakInARunBecomesANewline) {
-    for (const std::string lineBreak : {"\n", "\r\n", "\r", "&#13;&#10;", "&#xD;", "\xC2\x85", "&#x85;",
-                                        "\xE2\x80\xA8", "&#x2028;", "\xE2\x80\xA9", "&#8233;", "\v", "\f"}) {
+    for (const std::string lineBreak : {"\n", "\r\n", "\r", "&#13;&#10;", "&#xD;", "\xC2\x85", "&#x85;", "\xE2\x80\xA8",
+                                        "&#x2028;", "\xE2\x80\xA9", "&#8233;", "\v", "\f"}) {
         EXPECT_EQ(text(para(run("um" + lineBreak + "dois")) + para(run("tr&#xEA;s"))), "um\ndois\ntrês")
             << testing::PrintToString(lineBreak);
     }
-    EXPECT_EQ(text(para(run("a\xE2\x80\xA8\xE2\x80\xA8" "b\r\rc"))), "a\n\nb\n\nc");
+    EXPECT_EQ(text(para(run("a\xE2\x80\xA8\xE2\x80\xA8"
+                            "b\r\rc"))),
+              "a\n\nb\n\nc");
 }
 
 TEST(NotesScannerTest, NotesBySlideKeyedByDisplayIndex) {
     TempDir dir;
     const auto deck = DeckBuilder()
-                      .addSlide(slideXml())
-                      .addNotes(1, notesSlideXml({"Introdução", "Água & luz"}))
-                      .addSlide(slideXml())
-                      .addSlide(slideXml("", "", "show=\"0\""))
-                      .addNotes(3, notesSlideXml({"Oculto"}))
-                      .addSlide(slideXml())
-                      .addNotes(4, notesSlideWithBody(para(run("")) + para("<a:r><a:t/></a:r>")))
-                      .addSlide(slideXml(), {{"rId1", "notesSlide", "/ppt/notes/absoluto.xml"}})
-                      .addEntry("ppt/notes/absoluto.xml", notesSlideXml({"Absoluto"}))
-                      .addSlide(slideXml(), {{"rId1", "notesSlide", "../notesSlides/ausente.xml"}})
-                      .write(dir / "deck.pptx");
+                          .addSlide(slideXml())
+                          .addNotes(1, notesSlideXml({"Introdução", "Água & luz"}))
+                          .addSlide(slideXml())
+                          .addSlide(slideXml("", "", "show=\"0\""))
+                          .addNotes(3, notesSlideXml({"Oculto"}))
+                          .addSlide(slideXml())
+                          .addNotes(4, notesSlideWithBody(para(run("")) + para("<a:r><a:t/></a:r>")))
+                          .addSlide(slideXml(), {{"rId1", "notesSlide", "/ppt/notes/absoluto.xml"}})
+                          .addEntry("ppt/notes/absoluto.xml", notesSlideXml({"Absoluto"}))
+                          .addSlide(slideXml(), {{"rId1", "notesSlide", "../notesSlides/ausente.xml"}})
+                          .write(dir / "deck.pptx");
     EXPECT_EQ(NotesScanner::notesBySlide(deck),
               (std::map<std::int64_t, std::string>{{1, "Introdução\nÁgua & luz"}, {3, "Oculto"}, {5, "Absoluto"}}));
 }
@@ -84,7 +86,9 @@ TEST(SlideTitlesTest, TheTitlePlaceholderOnOneLineOrNothing) {
              {shape("title", para(run(" Luz &amp;") + "<a:br/>" + run("água")) + para(run("e  ar "))),
               "Luz & água e ar"},
              {subtitle, std::nullopt},
-             {shape("title", para(run("Luz\xE2\x80\xA8\r\n&#x2029;e\xC2\x85" "ar"))), "Luz e ar"},
+             {shape("title", para(run("Luz\xE2\x80\xA8\r\n&#x2029;e\xC2\x85"
+                                      "ar"))),
+              "Luz e ar"},
              {shape("title", para(run(" "))), std::nullopt},
              {shape("title", para("<a:r><a:t>not closed</a:r>")), std::nullopt}}) {
         EXPECT_EQ(SlideTitles::titleText(slideXml(tree)), title) << tree;

@@ -58,7 +58,6 @@ TEST(TimingTreeTest, RenumberFollowsDocumentOrderAndMovesReferences) {
         "<p:cond><p:tn val=\"30\"/><p:tn val=\"10\"/><p:tn val=\"77\"/></p:cond></p:timing>",
         "p:timing");
     EXPECT_EQ(TimingTree::renumber(t), (std::map<std::string, std::string>{{"10", "1"}, {"30", "2"}}));
-    EXPECT_EQ(emit(t),
-              "<p:timing><p:cTn x=\"a\" id=\"1\"><p:cTn id=\"2\"/><p:cTn id=\"3\"/><p:cTn id=\"4\"/></p:cTn>"
-              "<p:cond><p:tn val=\"2\"/><p:tn val=\"1\"/><p:tn val=\"77\"/></p:cond></p:timing>");
+    EXPECT_EQ(emit(t), "<p:timing><p:cTn x=\"a\" id=\"1\"><p:cTn id=\"2\"/><p:cTn id=\"3\"/><p:cTn id=\"4\"/></p:cTn>"
+                       "<p:cond><p:tn val=\"2\"/><p:tn val=\"1\"/><p:tn val=\"77\"/></p:cond></p:timing>");
 }

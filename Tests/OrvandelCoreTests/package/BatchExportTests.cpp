@@ -13,10 +13,15 @@ using namespace orvandel::test;
 namespace fs = std::filesystem;
 
 TEST(BatchExportTest, SharesCoverTheSortedListOnceAndNameEachDeckAlike) {
-    for (const auto& [text, shard] : std::vector<std::pair<std::string, std::optional<BatchExport::Shard>>>{
-             {"0/3", BatchExport::Shard{0, 3}}, {"2/3", BatchExport::Shard{2, 3}}, {"0/1", BatchExport::Shard{0, 1}},
-             {"3/3", std::nullopt}, {"-1/3", std::nullopt}, {"1/0", std::nullopt}, {"1", std::nullopt},
-             {"a/b", std::nullopt}}) {
+    for (const auto& [text, shard] :
+         std::vector<std::pair<std::string, std::optional<BatchExport::Shard>>>{{"0/3", BatchExport::Shard{0, 3}},
+                                                                                {"2/3", BatchExport::Shard{2, 3}},
+                                                                                {"0/1", BatchExport::Shard{0, 1}},
+                                                                                {"3/3", std::nullopt},
+                                                                                {"-1/3", std::nullopt},
+                                                                                {"1/0", std::nullopt},
+                                                                                {"1", std::nullopt},
+                                                                                {"a/b", std::nullopt}}) {
         EXPECT_EQ(BatchExport::parseShard(text), shard) << text;
     }
 

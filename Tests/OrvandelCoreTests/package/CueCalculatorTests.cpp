@@ -32,8 +32,12 @@ TEST(CueCalculatorTest, EachKindOfSlideGetsItsCues) {
     // Slide 1 of 10 s with one click step of 500 ms, and what else the row gives it.
     const auto step = [](std::optional<std::int64_t> videoMs, std::optional<std::int64_t> gifMs,
                          std::vector<ClickGroupKind> kinds = {}) {
-        return CueInput{.slideIndex = 1, .advanceTimeMs = 10000, .bulletCount = 1, .bulletDursMs = {500},
-                        .videoDurationMs = videoMs, .gifDurationMs = gifMs,
+        return CueInput{.slideIndex = 1,
+                        .advanceTimeMs = 10000,
+                        .bulletCount = 1,
+                        .bulletDursMs = {500},
+                        .videoDurationMs = videoMs,
+                        .gifDurationMs = gifMs,
                         .exitGroupCount = std::int64_t(std::count(kinds.begin(), kinds.end(), exit)),
                         .orderedGroupKinds = kinds};
     };
@@ -42,31 +46,45 @@ TEST(CueCalculatorTest, EachKindOfSlideGetsItsCues) {
              {"a hidden slide takes no time",
               {plain(1), {.slideIndex = 2, .isHidden = true, .advanceTimeMs = 9000}, plain(3)},
               {"Slide 1@1000", "Slide 3@2500"}},
-             {"two steps", {{.slideIndex = 1, .advanceTimeMs = 10000, .bulletCount = 2, .bulletDursMs = {500, 500}}},
+             {"two steps",
+              {{.slideIndex = 1, .advanceTimeMs = 10000, .bulletCount = 2, .bulletDursMs = {500, 500}}},
               {"Slide 1 - bullet@500", "Slide 1 - bullet@2500", "Slide 1@4000"}},
              // From the slide's start at 1500, after 800 ms of automatic animation: 2000 ms counts 3000,
              // a missing duration 1500.
              {"automatic animation first",
-              {plain(1), {.slideIndex = 2, .advanceTimeMs = 10000, .bulletCount = 2, .bulletDursMs = {2000},
-                          .autoDurationMs = 800}},
+              {plain(1),
+               {.slideIndex = 2,
+               .advanceTimeMs = 10000,
+               .bulletCount = 2,
+               .bulletDursMs = {2000},
+               .autoDurationMs = 800}},
               {"Slide 1@1000", "Slide 2 - bullet@2800", "Slide 2 - bullet@6300", "Slide 2@7800"}},
-             {"a video alone", {{.slideIndex = 1, .advanceTimeMs = 1500, .videoDurationMs = 10000}},
+             {"a video alone",
+              {{.slideIndex = 1, .advanceTimeMs = 1500, .videoDurationMs = 10000}},
               {"Slide 1 - fim do video@11000"}},
              // No lead-in, the last step stays a bullet, and the video is timed from the slide's start.
              {"a step and a video", {step(10000, {})}, {"Slide 1 - bullet@2500", "Slide 1 - fim do video@11000"}},
-             {"a step, a video and a GIF", {step(2000, 3000)},
+             {"a step, a video and a GIF",
+              {step(2000, 3000)},
               {"Slide 1 - bullet@2500", "Slide 1 - fim do video@3000", "Slide 1 - fim do GIF@4000"}},
              {"an exit group, then a step", {step({}, {}, {exit, entry})}, {"Slide 1 - bullet@500", "Slide 1@4000"}},
              // Times within a slide need not increase.
-             {"a step, then an exit group", {step({}, {}, {entry, exit})},
+             {"a step, then an exit group",
+              {step({}, {}, {entry, exit})},
               {"Slide 1 - bullet@500", "Slide 1 - bullet@2500", "Slide 1 - bullet@2000"}},
-             {"exit groups only", {{.slideIndex = 1, .advanceTimeMs = 1500, .exitGroupCount = 2}},
+             {"exit groups only",
+              {{.slideIndex = 1, .advanceTimeMs = 1500, .exitGroupCount = 2}},
               {"Slide 1 - bullet@500", "Slide 1 - bullet@2000", "Slide 1@4000"}},
              // Steps after a 9 s opening video start at 9 s: the video's cue first, then each step's
              // cue after it appears and before the next starts, as on a slide without media.
              {"steps after an opening video",
-              {{.slideIndex = 1, .advanceTimeMs = 16500, .bulletCount = 2, .bulletDursMs = {500, 500},
-                .videoDurationMs = 9000, .autoDurationMs = 9000, .opensWithMedia = true}},
+              {{.slideIndex = 1,
+              .advanceTimeMs = 16500,
+              .bulletCount = 2,
+              .bulletDursMs = {500, 500},
+              .videoDurationMs = 9000,
+              .autoDurationMs = 9000,
+              .opensWithMedia = true}},
               {"Slide 1 - fim do video@9000", "Slide 1 - bullet@9500", "Slide 1 - bullet@11500", "Slide 1@13000"}}}) {
         SCOPED_TRACE(what);
         EXPECT_EQ(cues(slides), expected);
@@ -85,8 +103,9 @@ TEST(CueInputAssemblerTest, VisibleSlidesNeedAnAdvanceTimeAndUserDurationsWin) {
     EXPECT_EQ(inputs, (std::vector<CueInput>{{.slideIndex = 1, .advanceTimeMs = 1500, .videoDurationMs = 7000},
                                              {.slideIndex = 2, .isHidden = true, .gifDurationMs = 3000}}));
 
-    const auto e =
-        test::thrown<DeckError>([&] { CueInputAssembler::cueInputs({visible, {.displayIndex = 3}}, {}, {}); });
+    const auto e = test::thrown<DeckError>([&] {
+        CueInputAssembler::cueInputs({visible, {.displayIndex = 3}}, {}, {});
+    });
     EXPECT_EQ(e.errorCase(), DeckError::Case::missingVideoDuration);
     EXPECT_EQ(e.slide(), 3);
 }

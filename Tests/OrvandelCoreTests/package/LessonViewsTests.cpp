@@ -54,9 +54,11 @@ TEST(ChapterListTest, OneChapterPerVisibleSlideHoldingItsCues) {
     inputs[4].videoDurationMs = 10000;
     const auto chapters = ChapterList::chapters(inputs, {{1, "Fotossíntese"}, {5, longTitle}, {2, "Oculto"}});
     // The long title is cut at a word, within the longest a title may be.
-    EXPECT_EQ(chapters, (std::vector<Chapter>{
-                            {0, 1500, "Fotossíntese"}, {1500, 7500, "Slide 3"},
-                            {7500, 19500, "Como as plantas transformam a luz do Sol em alimento e por que isso importa a…"}}));
+    EXPECT_EQ(chapters,
+              (std::vector<Chapter>{
+                  {0, 1500, "Fotossíntese"},
+                  {1500, 7500, "Slide 3"},
+                  {7500, 19500, "Como as plantas transformam a luz do Sol em alimento e por que isso importa a…"}}));
 
     // Every cue of a slide falls inside its chapter: both come from one arithmetic.
     const std::vector<std::int64_t> slideOfChapter{1, 3, 5};
@@ -82,9 +84,12 @@ TEST(ChapterVttTest, TimesFromWholeMillisecondsAndTitlesWithoutMarkup) {
 TEST(LessonPackageTest, ReadsBackWhatTheManifestBuilderWrote) {
     TempDir dir;
     // The notes keyed by slide number again, as the cues count slides.
-    EXPECT_EQ(LessonPackage::read(writePackage(dir / "aula.orv", toBytes("movie"))),
-              (LessonPackage::Lesson{"aula.pptx", 12'400'000, kCues,
-                                     {{1, "Primeiro </script><script>alert(1)</script>"}, {3, "Terceiro\nduas linhas"}}}));
+    EXPECT_EQ(
+        LessonPackage::read(writePackage(dir / "aula.orv", toBytes("movie"))),
+        (LessonPackage::Lesson{"aula.pptx",
+                               12'400'000,
+                               kCues,
+                               {{1, "Primeiro </script><script>alert(1)</script>"}, {3, "Terceiro\nduas linhas"}}}));
 
     const std::string head = R"({"sourceFileName": "a.pptx", "masterVideoDuration": 2, "notesBySlide": {)";
     const std::string cue = R"({"cueIndex": 0, "slideIndex": 1, "kind": "slide", "label": "Slide 1", "time": )";

@@ -28,8 +28,8 @@ TEST(ManifestBuilderTest, WritesKeysInOrderWithExactDecimalsAndShiftedNotes) {
     const std::vector<Cue> cues = {{0, 1, CueKind::bullet, "Slide 1 - bullet", 1},
                                    {1, 1, CueKind::slide, "Slide 1", 1500},
                                    {2, 2, CueKind::slide, "Slide 2", 2000}};
-    const std::string json =
-        ManifestBuilder::buildManifestV3(cues, {{2, "Ação — ñ \"/\"\n"}, {9, "beyond"}}, metadata(3, 12345));
+    const std::string json = ManifestBuilder::buildManifestV3(cues, {{2, "Ação — ñ \"/\"\n"}, {9, "beyond"}},
+                                                              metadata(3, 12345));
     // Pretty-printed, keys in their set order, slashes unescaped, times as exact decimals; notes keyed
     // from 0 for every slide, those beyond the deck dropped.
     EXPECT_TRUE(json.starts_with("{\n  \"version\": \"1.0\",\n")) << json;
@@ -82,7 +82,8 @@ TEST(ManifestReaderTest, RefusesManifestsTooDeepOrTooLarge) {
     const auto nested = [&](std::size_t n) { return lesson + std::string(n, '[') + std::string(n, ']') + "}"; };
     TempDir dir;
     const auto tooLarge = dir / "large.orv";
-    writeFile(tooLarge, buildZip({{.name = "manifest.json", .data = toBytes(lesson + "1}"),
+    writeFile(tooLarge, buildZip({{.name = "manifest.json",
+                                   .data = toBytes(lesson + "1}"),
                                    .declaredSize = static_cast<std::uint32_t>(ManifestReader::kLargestManifest + 1)}}));
 
     // The probe's reader and the one that keeps the document alike.

@@ -64,8 +64,9 @@ protected:
                                    const SlideDurations& videoMs = {},
                                    const std::optional<fs::path>& movie = std::nullopt, const RenderHooks& hooks = {},
                                    const ChapterWriter& chapters = {}) const {
-        return OrvExporter::export_(deck, movie, out(), videoMs, gifMs, std::chrono::system_clock::time_point{},
-                                    "test", "test/1", [] { return true; }, renderer, hooks, chapters);
+        return OrvExporter::export_(
+            deck, movie, out(), videoMs, gifMs, std::chrono::system_clock::time_point{}, "test", "test/1",
+            [] { return true; }, renderer, hooks, chapters);
     }
     // The DeckError of a refused export, which must leave nothing behind.
     DeckError refused(const fs::path& deck, const Mp4Exporting& renderer, const SlideDurations& gifMs = {}) const {
@@ -98,10 +99,11 @@ TEST(OrvPackagerTest, StreamsTwoStoredEntriesAndReplacesThePackageWholeOrNotAtAl
     // The disk fills up half way through: the system's reason is kept.
     const Bytes old = readFile(dir / "lesson.orv");
     const auto full = thrown<DeckError>([&] {
-        OrvPackager::package(kManifest, dir / "master.mp4", dir / "lesson.orv", [](const auto& entries, const fs::path& to) {
-            ZipArchive::createStreaming({entries.front()}, to);
-            throw FileError("write", to.string(), ENOSPC);
-        });
+        OrvPackager::package(kManifest, dir / "master.mp4", dir / "lesson.orv",
+                             [](const auto& entries, const fs::path& to) {
+                                 ZipArchive::createStreaming({entries.front()}, to);
+                                 throw FileError("write", to.string(), ENOSPC);
+                             });
     });
     EXPECT_EQ(full.errorCase(), DeckError::Case::orvWriteFailed);
     EXPECT_EQ(full.path(), (dir / "lesson.orv").string());
@@ -133,13 +135,17 @@ TEST_F(OrvExporterTest, RefusesDecksInOrderBeforeAnyRendering) {
                   .addSlide(slideXml(kTextBox + kVideo + kVideo, "", "show=\"0\""), videoRels)
                   .addSlide(slideXml(gifPicture, "", "show=\"0\""), gifRels)
                   .write(dir / "hidden.pptx"),
-              {}, noVisibleSlides, {}},
+              {},
+              noVisibleSlides,
+              {}},
              {"several videos on a slide win over a GIF without length",
               DeckBuilder()
                   .addSlide(slideXml(gifPicture), gifRels)
                   .addSlide(slideXml(kTextBox + kVideo + kVideo), videoRels)
                   .write(dir / "both.pptx"),
-              {}, multipleVideosOnSlide, {2}},
+              {},
+              multipleVideosOnSlide,
+              {2}},
              {"only visible GIFs need a length", gifs, {{4, 1000}}, gifWithoutDuration, {2}}}) {
         SCOPED_TRACE(what);
         const auto e = refused(deck, renderer, gifMs);
@@ -171,9 +177,8 @@ TEST_F(OrvExporterTest, ADestinationThatCannotBeWrittenIsRefusedBeforeAnyWork) {
         writeFile(deck, std::string("not even a deck"));
         auto renderer = movieOf(1500);
         const auto to = destination.empty() ? fs::path(deck).replace_extension(".orv") : destination;
-        const auto e = thrown<OutputError>([&] {
-            OrvExporter::export_(deck, std::nullopt, to, {}, {}, {}, "test", "test/1", {}, renderer);
-        });
+        const auto e = thrown<OutputError>(
+            [&] { OrvExporter::export_(deck, std::nullopt, to, {}, {}, {}, "test", "test/1", {}, renderer); });
         EXPECT_EQ(e.errorCase(), refusal);
         EXPECT_EQ(e.destination(), to);
         EXPECT_EQ(renderer.calls, 0);
@@ -196,7 +201,8 @@ TEST_F(OrvExporterTest, AGivenMovieIsNeitherRenderedNorCheckedNorMoved) {
     ScopedEnv absent{{{"TMPDIR", (dir / "absent").string()}}};
     auto renderer = movieOf(3000);
 
-    EXPECT_EQ(exportDeck(deck, renderer, {}, {{2, 4000}}, dir / "given.mp4"), (OrvExporter::Result{{}, {}, 0, {}, 2, 100}));
+    EXPECT_EQ(exportDeck(deck, renderer, {}, {{2, 4000}}, dir / "given.mp4"),
+              (OrvExporter::Result{{}, {}, 0, {}, 2, 100}));
     EXPECT_EQ(renderer.calls, 0);
     EXPECT_EQ(readFile(dir / "given.mp4"), movie);
     EXPECT_FALSE(fs::exists(dir / "absent"));
@@ -223,7 +229,9 @@ TEST_F(OrvExporterTest, ChaptersGoIntoACopyOfTheMovieAndLeaveTheManifestAlone) {
         written = chapters;
         writeFile(to, toString(readFile(in)) + "+chapters");
     };
-    const auto exportWith = [&](const ChapterWriter& w) { exportDeck(deck, movieOf(0), {}, {}, dir / "given.mp4", {}, w); };
+    const auto exportWith = [&](const ChapterWriter& w) {
+        exportDeck(deck, movieOf(0), {}, {}, dir / "given.mp4", {}, w);
+    };
     exportWith(writer);
     EXPECT_EQ(written, (std::vector<Chapter>{{0, 1500, "Abertura"}, {1500, 4500, "Slide 3"}}));
     EXPECT_EQ(toString(PptxArchive::readEntryBytes(out(), "assets/master.mp4")), toString(movie) + "+chapters");
@@ -231,8 +239,9 @@ TEST_F(OrvExporterTest, ChaptersGoIntoACopyOfTheMovieAndLeaveTheManifestAlone) {
     EXPECT_TRUE(clean());
 
     // A writer that fails keeps the old package and leaves nothing behind.
-    EXPECT_THROW(exportWith([](const fs::path&, const std::vector<Chapter>&, const fs::path&,
-                               const RenderHooks&) { throw std::runtime_error("no ffmpeg"); }),
+    EXPECT_THROW(exportWith([](const fs::path&, const std::vector<Chapter>&, const fs::path&, const RenderHooks&) {
+                     throw std::runtime_error("no ffmpeg");
+                 }),
                  std::runtime_error);
     EXPECT_EQ(PptxArchive::readEntry(out(), "manifest.json"), plainManifest);
     EXPECT_TRUE(clean());
@@ -300,7 +309,8 @@ TEST_F(OrvExporterTest, ResultAndManifestDescribeTheUsersDeck) {
                           .addSlide(clickVideo(), videoRels)
                           .write(dir / "aula.pptx");
     // Planned: 4500 + 3000 + 5500 ms for the visible slides.
-    EXPECT_EQ(exportDeck(deck, movieOf(13000), {}, {{4, 3000}, {5, 4000}}), (OrvExporter::Result{{4, 5}, {3}, 2, {}, 6, 13000}));
+    EXPECT_EQ(exportDeck(deck, movieOf(13000), {}, {{4, 3000}, {5, 4000}}),
+              (OrvExporter::Result{{4, 5}, {3}, 2, {}, 6, 13000}));
     const Json manifest = Json::parse(PptxArchive::readEntry(out(), "manifest.json"));
     // The cues of the user's deck: its click steps are gone from the prepared one.
     std::vector<std::string> cues;
@@ -321,7 +331,8 @@ TEST(OrvPackagerTest, AMovieBeyondFourGibibytesPackagesAndProbes) {
     writeFile(dir / "long.mp4", craftedMovie(1000, 3'600'000));
     fs::resize_file(dir / "long.mp4", 4'500'000'000);  // zeros after the movie header: a sparse file
     OrvPackager::package(kManifest, dir / "long.mp4", dir / "long.orv");
-    EXPECT_EQ(ZipArchive::entryNames(dir / "long.orv"), (std::vector<std::string>{"manifest.json", "assets/master.mp4"}));
+    EXPECT_EQ(ZipArchive::entryNames(dir / "long.orv"),
+              (std::vector<std::string>{"manifest.json", "assets/master.mp4"}));
     EXPECT_EQ(ManifestReader::read(dir / "long.orv").cues.size(), 3u);
     EXPECT_TRUE(!haveProgram("unzip") || Subprocess::run({"unzip", "-tqq", (dir / "long.orv").string()}).succeeded());
 }

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <variant>
 #include <fcntl.h>
 #include <unistd.h>
+#include <variant>
 
 #include "MovieFixtures.hpp"
 #include "TestSupport.hpp"
@@ -27,7 +27,7 @@ TEST(Mp4DurationTest, HandMadeMovies) {
     Bytes tiny = craftedMovie(1000, 5000);
     tiny[15] = 4;  // the size of moov, after the 12 bytes of ftyp: too small to move the walk on
     Bytes cut = craftedMovie(1000, 5000);
-    cut.resize(cut.size() - 10);  // the movie box runs past the end
+    cut.resize(cut.size() - 10);                              // the movie box runs past the end
     using Outcome = std::variant<std::int64_t, std::string>;  // ms, or how the reason after the file name begins
     for (const auto& [name, movie, expected] : std::vector<std::tuple<const char*, Bytes, Outcome>>{
              {"1009-at-1000.mp4", craftedMovie(1000, 1009), 1009},
@@ -44,7 +44,9 @@ TEST(Mp4DurationTest, HandMadeMovies) {
         SCOPED_TRACE(name);
         writeFile(dir / name, movie);
         if (const auto* ms = std::get_if<std::int64_t>(&expected)) EXPECT_EQ(measureMs(dir / name), *ms);
-        else EXPECT_THAT([&] { measureMs(dir / name); }, failsWith(std::string(name) + ": " + std::get<std::string>(expected)));
+        else
+            EXPECT_THAT([&] { measureMs(dir / name); },
+                        failsWith(std::string(name) + ": " + std::get<std::string>(expected)));
     }
     EXPECT_THAT([&] { measureMs(dir / "missing.mp4"); }, failsWith("missing.mp4: No such file or directory"));
 }

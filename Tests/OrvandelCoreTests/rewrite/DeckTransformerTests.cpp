@@ -43,7 +43,8 @@ TEST(SlideValidatorTest, ReasonsForRejectingARewrittenSlide) {
     const std::string otherBlock = "<mc:AlternateContent xmlns:mc=\"m\"><mc:Fallback/></mc:AlternateContent>";
     for (const auto& [xml, reason] : std::vector<std::pair<std::string, std::string>>{
              {root + b + "<p:timing/></p:sld>", ""},
-             {open + "<p:cSld>" + otherBlock + "</p:cSld>" + b + "</p:sld>", ""},  // only what follows the shapes counts
+             {open + "<p:cSld>" + otherBlock + "</p:cSld>" + b + "</p:sld>",
+              ""},  // only what follows the shapes counts
              {root + b + "<p:timing></p:sld>", "not well-formed XML"},
              {root + b + "<x:y/></p:sld>", "not well-formed XML"},  // undeclared prefix
              {root + "</p:sld>", "expected exactly one transition (2 <p:transition>), found 0"},
@@ -63,17 +64,19 @@ TEST(DeckTransformerTest, EachKindOfSlideTakesItsBranch) {
     const auto in =
         DeckBuilder()
             .addSlide(slideXml(kTextBox, timing(step(anim("clickEffect", "500")) + step(anim("clickEffect", "2000")))))
-            .addSlide(slideXml(kTextBox, timing(step(anim("clickEffect", "500")) + step(anim("clickEffect", "500", "exit")))))
+            .addSlide(
+                slideXml(kTextBox, timing(step(anim("clickEffect", "500")) + step(anim("clickEffect", "500", "exit")))))
             .addSlide(slideXml(kVideo, timing(step(mediaCall("clickEffect", "10000")))))
             .addSlide(slideXml(kVideo, timing(step(mediaCall("afterEffect", "10000")))))
             .addSlide(slideXml(kTextBox, timing(step(anim("clickEffect", "500", "exit")) +
                                                 step(anim("clickEffect", "500", "exit")))))
             .addSlide(slideXml(kTextBox, "<p:clrMapOvr><a:masterClrMapping/></p:clrMapOvr>", "show=\"0\""))
             .addSlide(slideXml(kTextBox))
-                .write(dir / "in.pptx");
+            .write(dir / "in.pptx");
     std::vector<Branch> branches;
     DeckModel model(in);
-    const auto reports = DeckTransformer::prepare(model, dir / "out.pptx", {{4, 4000}}, {{7, 3000}}, 1000, 1500, branches);
+    const auto reports = DeckTransformer::prepare(model, dir / "out.pptx", {{4, 4000}}, {{7, 3000}}, 1000, 1500,
+                                                  branches);
     EXPECT_EQ(branches, (std::vector<Branch>{Branch::bullets, Branch::bulletsWithExits, Branch::clickVideo,
                                              Branch::autoplayVideo, Branch::exits, Branch::static_, Branch::static_}));
     // Hidden slide 6 is rewritten too. (The advance times are the scanner's, DeckScannerTest's.)
@@ -110,9 +113,9 @@ TEST(DeckTransformerTest, ErrorsLeaveNoOutputAndRejectedSlidesAreReportedTogethe
                     .addSlide(slideXml(kTextBox, timing(step(anim("clickEffect", "500")))))
                     .addSlide(slideXml(kTextBox, TransitionWriter::block(1) + otherBlock)));
     });
-    EXPECT_EQ(invalid.failures(), (std::vector<DeckError::SlideFailure>{
-                                      {2, "not well-formed XML"},
-                                      {5, "expected exactly one transition <mc:AlternateContent>, found 2"}}));
+    EXPECT_EQ(invalid.failures(),
+              (std::vector<DeckError::SlideFailure>{
+                  {2, "not well-formed XML"}, {5, "expected exactly one transition <mc:AlternateContent>, found 2"}}));
 
     EXPECT_NO_THROW(prepare(DeckBuilder().addSlide(unknownLength), {{1, 8000}}));
     EXPECT_NO_THROW(prepare(DeckBuilder()));  // no slides: a copy without replaced entries
@@ -135,7 +138,8 @@ TEST(DeckTransformerTest, EveryCorpusDeckIsPackagedAndPreparedExceptTheKnownRefu
                                         {"pptx__shp-movie-props.pptx", noMediaCall, 1},
                                         {"oxsdk__BROKEN_encrypted_pptx.pptx", std::nullopt, 9},
                                         {"poi__BROKEN_Divino_Revelado.pptx", std::nullopt, 9},
-                                        {"poi__BROKEN_clusterfuzz-POIXSLFFuzzer-5463285576892416.pptx", std::nullopt, 2}};
+                                        {"poi__BROKEN_clusterfuzz-POIXSLFFuzzer-5463285576892416.pptx", std::nullopt,
+                                         2}};
     TempDir dir;
     const auto out = dir / "prepared.pptx", movie = dir / "m.mp4";
     writeFile(movie, craftedMovie(1000, 2000));
@@ -154,7 +158,8 @@ TEST(DeckTransformerTest, EveryCorpusDeckIsPackagedAndPreparedExceptTheKnownRefu
                 if (s.hasGif) gifMs[s.displayIndex] = 3000;
                 if (!s.advTmMs) videoMs[s.displayIndex] = 5000;
             }
-            if (anyVisible) OrvExporter::export_(deck, movie, dir / "a.orv", videoMs, gifMs, {}, "t", "t/1", {}, noRenderer);
+            if (anyVisible)
+                OrvExporter::export_(deck, movie, dir / "a.orv", videoMs, gifMs, {}, "t", "t/1", {}, noRenderer);
             DeckTransformer::prepare(deck, out, videoMs, gifMs, 1000, 1500);
         } catch (const DeckError& e) {
             EXPECT_TRUE(refused && refusal->deckError == e.errorCase()) << e.what();

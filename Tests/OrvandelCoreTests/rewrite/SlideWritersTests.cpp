@@ -34,11 +34,12 @@ std::string video(const std::string& nodeType, const std::string& delay) {
 }  // namespace
 
 TEST(ExitWriterTest, ClickStartedExitsFollowEachOtherAtFixedSteps) {
-    const std::string exit = step(anim("clickEffect", "500", "exit")), entrance = step(anim("clickEffect", "500", "entr"));
+    const std::string exit = step(anim("clickEffect", "500", "exit")),
+                      entrance = step(anim("clickEffect", "500", "entr"));
     const std::string out = ExitWriter::convertExitToAfterEffect(
         slide(timing(exit + entrance + exit + step(anim("clickEffect", "500", "exit", "9")))));
-    EXPECT_EQ(effects(out), (std::vector<std::string>{"afterEffect@500", "clickEffect@0", "afterEffect@2000",
-                                                      "afterEffect@3500"}));
+    EXPECT_EQ(effects(out),
+              (std::vector<std::string>{"afterEffect@500", "clickEffect@0", "afterEffect@2000", "afterEffect@3500"}));
 
     const std::string noExits = slide(timing(entrance));
     EXPECT_EQ(ExitWriter::convertExitToAfterEffect(noExits), noExits);
@@ -47,10 +48,10 @@ TEST(ExitWriterTest, ClickStartedExitsFollowEachOtherAtFixedSteps) {
 }
 
 TEST(ExitWriterTest, RetimingTouchesOnlyTheFirstExitOfEachGroup) {
-    const std::string source = slide(timing(
-        step(anim("afterEffect", "500", "", "1000") + anim("withEffect", "500", "exit") +
-             anim("withEffect", "500", "exit", "700")) +
-        step(anim("afterEffect", "500", "exit", "1000"))));
+    const std::string source = slide(
+        timing(step(anim("afterEffect", "500", "", "1000") + anim("withEffect", "500", "exit") +
+                    anim("withEffect", "500", "exit", "700")) +
+               step(anim("afterEffect", "500", "exit", "1000"))));
     EXPECT_EQ(effects(ExitWriter::retimeExitHeads(source, 500)),
               (std::vector<std::string>{"afterEffect@1000", "withEffect@500", "withEffect@700", "afterEffect@500"}));
 }

@@ -45,10 +45,9 @@ TEST(UnifiedBulletPlanBuilderTest, ClickGroupsFollowEachOtherAfterTheOpeningChai
 
 TEST(TimingTransformerTest, ThreeClickStepsBecomeOneTimedStepThatStartsOnSlideBegin) {
     const std::string head = "<p:sld><p:cSld><p:spTree/></p:cSld><p:clrMapOvr/>";
-    const std::string source = head +
-                               timing(step(click("1000") + anim("withEffect", "400")) +
-                                      step(click("0")) + step(click("2000"))) +
-                               "</p:sld>";
+    const std::string source =
+        head + timing(step(click("1000") + anim("withEffect", "400")) + step(click("0")) + step(click("2000"))) +
+        "</p:sld>";
     const std::string out = TimingTransformer::transformBulletSlide(source, {9000, 1000, 1500});
     EXPECT_TRUE(out.starts_with(head + TransitionWriter::block(9000) + "<p:timing>")) << out;
 
@@ -61,7 +60,8 @@ TEST(TimingTransformerTest, ThreeClickStepsBecomeOneTimedStepThatStartsOnSlideBe
         const auto head = TimingTree::effectChildren(g).front();
         groups.push_back(delayOf(g) + ":" + head.attribute("nodeType").value_or("") + "@" + delayOf(head));
     }
-    EXPECT_EQ(groups, (std::vector<std::string>{"0:afterEffect@1000", "1500:afterEffect@1000", "3000:afterEffect@1000"}));
+    EXPECT_EQ(groups,
+              (std::vector<std::string>{"0:afterEffect@1000", "1500:afterEffect@1000", "3000:afterEffect@1000"}));
 
     // Ids run from 1 in document order.
     std::vector<std::string> ids, durs;
@@ -69,7 +69,8 @@ TEST(TimingTransformerTest, ThreeClickStepsBecomeOneTimedStepThatStartsOnSlideBe
         ids.push_back(n.attribute("id").value_or(""));
         if (const auto d = n.attribute("dur")) durs.push_back(*d);
     }
-    EXPECT_EQ(ids, (std::vector<std::string>{"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "14"}));
+    EXPECT_EQ(ids,
+              (std::vector<std::string>{"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "14"}));
     EXPECT_EQ(durs, (std::vector<std::string>{"500", "400", "0", "2000"}));
 }
 
@@ -85,6 +86,7 @@ TEST(TimingTransformerTest, StructureErrorsAreTyped) {
               "unexpected timing structure: group marked for conversion has no clickEffect head");
     EXPECT_EQ(transformError({9000, {{0, 1000}}, {}}, node("7", "<p:par><p:cTn id=\"8\"/></p:par>")),
               "unexpected timing structure: cTn missing stCondLst/cond");
-    EXPECT_EQ(transformError(two, step(click("5")), "interactiveSeq"), "mainSeq <p:cTn nodeType=\"mainSeq\"> not found");
+    EXPECT_EQ(transformError(two, step(click("5")), "interactiveSeq"),
+              "mainSeq <p:cTn nodeType=\"mainSeq\"> not found");
     EXPECT_THROW(TimingTransformer::transformBulletSlide("<p:sld><p:cSld/></p:sld>", {}), SlideXMLError);
 }

@@ -139,8 +139,8 @@ bool ExportSession::startExport() {
         ExportRun run;
         try {
             run.result = OrvExporter::export_(deck, std::nullopt, destination, {}, gifMs,
-                                              std::chrono::system_clock::now(), kSource, kPluginVersion, {},
-                                              *exporter, hooks);
+                                              std::chrono::system_clock::now(), kSource, kPluginVersion, {}, *exporter,
+                                              hooks);
         } catch (...) {
             run.error = std::current_exception();
         }

@@ -17,9 +17,9 @@ std::optional<QUrl> downloadPage(const QString& url) {
 }
 
 void presentUpdate(QWidget* window, const UpdateFeed::Release& release) {
-    QMessageBox* box =
-        AlertBox::make(window, false, ExportCopy::kUpdateTitle,
-                       ExportCopy::updateText(release.version, UpdateFeed::currentVersion(), release.notes));
+    QMessageBox* box = AlertBox::make(window, false, ExportCopy::kUpdateTitle,
+                                      ExportCopy::updateText(release.version, UpdateFeed::currentVersion(),
+                                                             release.notes));
     auto* download = box->addButton(ExportCopy::kDownload, QMessageBox::AcceptRole);
     auto* notNow = box->addButton(ExportCopy::kNotNow, QMessageBox::RejectRole);
     box->setDefaultButton(download);
@@ -39,8 +39,8 @@ void presentUpToDate(QWidget* window) {
 }
 
 void presentError(QWidget* window) {
-    QMessageBox* box =
-        AlertBox::make(window, true, ExportCopy::kUpdateCheckFailedTitle, ExportCopy::kUpdateCheckFailedText);
+    QMessageBox* box = AlertBox::make(window, true, ExportCopy::kUpdateCheckFailedTitle,
+                                      ExportCopy::kUpdateCheckFailedText);
     box->addButton(QMessageBox::Ok);
     box->open();
 }

@@ -36,9 +36,7 @@ void UpdateChecker::checkOnLaunch() {
     feed_.check();
 }
 
-void UpdateChecker::checkManually() {
-    manualChecks_.insert(feed_.check());
-}
+void UpdateChecker::checkManually() { manualChecks_.insert(feed_.check()); }
 
 void UpdateChecker::answered(int check, const UpdateFeed::Answer& answer) {
     using Verdict = UpdateFeed::Verdict;

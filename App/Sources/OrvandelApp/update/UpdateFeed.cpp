@@ -75,7 +75,8 @@ int UpdateFeed::check() {
         std::optional<Release> release;
         if (reply->error() == QNetworkReply::NoError && status == 200) release = decode(reply->readAll());
         if (!release) return emit answered(number, {});
-        emit answered(number, {isNewer(release->version, currentVersion()) ? Verdict::newer : Verdict::upToDate, *release});
+        emit answered(number,
+                      {isNewer(release->version, currentVersion()) ? Verdict::newer : Verdict::upToDate, *release});
     });
     return number;
 }
