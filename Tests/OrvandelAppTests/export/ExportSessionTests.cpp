@@ -9,9 +9,9 @@
 #include "package/ManifestReader.hpp"
 #include "tools/RenderError.hpp"
 
+namespace fs = std::filesystem;
 using namespace orvandel;
 using namespace orvandel::apptest;
-namespace fs = std::filesystem;
 
 namespace {
 
