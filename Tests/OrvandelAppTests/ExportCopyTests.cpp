@@ -62,64 +62,40 @@ std::exception_ptr exportWithPath(const std::filesystem::path& dir, const std::s
 class ExportCopyTest : public QObject {
     Q_OBJECT
 private slots:
-    // Where PowerPoint renders, every error of the export path reads exactly as written for it.
-    void powerPointTextsStandExactly() {
-        const QString pp = QStringLiteral(" Feche e reabra o PowerPoint");
+    // Where PowerPoint renders, each error of the export path has a text of
+    // its own that names the slides concerned and what to do.
+    void powerPointTextsSayWhatHappens() {
         const std::vector<std::pair<std::exception_ptr, QString>> cases{
-            {ptr(OrvExporter::FlowError::automationFailed(ExportError::powerPointUnavailable("x"))),
-             "Não foi possível abrir o PowerPoint para gerar o vídeo. Confirme que o PowerPoint está instalado e "
-             "tente de novo. Se continuar, fale com o suporte do Orvandel."},
-            {ptr(ExportError::automationDenied("x")),
-             "O Orvandel precisa de permissão para controlar o PowerPoint e gerar o vídeo. Abra Ajustes do Sistema → "
-             "Privacidade e Segurança → Automação, marque PowerPoint para o Orvandel e exporte de novo."},
-            {ptr(ExportError::timedOut("x")),
-             "A exportação demorou mais que o esperado e foi interrompida. Feche outras apresentações abertas e tente "
-             "de novo."},
-            {ptr(ExportError::exportFailed("x")),
-             "A exportação do vídeo falhou." + pp + " e tente exportar novamente."},
+            {ptr(OrvExporter::FlowError::automationFailed(ExportError::powerPointUnavailable("x"))), "instalado"},
+            {ptr(ExportError::automationDenied("x")), "Privacidade e Segurança → Automação"},
+            {ptr(ExportError::timedOut("x")), "Feche outras apresentações"},
+            {ptr(ExportError::exportFailed("x")), "reabra o PowerPoint"},
             {ptr(OrvExporter::FlowError::automationFailed(ExportError::unmeasurableOutput("x"))),
-             "Não foi possível confirmar o vídeo gerado." + pp + " e exporte de novo."},
-            {ptr(DeckError::missingVideoDuration(4)),
-             "Não foi possível ler a duração do vídeo do slide 4. Verifique se ele está inserido como vídeo no slide "
-             "e exporte de novo. Se continuar, fale com o suporte do Orvandel."},
-            {ptr(DeckError::invalidOutput({{2, "a"}, {9, "b"}})),
-             "A apresentação preparada não passou na verificação interna (slide(s) 2, 9)." + pp +
-                 " e exporte de novo. Se continuar, fale com o suporte do Orvandel."},
-            {ptr(DeckError::videoWithoutMediaCall(6)),
-             "Não foi possível preparar o vídeo do slide 6. Verifique se ele está inserido como vídeo no slide e "
-             "exporte de novo. Se continuar, fale com o suporte do Orvandel."},
-            {ptr(DeckError::gifWithoutDuration({3, 7, 12})),
-             "Informe a duração do GIF do(s) slide(s) 3, 7, 12 antes de exportar."},
-            {ptr(DeckError::multipleVideosOnSlide({5})),
-             "Os slides 5 têm mais de um vídeo. Cada vídeo precisa ficar em um slide independente. Separe os "
-             "vídeos por slides e exporte de novo."},
-            {ptr(DeckError::masterDurationMismatch(10000, 2000)),
-             "A exportação saiu com duração inesperada. Tente novamente; se persistir, feche e reabra o PowerPoint."},
-            {ptr(DeckError::orvWriteFailed("/a/Aula.orv")),
-             "Não foi possível substituir o arquivo já existente no destino. Verifique se ele não está aberto em outro "
-             "programa (ou protegido contra gravação) e exporte de novo."},
-            // Any other error, or none, as headlessTextsSayWhatHappens also checks.
-            {nullptr, "Ocorreu um erro inesperado na exportação." + pp +
-                          " e tente de novo. Se continuar, fale com o "
-                          "suporte do Orvandel."},
+             "reabra o PowerPoint"},
+            {ptr(DeckError::missingVideoDuration(4)), "do slide 4."},
+            {ptr(DeckError::invalidOutput({{2, "a"}, {9, "b"}})), "(slide(s) 2, 9)"},
+            {ptr(DeckError::videoWithoutMediaCall(6)), "do slide 6."},
+            {ptr(DeckError::gifWithoutDuration({3, 7, 12})), "slide(s) 3, 7, 12 "},
+            {ptr(DeckError::multipleVideosOnSlide({5})), "slides 5 "},
+            {ptr(DeckError::masterDurationMismatch(10000, 2000)), "reabra o PowerPoint"},
+            {ptr(DeckError::orvWriteFailed("/a/Aula.orv")), "aberto em outro programa"},
+            {nullptr, "erro inesperado"},  // any other error, or none
         };
-        for (const auto& [error, expected] : cases) {
-            QCOMPARE(ExportCopy::errorMessage(error, Renderer::powerPoint), expected);
+        QSet<QString> seen;
+        for (const auto& [error, naming] : cases) {
+            const QString text = ExportCopy::errorMessage(error, Renderer::powerPoint);
+            QVERIFY2(text.contains(naming) && !seen.contains(text), qPrintable(text));
+            seen.insert(text);
         }
-        QCOMPARE(ExportCopy::multiVideoRefusal({2, 4}),
-                 QStringLiteral("Não é possível exportar: o(s) slide(s) 2, 4 têm mais de um vídeo. Cada vídeo precisa "
-                                "ficar em um slide independente."));
-        QCOMPARE(ExportCopy::exporting(Renderer::powerPoint),
-                 QStringLiteral("Gerando no PowerPoint, pode levar alguns minutos…"));
-        QVERIFY(ExportCopy::helpText(Renderer::powerPoint)
-                    .endsWith("o macOS pede permissão para o Orvandel controlar o PowerPoint; conceda para o vídeo ser "
-                              "gerado."));
+        QVERIFY(ExportCopy::multiVideoRefusal({2, 4}).contains("slide(s) 2, 4 "));
+        QVERIFY(ExportCopy::exporting(Renderer::powerPoint).contains("PowerPoint"));
+        QVERIFY(ExportCopy::helpText(Renderer::powerPoint).contains("macOS pede permissão"));
     }
 
     // Where the headless renderer renders, no text speaks of the Mac, each
     // failure has its own advice, and the core's words never show.
     void headlessTextsSayWhatHappens() {
-        const std::vector<std::exception_ptr> errors{
+        std::vector<std::exception_ptr> errors{
             ptr(DeckError::missingVideoDuration(4)),
             ptr(DeckError::invalidOutput({{2, "a"}})),
             ptr(DeckError::videoWithoutMediaCall(6)),
@@ -128,12 +104,6 @@ private slots:
             ptr(DeckError::masterDurationMismatch(10000, 2000)),
             ptr(DeckError::orvWriteFailed("/a")),
             ptr(DeckError::noVisibleSlides()),
-            ptr(renderError(RenderError::Case::missingTool)),
-            ptr(renderError(RenderError::Case::toolFailed)),
-            ptr(renderError(RenderError::Case::timedOut)),
-            ptr(renderError(RenderError::Case::badOutput)),
-            ptr(renderError(RenderError::Case::badDeck)),
-            ptr(renderError(RenderError::Case::tooLarge)),
             ptr(Mp4Duration::Mp4Error::cannotMeasure("/m.mp4", "x")),
             ptr(PptxArchive::ArchiveError::readFailed("ppt/presentation.xml", PptxArchive::statusCannotOpen, "x")),
             ptr(PptxArchive::ArchiveError::readFailed("ppt/slides/slide1.xml", PptxArchive::statusDamaged, "x")),
@@ -146,13 +116,16 @@ private slots:
             ptr(OutputError::folderNotWritable("/a/Aula.orv", EIO)),
             ptr(OutputError::nameTooLong("/a.orv", 292, 255)),
             ptr(CancelledError()),
-            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOSPC)),
-            ptr(FileError("write", "/tmp/x", ENOSPC)),
-            ptr(withCause(DeckError::orvWriteFailed("/a"), EROFS)),
-            ptr(FileError("write", "/tmp/x", EACCES)),
-            ptr(withCause(DeckError::orvWriteFailed("/a"), ENOENT)),
-            ptr(FileError("write", "/tmp/x", ENOENT)),
             ptr(std::runtime_error("boom"))};
+        using enum RenderError::Case;
+        for (const auto c : {missingTool, toolFailed, timedOut, badOutput, badDeck, tooLarge}) {
+            errors.push_back(ptr(renderError(c)));
+        }
+        // A full disk, a read-only one, a folder gone: whether met writing the package or elsewhere.
+        for (const auto& [atPackage, elsewhere] : {std::pair{ENOSPC, ENOSPC}, {EROFS, EACCES}, {ENOENT, ENOENT}}) {
+            errors.push_back(ptr(withCause(DeckError::orvWriteFailed("/a"), atPackage)));
+            errors.push_back(ptr(FileError("write", "/tmp/x", elsewhere)));
+        }
         QSet<QString> seen;
         for (const auto& error : errors) {
             const QString text = ExportCopy::errorMessage(error, Renderer::headless);
@@ -166,7 +139,6 @@ private slots:
                                  ExportCopy::quitQuestion(Renderer::headless)}) {
             QVERIFY2(!speaksOfTheMac(text), qPrintable(text));
         }
-        QCOMPARE(ExportCopy::revealButton(), QStringLiteral("Mostrar na pasta"));
     }
 
     // A missing program is named with the Debian package that brings it; the
@@ -195,10 +167,7 @@ private slots:
         const auto bullets = ExportCopy::postExportWarnings({}, 8);
         QVERIFY(bullets.size() == 1 && bullets[0].startsWith("A sua apresentação possui muitas animações em tópicos"));
         const auto both = ExportCopy::postExportWarnings({2, 4}, 9);
-        const QString video = QStringLiteral(
-            "O vídeo do(s) slide(s) 2, 4 estava configurado para tocar no clique; como a versão exportada não tem "
-            "cliques, ele foi convertido para reprodução automática.");
-        QCOMPARE(both, QStringList({video, bullets[0]}));
+        QVERIFY(both.size() == 2 && both[0].contains("slide(s) 2, 4 ") && both[1] == bullets[0]);
 
         // The core's warnings: one line per kind, its slides gathered, in the order first reported.
         const auto lines = ExportCopy::postExportWarnings(
