@@ -10,6 +10,7 @@
 #include "ContentView.hpp"
 #include "ExportCopy.hpp"
 #include "OrvandelAppApp.hpp"
+#include "package/ManifestReader.hpp"
 #include "tools/RenderError.hpp"
 
 using namespace orvandel;
@@ -72,15 +73,15 @@ private slots:
     }
 
     // The run seen from the window: the stage and its bar while the renderer
-    // works, then the result and the warnings alert; then a run that fails,
-    // and its Portuguese text.
+    // works (a second start refused), then the result the package holds and
+    // the warnings alert; then a run that fails, and its Portuguese text.
     void exportShowsProgressThenTheResult() {
         QTemporaryDir dir;
         Window w;
         w.renderer->hold->store(true);
         w.openExample(dir);
         QTest::keyClick(w.find<QLineEdit>("gifField-4"), Qt::Key_Return);
-        QVERIFY(w.session().isExporting());
+        QVERIFY(w.session().isExporting() && !w.session().startExport());
         const auto drawing = ExportCopy::stageLine(ExportStage::draw);
         QVERIFY(waitUntil([&] { return w.find<QLabel>("progressLine")->text() == drawing; }, 10000));
         QVERIFY(w.find<QProgressBar>("progressBar")->isVisible());
@@ -90,15 +91,20 @@ private slots:
         QVERIFY(w.exportEnds());
 
         QVERIFY(w.find<QWidget>("resultView")->isVisible() && !w.find<QWidget>("progressLine")->isVisible());
+        const auto& outcome = *w.session().outcome();
+        const auto probe = ManifestReader::read(outcome.orvPath);
+        QCOMPARE(outcome.orvPath, ExportSession::outputPath(*w.session().deckPath()));
         QCOMPARE(w.find<QLabel>("resultSummary")->text(),
-                 ExportCopy::resultSummary(w.session().outcome()->cueCount, w.session().outcome()->masterVideoSeconds));
+                 ExportCopy::resultSummary(std::int64_t(probe.cues.size()), probe.masterVideoDuration));
+        QCOMPARE(outcome.convertedOnClickVideoSlides, (std::vector<std::int64_t>{5}));
         QVERIFY(w.alert() && w.alert()->text() == ExportCopy::kWarningsTitle);
+        QVERIFY(w.alert()->informativeText().contains("slide(s) 5"));
         delete w.alert();
 
         const RenderError failure(RenderError::Case::timedOut, ExportStage::encode, "encoding the movie: too slow");
         w.renderer->failure = std::make_exception_ptr(failure);
         QTest::mouseClick(w.exportButton(), Qt::LeftButton);
-        QVERIFY(w.exportEnds() && !w.find<QWidget>("resultView")->isVisible());
+        QVERIFY(w.exportEnds() && !w.session().outcome() && !w.find<QWidget>("resultView")->isVisible());
         QCOMPARE(w.alert()->text(), ExportCopy::kExportFailedTitle);
         QCOMPARE(w.alert()->informativeText(), ExportCopy::errorMessage(failure, Renderer::headless));
     }

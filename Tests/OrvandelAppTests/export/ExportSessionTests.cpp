@@ -6,8 +6,6 @@
 #include "base/Bytes.hpp"
 #include "export/ExportSession.hpp"
 #include "export/GifDurations.hpp"
-#include "package/ManifestReader.hpp"
-#include "tools/RenderError.hpp"
 
 namespace fs = std::filesystem;
 using namespace orvandel;
@@ -27,12 +25,6 @@ struct Session {
         open(deck);
         session.typeDuration(4, "3");
         return deck;
-    }
-    // Starts the export and waits for its end: the error and warnings it ended with.
-    QList<QVariant> exportToTheEnd() {
-        QSignalSpy ended(&session, &ExportSession::exportEnded);
-        if (!session.startExport() || !ended.wait(20000)) return {};
-        return ended.takeFirst();
     }
 };
 
@@ -80,40 +72,6 @@ private slots:
         writeFile(notADeck, "not a zip");
         s.open(notADeck);
         QVERIFY(s.session.scanError() && s.session.gifSlides().empty());
-    }
-
-    // The run: its stage and progress while the renderer works, then the
-    // outcome the export reported (the package holds the same), with its
-    // warnings; then a run that fails.
-    void exportReportsProgressThenItsOutcome() {
-        QTemporaryDir dir;
-        Session s;
-        s.renderer->hold->store(true);
-        const auto deck = s.openExample(dir);
-        writeFile(ExportSession::outputPath(deck), "an older package, replaced");
-        QSignalSpy started(&s.session, &ExportSession::exportStarted);
-        QSignalSpy ended(&s.session, &ExportSession::exportEnded);
-        QVERIFY(s.session.startExport() && !s.session.startExport());
-        QCOMPARE(started.size(), 1);
-        QVERIFY(s.session.isExporting() && !s.session.canExport());
-        QVERIFY(waitUntil([&] { return s.session.progressPermille() > 0; }, 10000));
-        QVERIFY(s.session.stageLine().has_value());
-        s.renderer->hold->store(false);
-        QVERIFY(ended.wait(20000));
-
-        QVERIFY(!ended.front().at(0).value<std::exception_ptr>() && !s.session.isExporting());
-        QVERIFY(ended.front().at(1).toStringList().join("\n").contains("slide(s) 5"));
-        const auto& outcome = *s.session.outcome();
-        const auto probe = ManifestReader::read(outcome.orvPath);
-        QCOMPARE(outcome.orvPath, ExportSession::outputPath(deck));
-        QCOMPARE(outcome.cueCount, static_cast<std::int64_t>(probe.cues.size()));
-        QCOMPARE(outcome.masterVideoSeconds, probe.masterVideoDuration);
-        QCOMPARE(outcome.convertedOnClickVideoSlides, (std::vector<std::int64_t>{5}));
-
-        s.renderer->failure = std::make_exception_ptr(
-            RenderError(RenderError::Case::timedOut, ExportStage::encode, "slow"));
-        const auto failed = s.exportToTheEnd();
-        QVERIFY(!failed.isEmpty() && failed.at(0).value<std::exception_ptr>() && !s.session.outcome());
     }
 
     // Cancelled, or dropped mid-export (the window closed): the export stops
