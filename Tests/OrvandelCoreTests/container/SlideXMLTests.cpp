@@ -34,14 +34,6 @@ TEST(SlideXMLTest, ElementRangeIsALiteralSearchWithoutNesting) {
               "<p:timingX/><y/></p:timing>");
 }
 
-TEST(SlideXMLTest, InsertionsGoBeforeTheFirstOccurrence) {
-    const std::string xml = "<r><p:x>1</p:x><p:x>2</p:x></r>";
-    EXPECT_EQ(SlideXML::insertBefore(xml, "p:x", "B"), "<r>B<p:x>1</p:x><p:x>2</p:x></r>");
-    EXPECT_EQ(SlideXML::insertBeforeClosing(xml, "p:x", "B"), "<r><p:x>1B</p:x><p:x>2</p:x></r>");
-    EXPECT_EQ(errorOf([&] { SlideXML::insertBefore(xml, "p:y", "B"); }), "F|fragment not found: p:y");
-    EXPECT_EQ(errorOf([&] { SlideXML::insertBeforeClosing(xml, "p:y", "B"); }), "F|fragment not found: </p:y>");
-}
-
 TEST(SlideXMLTest, TransitionBlockRangeTakesTheWrapperAndIgnoresMisplacedTransitions) {
     const std::string bare = "<p:cSld></p:cSld><p:transition spd=\"slow\"/><p:timing/>";
     EXPECT_EQ(cut(bare, SlideXML::transitionBlockRange(bare)), "<p:transition spd=\"slow\"/>");
