@@ -70,10 +70,9 @@ TEST(Mp4DurationTest, ReadsPastHugeMediaWithoutReadingIt) {
     }
 }
 
-TEST(MasterDurationGuardTest, BandBoundsAreInclusive) {
+// That the bounds themselves pass is checked through the exporter (OrvExporterTest).
+TEST(MasterDurationGuardTest, JustOutsideTheBandIsAMismatchOfItsRatio) {
     using namespace MasterDurationGuard;
-    EXPECT_EQ(check(10000, 6000), Verdict::ok());
-    EXPECT_EQ(check(10000, 14000), Verdict::ok());
     EXPECT_EQ(check(10000, 5999), Verdict::mismatch(0.5999));
     EXPECT_EQ(check(10000, 14001), Verdict::mismatch(1.4001));
     EXPECT_EQ(check(0, 123), Verdict::ok());
