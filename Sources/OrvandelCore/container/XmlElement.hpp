@@ -27,6 +27,13 @@ namespace detail {
 struct XmlDocHolder;
 }
 
+// A document's root start tag, as the parser read it.
+struct XmlStartTag {
+    std::string name;           // qualified, as written
+    std::string namespaceName;  // the namespace its prefix (or the default) stands for; "" for none
+    std::vector<std::pair<std::string, std::string>> attributes;  // as XmlElement::attributes()
+};
+
 class XmlElement {
 public:
     // One child node as the emitter sees it.
@@ -43,6 +50,12 @@ public:
     // small whatever the size of the text, and no size limit of a text node
     // applies.
     static std::optional<std::string> wellFormednessError(std::string_view text);
+
+    // The root element's start tag, read without going further: what follows
+    // it (however long, whatever it holds) is not parsed. Throws
+    // XmlParseError when the text up to the end of that tag is not
+    // well-formed or holds no element.
+    static XmlStartTag rootStartTag(std::string_view text);
 
     explicit operator bool() const { return node_ != nullptr; }
     bool operator==(const XmlElement& other) const { return node_ == other.node_; }

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/Bytes.hpp"
 #include "container/SlideXML.hpp"
 #include "container/XmlElement.hpp"
 
@@ -132,6 +133,32 @@ std::map<std::string, std::string> DeckModel::transitions() {
         }
     }
     return out;
+}
+
+bool DeckModel::isHidden(std::string_view slideXml) {
+    XmlStartTag root;
+    try {
+        root = XmlElement::rootStartTag(slideXml);
+    } catch (const XmlParseError&) {
+        return false;
+    }
+    if (root.namespaceName != OOXML::p || localName(root.name) != "sld") return false;
+    for (const auto& [name, value] : root.attributes) {
+        if (name == "show") return value == "0" || asciiLowercased(value) == "false";
+    }
+    return false;
+}
+
+const std::vector<Slide>& DeckModel::slides() {
+    if (slides_) return *slides_;
+    std::vector<Slide> out;
+    const auto& files = slideFiles();
+    out.reserve(files.size());
+    for (const auto& file : files) {
+        out.push_back({file, static_cast<std::int64_t>(out.size()) + 1, isHidden(part(file))});
+    }
+    slides_ = std::move(out);
+    return *slides_;
 }
 
 const SlideList& DeckModel::slideList() {

@@ -61,6 +61,14 @@ struct SlideList {
     std::vector<std::string> droppedIds;
 };
 
+// A listed slide as the deck shows it.
+struct Slide {
+    std::string file;         // its entry path
+    std::int64_t number = 0;  // its display number: 1, 2... in list order, hidden slides counted
+    bool hidden = false;
+    bool operator==(const Slide&) const = default;
+};
+
 class DeckModel {
 public:
     explicit DeckModel(std::filesystem::path deck);
@@ -79,6 +87,14 @@ public:
     // does not parse.
     const SlideList& slideList();
     const std::vector<std::string>& slideFiles() { return slideList().files; }
+
+    // The slides of slideList() with their display numbers and hidden flags,
+    // read once. Reads every slide part: throws as slideList() and part() do.
+    const std::vector<Slide>& slides();
+    // The slide's root start tag is the presentation namespace's sld and its
+    // show attribute is "0" or, in any case, "false". A slide whose text does
+    // not parse up to that tag is not hidden.
+    static bool isHidden(std::string_view slideXml);
 
     bool contains(const std::string& entry) { return archive_.contains(entry); }
     // The part as UTF-8 text, inflated on the first call and kept. Throws as
@@ -107,6 +123,7 @@ public:
 private:
     PptxArchive::Deck archive_;
     std::optional<SlideList> slideList_;
+    std::optional<std::vector<Slide>> slides_;
     std::map<std::string, std::string> parts_;
     std::map<std::string, std::vector<Relationship>> relationships_;
 };

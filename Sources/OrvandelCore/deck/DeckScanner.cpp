@@ -20,10 +20,6 @@ namespace orvandel::DeckScanner {
 namespace {
 
 // Patterns are compiled once; one that does not compile matches nothing.
-const Regex& showPattern() {
-    static const Regex re(R"re(\sshow\s*=\s*["']([^"']*)["'])re");
-    return re;
-}
 const Regex& picturePattern() {
     static const Regex re(R"re(<p:pic\b[\s\S]*?</p:pic>)re");
     return re;
@@ -110,18 +106,6 @@ std::string withoutSlidesFolder(std::string_view file) {
 
 }  // namespace
 
-bool isSlideHidden(std::string_view xml) {
-    const auto start = xml.find("<p:sld");
-    if (start == std::string_view::npos) return false;
-    const auto close = xml.find('>', start + 6);
-    if (close == std::string_view::npos) return false;
-    const std::string_view rootTag = xml.substr(start, close + 1 - start);
-    const auto match = showPattern().firstMatch(rootTag);
-    if (!match) return false;
-    const std::string_view value = match->group(rootTag, 1);
-    return value == "0" || asciiLowercased(value) == "false";
-}
-
 bool hasVideoAutoplay(std::string_view xml) { return hasVideoAutoplay(parsedTiming(xml)); }
 
 MainSeqVideo mainSeqVideo(std::string_view xml) { return mainSeqVideo(parsedTiming(xml)); }
@@ -147,8 +131,9 @@ bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
 
 namespace {
 
-SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, std::string_view xml,
-                          std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
+SlideReport slideReportOf(const Slide& slide, std::string_view xml, std::string_view relsXML,
+                          const SlideDurations& videoMs, const SlideDurations& gifMs) {
+    const std::int64_t displayIndex = slide.number;
     for (const auto& [given, what] :
          {std::pair{&videoMs, "the video length given"}, {&gifMs, "the GIF length given"}}) {
         const auto ms = lookup(*given, displayIndex);
@@ -167,7 +152,7 @@ SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, st
 
     SlideReport r;
     r.displayIndex = displayIndex;
-    r.file = file;
+    r.file = slide.file;
     r.bulletCount = scan.bulletCount;
     r.bulletDursMs = scan.bulletDursMs;
     r.autoDurationMs = scan.autoDurationMs;
@@ -181,7 +166,7 @@ SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, st
                                                          videoBeside ? *videoDurationMs : 0, gifDurationMs.has_value(),
                                                          gifDurationMs.value_or(0), scan.exitGroupCount);
     }
-    r.isHidden = isSlideHidden(xml);
+    r.isHidden = slide.hidden;
     r.videoDurationMs = videoDurationMs;
     r.hasOnClickVideo = video.present && video.isOnClick;
     r.hasGif = slideHasGif(xml, relsXML);
@@ -194,14 +179,14 @@ SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, st
 
 }  // namespace
 
-SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std::string_view xml,
-                        std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
+SlideReport slideReport(const Slide& slide, std::string_view xml, std::string_view relsXML,
+                        const SlideDurations& videoMs, const SlideDurations& gifMs) {
     try {
-        return slideReportOf(displayIndex, file, xml, relsXML, videoMs, gifMs);
+        return slideReportOf(slide, xml, relsXML, videoMs, gifMs);
     } catch (const SlideXMLError& e) {
-        throw e.inPart(file);
+        throw e.inPart(slide.file);
     } catch (const TimingValueError& e) {
-        auto failure = DeckError::durationTooLong(displayIndex,
+        auto failure = DeckError::durationTooLong(slide.number,
                                                   "its timing value " + e.attribute() + "=\"" + e.value() + "\"");
         failure.keepCause(e);
         throw failure;
@@ -216,17 +201,15 @@ std::vector<SlideReport> report(DeckModel& deck, const SlideDurations& videoMs, 
     }
     std::vector<SlideReport> reports;
     reports.reserve(list.files.size());
-    std::int64_t displayIndex = 0;
-    for (const auto& file : list.files) {
-        ++displayIndex;
-        const std::string& xml = deck.part(file);
+    for (const auto& slide : deck.slides()) {
+        const std::string& xml = deck.part(slide.file);
         const std::string* rels = nullptr;
         try {
-            rels = &deck.relationshipsText(file);
+            rels = &deck.relationshipsText(slide.file);
         } catch (const PptxArchive::ArchiveError&) {
             // An unreadable relationships part: the slide simply has no GIF.
         }
-        reports.push_back(slideReport(displayIndex, file, xml, rels ? *rels : "", videoMs, gifMs));
+        reports.push_back(slideReport(slide, xml, rels ? *rels : "", videoMs, gifMs));
     }
     return reports;
 }

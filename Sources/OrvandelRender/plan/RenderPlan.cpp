@@ -7,7 +7,6 @@
 #include "base/Numbers.hpp"
 #include "base/Regex.hpp"
 #include "container/SlideXML.hpp"
-#include "deck/DeckScanner.hpp"
 #include "plan/GraphicBuild.hpp"
 #include "tools/RenderError.hpp"
 
@@ -80,15 +79,14 @@ RenderPlan read(DeckModel& deck) {
         plan.slideWidthEmu = attributeNumber(tag, R"re(\bcx="(\d+)")re").value_or(0);
         plan.slideHeightEmu = attributeNumber(tag, R"re(\bcy="(\d+)")re").value_or(0);
     }
-    const auto& files = deck.slideFiles();
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        const std::string& xml = deck.part(files[i]);
-        RenderSlide slide{static_cast<std::int64_t>(i) + 1, files[i], DeckScanner::isSlideHidden(xml), 0, {}};
+    for (const Slide& listed : deck.slides()) {
+        const std::string& file = listed.file;
+        const std::string& xml = deck.part(file);
+        RenderSlide slide{listed.number, file, listed.hidden, 0, {}};
         const auto advTm = advanceTimeMs(xml);
         if (!advTm && !slide.hidden) {
             throw RenderError(RenderError::Case::badDeck, ExportStage::readPlan,
-                              std::string(kErrorLead) + ": slide " + std::to_string(slide.displayIndex) + " (" +
-                                  files[i] +
+                              std::string(kErrorLead) + ": slide " + std::to_string(slide.displayIndex) + " (" + file +
                                   ") has no automatic advance time. Only a deck prepared by "
                                   "orvandel (orvandel prepare, or the export itself) can be rendered.");
         }
@@ -96,7 +94,7 @@ RenderPlan read(DeckModel& deck) {
         if (!slide.hidden) {
             try {
                 slide.playout = PlayoutTimeline::evaluate(xml);
-                const auto whole = graphicsShownWhole(deck, files[i], xml, slide.playout);
+                const auto whole = graphicsShownWhole(deck, file, xml, slide.playout);
                 std::set<std::string> shapes;
                 for (const auto& [shape, why] : whole) {
                     shapes.insert(shape);
@@ -106,7 +104,7 @@ RenderPlan read(DeckModel& deck) {
             } catch (const SlideXMLError& e) {
                 throw RenderError(RenderError::Case::badDeck, ExportStage::readPlan,
                                   std::string(kErrorLead) + ": the animation timing of slide " +
-                                      std::to_string(slide.displayIndex) + " (" + files[i] + ") cannot be read (" +
+                                      std::to_string(slide.displayIndex) + " (" + file + ") cannot be read (" +
                                       e.what() + "). Prepare the deck again with orvandel.",
                                   e.cause());
             }
