@@ -104,6 +104,19 @@ const std::string& DeckModel::part(const std::string& entry) {
     return parts_.emplace(entry, archive_.readEntry(entry)).first->second;
 }
 
+const std::string& DeckModel::repairedPart(const std::string& entry, bool& repaired) {
+    repaired = false;
+    if (const auto found = parts_.find(entry); found != parts_.end()) return found->second;
+    if (const auto found = repairedParts_.find(entry); found != repairedParts_.end()) {
+        repaired = true;
+        return found->second;
+    }
+    std::string text = archive_.readEntryUnchecked(entry);
+    if (isValidUtf8(text)) return parts_.emplace(entry, std::move(text)).first->second;
+    repaired = true;
+    return repairedParts_.emplace(entry, repairedUtf8(text)).first->second;
+}
+
 const std::string& DeckModel::relationshipsText(const std::string& owner) {
     static const std::string none;
     const std::string rels = Relationships::relsPath(owner);

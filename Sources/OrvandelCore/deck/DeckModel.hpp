@@ -101,6 +101,11 @@ public:
     // PptxArchive::Deck::readEntry does (each call, until a read succeeds).
     const std::string& part(const std::string& entry);
 
+    // The part as text whose bytes that are not UTF-8 are replaced (U+FFFD),
+    // for the notes, which are shown even when damaged; `repaired` says
+    // whether any were. Read once and kept, within largestPart() as part().
+    const std::string& repairedPart(const std::string& entry, bool& repaired);
+
     // The relationships of `part` (by the part's own name): none when it has
     // no relationships part. Throws ArchiveError when that part cannot be
     // read, XmlParseError when it is not well-formed.
@@ -118,13 +123,14 @@ public:
     std::map<std::string, std::string> transitions();
 
     // How many parts have been inflated so far (each at most once).
-    std::size_t partsInflated() const { return parts_.size(); }
+    std::size_t partsInflated() const { return parts_.size() + repairedParts_.size(); }
 
 private:
     PptxArchive::Deck archive_;
     std::optional<SlideList> slideList_;
     std::optional<std::vector<Slide>> slides_;
     std::map<std::string, std::string> parts_;
+    std::map<std::string, std::string> repairedParts_;  // only those that needed it
     std::map<std::string, std::vector<Relationship>> relationships_;
 };
 
