@@ -203,6 +203,27 @@ std::string XmlElement::name() const {
     return qualifiedName(n->ns, n->name);
 }
 
+std::string XmlElement::localName() const { return cstr(asNode(node_)->name); }
+
+std::string XmlElement::namespaceName() const {
+    const xmlNs* ns = asNode(node_)->ns;
+    return ns && ns->href ? cstr(ns->href) : "";
+}
+
+bool XmlElement::is(std::string_view namespaceName, std::string_view localName) const {
+    const xmlNodePtr n = asNode(node_);
+    const std::string_view href = n->ns && n->ns->href ? cstr(n->ns->href) : "";
+    return href == namespaceName && std::string_view(cstr(n->name)) == localName;
+}
+
+std::optional<std::string> XmlElement::attributeIn(std::string_view namespaceName, std::string_view localName) const {
+    for (xmlAttrPtr a = asNode(node_)->properties; a; a = a->next) {
+        const std::string_view href = a->ns && a->ns->href ? cstr(a->ns->href) : "";
+        if (href == namespaceName && std::string_view(cstr(a->name)) == localName) return attrValue(a);
+    }
+    return std::nullopt;
+}
+
 std::optional<std::string> XmlElement::attribute(std::string_view qname) const {
     for (xmlAttrPtr a = asNode(node_)->properties; a; a = a->next) {
         if (qualifiedName(a->ns, a->name) == qname) return attrValue(a);

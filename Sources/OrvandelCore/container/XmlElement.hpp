@@ -61,8 +61,16 @@ public:
     bool operator==(const XmlElement& other) const { return node_ == other.node_; }
 
     std::string name() const;
+    // The name without its prefix, and the namespace the prefix (or the
+    // default) stands for ("" for none): for readers that accept any prefix.
+    std::string localName() const;
+    std::string namespaceName() const;
+    // Whether the element is `localName` of namespace `namespaceName`.
+    bool is(std::string_view namespaceName, std::string_view localName) const;
 
     std::optional<std::string> attribute(std::string_view qualifiedName) const;
+    // The attribute `localName` of namespace `namespaceName` ("": no namespace), whatever its prefix.
+    std::optional<std::string> attributeIn(std::string_view namespaceName, std::string_view localName) const;
     // All attributes in document order (namespace declarations are not attributes).
     std::vector<std::pair<std::string, std::string>> attributes() const;
     // Removes every attribute with that qualified name; absent is fine.

@@ -162,6 +162,11 @@ bool DeckModel::isHidden(std::string_view slideXml) {
     return false;
 }
 
+std::optional<XmlElement> DeckModel::slideSize() {
+    slideList();
+    return slideSize_;
+}
+
 const std::vector<Slide>& DeckModel::slides() {
     if (slides_) return *slides_;
     std::vector<Slide> out;
@@ -194,6 +199,9 @@ const SlideList& DeckModel::slideList() {
         targets[r.id] = r.target;
     }
 
+    for (const auto& child : presentation.childElements()) {
+        if (!slideSize_ && child.is(OOXML::p, "sldSz")) slideSize_ = child;
+    }
     SlideList list;
     std::int64_t position = 0;
     for (const auto& idList : presentation.childElements()) {

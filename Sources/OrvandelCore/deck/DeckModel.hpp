@@ -87,6 +87,9 @@ public:
     // does not parse.
     const SlideList& slideList();
     const std::vector<std::string>& slideFiles() { return slideList().files; }
+    // The presentation's p:sldSz element (any prefix), from the same reading
+    // as the slide list; nothing when it has none. Throws as slideList().
+    std::optional<XmlElement> slideSize();
 
     // The slides of slideList() with their display numbers and hidden flags,
     // read once. Reads every slide part: throws as slideList() and part() do.
@@ -129,6 +132,7 @@ private:
     PptxArchive::Deck archive_;
     std::optional<SlideList> slideList_;
     std::optional<std::vector<Slide>> slides_;
+    std::optional<XmlElement> slideSize_;
     std::map<std::string, std::string> parts_;
     std::map<std::string, std::string> repairedParts_;  // only those that needed it
     std::map<std::string, std::vector<Relationship>> relationships_;

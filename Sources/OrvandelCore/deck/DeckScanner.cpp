@@ -5,7 +5,6 @@
 
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
-#include "base/Regex.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
 #include "container/XmlElement.hpp"
@@ -19,27 +18,49 @@ namespace orvandel::DeckScanner {
 
 namespace {
 
-// Patterns are compiled once; one that does not compile matches nothing.
-const Regex& picturePattern() {
-    static const Regex re(R"re(<p:pic\b[\s\S]*?</p:pic>)re");
-    return re;
-}
-const Regex& blipPattern() {
-    static const Regex re(R"re(<a:blip\b[^>]*?r:embed="(rId\d+)")re");
-    return re;
-}
-
-// Capture `group` of every match, in order (0 = the whole match).
-std::vector<std::string> matches(std::string_view in, const Regex& pattern, std::size_t group) {
-    return pattern.captures(in, group);
-}
-
-std::int64_t occurrences(std::string_view text, std::string_view needle) {
-    std::int64_t count = 0;
-    for (auto at = text.find(needle); at != std::string_view::npos; at = text.find(needle, at + needle.size())) {
-        ++count;
+// The whole slide as a tree, read as a slide part is (SlideXMLError when it does not parse).
+XmlElement parsedSlide(std::string_view xml) {
+    try {
+        return XmlElement::parseDocument(xml);
+    } catch (const XmlParseError& e) {
+        throw SlideXMLError::parseFailed(e.what());
     }
+}
+
+std::int64_t videoFiles(const XmlElement& slide) {
+    std::int64_t count = 0;
+    slide.walk([&](const XmlElement& e) { count += e.is(OOXML::a, "videoFile"); });
     return count;
+}
+
+bool hasGif(const XmlElement& slide, std::string_view relsXML) {
+    std::map<std::string, Relationship> targets;
+    try {
+        if (!relsXML.empty()) targets = Relationships::byId(Relationships::parse(relsXML));
+    } catch (const XmlParseError&) {
+        // Unreadable relationships: no picture can be found behind the shapes.
+    }
+    if (targets.empty()) return false;
+    std::vector<XmlElement> pictures;
+    slide.walk([&](const XmlElement& e) {
+        if (e.is(OOXML::p, "pic")) pictures.push_back(e);
+    });
+    for (const auto& picture : pictures) {
+        bool video = false;
+        std::vector<std::string> images;
+        picture.walk([&](const XmlElement& e) {
+            video = video || e.is(OOXML::a, "videoFile");
+            if (!e.is(OOXML::a, "blip")) return;
+            if (auto id = e.attributeIn(OOXML::r, "embed")) images.push_back(std::move(*id));
+        });
+        // A video's poster frame is a picture too, but not a GIF to time.
+        if (video) continue;
+        for (const auto& id : images) {
+            const auto it = targets.find(id);
+            if (it != targets.end() && asciiLowercased(it->second.target).ends_with(".gif")) return true;
+        }
+    }
+    return false;
 }
 
 // The slide's p:timing as a tree, or nothing when it is missing or malformed.
@@ -110,24 +131,7 @@ bool hasVideoAutoplay(std::string_view xml) { return hasVideoAutoplay(parsedTimi
 
 MainSeqVideo mainSeqVideo(std::string_view xml) { return mainSeqVideo(parsedTiming(xml)); }
 
-bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
-    std::map<std::string, Relationship> targets;
-    try {
-        if (!relsXML.empty()) targets = Relationships::byId(Relationships::parse(relsXML));
-    } catch (const XmlParseError&) {
-        // Unreadable relationships: no picture can be found behind the shapes.
-    }
-    if (targets.empty()) return false;
-    for (const auto& picture : matches(slideXML, picturePattern(), 0)) {
-        // A video's poster frame is a picture too, but not a GIF to time.
-        if (picture.find("<a:videoFile") != std::string::npos) continue;
-        for (const auto& id : matches(picture, blipPattern(), 1)) {
-            const auto it = targets.find(id);
-            if (it != targets.end() && asciiLowercased(it->second.target).ends_with(".gif")) return true;
-        }
-    }
-    return false;
-}
+bool slideHasGif(std::string_view slideXML, std::string_view relsXML) { return hasGif(parsedSlide(slideXML), relsXML); }
 
 namespace {
 
@@ -157,7 +161,14 @@ SlideReport slideReportOf(const Slide& slide, std::string_view xml, std::string_
     r.bulletDursMs = scan.bulletDursMs;
     r.autoDurationMs = scan.autoDurationMs;
     r.hasVideoAutoplay = hasVideoAutoplay(timing);
-    r.videoCount = occurrences(xml, "<a:videoFile");
+    // A slide that does not parse shows no video or GIF here; preparing the
+    // deck refuses it with the other slides it cannot write (SlideValidator).
+    std::optional<XmlElement> slideTree;
+    try {
+        slideTree = XmlElement::parseDocument(xml);
+    } catch (const XmlParseError&) {
+    }
+    r.videoCount = slideTree ? videoFiles(*slideTree) : 0;
     if (!video.present || videoDurationMs) {
         // An opening video's time is already in the opening chain.
         const bool videoBeside = videoDurationMs.has_value() && !scan.opensWithMedia;
@@ -169,7 +180,7 @@ SlideReport slideReportOf(const Slide& slide, std::string_view xml, std::string_
     r.isHidden = slide.hidden;
     r.videoDurationMs = videoDurationMs;
     r.hasOnClickVideo = video.present && video.isOnClick;
-    r.hasGif = slideHasGif(xml, relsXML);
+    r.hasGif = slideTree && hasGif(*slideTree, relsXML);
     r.hasExitEffect = scan.hasExitEffect;
     r.exitGroupCount = scan.exitGroupCount;
     r.orderedGroupKinds = scan.orderedGroupKinds;

@@ -66,7 +66,8 @@ bool hasVideoAutoplay(std::string_view xml);
 MainSeqVideo mainSeqVideo(std::string_view xml);
 // A picture that is not a video embeds an image whose target ends in ".gif"
 // (any case); relsXML is the slide's relationships part, or "" (as is one
-// that does not parse).
+// that does not parse). Read with the parser, any prefix: throws
+// SlideXMLError::parseFailed when the slide does not parse.
 bool slideHasGif(std::string_view slideXML, std::string_view relsXML);
 
 }  // namespace DeckScanner

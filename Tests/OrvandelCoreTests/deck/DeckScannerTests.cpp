@@ -92,6 +92,10 @@ TEST(DeckScannerTest, GifsAreNonVideoPicturesWithAGifTarget) {
     EXPECT_TRUE(DeckScanner::slideHasGif(slideXml(kVideo + picture("4", "rId5")), rels));
     EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId6")), rels));
     EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId5")), ""));
+    // Any prefix of the picture's namespace, any relationship id.
+    EXPECT_TRUE(DeckScanner::slideHasGif(slideXml(std::string("<q:pic xmlns:q=\"") + kNsP +
+                                                  "\"><a:blip r:embed=\"gif\"/></q:pic>"),
+                                         relationshipsXml({{"gif", "image", "../media/a.gif"}})));
 }
 
 TEST(DeckScannerTest, ReportsEverySlideWithItsAdvanceTime) {
