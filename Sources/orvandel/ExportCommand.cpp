@@ -82,10 +82,9 @@ private:
 int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err) {
     const auto videoMs = parseSlideDurations(options.video, "--video");
     const auto gifMs = parseSlideDurations(options.gif, "--gif");
-    {
-        DeckModel model{std::filesystem::path(options.deck)};
-        checkSlidesExist(videoMs, gifMs, model);
-    }
+    // One reading of the deck serves the check and the export.
+    DeckModel model{std::filesystem::path(options.deck)};
+    checkSlidesExist(videoMs, gifMs, model);
     std::filesystem::path deck = options.deck;
     std::filesystem::path destination = options.output;
     if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");
@@ -108,7 +107,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
                       }};
     OrvExporter::Result result;
     try {
-        result = OrvExporter::export_(deck, movie, destination, videoMs, gifMs, std::chrono::system_clock::now(),
+        result = OrvExporter::export_(model, movie, destination, videoMs, gifMs, std::chrono::system_clock::now(),
                                       "orvandel-cli", std::string("orvandel-core/") + ORVANDEL_VERSION, {}, *renderer,
                                       hooks, options.chapters ? ChapterWriter(MovieChapters::embed) : ChapterWriter());
     } catch (...) {

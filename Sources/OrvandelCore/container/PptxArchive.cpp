@@ -386,10 +386,14 @@ void Deck::extractStored(const std::string& entry, const std::filesystem::path& 
 }
 
 std::string Deck::readEntry(const std::string& entry) {
-    if (!open_) open_ = std::make_unique<Open>(path_, entry);
-    std::string text = open_->read<std::string>(entry, largestPart());
+    std::string text = readEntryUnchecked(entry);
     if (!isValidUtf8(text)) throw ArchiveError::decodeFailed(entry);
     return text;
+}
+
+std::string Deck::readEntryUnchecked(const std::string& entry) {
+    if (!open_) open_ = std::make_unique<Open>(path_, entry);
+    return open_->read<std::string>(entry, largestPart());
 }
 
 namespace {

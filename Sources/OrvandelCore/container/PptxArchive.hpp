@@ -65,6 +65,9 @@ public:
     const std::filesystem::path& path() const { return path_; }
     Bytes readEntryBytes(const std::string& entry);
     std::string readEntry(const std::string& entry);
+    // The entry's bytes as readEntry bounds them (largestPart()), not checked
+    // for UTF-8: for a reader that repairs the text itself.
+    std::string readEntryUnchecked(const std::string& entry);
     // The first `most` bytes of the entry (all of it when shorter), read or
     // inflated no further than needed; their CRC is not checked.
     Bytes readEntryHead(const std::string& entry, std::size_t most);

@@ -133,6 +133,42 @@ std::optional<std::string> XmlElement::wellFormednessError(std::string_view text
     return sink.first.empty() ? std::string("not well-formed") : sink.first;
 }
 
+XmlStartTag XmlElement::rootStartTag(std::string_view text) {
+    static std::once_flag init;
+    std::call_once(init, [] { xmlInitParser(); });
+    if (text.size() > static_cast<std::size_t>(INT_MAX)) throw XmlParseError("document too large");
+    ErrorSink sink;
+    ErrorCapture capture(&sink);
+    // The tree builder, fed a little at a time: the root exists as soon as
+    // its start tag has been read, and reading stops there.
+    xmlParserCtxtPtr ctxt = xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr);
+    if (!ctxt) throw XmlParseError("out of memory");
+    xmlCtxtResetPush(ctxt, nullptr, 0, nullptr, "UTF-8");
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    xmlCtxtUseOptions(ctxt, XML_PARSE_NONET);
+    const auto root = [&] { return ctxt->myDoc ? xmlDocGetRootElement(ctxt->myDoc) : nullptr; };
+    constexpr std::size_t kChunk = 4096;
+    std::size_t at = 0;
+    for (; at < text.size() && ctxt->wellFormed && !root(); at += kChunk) {
+        const std::size_t n = std::min(kChunk, text.size() - at);
+        xmlParseChunk(ctxt, text.data() + at, static_cast<int>(n), 0);
+    }
+    if (at >= text.size() && ctxt->wellFormed && !root()) xmlParseChunk(ctxt, nullptr, 0, 1);
+    std::optional<XmlStartTag> tag;
+    if (xmlNodePtr r = root()) {
+        tag.emplace();
+        tag->name = qualifiedName(r->ns, r->name);
+        if (r->ns && r->ns->href) tag->namespaceName = cstr(r->ns->href);
+        for (xmlAttrPtr a = r->properties; a; a = a->next) {
+            tag->attributes.emplace_back(qualifiedName(a->ns, a->name), attrValue(a));
+        }
+    }
+    if (ctxt->myDoc) xmlFreeDoc(ctxt->myDoc);
+    xmlFreeParserCtxt(ctxt);
+    if (!tag) throw XmlParseError(sink.first.empty() ? "document has no root element" : sink.first);
+    return *tag;
+}
+
 XmlElement XmlElement::parseDocument(std::string_view text) {
     static std::once_flag init;
     std::call_once(init, [] { xmlInitParser(); });
@@ -165,6 +201,27 @@ XmlElement XmlElement::parseDocument(std::string_view text) {
 std::string XmlElement::name() const {
     xmlNodePtr n = asNode(node_);
     return qualifiedName(n->ns, n->name);
+}
+
+std::string XmlElement::localName() const { return cstr(asNode(node_)->name); }
+
+std::string XmlElement::namespaceName() const {
+    const xmlNs* ns = asNode(node_)->ns;
+    return ns && ns->href ? cstr(ns->href) : "";
+}
+
+bool XmlElement::is(std::string_view namespaceName, std::string_view localName) const {
+    const xmlNodePtr n = asNode(node_);
+    const std::string_view href = n->ns && n->ns->href ? cstr(n->ns->href) : "";
+    return href == namespaceName && std::string_view(cstr(n->name)) == localName;
+}
+
+std::optional<std::string> XmlElement::attributeIn(std::string_view namespaceName, std::string_view localName) const {
+    for (xmlAttrPtr a = asNode(node_)->properties; a; a = a->next) {
+        const std::string_view href = a->ns && a->ns->href ? cstr(a->ns->href) : "";
+        if (href == namespaceName && std::string_view(cstr(a->name)) == localName) return attrValue(a);
+    }
+    return std::nullopt;
 }
 
 std::optional<std::string> XmlElement::attribute(std::string_view qname) const {

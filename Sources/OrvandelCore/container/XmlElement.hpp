@@ -27,6 +27,13 @@ namespace detail {
 struct XmlDocHolder;
 }
 
+// A document's root start tag, as the parser read it.
+struct XmlStartTag {
+    std::string name;           // qualified, as written
+    std::string namespaceName;  // the namespace its prefix (or the default) stands for; "" for none
+    std::vector<std::pair<std::string, std::string>> attributes;  // as XmlElement::attributes()
+};
+
 class XmlElement {
 public:
     // One child node as the emitter sees it.
@@ -44,12 +51,26 @@ public:
     // applies.
     static std::optional<std::string> wellFormednessError(std::string_view text);
 
+    // The root element's start tag, read without going further: what follows
+    // it (however long, whatever it holds) is not parsed. Throws
+    // XmlParseError when the text up to the end of that tag is not
+    // well-formed or holds no element.
+    static XmlStartTag rootStartTag(std::string_view text);
+
     explicit operator bool() const { return node_ != nullptr; }
     bool operator==(const XmlElement& other) const { return node_ == other.node_; }
 
     std::string name() const;
+    // The name without its prefix, and the namespace the prefix (or the
+    // default) stands for ("" for none): for readers that accept any prefix.
+    std::string localName() const;
+    std::string namespaceName() const;
+    // Whether the element is `localName` of namespace `namespaceName`.
+    bool is(std::string_view namespaceName, std::string_view localName) const;
 
     std::optional<std::string> attribute(std::string_view qualifiedName) const;
+    // The attribute `localName` of namespace `namespaceName` ("": no namespace), whatever its prefix.
+    std::optional<std::string> attributeIn(std::string_view namespaceName, std::string_view localName) const;
     // All attributes in document order (namespace declarations are not attributes).
     std::vector<std::pair<std::string, std::string>> attributes() const;
     // Removes every attribute with that qualified name; absent is fine.

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/Bytes.hpp"
 #include "container/SlideXML.hpp"
 #include "container/XmlElement.hpp"
 
@@ -103,6 +104,19 @@ const std::string& DeckModel::part(const std::string& entry) {
     return parts_.emplace(entry, archive_.readEntry(entry)).first->second;
 }
 
+const std::string& DeckModel::repairedPart(const std::string& entry, bool& repaired) {
+    repaired = false;
+    if (const auto found = parts_.find(entry); found != parts_.end()) return found->second;
+    if (const auto found = repairedParts_.find(entry); found != repairedParts_.end()) {
+        repaired = true;
+        return found->second;
+    }
+    std::string text = archive_.readEntryUnchecked(entry);
+    if (isValidUtf8(text)) return parts_.emplace(entry, std::move(text)).first->second;
+    repaired = true;
+    return repairedParts_.emplace(entry, repairedUtf8(text)).first->second;
+}
+
 const std::string& DeckModel::relationshipsText(const std::string& owner) {
     static const std::string none;
     const std::string rels = Relationships::relsPath(owner);
@@ -134,6 +148,37 @@ std::map<std::string, std::string> DeckModel::transitions() {
     return out;
 }
 
+bool DeckModel::isHidden(std::string_view slideXml) {
+    XmlStartTag root;
+    try {
+        root = XmlElement::rootStartTag(slideXml);
+    } catch (const XmlParseError&) {
+        return false;
+    }
+    if (root.namespaceName != OOXML::p || localName(root.name) != "sld") return false;
+    for (const auto& [name, value] : root.attributes) {
+        if (name == "show") return value == "0" || asciiLowercased(value) == "false";
+    }
+    return false;
+}
+
+std::optional<XmlElement> DeckModel::slideSize() {
+    slideList();
+    return slideSize_;
+}
+
+const std::vector<Slide>& DeckModel::slides() {
+    if (slides_) return *slides_;
+    std::vector<Slide> out;
+    const auto& files = slideFiles();
+    out.reserve(files.size());
+    for (const auto& file : files) {
+        out.push_back({file, static_cast<std::int64_t>(out.size()) + 1, isHidden(part(file))});
+    }
+    slides_ = std::move(out);
+    return *slides_;
+}
+
 const SlideList& DeckModel::slideList() {
     if (slideList_) return *slideList_;
     static const std::string presentationPart = "ppt/presentation.xml";
@@ -154,6 +199,9 @@ const SlideList& DeckModel::slideList() {
         targets[r.id] = r.target;
     }
 
+    for (const auto& child : presentation.childElements()) {
+        if (!slideSize_ && child.is(OOXML::p, "sldSz")) slideSize_ = child;
+    }
     SlideList list;
     std::int64_t position = 0;
     for (const auto& idList : presentation.childElements()) {

@@ -61,6 +61,14 @@ struct SlideList {
     std::vector<std::string> droppedIds;
 };
 
+// A listed slide as the deck shows it.
+struct Slide {
+    std::string file;         // its entry path
+    std::int64_t number = 0;  // its display number: 1, 2... in list order, hidden slides counted
+    bool hidden = false;
+    bool operator==(const Slide&) const = default;
+};
+
 class DeckModel {
 public:
     explicit DeckModel(std::filesystem::path deck);
@@ -79,11 +87,27 @@ public:
     // does not parse.
     const SlideList& slideList();
     const std::vector<std::string>& slideFiles() { return slideList().files; }
+    // The presentation's p:sldSz element (any prefix), from the same reading
+    // as the slide list; nothing when it has none. Throws as slideList().
+    std::optional<XmlElement> slideSize();
+
+    // The slides of slideList() with their display numbers and hidden flags,
+    // read once. Reads every slide part: throws as slideList() and part() do.
+    const std::vector<Slide>& slides();
+    // The slide's root start tag is the presentation namespace's sld and its
+    // show attribute is "0" or, in any case, "false". A slide whose text does
+    // not parse up to that tag is not hidden.
+    static bool isHidden(std::string_view slideXml);
 
     bool contains(const std::string& entry) { return archive_.contains(entry); }
     // The part as UTF-8 text, inflated on the first call and kept. Throws as
     // PptxArchive::Deck::readEntry does (each call, until a read succeeds).
     const std::string& part(const std::string& entry);
+
+    // The part as text whose bytes that are not UTF-8 are replaced (U+FFFD),
+    // for the notes, which are shown even when damaged; `repaired` says
+    // whether any were. Read once and kept, within largestPart() as part().
+    const std::string& repairedPart(const std::string& entry, bool& repaired);
 
     // The relationships of `part` (by the part's own name): none when it has
     // no relationships part. Throws ArchiveError when that part cannot be
@@ -102,12 +126,15 @@ public:
     std::map<std::string, std::string> transitions();
 
     // How many parts have been inflated so far (each at most once).
-    std::size_t partsInflated() const { return parts_.size(); }
+    std::size_t partsInflated() const { return parts_.size() + repairedParts_.size(); }
 
 private:
     PptxArchive::Deck archive_;
     std::optional<SlideList> slideList_;
+    std::optional<std::vector<Slide>> slides_;
+    std::optional<XmlElement> slideSize_;
     std::map<std::string, std::string> parts_;
+    std::map<std::string, std::string> repairedParts_;  // only those that needed it
     std::map<std::string, std::vector<Relationship>> relationships_;
 };
 

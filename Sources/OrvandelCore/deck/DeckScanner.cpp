@@ -5,7 +5,6 @@
 
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
-#include "base/Regex.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
 #include "container/XmlElement.hpp"
@@ -19,31 +18,49 @@ namespace orvandel::DeckScanner {
 
 namespace {
 
-// Patterns are compiled once; one that does not compile matches nothing.
-const Regex& showPattern() {
-    static const Regex re(R"re(\sshow\s*=\s*["']([^"']*)["'])re");
-    return re;
-}
-const Regex& picturePattern() {
-    static const Regex re(R"re(<p:pic\b[\s\S]*?</p:pic>)re");
-    return re;
-}
-const Regex& blipPattern() {
-    static const Regex re(R"re(<a:blip\b[^>]*?r:embed="(rId\d+)")re");
-    return re;
-}
-
-// Capture `group` of every match, in order (0 = the whole match).
-std::vector<std::string> matches(std::string_view in, const Regex& pattern, std::size_t group) {
-    return pattern.captures(in, group);
-}
-
-std::int64_t occurrences(std::string_view text, std::string_view needle) {
-    std::int64_t count = 0;
-    for (auto at = text.find(needle); at != std::string_view::npos; at = text.find(needle, at + needle.size())) {
-        ++count;
+// The whole slide as a tree, read as a slide part is (SlideXMLError when it does not parse).
+XmlElement parsedSlide(std::string_view xml) {
+    try {
+        return XmlElement::parseDocument(xml);
+    } catch (const XmlParseError& e) {
+        throw SlideXMLError::parseFailed(e.what());
     }
+}
+
+std::int64_t videoFiles(const XmlElement& slide) {
+    std::int64_t count = 0;
+    slide.walk([&](const XmlElement& e) { count += e.is(OOXML::a, "videoFile"); });
     return count;
+}
+
+bool hasGif(const XmlElement& slide, std::string_view relsXML) {
+    std::map<std::string, Relationship> targets;
+    try {
+        if (!relsXML.empty()) targets = Relationships::byId(Relationships::parse(relsXML));
+    } catch (const XmlParseError&) {
+        // Unreadable relationships: no picture can be found behind the shapes.
+    }
+    if (targets.empty()) return false;
+    std::vector<XmlElement> pictures;
+    slide.walk([&](const XmlElement& e) {
+        if (e.is(OOXML::p, "pic")) pictures.push_back(e);
+    });
+    for (const auto& picture : pictures) {
+        bool video = false;
+        std::vector<std::string> images;
+        picture.walk([&](const XmlElement& e) {
+            video = video || e.is(OOXML::a, "videoFile");
+            if (!e.is(OOXML::a, "blip")) return;
+            if (auto id = e.attributeIn(OOXML::r, "embed")) images.push_back(std::move(*id));
+        });
+        // A video's poster frame is a picture too, but not a GIF to time.
+        if (video) continue;
+        for (const auto& id : images) {
+            const auto it = targets.find(id);
+            if (it != targets.end() && asciiLowercased(it->second.target).ends_with(".gif")) return true;
+        }
+    }
+    return false;
 }
 
 // The slide's p:timing as a tree, or nothing when it is missing or malformed.
@@ -110,45 +127,17 @@ std::string withoutSlidesFolder(std::string_view file) {
 
 }  // namespace
 
-bool isSlideHidden(std::string_view xml) {
-    const auto start = xml.find("<p:sld");
-    if (start == std::string_view::npos) return false;
-    const auto close = xml.find('>', start + 6);
-    if (close == std::string_view::npos) return false;
-    const std::string_view rootTag = xml.substr(start, close + 1 - start);
-    const auto match = showPattern().firstMatch(rootTag);
-    if (!match) return false;
-    const std::string_view value = match->group(rootTag, 1);
-    return value == "0" || asciiLowercased(value) == "false";
-}
-
 bool hasVideoAutoplay(std::string_view xml) { return hasVideoAutoplay(parsedTiming(xml)); }
 
 MainSeqVideo mainSeqVideo(std::string_view xml) { return mainSeqVideo(parsedTiming(xml)); }
 
-bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
-    std::map<std::string, Relationship> targets;
-    try {
-        if (!relsXML.empty()) targets = Relationships::byId(Relationships::parse(relsXML));
-    } catch (const XmlParseError&) {
-        // Unreadable relationships: no picture can be found behind the shapes.
-    }
-    if (targets.empty()) return false;
-    for (const auto& picture : matches(slideXML, picturePattern(), 0)) {
-        // A video's poster frame is a picture too, but not a GIF to time.
-        if (picture.find("<a:videoFile") != std::string::npos) continue;
-        for (const auto& id : matches(picture, blipPattern(), 1)) {
-            const auto it = targets.find(id);
-            if (it != targets.end() && asciiLowercased(it->second.target).ends_with(".gif")) return true;
-        }
-    }
-    return false;
-}
+bool slideHasGif(std::string_view slideXML, std::string_view relsXML) { return hasGif(parsedSlide(slideXML), relsXML); }
 
 namespace {
 
-SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, std::string_view xml,
-                          std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
+SlideReport slideReportOf(const Slide& slide, std::string_view xml, std::string_view relsXML,
+                          const SlideDurations& videoMs, const SlideDurations& gifMs) {
+    const std::int64_t displayIndex = slide.number;
     for (const auto& [given, what] :
          {std::pair{&videoMs, "the video length given"}, {&gifMs, "the GIF length given"}}) {
         const auto ms = lookup(*given, displayIndex);
@@ -167,12 +156,19 @@ SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, st
 
     SlideReport r;
     r.displayIndex = displayIndex;
-    r.file = file;
+    r.file = slide.file;
     r.bulletCount = scan.bulletCount;
     r.bulletDursMs = scan.bulletDursMs;
     r.autoDurationMs = scan.autoDurationMs;
     r.hasVideoAutoplay = hasVideoAutoplay(timing);
-    r.videoCount = occurrences(xml, "<a:videoFile");
+    // A slide that does not parse shows no video or GIF here; preparing the
+    // deck refuses it with the other slides it cannot write (SlideValidator).
+    std::optional<XmlElement> slideTree;
+    try {
+        slideTree = XmlElement::parseDocument(xml);
+    } catch (const XmlParseError&) {
+    }
+    r.videoCount = slideTree ? videoFiles(*slideTree) : 0;
     if (!video.present || videoDurationMs) {
         // An opening video's time is already in the opening chain.
         const bool videoBeside = videoDurationMs.has_value() && !scan.opensWithMedia;
@@ -181,10 +177,10 @@ SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, st
                                                          videoBeside ? *videoDurationMs : 0, gifDurationMs.has_value(),
                                                          gifDurationMs.value_or(0), scan.exitGroupCount);
     }
-    r.isHidden = isSlideHidden(xml);
+    r.isHidden = slide.hidden;
     r.videoDurationMs = videoDurationMs;
     r.hasOnClickVideo = video.present && video.isOnClick;
-    r.hasGif = slideHasGif(xml, relsXML);
+    r.hasGif = slideTree && hasGif(*slideTree, relsXML);
     r.hasExitEffect = scan.hasExitEffect;
     r.exitGroupCount = scan.exitGroupCount;
     r.orderedGroupKinds = scan.orderedGroupKinds;
@@ -194,14 +190,14 @@ SlideReport slideReportOf(std::int64_t displayIndex, const std::string& file, st
 
 }  // namespace
 
-SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std::string_view xml,
-                        std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs) {
+SlideReport slideReport(const Slide& slide, std::string_view xml, std::string_view relsXML,
+                        const SlideDurations& videoMs, const SlideDurations& gifMs) {
     try {
-        return slideReportOf(displayIndex, file, xml, relsXML, videoMs, gifMs);
+        return slideReportOf(slide, xml, relsXML, videoMs, gifMs);
     } catch (const SlideXMLError& e) {
-        throw e.inPart(file);
+        throw e.inPart(slide.file);
     } catch (const TimingValueError& e) {
-        auto failure = DeckError::durationTooLong(displayIndex,
+        auto failure = DeckError::durationTooLong(slide.number,
                                                   "its timing value " + e.attribute() + "=\"" + e.value() + "\"");
         failure.keepCause(e);
         throw failure;
@@ -216,17 +212,15 @@ std::vector<SlideReport> report(DeckModel& deck, const SlideDurations& videoMs, 
     }
     std::vector<SlideReport> reports;
     reports.reserve(list.files.size());
-    std::int64_t displayIndex = 0;
-    for (const auto& file : list.files) {
-        ++displayIndex;
-        const std::string& xml = deck.part(file);
+    for (const auto& slide : deck.slides()) {
+        const std::string& xml = deck.part(slide.file);
         const std::string* rels = nullptr;
         try {
-            rels = &deck.relationshipsText(file);
+            rels = &deck.relationshipsText(slide.file);
         } catch (const PptxArchive::ArchiveError&) {
             // An unreadable relationships part: the slide simply has no GIF.
         }
-        reports.push_back(slideReport(displayIndex, file, xml, rels ? *rels : "", videoMs, gifMs));
+        reports.push_back(slideReport(slide, xml, rels ? *rels : "", videoMs, gifMs));
     }
     return reports;
 }

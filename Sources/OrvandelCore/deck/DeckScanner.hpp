@@ -49,25 +49,25 @@ std::vector<SlideReport> report(DeckModel& deck, const SlideDurations& videoMs, 
 std::vector<SlideReport> report(const std::filesystem::path& deck, const SlideDurations& videoMs,
                                 const SlideDurations& gifMs, const WarningCallback& warn = {});
 
-// The report of one slide from its XML and its relationships part (empty when
-// it has none: then it has no GIF). advTmMs is absent exactly when the slide
-// has a main-sequence video whose length neither videoMs nor the slide gives.
-SlideReport slideReport(std::int64_t displayIndex, const std::string& file, std::string_view xml,
-                        std::string_view relsXML, const SlideDurations& videoMs, const SlideDurations& gifMs);
+// The report of one slide (its number and hidden flag as the model read
+// them) from its XML and its relationships part (empty when it has none: then
+// it has no GIF). advTmMs is absent exactly when the slide has a
+// main-sequence video whose length neither videoMs nor the slide gives.
+SlideReport slideReport(const Slide& slide, std::string_view xml, std::string_view relsXML,
+                        const SlideDurations& videoMs, const SlideDurations& gifMs);
 
 MediaValidation validateMedia(const std::vector<SlideReport>& reports);
 
 // A plain-text table, one line per slide after a header; no final line feed.
 std::string formatTable(const std::vector<SlideReport>& reports);
 
-// The root start tag's show attribute is "0" or, in any case, "false".
-bool isSlideHidden(std::string_view xml);
 // Some media call of the timing starts without a click.
 bool hasVideoAutoplay(std::string_view xml);
 MainSeqVideo mainSeqVideo(std::string_view xml);
 // A picture that is not a video embeds an image whose target ends in ".gif"
 // (any case); relsXML is the slide's relationships part, or "" (as is one
-// that does not parse).
+// that does not parse). Read with the parser, any prefix: throws
+// SlideXMLError::parseFailed when the slide does not parse.
 bool slideHasGif(std::string_view slideXML, std::string_view relsXML);
 
 }  // namespace DeckScanner

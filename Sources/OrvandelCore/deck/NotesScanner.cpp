@@ -210,11 +210,10 @@ std::optional<std::string> readNotes(DeckModel& deck, const std::string& entry, 
         return std::nullopt;
     }
     try {
-        const Bytes bytes = deck.archive().readEntryBytes(entry);
-        std::string text(bytes.begin(), bytes.end());
-        if (isValidUtf8(text)) return text;
-        say(Warning::notesTextRepaired(slide));
-        return repairedUtf8(text);
+        bool repaired = false;
+        const std::string& text = deck.repairedPart(entry, repaired);
+        if (repaired) say(Warning::notesTextRepaired(slide));
+        return text;
     } catch (const PptxArchive::ArchiveError& e) {
         say(Warning::notesUnreadable(slide, e.what()));
         return std::nullopt;

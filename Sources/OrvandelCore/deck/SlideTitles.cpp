@@ -1,40 +1,13 @@
 #include "deck/SlideTitles.hpp"
 
 #include "base/Bytes.hpp"
-#include "base/Regex.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/SlideXML.hpp"
-#include "deck/DeckScanner.hpp"
+#include "container/XmlElement.hpp"
 
 namespace orvandel::SlideTitles {
 
 namespace {
-
-const Regex& titlePlaceholderPattern() {
-    static const Regex re(R"re(<p:ph\b[^>]*\btype="(?:ctrTitle|title)")re", Regex::Options{.dotAll = true});
-    return re;
-}
-
-// The shape around offset `at`: from its "<p:sp" start tag to its "</p:sp>".
-std::optional<std::string_view> shapeAround(std::string_view xml, std::size_t at) {
-    std::size_t start = std::string_view::npos;
-    for (std::size_t from = at; from != 0;) {
-        const auto found = xml.rfind("<p:sp", from - 1);
-        if (found == std::string_view::npos) break;
-        const char next = found + 5 < xml.size() ? xml[found + 5] : '\0';
-        // Not <p:spPr> or <p:spTree>.
-        if (next == '>' || next == ' ' || next == '\t' || next == '\n' || next == '\r') {
-            start = found;
-            break;
-        }
-        from = found;
-    }
-    if (start == std::string_view::npos) return std::nullopt;
-    static constexpr std::string_view close = "</p:sp>";
-    const auto end = xml.find(close, at);
-    if (end == std::string_view::npos) return std::nullopt;
-    return xml.substr(start, end + close.size() - start);
-}
 
 // Runs of spaces, tabs and line breaks (NEL, U+2028 and U+2029 too: a title
 // is one line) become one space; none at either end.
@@ -58,25 +31,30 @@ std::string collapsed(std::string_view text) {
 }  // namespace
 
 std::optional<std::string> titleText(std::string_view slideXML) {
-    std::string text;
+    XmlElement slide;
     try {
-        const auto placeholder = titlePlaceholderPattern().firstMatch(slideXML);
-        if (!placeholder) return std::nullopt;
-        const auto shape = shapeAround(slideXML, placeholder->groups[0]->first);
-        if (!shape) return std::nullopt;
-        SlideXML::parseFragment(*shape, "p:sp").walk([&](const XmlElement& e) {
-            const auto name = e.name();
-            if (name == "a:p" || name == "a:br") text += ' ';
-            if (name != "a:t") return;
-            e.visitChildren([&](XmlElement::NodeKind kind, const XmlElement&, std::string_view t) {
-                if (kind == XmlElement::NodeKind::text) text += t;
-            });
-        });
-    } catch (const SlideXMLError&) {
-        return std::nullopt;
-    } catch (const RegexError&) {
+        slide = XmlElement::parseDocument(slideXML);
+    } catch (const XmlParseError&) {
         return std::nullopt;
     }
+    std::optional<XmlElement> placeholder;
+    slide.walk([&](const XmlElement& e) {
+        if (placeholder || !e.is(OOXML::p, "ph")) return;
+        const auto type = e.attributeIn("", "type");
+        if (type == "ctrTitle" || type == "title") placeholder = e;
+    });
+    if (!placeholder) return std::nullopt;
+    XmlElement shape = placeholder->parent();
+    while (shape && !shape.is(OOXML::p, "sp")) shape = shape.parent();
+    if (!shape) return std::nullopt;
+    std::string text;
+    shape.walk([&](const XmlElement& e) {
+        if (e.is(OOXML::a, "p") || e.is(OOXML::a, "br")) text += ' ';
+        if (!e.is(OOXML::a, "t")) return;
+        e.visitChildren([&](XmlElement::NodeKind kind, const XmlElement&, std::string_view t) {
+            if (kind == XmlElement::NodeKind::text) text += t;
+        });
+    });
     text = collapsed(text);
     if (text.empty()) return std::nullopt;
     return text;

@@ -17,8 +17,9 @@ namespace orvandel::SlideTitles {
 // and line breaks joined by one space, runs of spaces, tabs and line breaks
 // (U+2028 and the other Unicode line terminators among them) made one space,
 // trimmed.
-// Nothing when there is no title placeholder, when it holds no text, or when
-// the shape does not parse: a title is a nicety, never a reason to fail.
+// Read with the XML parser, any prefix. Nothing when there is no title
+// placeholder, when it holds no text, or when the slide does not parse: a
+// title is a nicety, never a reason to fail.
 std::optional<std::string> titleText(std::string_view slideXML);
 
 // Display index (1-based, hidden slides counted) -> title, for the slides

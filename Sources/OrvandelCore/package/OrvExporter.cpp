@@ -57,6 +57,18 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
                const Mp4Exporting& exporter, const RenderHooks& callerHooks, const ChapterWriter& writeChapters) {
+    // The model opens the file on its first read, after the destination checks.
+    DeckModel deck(originalPptx);
+    return export_(deck, masterMp4, outOrv, videoMs, gifMs, generatedAt, source, pluginVersion, isRenderAlive, exporter,
+                   callerHooks, writeChapters);
+}
+
+Result export_(DeckModel& deck, const std::optional<std::filesystem::path>& masterMp4,
+               const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
+               std::chrono::system_clock::time_point generatedAt, const std::string& source,
+               const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
+               const Mp4Exporting& exporter, const RenderHooks& callerHooks, const ChapterWriter& writeChapters) {
+    const std::filesystem::path& originalPptx = deck.path();
     // Every warning, whoever notices it, reaches the caller and the result.
     std::vector<Warning> warnings;
     RenderHooks hooks = callerHooks;
@@ -73,7 +85,6 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
     AtomicFile::checkWritable(outOrv);
     hooks.report(ExportStage::scan, 0);
     // The deck is read once: every step below asks this one reading.
-    DeckModel deck(originalPptx);
     const auto reports = DeckScanner::report(deck, videoMs, gifMs, hooks.warn);
     if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
         throw DeckError::noVisibleSlides();

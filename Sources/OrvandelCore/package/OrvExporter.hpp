@@ -15,6 +15,7 @@
 
 #include "base/Error.hpp"
 #include "base/Warning.hpp"
+#include "deck/DeckModel.hpp"
 #include "deck/SlideReport.hpp"
 #include "render/Chapter.hpp"
 #include "render/ExportError.hpp"
@@ -67,6 +68,13 @@ private:
 // the work directory (also made for a handed-in movie, which stays as it
 // was); the manifest is what it would be without them.
 Result export_(const std::filesystem::path& originalPptx, const std::optional<std::filesystem::path>& masterMp4,
+               const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
+               std::chrono::system_clock::time_point generatedAt, const std::string& source,
+               const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
+               const Mp4Exporting& exporter, const RenderHooks& hooks = {}, const ChapterWriter& writeChapters = {});
+// The same with the deck already open (a caller that has read it too shares
+// the one reading); the deck is deck.path().
+Result export_(DeckModel& deck, const std::optional<std::filesystem::path>& masterMp4,
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,

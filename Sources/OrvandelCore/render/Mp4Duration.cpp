@@ -13,13 +13,13 @@
 
 namespace orvandel::Mp4Duration {
 
-Mp4Error::Mp4Error(std::filesystem::path url, std::string underlying)
-    : Error("cannot measure duration of " + url.filename().string() + ": " + underlying),
-      url_(std::move(url)),
+Mp4Error::Mp4Error(std::filesystem::path path, std::string underlying)
+    : Error("cannot measure duration of " + path.filename().string() + ": " + underlying),
+      path_(std::move(path)),
       underlying_(std::move(underlying)) {}
 
-Mp4Error Mp4Error::cannotMeasure(std::filesystem::path url, std::string underlying) {
-    return Mp4Error(std::move(url), std::move(underlying));
+Mp4Error Mp4Error::cannotMeasure(std::filesystem::path path, std::string underlying) {
+    return Mp4Error(std::move(path), std::move(underlying));
 }
 
 namespace {
@@ -68,10 +68,10 @@ bool isLeadingType(const std::string& type) {
 // offsets are counted from begin.
 class MovieFile {
 public:
-    MovieFile(const std::filesystem::path& url, std::int64_t begin = 0, std::int64_t end = -1)
-        : url_(url), begin_(begin) {
+    MovieFile(const std::filesystem::path& path, std::int64_t begin = 0, std::int64_t end = -1)
+        : path_(path), begin_(begin) {
         // O_NONBLOCK: opening a FIFO must not hang; it is refused below.
-        fd_.fd = ::open(url.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+        fd_.fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
         if (fd_.fd < 0) fail(std::strerror(errno));
         struct stat st {};
         if (::fstat(fd_.fd, &st) != 0) fail(std::strerror(errno));
@@ -83,7 +83,7 @@ public:
 
     std::int64_t size() const { return size_; }
 
-    [[noreturn]] void fail(const std::string& text) const { throw Mp4Error::cannotMeasure(url_, text); }
+    [[noreturn]] void fail(const std::string& text) const { throw Mp4Error::cannotMeasure(path_, text); }
 
     // Reads exactly n bytes at offset; the caller has checked they lie inside the file.
     void readAt(std::int64_t offset, unsigned char* buffer, std::size_t n) const {
@@ -163,7 +163,7 @@ public:
     }
 
 private:
-    std::filesystem::path url_;
+    std::filesystem::path path_;
     std::int64_t begin_ = 0;
     Fd fd_;
     std::int64_t size_ = 0;
@@ -296,7 +296,7 @@ std::optional<VideoTrack> videoTrack(const MovieFile& file, const MovieHeader& m
 
 }  // namespace
 
-std::int64_t measureMs(const std::filesystem::path& url) { return movieHeader(MovieFile(url)).durationMs; }
+std::int64_t measureMs(const std::filesystem::path& path) { return movieHeader(MovieFile(path)).durationMs; }
 
 Movie inspect(const std::filesystem::path& file, std::int64_t begin, std::int64_t end) {
     const MovieFile movie(file, begin, end);

@@ -18,22 +18,22 @@ class Mp4Error : public Error {
 public:
     enum class Case { cannotMeasure };
 
-    static Mp4Error cannotMeasure(std::filesystem::path url, std::string underlying);
+    static Mp4Error cannotMeasure(std::filesystem::path path, std::string underlying);
 
     Case errorCase() const { return Case::cannotMeasure; }
-    const std::filesystem::path& url() const { return url_; }
+    const std::filesystem::path& path() const { return path_; }
     const std::string& underlying() const { return underlying_; }
 
 private:
-    Mp4Error(std::filesystem::path url, std::string underlying);
-    std::filesystem::path url_;
+    Mp4Error(std::filesystem::path path, std::string underlying);
+    std::filesystem::path path_;
     std::string underlying_;
 };
 
 // Whole milliseconds, truncated toward zero (12.3456 s gives 12345, 0.0004 s
 // gives 0). Throws Mp4Error for a missing or unreadable file, a file that is
 // not a movie or is cut short, and a duration that is not finite and above 0.
-std::int64_t measureMs(const std::filesystem::path& url);
+std::int64_t measureMs(const std::filesystem::path& path);
 
 // A movie's first video track (handler 'vide' in 'trak'/'mdia'/'hdlr').
 struct VideoTrack {

@@ -101,13 +101,13 @@ std::vector<SlideReport> prepare(DeckModel& deck, const std::filesystem::path& o
     reports.reserve(files.size());
     taken.reserve(files.size());
 
-    std::int64_t n = 0;
-    for (const std::string& file : files) {
-        ++n;
+    for (const Slide& slide : deck.slides()) {
+        const std::int64_t n = slide.number;
+        const std::string& file = slide.file;
         std::string xml = deck.part(file);
         // The same analysis as the deck report, without the GIF probe: a
         // GIF's length only enters the advance time.
-        SlideReport report = DeckScanner::slideReport(n, file, xml, "", videoMs, gifMs);
+        SlideReport report = DeckScanner::slideReport(slide, xml, "", videoMs, gifMs);
         if (!report.advTmMs) throw DeckError::missingVideoDuration(n);
 
         Rewritten rewritten = rewriteSlide(std::move(xml), n, report, respiroMs, espacamentoMs);

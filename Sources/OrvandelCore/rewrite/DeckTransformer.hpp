@@ -6,8 +6,8 @@
 // the others.
 //
 // The copy is written only when every slide succeeded, under a hidden
-// temporary name beside outputURL and then renamed into place: on any error
-// nothing is left behind and an earlier file at outputURL is untouched.
+// temporary name beside output and then renamed into place: on any error
+// nothing is left behind and an earlier file at output is untouched.
 #include <cstdint>
 #include <filesystem>
 #include <string_view>

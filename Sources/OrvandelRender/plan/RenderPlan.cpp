@@ -5,9 +5,7 @@
 
 #include "base/Checked.hpp"
 #include "base/Numbers.hpp"
-#include "base/Regex.hpp"
 #include "container/SlideXML.hpp"
-#include "deck/DeckScanner.hpp"
 #include "plan/GraphicBuild.hpp"
 #include "tools/RenderError.hpp"
 
@@ -28,10 +26,10 @@ namespace {
 // How the errors of this stage begin.
 const char* const kErrorLead = "reading the prepared deck";
 
-std::optional<std::int64_t> attributeNumber(const std::string& tag, const char* pattern) {
-    const Regex re(pattern);
-    if (const auto m = re.firstMatch(tag)) return parseInt64(m->group(tag, 1));
-    return std::nullopt;
+// A number written as digits only, as the writers write it; nothing else.
+std::optional<std::int64_t> digitsNumber(const std::optional<std::string>& text) {
+    if (!text || text->empty() || text->find_first_not_of("0123456789") != std::string::npos) return std::nullopt;
+    return parseInt64(*text);
 }
 
 // The graphics of the slide whose hidden parts cannot be drawn one by one,
@@ -63,8 +61,21 @@ std::map<std::string, std::string> graphicsShownWhole(DeckModel& deck, const std
 std::optional<std::int64_t> advanceTimeMs(const std::string& slideXml) {
     const auto range = SlideXML::transitionBlockRange(slideXml);
     if (!range) return std::nullopt;
-    const std::string block = slideXml.substr(range->first, range->second - range->first);
-    return attributeNumber(block, R"re(\badvTm="(\d+)")re");
+    const std::string_view block = std::string_view(slideXml).substr(range->first, range->second - range->first);
+    // The block's root as written: p:transition, or the mc:AlternateContent around it.
+    const std::string_view root = block.substr(1, block.find_first_of(" \t\r\n/>") - 1);
+    XmlElement tree;
+    try {
+        tree = SlideXML::parseFragment(block, root);
+    } catch (const SlideXMLError&) {
+        return std::nullopt;  // no advance time that can be read
+    }
+    // The first written in digits (the writer's p14 choice comes before its fallback).
+    std::optional<std::int64_t> found;
+    tree.walk([&](const XmlElement& e) {
+        if (!found) found = digitsNumber(e.attributeIn("", "advTm"));
+    });
+    return found;
 }
 
 RenderPlan read(const std::filesystem::path& preparedDeck) {
@@ -74,21 +85,18 @@ RenderPlan read(const std::filesystem::path& preparedDeck) {
 
 RenderPlan read(DeckModel& deck) {
     RenderPlan plan;
-    const std::string& presentation = deck.part("ppt/presentation.xml");
-    if (const auto m = Regex(R"(<p:sldSz\b[^>]*>)").firstMatch(presentation)) {
-        const std::string tag(m->group(presentation, 0));
-        plan.slideWidthEmu = attributeNumber(tag, R"re(\bcx="(\d+)")re").value_or(0);
-        plan.slideHeightEmu = attributeNumber(tag, R"re(\bcy="(\d+)")re").value_or(0);
+    if (const auto size = deck.slideSize()) {
+        plan.slideWidthEmu = digitsNumber(size->attributeIn("", "cx")).value_or(0);
+        plan.slideHeightEmu = digitsNumber(size->attributeIn("", "cy")).value_or(0);
     }
-    const auto& files = deck.slideFiles();
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        const std::string& xml = deck.part(files[i]);
-        RenderSlide slide{static_cast<std::int64_t>(i) + 1, files[i], DeckScanner::isSlideHidden(xml), 0, {}};
+    for (const Slide& listed : deck.slides()) {
+        const std::string& file = listed.file;
+        const std::string& xml = deck.part(file);
+        RenderSlide slide{listed.number, file, listed.hidden, 0, {}};
         const auto advTm = advanceTimeMs(xml);
         if (!advTm && !slide.hidden) {
             throw RenderError(RenderError::Case::badDeck, ExportStage::readPlan,
-                              std::string(kErrorLead) + ": slide " + std::to_string(slide.displayIndex) + " (" +
-                                  files[i] +
+                              std::string(kErrorLead) + ": slide " + std::to_string(slide.displayIndex) + " (" + file +
                                   ") has no automatic advance time. Only a deck prepared by "
                                   "orvandel (orvandel prepare, or the export itself) can be rendered.");
         }
@@ -96,7 +104,7 @@ RenderPlan read(DeckModel& deck) {
         if (!slide.hidden) {
             try {
                 slide.playout = PlayoutTimeline::evaluate(xml);
-                const auto whole = graphicsShownWhole(deck, files[i], xml, slide.playout);
+                const auto whole = graphicsShownWhole(deck, file, xml, slide.playout);
                 std::set<std::string> shapes;
                 for (const auto& [shape, why] : whole) {
                     shapes.insert(shape);
@@ -106,7 +114,7 @@ RenderPlan read(DeckModel& deck) {
             } catch (const SlideXMLError& e) {
                 throw RenderError(RenderError::Case::badDeck, ExportStage::readPlan,
                                   std::string(kErrorLead) + ": the animation timing of slide " +
-                                      std::to_string(slide.displayIndex) + " (" + files[i] + ") cannot be read (" +
+                                      std::to_string(slide.displayIndex) + " (" + file + ") cannot be read (" +
                                       e.what() + "). Prepare the deck again with orvandel.",
                                   e.cause());
             }

@@ -36,10 +36,11 @@ TEST(DeckModelTest, AnswersFromOneReadingOfTheDeck) {
                                  {{"rId1", "notesMaster", "../notesMasters/m.xml"},
                                   {"rId2", "notesSlide", "/" + notes},
                                   {"rId3", "notesSlide", "../notesSlides/other.xml"}})
-                       .addSlide(slideXml(""))
+                       .addSlide(slideXml("", "", "show=\"0\""))
                        .write(dir / "deck.pptx"));
     const auto& slides = deck.slideFiles();
     ASSERT_EQ(slides.size(), 2u);
+    EXPECT_EQ(deck.slides(), (std::vector<Slide>{{slides[0], 1, false}, {slides[1], 2, true}}));
     // The first notes relationship counts; a slide without relationships has none.
     EXPECT_EQ(deck.notesPart(slides[0]), notes);
     EXPECT_EQ(deck.notesPart(slides[1]), std::nullopt);

@@ -59,11 +59,13 @@ TEST(DeckScannerTest, MissingRelationshipsOrUnreadableTimingFailTheReport) {
 }
 
 TEST(DeckScannerTest, HiddenIsReadFromTheRootStartTagOnly) {
-    const auto hidden = [](const std::string& attrs) { return DeckScanner::isSlideHidden(slideXml("", "", attrs)); };
+    const auto hidden = [](const std::string& attrs) { return DeckModel::isHidden(slideXml("", "", attrs)); };
     for (const char* attrs : {"show=\"0\"", "show='false'", "show = \"FALSE\""}) EXPECT_TRUE(hidden(attrs)) << attrs;
     for (const char* attrs : {"show=\"1\"", "show=\"\"", "", "xshow=\"0\""}) EXPECT_FALSE(hidden(attrs)) << attrs;
-    EXPECT_FALSE(DeckScanner::isSlideHidden(slideXml("<p:sp show=\"0\"/>")));
-    EXPECT_FALSE(DeckScanner::isSlideHidden("<p:sld show=\"0\""));
+    EXPECT_FALSE(DeckModel::isHidden(slideXml("<p:sp show=\"0\"/>")));
+    EXPECT_FALSE(DeckModel::isHidden("<p:sld show=\"0\""));
+    // Any prefix of the presentation namespace; what follows the root tag is not read.
+    EXPECT_TRUE(DeckModel::isHidden(std::string("<q:sld xmlns:q=\"") + kNsP + "\" show=\"0\"><q:cSld></oops>"));
 }
 
 TEST(DeckScannerTest, VideoProbesReadTheTiming) {
@@ -90,6 +92,10 @@ TEST(DeckScannerTest, GifsAreNonVideoPicturesWithAGifTarget) {
     EXPECT_TRUE(DeckScanner::slideHasGif(slideXml(kVideo + picture("4", "rId5")), rels));
     EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId6")), rels));
     EXPECT_FALSE(DeckScanner::slideHasGif(slideXml(picture("4", "rId5")), ""));
+    // Any prefix of the picture's namespace, any relationship id.
+    EXPECT_TRUE(DeckScanner::slideHasGif(slideXml(std::string("<q:pic xmlns:q=\"") + kNsP +
+                                                  "\"><a:blip r:embed=\"gif\"/></q:pic>"),
+                                         relationshipsXml({{"gif", "image", "../media/a.gif"}})));
 }
 
 TEST(DeckScannerTest, ReportsEverySlideWithItsAdvanceTime) {
