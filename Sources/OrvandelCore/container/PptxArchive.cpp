@@ -312,16 +312,17 @@ Deck::Deck(std::filesystem::path deck) : path_(std::move(deck)) {}
 
 Deck::~Deck() = default;
 
-Bytes Deck::readEntryBytes(const std::string& entry) {
-    // Until the deck opens and parses, every read tries again and reports
-    // the failure under its own entry name.
+// Until the deck opens and parses, every read tries again and reports the
+// failure under its own entry name.
+Deck::Open& Deck::opened(const std::string& entry) {
     if (!open_) open_ = std::make_unique<Open>(path_, entry);
-    return open_->read<Bytes>(entry, INT64_MAX);
+    return *open_;
 }
 
+Bytes Deck::readEntryBytes(const std::string& entry) { return opened(entry).read<Bytes>(entry, INT64_MAX); }
+
 Bytes Deck::readEntryHead(const std::string& entry, std::size_t most) {
-    if (!open_) open_ = std::make_unique<Open>(path_, entry);
-    const Record& r = open_->record(entry);
+    const Record& r = opened(entry).record(entry);
     const std::int64_t start = open_->dataStart(entry, r);
     const std::int64_t wanted = std::min(r.declaredSize, static_cast<std::int64_t>(most));
     if (r.method == 0) return open_->readRange(entry, start, wanted);
@@ -330,30 +331,20 @@ Bytes Deck::readEntryHead(const std::string& entry, std::size_t most) {
 
 Bytes Deck::wholeFile() {
     static const std::string whole = "(the whole archive)";
-    if (!open_) open_ = std::make_unique<Open>(path_, whole);
-    return open_->readRange(whole, 0, open_->size);
+    Open& archive = opened(whole);
+    return archive.readRange(whole, 0, archive.size);
 }
 
 std::vector<std::string> Deck::entryNames() {
     static const std::string directory = "(the directory)";
-    if (!open_) open_ = std::make_unique<Open>(path_, directory);
-    return open_->names;
+    return opened(directory).names;
 }
 
-bool Deck::contains(const std::string& entry) {
-    if (!open_) open_ = std::make_unique<Open>(path_, entry);
-    return open_->records.count(entry) > 0;
-}
+bool Deck::contains(const std::string& entry) { return opened(entry).records.count(entry) > 0; }
 
-std::int64_t Deck::unpackedSize(const std::string& entry) {
-    if (!open_) open_ = std::make_unique<Open>(path_, entry);
-    return open_->record(entry).declaredSize;
-}
+std::int64_t Deck::unpackedSize(const std::string& entry) { return opened(entry).record(entry).declaredSize; }
 
-ZipArchive::ByteRange Deck::storedRange(const std::string& entry) {
-    if (!open_) open_ = std::make_unique<Open>(path_, entry);
-    return open_->storedRange(entry);
-}
+ZipArchive::ByteRange Deck::storedRange(const std::string& entry) { return opened(entry).storedRange(entry); }
 
 void Deck::extractStored(const std::string& entry, const std::filesystem::path& to,
                          const std::function<void(std::int64_t copied, std::int64_t total)>& afterChunk) {
@@ -392,8 +383,7 @@ std::string Deck::readEntry(const std::string& entry) {
 }
 
 std::string Deck::readEntryUnchecked(const std::string& entry) {
-    if (!open_) open_ = std::make_unique<Open>(path_, entry);
-    return open_->read<std::string>(entry, largestPart());
+    return opened(entry).read<std::string>(entry, largestPart());
 }
 
 namespace {

@@ -99,6 +99,7 @@ public:
 
 private:
     struct Open;
+    Open& opened(const std::string& entry);
     std::filesystem::path path_;
     std::unique_ptr<Open> open_;
 };

@@ -34,6 +34,13 @@ struct XmlStartTag {
     std::vector<std::pair<std::string, std::string>> attributes;  // as XmlElement::attributes()
 };
 
+// The local part of a qualified name written in the text ("p:sldId" ->
+// "sldId"); a name without a prefix is its own.
+inline std::string_view localName(std::string_view qualifiedName) {
+    const auto colon = qualifiedName.rfind(':');
+    return colon == std::string_view::npos ? qualifiedName : qualifiedName.substr(colon + 1);
+}
+
 class XmlElement {
 public:
     // One child node as the emitter sees it.

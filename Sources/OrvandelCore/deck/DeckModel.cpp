@@ -10,12 +10,6 @@ namespace orvandel {
 
 namespace {
 
-// "p:sldId" -> "sldId"; a name without a prefix stays as it is.
-std::string_view localName(std::string_view qualifiedName) {
-    const auto colon = qualifiedName.find(':');
-    return colon == std::string_view::npos ? qualifiedName : qualifiedName.substr(colon + 1);
-}
-
 std::vector<std::string_view> pieces(std::string_view path) {
     std::vector<std::string_view> out;
     std::size_t from = 0;

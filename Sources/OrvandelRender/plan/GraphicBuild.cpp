@@ -6,6 +6,7 @@
 #include <set>
 
 #include "base/Numbers.hpp"
+#include "container/XmlElement.hpp"
 #include "plan/XmlSpans.hpp"
 
 namespace orvandel::GraphicBuild {
@@ -16,11 +17,6 @@ using XmlSpans::Edit;
 using XmlSpans::Span;
 using XmlSpans::attributeOf;
 using Kind = GraphicPart::Kind;
-
-std::string_view localName(std::string_view name) {
-    const auto colon = name.find(':');
-    return colon == std::string_view::npos ? name : name.substr(colon + 1);
-}
 
 // A part's text and its elements, asked by local name: charts, drawings and
 // data parts come with either namespace set (transitional or strict).

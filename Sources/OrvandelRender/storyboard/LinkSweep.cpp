@@ -30,11 +30,6 @@ constexpr std::size_t kHead = 4096;
 // Where a link out of the package is pointed instead: a part no deck has.
 const char* const kNowhere = "NULL";
 
-std::string_view localName(std::string_view qualified) {
-    const auto colon = qualified.rfind(':');
-    return colon == std::string_view::npos ? qualified : qualified.substr(colon + 1);
-}
-
 bool isSpace(unsigned char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 // What may be an SVG picture or other markup, from its first bytes: they
