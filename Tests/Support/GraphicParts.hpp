@@ -86,16 +86,19 @@ inline std::string diagramDataXml(int boxes) {
            "2006/diagram\"/></a:ext></dgm:extLst></dgm:dataModel>";
 }
 
-// The boxes one above the other, dark with white text.
-inline std::string diagramDrawingXml(int boxes) {
+// The boxes one above the other, or in rows of `columns`, dark with white text.
+inline std::string diagramDrawingXml(int boxes, int columns = 1) {
     std::string shapes;
     for (int i = 0; i < boxes; ++i) {
+        const int x = columns == 1 ? 0 : (i % columns) * 3500000,
+                  y = (i / columns) * (columns == 1 ? 1500000 : 1800000);
         shapes +=
             "<dsp:sp modelId=\"{P" + std::to_string(i) +
             "}\"><dsp:nvSpPr><dsp:cNvPr id=\"0\" name=\"\"/>"
-            "<dsp:cNvSpPr/></dsp:nvSpPr><dsp:spPr><a:xfrm><a:off x=\"0\" y=\"" +
-            std::to_string(i * 1500000) +
-            "\"/><a:ext cx=\"6000000\" cy=\"1200000\"/></a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom>"
+            "<dsp:cNvSpPr/></dsp:nvSpPr><dsp:spPr><a:xfrm><a:off x=\"" +
+            std::to_string(x) + "\" y=\"" + std::to_string(y) + "\"/><a:ext cx=\"" +
+            (columns == 1 ? "6000000" : "3000000") +
+            "\" cy=\"1200000\"/></a:xfrm><a:prstGeom prst=\"rect\"><a:avLst/></a:prstGeom>"
             "<a:solidFill><a:srgbClr val=\"1F4E79\"/></a:solidFill></dsp:spPr><dsp:txBody><a:bodyPr/><a:lstStyle/>"
             "<a:p><a:r><a:rPr lang=\"pt-BR\" sz=\"2400\"><a:solidFill><a:srgbClr val=\"FFFFFF\"/></a:solidFill>"
             "</a:rPr><a:t>Item " +

@@ -424,6 +424,31 @@ std::variant<Source, std::string> locate(DeckModel& deck, const std::string& sli
     return std::string("the diagram has no drawing of its own");
 }
 
+std::vector<std::string> drawnDiagrams(DeckModel& deck, const std::string& slideFile, std::string_view slideXml) {
+    const Part slide(slideXml);
+    std::vector<std::string> out;
+    for (std::size_t i = 0; i < slide.size(); ++i) {
+        const int frame = static_cast<int>(i);
+        if (slide.local(frame) != "graphicFrame") continue;
+        const auto ids = slide.descendants(frame, {"relIds"});
+        const int nv = slide.child(frame, "nvGraphicFramePr");
+        const int c = nv < 0 ? -1 : slide.child(nv, "cNvPr");
+        const auto id = c < 0 ? std::nullopt : slide.attribute(c, "id");
+        if (ids.empty() || !id) continue;
+        const auto found = locate(deck, slideFile, slideXml, *id);
+        const auto* source = std::get_if<Source>(&found);
+        if (!source || source->kind != Source::Kind::diagram) continue;
+        // PowerPoint saves some drawings empty: LibreOffice lays those diagrams out.
+        const Part drawing(deck.part(source->part));
+        for (std::size_t k = 0; k < drawing.size(); ++k) {
+            if (drawing.local(static_cast<int>(k)) != "sp") continue;
+            out.push_back(*id);
+            break;
+        }
+    }
+    return out;
+}
+
 std::optional<std::string> whyNot(const Source& source, std::string_view partXml, std::string_view dataXml,
                                   const std::vector<GraphicPart>& parts) {
     for (const auto& part : parts) {

@@ -34,6 +34,10 @@ struct Source {
 std::variant<Source, std::string> locate(DeckModel& deck, const std::string& slideFile, std::string_view slideXml,
                                          const std::string& shapeId);
 
+// The ids of the slide's diagram frames whose diagram has a drawing of its
+// own with shapes in it, in document order. Throws as locate does.
+std::vector<std::string> drawnDiagrams(DeckModel& deck, const std::string& slideFile, std::string_view slideXml);
+
 // Why the parts cannot be hidden in a copy of the graphic (a series or a
 // category the chart does not have, an element the drawing shows no shape
 // of), or nothing. partXml is the chart or the drawing, dataXml a diagram's

@@ -111,6 +111,7 @@ RenderPlan read(DeckModel& deck) {
                     plan.warnings.push_back(Warning::graphicBuildShownWhole(slide.displayIndex, why));
                 }
                 if (!shapes.empty()) slide.playout = PlayoutTimeline::evaluate(xml, shapes);
+                slide.drawnDiagrams = GraphicBuild::drawnDiagrams(deck, file, xml);
             } catch (const SlideXMLError& e) {
                 throw RenderError(RenderError::Case::badDeck, ExportStage::readPlan,
                                   std::string(kErrorLead) + ": the animation timing of slide " +

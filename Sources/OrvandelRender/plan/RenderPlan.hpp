@@ -22,6 +22,9 @@ struct RenderSlide {
     bool hidden = false;
     std::int64_t advanceTimeMs = 0;  // 0 for hidden slides without one
     SlidePlayout playout;            // left empty for hidden slides
+    // The frames (ids) of the diagrams drawn from the shapes PowerPoint saved
+    // with them (GraphicBuild::drawnDiagrams); left empty for hidden slides.
+    std::vector<std::string> drawnDiagrams;
     bool operator==(const RenderSlide&) const = default;
 };
 

@@ -15,6 +15,7 @@
 #include "deck/DeckModel.hpp"
 #include "plan/GraphicBuild.hpp"
 #include "plan/XmlSpans.hpp"
+#include "storyboard/DiagramShapes.hpp"
 #include "tools/RenderError.hpp"
 
 namespace orvandel::Storyboard {
@@ -295,9 +296,9 @@ private:
     const LinkSweep::Sweep& sweep_;
 };
 
-// The copies of the charts and diagram drawings that a deck's states show
-// part by part: one per graphic and set of hidden parts, shared by the
-// states that hide the same parts.
+// The copies of the charts that a deck's states show part by part: one per
+// chart and set of hidden parts, shared by the states that hide the same
+// parts. (A diagram's drawing is drawn in its frame's place instead.)
 class GraphicCopies {
 public:
     GraphicCopies(Parts& deck, std::set<std::string>& used) : deck_(deck), used_(used) {}
@@ -315,7 +316,8 @@ public:
         for (const auto& [shape, shapeParts] : parts) {
             const auto found = GraphicBuild::locate(deck_.deck(), slideFile, slideXml, shape);
             const auto* source = std::get_if<GraphicBuild::Source>(&found);
-            if (!source) continue;  // shown whole: the plan has said why
+            // Not found: shown whole, the plan has said why. A diagram: drawn by DiagramShapes.
+            if (!source || source->kind != GraphicBuild::Source::Kind::chart) continue;
             const std::string copy = copyOf(*source, shapeParts);
             for (const auto& r : spans) {
                 if (r.name != "Relationship" || attributeOf(rels, r, "Id") != source->relationshipId) continue;
@@ -338,10 +340,7 @@ private:
         std::sort(parts.begin(), parts.end());
         auto [it, isNew] = copies_.try_emplace({source.part, parts});
         if (!isNew) return it->second;
-        const std::string xml = deck_.text(source.part);
-        const std::string content = source.kind == GraphicBuild::Source::Kind::chart
-                                        ? GraphicBuild::chartInState(xml, parts)
-                                        : GraphicBuild::drawingInState(xml, deck_.text(source.dataPart), parts);
+        const std::string content = GraphicBuild::chartInState(deck_.text(source.part), parts);
         std::string stem = source.part.substr(0, source.part.rfind('.'));
         while (!stem.empty() && std::isdigit(static_cast<unsigned char>(stem.back()))) stem.pop_back();
         it->second = freshName(used_, stem, ".xml", 1);
@@ -357,6 +356,51 @@ private:
     Parts& deck_;
     std::set<std::string>& used_;
     std::map<std::pair<std::string, std::vector<GraphicPart>>, std::string> copies_;
+};
+
+// The slide's diagrams that are drawn from their saved shapes, whole; the
+// drawings as the sweep leaves them.
+class SlideDiagrams {
+public:
+    SlideDiagrams(Parts& deck, const RenderSlide& slide, std::string_view slideXml) : file_(slide.file) {
+        for (const auto& id : slide.drawnDiagrams) {
+            const auto found = GraphicBuild::locate(deck.deck(), slide.file, slideXml, id);
+            const auto* source = std::get_if<GraphicBuild::Source>(&found);
+            if (!source) continue;
+            const std::string rels = Relationships::relsPath(source->part);
+            std::vector<Relationship> relationships;
+            try {
+                if (deck.contains(rels)) relationships = Relationships::parse(deck.text(rels));
+            } catch (const XmlParseError&) {
+                // Unreadable relationships: its pictures are drawn as missing ones.
+            }
+            whole_.push_back({id, source->part, deck.text(source->part), std::move(relationships)});
+            data_.push_back(deck.text(source->dataPart));
+        }
+    }
+
+    bool empty() const { return whole_.empty(); }
+
+    // The slide of a state: each diagram without the elements the state hides.
+    DiagramShapes::Slide inState(std::string_view stateXml, std::string_view rels,
+                                 const std::vector<PlayoutTarget>& hidden) const {
+        auto diagrams = whole_;
+        for (std::size_t k = 0; k < diagrams.size(); ++k) {
+            std::vector<GraphicPart> parts;
+            for (const auto& t : hidden) {
+                if (t.graphic && t.shapeId == diagrams[k].frameId) parts.push_back(*t.graphic);
+            }
+            if (!parts.empty()) {
+                diagrams[k].drawingXml = GraphicBuild::drawingInState(diagrams[k].drawingXml, data_[k], parts);
+            }
+        }
+        return DiagramShapes::drawn(stateXml, rels, file_, diagrams);
+    }
+
+private:
+    std::string file_;
+    std::vector<DiagramShapes::Diagram> whole_;
+    std::vector<std::string> data_;
 };
 
 // The content types listed for the copies: those of the parts they copy.
@@ -394,7 +438,7 @@ bool Layout::needsDeck() const {
     for (std::size_t i = 0; i < pages.size(); ++i) {
         if (!pages[i].hidden.empty() || (i > 0 && pages[i].displayIndex == pages[i - 1].displayIndex)) return true;
     }
-    return false;
+    return drawsDiagrams;
 }
 
 Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, DrawnEffect>& transitions,
@@ -404,6 +448,7 @@ Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, Dr
         const int firstPage = static_cast<int>(out.pages.size()) + 1;
         out.pages.push_back({slide.displayIndex, {}});
         if (slide.hidden) continue;
+        if (!slide.drawnDiagrams.empty()) out.drawsDiagrams = true;
         const std::size_t firstShot = out.shots.size();
         std::vector<PlayoutState> withoutGifs;
         const auto gifs = drawnGifs.find(slide.displayIndex);
@@ -484,26 +529,28 @@ void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout
         const auto& pages = pagesOf[slide.displayIndex];
         if (pages.empty()) continue;
         const std::string xml = deck.text(slide.file);
-        replaced[slide.file] = toBytes(slideInState(xml, pages.front()->hidden));
         const std::string relsPart = Relationships::relsPath(slide.file);
         // A slide without relationships: its copies have none either.
         const std::string ownRels = deck.contains(relsPart) ? deck.text(relsPart) : "";
-        if (!ownRels.empty()) {
-            if (auto rels = graphics.relsFor(slide.file, xml, ownRels, pages.front()->hidden); rels != ownRels) {
-                replaced[relsPart] = toBytes(rels);
-            }
-        }
+        const SlideDiagrams diagrams(deck, slide, xml);
+        // The slide and its relationships in one state.
+        const auto inState = [&](const std::string& rels, const std::vector<PlayoutTarget>& hidden) {
+            DiagramShapes::Slide out{slideInState(xml, hidden),
+                                     rels.empty() ? "" : graphics.relsFor(slide.file, xml, rels, hidden)};
+            return diagrams.empty() ? out : diagrams.inState(out.xml, out.rels, hidden);
+        };
+        const auto first = inState(ownRels, pages.front()->hidden);
+        replaced[slide.file] = toBytes(first.xml);
+        if (first.rels != ownRels) replaced[relsPart] = toBytes(first.rels);
         if (pages.size() == 1) continue;
         const std::string rels = ownRels.empty() ? "" : withoutNotes(ownRels);
         const std::string folder = slide.file.substr(0, slide.file.rfind('/') + 1);
         copies.push_back({slide.file, {}});
         for (std::size_t k = 1; k < pages.size(); ++k) {
             const std::string part = freshName(used, folder + "slide", ".xml", 1);
-            added.emplace_back(part, toBytes(slideInState(xml, pages[k]->hidden)));
-            if (!rels.empty()) {
-                added.emplace_back(Relationships::relsPath(part),
-                                   toBytes(graphics.relsFor(slide.file, xml, rels, pages[k]->hidden)));
-            }
+            const auto state = inState(rels, pages[k]->hidden);
+            added.emplace_back(part, toBytes(state.xml));
+            if (!rels.empty()) added.emplace_back(Relationships::relsPath(part), toBytes(state.rels));
             copies.back().second.push_back(part);
         }
     }

@@ -6,6 +6,10 @@
 // keep one page each (they are exported too, so pages follow storyboard slides
 // one to one).
 //
+// A diagram with a drawing of its own is drawn from that drawing's shapes in
+// every page of its slide (DiagramShapes), without the shapes of the
+// elements a state hides.
+//
 // A storyboard slide is a still: no timing, no transition. In it, hidden
 // shapes are removed from the shape tree: every shape is positioned on its
 // own, so nothing else moves (and LibreOffice ignores hidden="1" on
@@ -49,9 +53,12 @@ struct Layout {
     // What the movie shows, in order: each visible slide's states, clipped
     // to its advance time, so that the durations add up to the plan's total.
     std::vector<Shot> shots;
+    // A visible slide shows a diagram drawn from its saved shapes
+    // (DiagramShapes), which only a storyboard of our own can hold.
+    bool drawsDiagrams = false;
 
     // False when the prepared deck itself is the storyboard (one page per
-    // slide, nothing hidden).
+    // slide, nothing hidden, no diagram drawn from its saved shapes).
     bool needsDeck() const;
 };
 
