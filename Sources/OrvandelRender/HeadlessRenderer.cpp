@@ -13,6 +13,7 @@
 #include "pixels/PageRasterizer.hpp"
 #include "plan/RenderPlan.hpp"
 #include "plan/SlideTransitions.hpp"
+#include "storyboard/BlipRecolour.hpp"
 #include "storyboard/LinkSweep.hpp"
 #include "storyboard/Storyboard.hpp"
 #include "storyboard/StoryboardPdf.hpp"
@@ -56,7 +57,9 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     hooks.throwIfCancelled();
 
     // LibreOffice is given a deck that reaches nothing outside itself.
-    const LinkSweep::Sweep sweep = LinkSweep::sweep(deck, plan, links);
+    LinkSweep::Sweep sweep = LinkSweep::sweep(deck, plan, links);
+    // ... and draws recoloured pictures as PowerPoint shows them.
+    BlipRecolour::mergeInto(sweep, BlipRecolour::bake(deck, sweep, scratch.path() / "pictures", hooks.cancel));
     auto notFollowed = media.notFollowed;
     notFollowed.insert(notFollowed.end(), sweep.notFollowed.begin(), sweep.notFollowed.end());
     for (const auto& warning : DeckLinks::warnings(notFollowed)) hooks.warning(warning);

@@ -57,6 +57,27 @@ std::string notesSlideWithBody(const std::string& body) {
            body + "</p:txBody></p:sp></p:spTree></p:cSld></p:notes>";
 }
 
+std::string themeXml(const std::string& colourSchemeInner) {
+    std::string colours = colourSchemeInner;
+    for (const char* name : {"dk1", "lt1", "dk2", "lt2", "accent1", "accent2", "accent3", "accent4", "accent5",
+                             "accent6", "hlink", "folHlink"}) {
+        if (colours.find(std::string("<a:") + name + ">") == std::string::npos) {
+            colours += std::string("<a:") + name + "><a:srgbClr val=\"000000\"/></a:" + name + ">";
+        }
+    }
+    const std::string font = "<a:latin typeface=\"Liberation Sans\"/><a:ea typeface=\"\"/><a:cs typeface=\"\"/>";
+    const std::string solid = "<a:solidFill><a:schemeClr val=\"phClr\"/></a:solidFill>";
+    const std::string line = "<a:ln w=\"9525\">" + solid + "</a:ln>";
+    const std::string effect = "<a:effectStyle><a:effectLst/></a:effectStyle>";
+    return std::string(kXmlDecl) + "<a:theme xmlns:a=\"" + kNsA +
+           "\" name=\"Tema\"><a:themeElements><a:clrScheme name=\"Cores\">" + colours +
+           "</a:clrScheme><a:fontScheme name=\"Fontes\"><a:majorFont>" + font + "</a:majorFont><a:minorFont>" + font +
+           "</a:minorFont></a:fontScheme><a:fmtScheme name=\"Formatos\"><a:fillStyleLst>" + solid + solid + solid +
+           "</a:fillStyleLst><a:lnStyleLst>" + line + line + line + "</a:lnStyleLst><a:effectStyleLst>" + effect +
+           effect + effect + "</a:effectStyleLst><a:bgFillStyleLst>" + solid + solid + solid +
+           "</a:bgFillStyleLst></a:fmtScheme></a:themeElements></a:theme>";
+}
+
 std::string relationshipsXml(const std::vector<Rel>& relationships) {
     std::string out = std::string(kXmlDecl) +
                       "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
@@ -70,6 +91,12 @@ std::string relationshipsXml(const std::vector<Rel>& relationships) {
 
 DeckBuilder& DeckBuilder::addSlide(const std::string& xml, const std::vector<Rel>& slideRels) {
     slides_.push_back({xml, slideRels, ""});
+    return *this;
+}
+
+DeckBuilder& DeckBuilder::setMaster(const std::string& theme, const std::string& clrMapAttributes,
+                                    const std::string& layoutAfterCSld) {
+    master_ = Master{theme, clrMapAttributes, layoutAfterCSld};
     return *this;
 }
 
@@ -103,6 +130,7 @@ std::vector<std::pair<std::string, Bytes>> DeckBuilder::entries() const {
         overrides += override_(slide, "slide+xml");
         parts.emplace_back(slide, toBytes(slides_[i].xml));
         auto rels = slides_[i].rels;
+        if (master_) rels.push_back({"rIdLayout", "slideLayout", "../slideLayouts/slideLayout1.xml"});
         if (!slides_[i].notes.empty()) rels.push_back({"rIdNotes" + n, "notesSlide", "../" + notes.substr(4)});
         if (!rels.empty()) {
             parts.emplace_back("ppt/slides/_rels/slide" + n + ".xml.rels", toBytes(relationshipsXml(rels)));
@@ -121,11 +149,43 @@ std::vector<std::pair<std::string, Bytes>> DeckBuilder::entries() const {
         "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
         "<Default Extension=\"xml\" ContentType=\"application/xml\"/>";
 
+    std::string masterIds;
+    if (master_) {
+        const std::string clrMap = master_->clrMap.empty()
+                                       ? "bg1=\"lt1\" tx1=\"dk1\" bg2=\"lt2\" tx2=\"dk2\" accent1=\"accent1\" "
+                                         "accent2=\"accent2\" accent3=\"accent3\" accent4=\"accent4\" "
+                                         "accent5=\"accent5\" accent6=\"accent6\" hlink=\"hlink\" "
+                                         "folHlink=\"folHlink\""
+                                       : master_->clrMap;
+        const std::string tree = std::string("<p:cSld><p:spTree>") + kGroupProps + "</p:spTree></p:cSld>";
+        masterIds = "<p:sldMasterIdLst><p:sldMasterId id=\"2147483648\" r:id=\"rIdMaster\"/></p:sldMasterIdLst>";
+        presentationRels.push_back({"rIdMaster", "slideMaster", "slideMasters/slideMaster1.xml"});
+        presentationRels.push_back({"rIdTheme", "theme", "theme/theme1.xml"});
+        overrides += override_("ppt/slideMasters/slideMaster1.xml", "slideMaster+xml") +
+                     override_("ppt/slideLayouts/slideLayout1.xml", "slideLayout+xml") +
+                     "<Override PartName=\"/ppt/theme/theme1.xml\" "
+                     "ContentType=\"application/vnd.openxmlformats-officedocument.theme+xml\"/>";
+        parts.emplace_back("ppt/slideMasters/slideMaster1.xml",
+                           toBytes(std::string(kXmlDecl) + "<p:sldMaster " + namespaces() + ">" + tree + "<p:clrMap " +
+                                   clrMap +
+                                   "/><p:sldLayoutIdLst><p:sldLayoutId id=\"2147483649\" r:id=\"rId1\"/>"
+                                   "</p:sldLayoutIdLst></p:sldMaster>"));
+        parts.emplace_back("ppt/slideMasters/_rels/slideMaster1.xml.rels",
+                           toBytes(relationshipsXml({{"rId1", "slideLayout", "../slideLayouts/slideLayout1.xml"},
+                                                     {"rId2", "theme", "../theme/theme1.xml"}})));
+        parts.emplace_back("ppt/slideLayouts/slideLayout1.xml",
+                           toBytes(std::string(kXmlDecl) + "<p:sldLayout " + namespaces() + ">" + tree +
+                                   master_->layoutAfterCSld + "</p:sldLayout>"));
+        parts.emplace_back("ppt/slideLayouts/_rels/slideLayout1.xml.rels",
+                           toBytes(relationshipsXml({{"rId1", "slideMaster", "../slideMasters/slideMaster1.xml"}})));
+        parts.emplace_back("ppt/theme/theme1.xml", toBytes(master_->theme));
+    }
+
     std::vector<std::pair<std::string, Bytes>> out{
         {"[Content_Types].xml", toBytes(contentTypes + overrides + "</Types>")},
         {"_rels/.rels", toBytes(relationshipsXml({{"rId1", "officeDocument", "ppt/presentation.xml"}}))},
         {"ppt/presentation.xml",
-         toBytes(std::string(kXmlDecl) + "<p:presentation " + namespaces() + "><p:sldIdLst>" + sldIds +
+         toBytes(std::string(kXmlDecl) + "<p:presentation " + namespaces() + ">" + masterIds + "<p:sldIdLst>" + sldIds +
                  "</p:sldIdLst><p:sldSz cx=\"12192000\" cy=\"6858000\"/><p:notesSz cx=\"6858000\" cy=\"9144000\"/>"
                  "</p:presentation>")},
         {"ppt/_rels/presentation.xml.rels", toBytes(relationshipsXml(presentationRels))}};

@@ -4,6 +4,7 @@
 // entries). Slide N lives at ppt/slides/slideN.xml with relationship id "rIdN"
 // from the presentation; its notes at ppt/notesSlides/notesSlideN.xml.
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -48,8 +49,19 @@ struct Rel {
 // A complete relationships part.
 std::string relationshipsXml(const std::vector<Rel>& relationships);
 
+// A theme whose colour scheme holds the given entries ("<a:dk1><a:srgbClr
+// val=\"000000\"/></a:dk1>..."; missing ones are black), with the fonts
+// and formats a theme needs.
+std::string themeXml(const std::string& colourSchemeInner);
+
 class DeckBuilder {
 public:
+    // Gives the deck one master (with `clrMapAttributes` on its p:clrMap, the
+    // usual mapping when empty) showing `theme`, and one layout (with
+    // `layoutAfterCSld`, such as a p:clrMapOvr, after its p:cSld) that every
+    // slide uses through relationship "rIdLayout". Without it the deck has none.
+    DeckBuilder& setMaster(const std::string& theme, const std::string& clrMapAttributes = "",
+                           const std::string& layoutAfterCSld = "");
     // Adds ppt/slides/slideN.xml (N = slides so far + 1), its sldId and
     // relationship, and the slide's own relationships.
     DeckBuilder& addSlide(const std::string& slideXml, const std::vector<Rel>& slideRels = {});
@@ -70,7 +82,11 @@ private:
         std::vector<Rel> rels;
         std::string notes;
     };
+    struct Master {
+        std::string theme, clrMap, layoutAfterCSld;
+    };
     std::vector<Slide> slides_;
+    std::optional<Master> master_;
     std::vector<std::pair<std::string, Bytes>> extra_;
 };
 

@@ -1,0 +1,369 @@
+#include "storyboard/BlipRecolour.hpp"
+
+#include <set>
+
+#include "container/PptxArchive.hpp"
+#include "container/XMLEmitter.hpp"
+#include "container/XmlElement.hpp"
+#include "plan/XmlSpans.hpp"
+#include "storyboard/BlipEffects.hpp"
+#include "storyboard/SchemeColours.hpp"
+#include "tools/PictureCodec.hpp"
+
+namespace orvandel::BlipRecolour {
+
+namespace {
+
+namespace fs = std::filesystem;
+using BlipEffects::Effect;
+using DrawingColour::Rgba;
+using XmlSpans::Span;
+
+constexpr std::int64_t kLargestPicture = std::int64_t{128} << 20;
+constexpr const char* kImageType = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/image";
+
+std::string_view local(const Span& s) { return localName(s.name); }
+
+// The prepared deck's parts as the link sweep leaves them.
+class Parts {
+public:
+    Parts(DeckModel& deck, const LinkSweep::Sweep& sweep) : deck_(deck), sweep_(sweep) {
+        for (const auto& [name, bytes] : sweep.added) added_[name] = &bytes;
+    }
+    // The text of a part; "" when there is none or it cannot be read.
+    std::string text(const std::string& part) {
+        if (const auto swept = sweep_.replaced.find(part); swept != sweep_.replaced.end()) {
+            return toString(swept->second);
+        }
+        try {
+            return deck_.contains(part) ? deck_.part(part) : "";
+        } catch (const PptxArchive::ArchiveError&) {
+            return "";
+        }
+    }
+    // The bytes of a picture; nothing when there is none, it cannot be read or it is too large.
+    std::optional<Bytes> picture(const std::string& part) {
+        if (const auto taken = added_.find(part); taken != added_.end()) return *taken->second;
+        if (const auto swept = sweep_.replaced.find(part); swept != sweep_.replaced.end()) return swept->second;
+        try {
+            if (!deck_.contains(part) || deck_.archive().unpackedSize(part) > kLargestPicture) return std::nullopt;
+            return deck_.archive().readEntryBytes(part);
+        } catch (const PptxArchive::ArchiveError&) {
+            return std::nullopt;
+        }
+    }
+    std::vector<Relationship> relationships(const std::string& part) {
+        const std::string rels = text(Relationships::relsPath(part));
+        if (rels.empty()) return {};
+        try {
+            return Relationships::parse(rels);
+        } catch (const XmlParseError&) {
+            return {};
+        }
+    }
+    // The part the first relationship of a type (ending with `/kind`) leads to; "" for none.
+    std::string related(const std::string& part, std::string_view kind) {
+        for (const auto& r : relationships(part)) {
+            if (!r.external() && r.type.ends_with("/" + std::string(kind))) {
+                return Relationships::resolveEntry(r.target, part);
+            }
+        }
+        return "";
+    }
+    std::set<std::string> names() {
+        const auto all = deck_.archive().entryNames();
+        std::set<std::string> used(all.begin(), all.end());
+        for (const auto& [name, bytes] : sweep_.added) used.insert(name);
+        return used;
+    }
+
+private:
+    DeckModel& deck_;
+    const LinkSweep::Sweep& sweep_;
+    std::map<std::string, const Bytes*> added_;
+};
+
+// A part that shows pictures and the scheme its colours resolve through.
+struct Showing {
+    std::string part;
+    DrawingColour::Scheme scheme;
+};
+
+// Every slide, and the layouts and masters they use, each once.
+std::vector<Showing> showingParts(DeckModel& deck, Parts& parts) {
+    std::vector<Showing> out;
+    std::set<std::string> seen;
+    const auto add = [&](const std::string& part, const std::string& master, const std::vector<std::string>& between) {
+        if (part.empty() || !seen.insert(part).second) return;
+        const std::string masterXml = parts.text(master);
+        std::vector<std::string> texts;
+        for (const auto& p : between) texts.push_back(parts.text(p));
+        const std::vector<std::string_view> views(texts.begin(), texts.end());
+        out.push_back({part, SchemeColours::schemeOf(parts.text(parts.related(master, "theme")), masterXml, views)});
+    };
+    for (const auto& slide : deck.slideFiles()) {
+        const std::string layout = parts.related(slide, "slideLayout");
+        const std::string master = parts.related(layout, "slideMaster");
+        add(master, master, {});
+        add(layout, master, {layout});
+        add(slide, master, {layout, slide});
+    }
+    return out;
+}
+
+std::optional<std::int64_t> number(std::string_view xml, const Span& s, std::string_view name, std::int64_t fallback) {
+    const auto text = XmlSpans::attributeOf(xml, s, name);
+    if (!text) return fallback;
+    try {
+        std::size_t used = 0;
+        const long long v = std::stoll(*text, &used);
+        if (used == text->size()) return v;
+    } catch (const std::exception&) {
+    }
+    return std::nullopt;
+}
+
+// The colour of the first colour element among the children of spans[parent].
+std::optional<Rgba> firstColour(std::string_view xml, const std::vector<Span>& spans, int parent,
+                                const DrawingColour::Scheme& scheme) {
+    const auto children = XmlSpans::childrenOf(spans, parent);
+    if (children.empty()) return std::nullopt;
+    return DrawingColour::colourAt(xml, spans, children.front(), scheme);
+}
+
+// The effect a child of a blip stands for; nothing for one not applied here.
+std::optional<Effect> effectOf(std::string_view xml, const std::vector<Span>& spans, int index,
+                               const DrawingColour::Scheme& scheme) {
+    const Span& s = spans[std::size_t(index)];
+    const auto kind = local(s);
+    const auto children = XmlSpans::childrenOf(spans, index);
+    if (kind == "duotone") {
+        if (children.size() != 2) return std::nullopt;
+        const auto dark = DrawingColour::colourAt(xml, spans, children[0], scheme);
+        const auto light = DrawingColour::colourAt(xml, spans, children[1], scheme);
+        if (dark && light) return BlipEffects::Duotone{*dark, *light};
+    } else if (kind == "grayscl") {
+        return BlipEffects::Grayscale{};
+    } else if (kind == "biLevel") {
+        if (const auto t = number(xml, s, "thresh", 50000)) return BlipEffects::BiLevel{*t};
+    } else if (kind == "alphaModFix") {
+        if (const auto amount = number(xml, s, "amt", 100000)) return BlipEffects::AlphaModFix{*amount};
+    } else if (kind == "lum") {
+        const auto bright = number(xml, s, "bright", 0), contrast = number(xml, s, "contrast", 0);
+        if (bright && contrast) return BlipEffects::Luminance{*bright, *contrast};
+    } else if (kind == "clrChange") {
+        std::optional<Rgba> from, to;
+        for (const int c : children) {
+            if (local(spans[std::size_t(c)]) == "clrFrom") from = firstColour(xml, spans, c, scheme);
+            if (local(spans[std::size_t(c)]) == "clrTo") to = firstColour(xml, spans, c, scheme);
+        }
+        const auto useAlpha = XmlSpans::attributeOf(xml, s, "useA");
+        if (from && to) return BlipEffects::ColourChange{*from, *to, useAlpha != "0" && useAlpha != "false"};
+    } else if (kind == "fillOverlay") {
+        static const std::map<std::string, BlipEffects::Blend, std::less<>> blends{
+            {"over", BlipEffects::Blend::over},
+            {"mult", BlipEffects::Blend::multiply},
+            {"screen", BlipEffects::Blend::screen},
+            {"darken", BlipEffects::Blend::darken},
+            {"lighten", BlipEffects::Blend::lighten}};
+        const auto blend = blends.find(XmlSpans::attributeOf(xml, s, "blend").value_or(""));
+        if (blend == blends.end() || children.size() != 1 || local(spans[std::size_t(children[0])]) != "solidFill") {
+            return std::nullopt;
+        }
+        if (const auto colour = firstColour(xml, spans, children[0], scheme)) {
+            return BlipEffects::FillOverlay{*colour, blend->second};
+        }
+    }
+    return std::nullopt;
+}
+
+// One blip with effects to bake: where its embed value lies, the effects'
+// elements and what they stand for.
+struct Blip {
+    std::string embed;
+    std::size_t embedBegin, embedEnd;
+    std::vector<int> applied;
+    std::vector<Effect> effects;
+    std::string key;  // the effects, resolved, as text: equal blips of a picture share its copy
+};
+
+std::string keyOf(const Effect& e) {
+    const auto hex = [](const Rgba& c) {
+        return std::to_string(c.r) + "." + std::to_string(c.g) + "." + std::to_string(c.b) + "." + std::to_string(c.a) +
+               ";";
+    };
+    return std::visit(
+        [&](const auto& v) -> std::string {
+            using T = std::decay_t<decltype(v)>;
+            if constexpr (std::is_same_v<T, BlipEffects::Duotone>) return "d" + hex(v.dark) + hex(v.light);
+            if constexpr (std::is_same_v<T, BlipEffects::Grayscale>) return "g;";
+            if constexpr (std::is_same_v<T, BlipEffects::BiLevel>) return "b" + std::to_string(v.threshold) + ";";
+            if constexpr (std::is_same_v<T, BlipEffects::AlphaModFix>) return "a" + std::to_string(v.amount) + ";";
+            if constexpr (std::is_same_v<T, BlipEffects::Luminance>) {
+                return "l" + std::to_string(v.bright) + "," + std::to_string(v.contrast) + ";";
+            }
+            if constexpr (std::is_same_v<T, BlipEffects::ColourChange>) {
+                return "c" + hex(v.from) + hex(v.to) + (v.matchAlpha ? "1;" : "0;");
+            }
+            if constexpr (std::is_same_v<T, BlipEffects::FillOverlay>) {
+                return "o" + hex(v.colour) + std::to_string(int(v.blend)) + ";";
+            }
+        },
+        e);
+}
+
+// The blips of a fill (a picture's, a shape's, a background's) whose effects this pass applies.
+std::vector<Blip> blipsToBake(std::string_view xml, const std::vector<Span>& spans,
+                              const DrawingColour::Scheme& scheme) {
+    std::vector<Blip> out;
+    for (std::size_t i = 0; i < spans.size(); ++i) {
+        const Span& s = spans[i];
+        if (local(s) != "blip" || s.parent < 0 || local(spans[std::size_t(s.parent)]) != "blipFill") continue;
+        Blip blip;
+        const auto tag = xml.substr(s.begin, s.tagEnd - s.begin);
+        for (const auto& a : XmlSpans::attributesOf(tag)) {
+            if (localName(a.name) != "embed") continue;
+            blip.embed = std::string(tag.substr(a.valueBegin, a.valueEnd - a.valueBegin));
+            blip.embedBegin = s.begin + a.valueBegin;
+            blip.embedEnd = s.begin + a.valueEnd;
+        }
+        if (blip.embed.empty()) continue;
+        for (const int child : XmlSpans::childrenOf(spans, int(i))) {
+            if (auto effect = effectOf(xml, spans, child, scheme)) {
+                blip.key += keyOf(*effect);
+                blip.effects.push_back(*effect);
+                blip.applied.push_back(child);
+            }
+        }
+        if (!blip.effects.empty()) out.push_back(std::move(blip));
+    }
+    return out;
+}
+
+bool mayHoldEffects(std::string_view xml) {
+    if (xml.find("blip") == std::string_view::npos) return false;
+    for (const char* name :
+         {"duotone", "grayscl", "biLevel", "alphaModFix", "lum ", "lum/", "clrChange", "fillOverlay"}) {
+        if (xml.find(name) != std::string_view::npos) return true;
+    }
+    return false;
+}
+
+std::string freshName(std::set<std::string>& used, const std::string& stem, const std::string& extension) {
+    std::string name;
+    for (int n = 1; !used.insert(name = stem + std::to_string(n) + extension).second;) ++n;
+    return name;
+}
+
+// The target of `part` from `owner`.
+std::string relativeTarget(const std::string& part, const std::string& owner) {
+    const auto slash = owner.rfind('/');
+    if (slash == std::string::npos) return part;
+    return fs::path(part).lexically_relative(owner.substr(0, slash)).generic_string();
+}
+
+// The recoloured copies made so far, by picture and effects; "" for a picture not decoded.
+class Bakery {
+public:
+    Bakery(Parts& parts, const fs::path& workDir, const std::optional<CancellationToken>& cancel)
+        : parts_(parts), workDir_(workDir), cancel_(cancel), used_(parts.names()) {}
+
+    std::string copyOf(const std::string& picture, const Blip& blip) {
+        const auto known = copies_.find({picture, blip.key});
+        if (known != copies_.end()) return known->second;
+        return copies_[{picture, blip.key}] = baked(picture, blip.effects);
+    }
+
+    std::vector<std::pair<std::string, Bytes>> added;
+    std::string types;  // their content types, as [Content_Types].xml lists them
+
+private:
+    std::string baked(const std::string& picture, const std::vector<Effect>& effects) {
+        if (cancel_ && cancel_->isCancelled()) throw CancelledError();
+        const auto bytes = parts_.picture(picture);
+        if (!bytes) return "";
+        const fs::path file = workDir_ / "picture";
+        writeFile(file, *bytes);
+        auto decoded = PictureCodec::decode(file, workDir_, cancel_);
+        fs::remove(file);
+        if (!decoded) return "";
+        BlipEffects::apply(effects, decoded->rgba);
+        const std::string part = freshName(used_, "ppt/media/recoloured", ".png");
+        added.emplace_back(part, PictureCodec::png(*decoded, workDir_, cancel_));
+        types += "<Override PartName=\"/" + part + "\" ContentType=\"image/png\"/>";
+        return part;
+    }
+
+    Parts& parts_;
+    fs::path workDir_;
+    const std::optional<CancellationToken>& cancel_;
+    std::set<std::string> used_;
+    std::map<std::pair<std::string, std::string>, std::string> copies_;
+};
+
+}  // namespace
+
+Recolouring bake(DeckModel& deck, const LinkSweep::Sweep& sweep, const fs::path& workDir,
+                 const std::optional<CancellationToken>& cancel) {
+    Recolouring out;
+    Parts parts(deck, sweep);
+    std::optional<Bakery> bakery;
+    for (const auto& [part, scheme] : showingParts(deck, parts)) {
+        const std::string xml = parts.text(part);
+        if (!mayHoldEffects(xml)) continue;
+        const auto spans = XmlSpans::elementSpans(xml);
+        const auto blips = blipsToBake(xml, spans, scheme);
+        if (blips.empty()) continue;
+        if (!bakery) {
+            fs::create_directories(workDir);
+            bakery.emplace(parts, workDir, cancel);
+        }
+        std::vector<Relationship> rels = parts.relationships(part);
+        std::set<std::string> ids;
+        for (const auto& r : rels) ids.insert(r.id);
+        const auto byId = Relationships::byId(rels);
+        std::map<std::string, std::string> idOf;  // copy -> its relationship
+        std::string newRels;
+        std::vector<XmlSpans::Edit> edits;
+        for (const auto& blip : blips) {
+            const auto r = byId.find(blip.embed);
+            if (r == byId.end() || r->second.external()) continue;
+            const std::string copy = bakery->copyOf(Relationships::resolveEntry(r->second.target, part), blip);
+            if (copy.empty()) continue;
+            auto& id = idOf[copy];
+            if (id.empty()) {
+                for (int n = 1; !ids.insert(id = "rIdRecoloured" + std::to_string(n)).second;) ++n;
+                newRels += "<Relationship Id=\"" + id + "\" Type=\"" + kImageType + "\" Target=\"" +
+                           XMLEmitter::escapeAttribute(relativeTarget(copy, part)) + "\"/>";
+            }
+            edits.push_back({blip.embedBegin, blip.embedEnd, id});
+            for (const int applied : blip.applied) {
+                edits.push_back({spans[std::size_t(applied)].begin, spans[std::size_t(applied)].end, ""});
+            }
+        }
+        if (edits.empty()) continue;
+        std::string relsXml = parts.text(Relationships::relsPath(part));
+        const auto end = relsXml.rfind("</Relationships>");
+        if (end == std::string::npos) continue;
+        relsXml.insert(end, newRels);
+        out.replaced[part] = toBytes(XmlSpans::applied(xml, std::move(edits)));
+        out.replaced[Relationships::relsPath(part)] = toBytes(relsXml);
+    }
+    if (bakery && !bakery->added.empty()) {
+        std::string types = parts.text("[Content_Types].xml");
+        const auto end = types.rfind("</Types>");
+        if (end != std::string::npos) {
+            types.insert(end, bakery->types);
+            out.replaced["[Content_Types].xml"] = toBytes(types);
+        }
+        out.added = std::move(bakery->added);
+    }
+    return out;
+}
+
+void mergeInto(LinkSweep::Sweep& sweep, Recolouring recolouring) {
+    for (auto& [part, bytes] : recolouring.replaced) sweep.replaced[part] = std::move(bytes);
+    for (auto& entry : recolouring.added) sweep.added.push_back(std::move(entry));
+}
+
+}  // namespace orvandel::BlipRecolour
