@@ -6,11 +6,15 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config
-  libxml2-dev libpcre2-dev zlib1g-dev nlohmann-json3-dev libcli11-dev
+  libxml2-dev libpcre2-dev zlib1g-dev nlohmann-json3-dev libcli11-dev libfontconfig1-dev
   libgtest-dev libgmock-dev libbenchmark-dev unzip zip
   locales-all  # pt_BR.UTF-8: tests check that numbers ignore a comma-decimal locale
   libreoffice-impress-nogui poppler-utils ffmpeg
   fonts-crosextra-carlito fonts-crosextra-caladea fonts-liberation2 fonts-dejavu
+  # stand-ins for more Office fonts (tools/FontAliases.cpp); not fonts-noto-core,
+  # which would change what every unknown font falls back to
+  fonts-wine fonts-arkpandora fonts-urw-base35 fonts-roboto-slab fonts-adf-gillius fonts-open-sans
+  fonts-croscore fonts-lato fonts-texgyre
   qt6-base-dev qt6-svg-dev qt6-translations-l10n
   desktop-file-utils  # desktop-file-validate checks the installed menu entry
 )

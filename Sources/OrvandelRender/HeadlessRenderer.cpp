@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "base/TemporaryDirectory.hpp"
+#include "deck/DeckFonts.hpp"
 #include "deck/DeckModel.hpp"
 #include "encode/MasterMovie.hpp"
 #include "media/MediaLayers.hpp"
@@ -17,6 +18,9 @@
 #include "storyboard/LinkSweep.hpp"
 #include "storyboard/Storyboard.hpp"
 #include "storyboard/StoryboardPdf.hpp"
+#include "tools/FontReport.hpp"
+#include "tools/FontResolver.hpp"
+#include "tools/LibreOffice.hpp"
 #include "tools/RenderError.hpp"
 
 namespace orvandel {
@@ -65,12 +69,23 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     for (const auto& warning : DeckLinks::warnings(notFollowed)) hooks.warning(warning);
     hooks.throwIfCancelled();
 
+    // Fonts LibreOffice cannot honour, asked under the configuration it is
+    // about to get, whose cache folder it then finds filled.
+    const auto libreOfficeDir = scratch.path() / "lo";
+    std::filesystem::create_directories(libreOfficeDir / "fontconfig-cache", ec);
+    {
+        const FontResolver fonts(LibreOffice::fontConfiguration(libreOfficeDir / "fontconfig-cache"));
+        for (const auto& warning : FontReport::warnings(FontReport::of(DeckFonts::read(deck), fonts))) {
+            hooks.warning(warning);
+        }
+    }
+
     hooks.report(ExportStage::pdf, 0);
     const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
     const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;
     const auto pdf =
         StoryboardPdf::draw(deck, plan, storyboard, sweep, scratch.path(),
-                            {.workDir = scratch.path() / "lo",
+                            {.workDir = libreOfficeDir,
                              .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
                              .cancel = hooks.cancel,
                              .memoryLimit = options_.libreOfficeMemoryLimit,

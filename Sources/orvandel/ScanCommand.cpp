@@ -5,7 +5,11 @@
 
 #include "Cli.hpp"
 #include "Commands.hpp"
+#include "base/TemporaryDirectory.hpp"
+#include "deck/DeckFonts.hpp"
 #include "deck/DeckScanner.hpp"
+#include "tools/FontReport.hpp"
+#include "tools/LibreOffice.hpp"
 
 namespace orvandel::cli {
 
@@ -22,7 +26,28 @@ nlohmann::ordered_json optionalJson(const std::optional<std::int64_t>& value) {
     return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
 }
 
-nlohmann::ordered_json reportJson(const SlideReport& r) {
+// The deck's fonts as an export would draw them, asked under LibreOffice's
+// configuration with its cache in a scratch folder that goes afterwards.
+std::vector<FontReport::Font> deckFonts(DeckModel& deck) {
+    const TemporaryDirectory scratch(std::filesystem::temp_directory_path(), "orvandel-fonts-");
+    const FontResolver resolver(LibreOffice::fontConfiguration(scratch.path() / "fontconfig-cache"));
+    return FontReport::of(DeckFonts::read(deck), resolver);
+}
+
+// The fonts whose first use is the slide: each font under one slide only.
+nlohmann::ordered_json fontsJson(const std::vector<FontReport::Font>& fonts, std::int64_t slide) {
+    nlohmann::ordered_json array = nlohmann::ordered_json::array();
+    for (const auto& f : fonts) {
+        if (f.firstSlide != slide) continue;
+        array.push_back({{"name", f.name},
+                         {"drawnWith", f.drawnWith},
+                         {"resolution", std::string(FontResolver::name(f.resolution))},
+                         {"firstSlide", f.firstSlide}});
+    }
+    return array;
+}
+
+nlohmann::ordered_json reportJson(const SlideReport& r, const std::vector<FontReport::Font>& fonts) {
     nlohmann::ordered_json kinds = nlohmann::ordered_json::array();
     for (const ClickGroupKind kind : r.orderedGroupKinds) kinds.push_back(std::string(toString(kind)));
     return {
@@ -41,6 +66,7 @@ nlohmann::ordered_json reportJson(const SlideReport& r) {
         {"hasExitEffect", r.hasExitEffect},
         {"exitGroupCount", r.exitGroupCount},
         {"orderedGroupKinds", std::move(kinds)},
+        {"fonts", fontsJson(fonts, r.displayIndex)},
     };
 }
 
@@ -50,12 +76,14 @@ int runScan(const ScanOptions& options, std::ostream& out, std::ostream& err) {
     DeckModel deck{std::filesystem::path(options.deck)};
     checkSlidesExist(videoMs, gifMs, deck);
     const auto reports = DeckScanner::report(deck, videoMs, gifMs, printWarnings(err));
+    const auto fonts = deckFonts(deck);
     if (options.json) {
         nlohmann::ordered_json array = nlohmann::ordered_json::array();
-        for (const auto& r : reports) array.push_back(reportJson(r));
+        for (const auto& r : reports) array.push_back(reportJson(r, fonts));
         out << array.dump(2) << "\n";
     } else {
         out << DeckScanner::formatTable(reports) << "\n";
+        for (const auto& w : FontReport::warnings(fonts)) out << "slide " << w.slide << ": " << w.text << "\n";
     }
     return kExitOk;
 }
@@ -73,7 +101,8 @@ void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream&
     cmd->add_option("DECK", options->deck, "The deck to scan (.pptx)")->required();
     cmd->add_flag("--json", options->json,
                   "Print a JSON array with one object per slide (every field of the report, absent values as "
-                  "null) instead of the table");
+                  "null, and under \"fonts\" the fonts the slide is the first to use and how each is drawn) "
+                  "instead of the table");
     addSlideDurationOptions(*cmd, options->video, options->gif);
     addLargestPartOption(*cmd);
     cmd->footer("Example:\n  orvandel scan examples/aula-exemplo.pptx --gif 4:3000\n");

@@ -180,6 +180,18 @@ private slots:
         QVERIFY(lines[0].contains("slide(s) 5, 7 não pôde"));
         QVERIFY(lines[1].contains("slide(s) 2 não puderam"));
         for (const auto& line : lines) QVERIFY2(!speaksOfTheMac(line) && !line.contains("slide "), qPrintable(line));
+
+        // Fonts are named, each with its stand-in, in one line however many.
+        const auto font = Warning::fontSubstituted(3, "Franklin Gothic Book", "Liberation Sans");
+        QCOMPARE(ExportCopy::postExportWarnings({}, 0, {font}),
+                 QStringList{"A fonte \"Franklin Gothic Book\" não está instalada; o texto é desenhado com "
+                             "\"Liberation Sans\" e as quebras de linha podem mudar."});
+        const auto fonts = ExportCopy::postExportWarnings(
+            {}, 0, {font, Warning::notesTextRepaired(3), Warning::fontSubstituted(1, "Rockwell", "Roboto Slab")});
+        QCOMPARE(fonts.size(), 2);
+        QCOMPARE(fonts[0],
+                 "As fontes \"Franklin Gothic Book\" (substituída por \"Liberation Sans\") e \"Rockwell\" (substituída "
+                 "por \"Roboto Slab\") não estão instaladas; as quebras de linha nos textos delas podem mudar.");
     }
 
     // Every stage the flow and the renderer report has its line, and the bar only moves forward.

@@ -41,7 +41,7 @@ TEST(ScanCommandTest, TableJsonAndTheUsersLengths) {
               R"({"displayIndex":1,"file":"ppt/slides/slide1.xml","bulletCount":1,"bulletDursMs":[500],)"
               R"("autoDurationMs":0,"hasVideoAutoplay":false,"videoCount":0,"advTmMs":4500,"isHidden":false,)"
               R"("videoDurationMs":null,"hasOnClickVideo":false,"hasGif":false,"hasExitEffect":true,)"
-              R"("exitGroupCount":1,"orderedGroupKinds":["entry","exit"]})");
+              R"("exitGroupCount":1,"orderedGroupKinds":["entry","exit"],"fonts":[]})");
     EXPECT_TRUE(reports[1]["advTmMs"].is_null());
 
     const Json given = Json::parse(

@@ -196,6 +196,20 @@ QString slidesLine(const QString& before, const std::vector<std::int64_t>& slide
     return before + list(slides) + after;
 }
 
+// The fonts drawn with others, by name: one sentence for one font, one for several.
+QString fontsLine(const std::vector<const Warning*>& fonts) {
+    const auto quoted = [](const std::string& name) { return "\"" + QString::fromStdString(name) + "\""; };
+    if (fonts.size() == 1) {
+        return "A fonte " + quoted(fonts[0]->detail) + " não está instalada; o texto é desenhado com " +
+               quoted(fonts[0]->drawnWith) + " e as quebras de linha podem mudar.";
+    }
+    QStringList named;
+    for (const auto* w : fonts) named << quoted(w->detail) + " (substituída por " + quoted(w->drawnWith) + ")";
+    const QString last = named.takeLast();
+    return "As fontes " + named.join(", ") + " e " + last +
+           " não estão instaladas; as quebras de linha nos textos delas podem mudar.";
+}
+
 }  // namespace
 
 QString list(const std::vector<std::int64_t>& slides) {
@@ -305,8 +319,10 @@ QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClick
     // One line per kind, in the order the kinds were first reported.
     std::vector<Warning::Kind> kinds;
     std::map<Warning::Kind, std::vector<std::int64_t>> slides;
+    std::vector<const Warning*> fonts;  // a font is named, not its slides
     for (const auto& w : warnings) {
         if (!slides.count(w.kind)) kinds.push_back(w.kind);
+        if (w.kind == Warning::Kind::fontSubstituted) fonts.push_back(&w);
         auto& of = slides[w.kind];
         if (std::find(of.begin(), of.end(), w.slide) == of.end()) of.push_back(w.slide);
     }
@@ -341,6 +357,7 @@ QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClick
                                     "apresentação e nunca busca nada na internet. No lugar deles, a aula mostra a "
                                     "imagem de capa ou um espaço vazio.");
                 break;
+            case Warning::Kind::fontSubstituted: lines << fontsLine(fonts); break;
         }
     }
     return lines;

@@ -7,7 +7,7 @@ namespace orvandel {
 namespace {
 
 Warning make(Warning::Kind kind, std::int64_t slide, std::string detail, std::string text) {
-    return Warning{kind, slide, std::move(detail), std::move(text)};
+    return Warning{kind, slide, std::move(detail), std::move(text), {}};
 }
 
 std::string slideName(std::int64_t slide) { return "slide " + std::to_string(slide); }
@@ -63,6 +63,14 @@ Warning Warning::linkNotFollowed(std::int64_t slide, const std::string& linked, 
     if (more == 1) text += "; 1 more link on this slide was not followed either";
     if (more > 1) text += "; " + std::to_string(more) + " more links on this slide were not followed either";
     return make(Kind::linkNotFollowed, slide, std::move(target), std::move(text));
+}
+
+Warning Warning::fontSubstituted(std::int64_t firstSlide, std::string font, std::string drawnWith) {
+    std::string text = "the font \"" + shown(font) + "\" is not installed; its text is drawn with \"" +
+                       shown(drawnWith) + "\" and may break lines differently";
+    Warning w = make(Kind::fontSubstituted, firstSlide, std::move(font), std::move(text));
+    w.drawnWith = std::move(drawnWith);
+    return w;
 }
 
 }  // namespace orvandel

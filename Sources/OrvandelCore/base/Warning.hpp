@@ -17,12 +17,14 @@ struct Warning {
         graphicBuildShownWhole,  // a chart or diagram build could not be drawn step by step
         linkNotFollowed,         // a linked picture or medium was not read (a network address, outside the
                                  // deck's folder, not a regular file, missing): its poster or placeholder shows
+        fontSubstituted,         // a font the deck uses is not installed and is drawn with another one
     };
 
     Kind kind = Kind::notesUnreadable;
     std::int64_t slide = 0;  // display number (1-based), or the slide's position for slidePartMissing
     std::string detail;      // the reason, in the system's, the parser's or the tool's words
     std::string text;        // one English sentence
+    std::string drawnWith;   // fontSubstituted: the font drawn instead of the one in detail
 
     static Warning notesUnreadable(std::int64_t slide, std::string reason);
     static Warning notesTextRepaired(std::int64_t slide);
@@ -36,6 +38,10 @@ struct Warning {
     // counts the slide's other links not followed.
     static Warning linkNotFollowed(std::int64_t slide, const std::string& linked, std::string target,
                                    const std::string& reason, std::int64_t more = 0);
+
+    // One per font, not per slide: `slide` is the first that uses it, `font`
+    // (the detail) the name the deck writes, shown as the deck's names are.
+    static Warning fontSubstituted(std::int64_t firstSlide, std::string font, std::string drawnWith);
 
     bool operator==(const Warning&) const = default;
 };

@@ -8,6 +8,7 @@
 #include "base/Bytes.hpp"
 #include "base/Subprocess.hpp"
 #include "container/XMLEmitter.hpp"
+#include "tools/FontAliases.hpp"
 #include "tools/RenderError.hpp"
 #include "tools/RenderTools.hpp"
 
@@ -18,34 +19,35 @@ namespace {
 // How the errors of this stage begin.
 const char* const kErrorLead = "converting the deck with LibreOffice";
 
-// Office fonts and the free fonts drawn with the same advance widths, so that
-// text wraps and fits exactly as the author laid it out.
-const std::pair<const char*, const char*> kFontTwins[] = {
-    {"Calibri", "Carlito"},
-    {"Calibri Light", "Carlito"},
-    {"Cambria", "Caladea"},
-    {"Arial", "Liberation Sans"},
-    {"Helvetica", "Liberation Sans"},
-    {"Times New Roman", "Liberation Serif"},
-    {"Courier New", "Liberation Mono"},
-};
-
 }  // namespace
 
 std::optional<std::filesystem::path> findSoffice() { return Subprocess::findOnPath("soffice"); }
 
 std::string fontConfiguration(const std::filesystem::path& cacheDir) {
+    // The scratch cache comes first: fontconfig writes a cache it lacks into
+    // the first folder it can, and that must not be the user's own.
     std::string conf = "<?xml version=\"1.0\"?>\n<!DOCTYPE fontconfig SYSTEM \"fonts.dtd\">\n<fontconfig>\n"
-                       "  <include ignore_missing=\"yes\">/etc/fonts/fonts.conf</include>\n"
                        "  <cachedir>" +
-                       XMLEmitter::escapeAttribute(cacheDir.string()) + "</cachedir>\n";
-    for (const auto& [office, twin] : kFontTwins) {
-        // A strong binding replaces the family outright, so the twin wins over
-        // any fallback fontconfig would otherwise rank higher.
-        conf += "  <match target=\"pattern\"><test name=\"family\" qual=\"any\"><string>";
-        conf += office;
+                       XMLEmitter::escapeAttribute(cacheDir.string()) +
+                       "</cachedir>\n"
+                       "  <include ignore_missing=\"yes\">/etc/fonts/fonts.conf</include>\n";
+    for (const auto& folder : FontAliases::extraFolders()) {
+        const std::string path = XMLEmitter::escapeAttribute(std::string(folder.path));
+        conf += "  <dir>" + path + "</dir>\n  <selectfont><rejectfont><glob>" + path +
+                "/*</glob></rejectfont><acceptfont><glob>" + path + "/" +
+                XMLEmitter::escapeAttribute(std::string(folder.accepted)) + "</glob></acceptfont></selectfont>\n";
+    }
+    for (const auto& alias : FontAliases::all()) {
+        // A strong binding replaces the family outright, so the stand-in wins
+        // over any fallback fontconfig would otherwise rank higher. A twin
+        // replaces its original wherever it is named, in fontconfig's own
+        // fallback lists too (Arial's twin is what an unknown font falls back
+        // to); a look-alike only where the deck names the font itself.
+        conf += std::string("  <match target=\"pattern\"><test name=\"family\" qual=\"") +
+                (alias.metricCompatible ? "any" : "first") + "\"><string>";
+        conf += XMLEmitter::escapeAttribute(std::string(alias.office));
         conf += "</string></test><edit name=\"family\" mode=\"assign\" binding=\"strong\"><string>";
-        conf += twin;
+        conf += XMLEmitter::escapeAttribute(std::string(alias.drawnWith));
         conf += "</string></edit></match>\n";
     }
     conf += "</fontconfig>\n";

@@ -2,7 +2,7 @@
 // The one way this project runs LibreOffice, in the product and in tests:
 // soffice found on PATH, a private profile per run (two runs sharing a
 // profile fail silently), a font configuration that maps the usual Office
-// fonts to their metric-compatible free twins, a time limit and a memory
+// fonts to free twins or look-alikes (FontAliases), a time limit and a memory
 // limit that kill the whole process group, and a check that the expected
 // output exists. A run that hangs before it has loaded the deck is tried
 // once more with a fresh profile; one that runs out of time or memory on
