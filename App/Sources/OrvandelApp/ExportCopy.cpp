@@ -341,6 +341,11 @@ QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClick
                                     "apresentação e nunca busca nada na internet. No lugar deles, a aula mostra a "
                                     "imagem de capa ou um espaço vazio.");
                 break;
+            case Warning::Kind::embeddedFontNotUsed:
+                lines << QStringLiteral(
+                    "Uma fonte incorporada à apresentação não pôde ser lida; o texto nessa fonte aparece em outra "
+                    "fonte.");
+                break;
         }
     }
     return lines;

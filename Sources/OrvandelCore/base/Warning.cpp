@@ -65,4 +65,10 @@ Warning Warning::linkNotFollowed(std::int64_t slide, const std::string& linked, 
     return make(Kind::linkNotFollowed, slide, std::move(target), std::move(text));
 }
 
+Warning Warning::embeddedFontNotUsed(const std::string& typeface, const std::string& style, std::string reason) {
+    std::string text = "the embedded font \"" + shown(typeface) + "\" (" + shown(style) + ") could not be used (" +
+                       reason + "); its text is drawn in another font";
+    return make(Kind::embeddedFontNotUsed, 0, std::move(reason), std::move(text));
+}
+
 }  // namespace orvandel

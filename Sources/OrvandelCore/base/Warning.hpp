@@ -17,10 +17,11 @@ struct Warning {
         graphicBuildShownWhole,  // a chart or diagram build could not be drawn step by step
         linkNotFollowed,         // a linked picture or medium was not read (a network address, outside the
                                  // deck's folder, not a regular file, missing): its poster or placeholder shows
+        embeddedFontNotUsed,     // a font the deck embeds could not be decoded: its text falls back to another font
     };
 
     Kind kind = Kind::notesUnreadable;
-    std::int64_t slide = 0;  // display number (1-based), or the slide's position for slidePartMissing
+    std::int64_t slide = 0;  // display number (1-based), the slide's position for slidePartMissing, 0 for a font
     std::string detail;      // the reason, in the system's, the parser's or the tool's words
     std::string text;        // one English sentence
 
@@ -36,6 +37,9 @@ struct Warning {
     // counts the slide's other links not followed.
     static Warning linkNotFollowed(std::int64_t slide, const std::string& linked, std::string target,
                                    const std::string& reason, std::int64_t more = 0);
+
+    // `typeface` as the deck names it, `style` as its list does ("bold").
+    static Warning embeddedFontNotUsed(const std::string& typeface, const std::string& style, std::string reason);
 
     bool operator==(const Warning&) const = default;
 };
