@@ -16,6 +16,7 @@
 #include "storyboard/LinkSweep.hpp"
 #include "storyboard/Storyboard.hpp"
 #include "storyboard/StoryboardPdf.hpp"
+#include "tools/EmbeddedFonts.hpp"
 #include "tools/RenderError.hpp"
 
 namespace orvandel {
@@ -62,6 +63,11 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     for (const auto& warning : DeckLinks::warnings(notFollowed)) hooks.warning(warning);
     hooks.throwIfCancelled();
 
+    // The deck's embedded fonts, so that LibreOffice draws its text in them.
+    const auto fontsDir = scratch.path() / "fonts";
+    const EmbeddedFonts::Written fonts = EmbeddedFonts::extract(deck, fontsDir);
+    for (const auto& warning : fonts.warnings) hooks.warning(warning);
+
     hooks.report(ExportStage::pdf, 0);
     const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
     const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;
@@ -71,7 +77,9 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
                              .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
                              .cancel = hooks.cancel,
                              .memoryLimit = options_.libreOfficeMemoryLimit,
-                             .deckName = deckName});
+                             .deckName = deckName,
+                             .fontDirs = fonts.files.empty() ? std::vector<std::filesystem::path>{}
+                                                             : std::vector<std::filesystem::path>{fontsDir}});
     hooks.report(ExportStage::pdf, 1);
     PageRasterizer::requirePages(pdf, pageTotal, deckName, hooks.cancel);
 

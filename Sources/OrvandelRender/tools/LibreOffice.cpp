@@ -34,11 +34,13 @@ const std::pair<const char*, const char*> kFontTwins[] = {
 
 std::optional<std::filesystem::path> findSoffice() { return Subprocess::findOnPath("soffice"); }
 
-std::string fontConfiguration(const std::filesystem::path& cacheDir) {
+std::string fontConfiguration(const std::filesystem::path& cacheDir,
+                              const std::vector<std::filesystem::path>& fontDirs) {
     std::string conf = "<?xml version=\"1.0\"?>\n<!DOCTYPE fontconfig SYSTEM \"fonts.dtd\">\n<fontconfig>\n"
                        "  <include ignore_missing=\"yes\">/etc/fonts/fonts.conf</include>\n"
                        "  <cachedir>" +
                        XMLEmitter::escapeAttribute(cacheDir.string()) + "</cachedir>\n";
+    for (const auto& dir : fontDirs) conf += "  <dir>" + XMLEmitter::escapeAttribute(dir.string()) + "</dir>\n";
     for (const auto& [office, twin] : kFontTwins) {
         // A strong binding replaces the family outright, so the twin wins over
         // any fallback fontconfig would otherwise rank higher.
@@ -79,7 +81,7 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
     std::filesystem::create_directories(options.workDir, ec);
     std::filesystem::create_directories(outDir, ec);
     const auto fontsConf = options.workDir / "fonts.conf";
-    writeFile(fontsConf, fontConfiguration(options.workDir / "fontconfig-cache"));
+    writeFile(fontsConf, fontConfiguration(options.workDir / "fontconfig-cache", options.fontDirs));
 
     const auto output = outDir / (input.stem().string() + "." + outputExtension);
     const auto seconds = std::to_string((options.timeout.count() + 999) / 1000);

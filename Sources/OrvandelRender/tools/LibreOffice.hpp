@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/Cancellation.hpp"
 
@@ -27,6 +28,8 @@ struct ConvertOptions {
     std::optional<std::int64_t> memoryLimit;
     // The deck as the user knows it, for messages; default: input's file name.
     std::string deckName;
+    // Folders of fonts LibreOffice sees besides the system's (the deck's embedded fonts).
+    std::vector<std::filesystem::path> fontDirs;
 };
 
 // soffice on PATH, or nothing.
@@ -47,7 +50,9 @@ std::chrono::milliseconds timeLimit(std::int64_t pages);
 // "512 MiB", "2.5 GiB": a memory size as a person reads it.
 std::string memorySize(std::int64_t bytes);
 
-// The fontconfig file text used for every run (exposed for tests).
-std::string fontConfiguration(const std::filesystem::path& cacheDir);
+// The fontconfig file text used for every run (exposed for tests): the
+// system's fonts and those in fontDirs.
+std::string fontConfiguration(const std::filesystem::path& cacheDir,
+                              const std::vector<std::filesystem::path>& fontDirs = {});
 
 }  // namespace orvandel::LibreOffice
