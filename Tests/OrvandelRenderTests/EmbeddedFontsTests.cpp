@@ -45,6 +45,8 @@ TEST(EmbeddedFontDataTest, WhatHoldsNoFontIsRefusedNamingThePart) {
     Bytes truncated(eot.begin(), eot.end() - 1);
     Bytes longName = eot;
     longName[82] = 0xFF;  // the family name runs past the end
+    Bytes shortSize = eot;
+    shortSize[0] = 40, shortSize[1] = 0;  // less than the header's fixed fields
     Bytes dataTooLong = eot;
     dataTooLong[4] = 0xFF;
     Bytes tableOutside = test::tinySfnt();
@@ -58,6 +60,7 @@ TEST(EmbeddedFontDataTest, WhatHoldsNoFontIsRefusedNamingThePart) {
              {"a table past the end", tableOutside, "ppt/fonts/font1.ttf", notAFont},
              {"EOT cut short", truncated, "ppt/fonts/font1.fntdata", badContainer},
              {"EOT name past the end", longName, "ppt/fonts/font1.fntdata", badContainer},
+             {"EOT size within its own header", shortSize, "ppt/fonts/font1.fntdata", badContainer},
              {"EOT data size past the end", dataTooLong, "ppt/fonts/font1.fntdata", badContainer},
              {"EOT around no font", test::eotContainer(Bytes(64, 7)), "ppt/fonts/font1.fntdata", notAFont},
              {"odttf without a GUID", obfuscated(test::tinySfnt()), "ppt/fonts/font1.odttf", badName},
@@ -69,8 +72,12 @@ TEST(EmbeddedFontDataTest, WhatHoldsNoFontIsRefusedNamingThePart) {
         EXPECT_EQ(e.errorCase(), expected) << e.what();
         EXPECT_NE(std::string(e.what()).find(part), std::string::npos) << e.what();
     }
-    // Compressed data is libeot's to refuse, or to make something that is no font.
-    EXPECT_THROW(EmbeddedFontData::decode(compressedGarbage, "ppt/fonts/font1.fntdata", ""), FontDataError);
+    // Compressed data is libeot's to refuse, or to make something that is no font; on this input it crashes,
+    // which must cost the font only.
+    for (const auto& compressed :
+         {compressedGarbage, readFile(test::sourceDir() / "fuzz/inputs/EmbeddedFontFuzz" / "libeot-crash.fntdata")}) {
+        EXPECT_THROW(EmbeddedFontData::decode(compressed, "ppt/fonts/font1.fntdata", ""), FontDataError);
+    }
 }
 
 TEST(EmbeddedFontsTest, WritesTheFontsItCanDecodeAndWarnsOfTheOthers) {

@@ -4,9 +4,7 @@
 #include <array>
 #include <optional>
 
-extern "C" {
-#include <libeot/libeot.h>
-}
+#include "tools/EotUnpacker.hpp"
 
 namespace orvandel::EmbeddedFontData {
 
@@ -41,7 +39,10 @@ public:
     }
     // A 16-bit size followed by that many bytes (the header's names).
     void skipSized() { skip(field(2)); }
-    void moveTo(std::size_t at) { at_ = at; }
+    void moveTo(std::size_t at) {
+        if (at > end_) failed_ = true;
+        else at_ = at;
+    }
     std::size_t at() const { return at_; }
     bool failed() const { return failed_; }
 
@@ -107,41 +108,16 @@ bool looksLikeEot(const Bytes& data) {
     return header.field(2) == kEotMagic && (version == 0x00010000 || version == 0x00020001 || version == 0x00020002);
 }
 
-const char* libeotError(EOTError e) {
-    switch (e) {
-        case EOT_INSUFFICIENT_BYTES: return "insufficient bytes";
-        case EOT_CORRUPT_FILE: return "corrupt file";
-        case EOT_CANT_ALLOCATE_MEMORY: return "cannot allocate memory";
-        case EOT_COMPRESSION_NOT_YET_IMPLEMENTED: return "compression not implemented";
-        case EOT_CORRUPT_HOPCODE_DATA: return "corrupt hop code data";
-        case EOT_MTX_ERROR: return "MicroType Express error";
-        default: return "error";
-    }
-}
-
 // MicroType Express data, made a font by libeot. It is given a container
 // whose header this file has already checked, its data no longer obfuscated.
 Bytes decompressed(Bytes container, std::string_view part) {
     container[12 + 3] &= static_cast<std::uint8_t>(~(kXorObfuscated >> 24));  // the flags' high byte
-    EOTMetadata metadata{};
-    std::uint8_t* out = nullptr;
-    unsigned outSize = 0;
-    const EOTError e = EOT2ttf_buffer(container.data(), static_cast<unsigned>(container.size()), &metadata, &out,
-                                      &outSize);
-    Bytes font;
-    if (out && (e == EOT_SUCCESS || e >= EOT_WARN) && outSize <= kLargestFont) font.assign(out, out + outSize);
-    if (out) EOTfreeBuffer(out);
-    EOTfreeMetadata(&metadata);
-    if (e != EOT_SUCCESS && e < EOT_WARN) {
+    auto unpacked = EotUnpacker::unpack(container, kLargestFont);
+    if (!unpacked.font) {
         throw FontDataError(FontDataError::Case::undecodable,
-                            "the embedded font " + std::string(part) + " could not be decompressed",
-                            "libeot: " + std::string(libeotError(e)) + " (" + std::to_string(int(e)) + ")");
+                            "the embedded font " + std::string(part) + " could not be decompressed", unpacked.failure);
     }
-    if (outSize > kLargestFont) {
-        throw FontDataError(FontDataError::Case::tooLarge,
-                            "the embedded font " + std::string(part) + " unpacks to more than 64 MiB and was not used");
-    }
-    return font;
+    return std::move(*unpacked.font);
 }
 
 // The font an Embedded OpenType container holds. The header is walked field

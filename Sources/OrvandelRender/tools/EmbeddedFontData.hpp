@@ -4,7 +4,8 @@
 // container (what PowerPoint writes: a header, then the font data, maybe
 // XOR-obfuscated, maybe MicroType Express compressed), an obfuscated font
 // (.odttf: its first 32 bytes XORed with a key from the GUID that names the
-// part), or the font file itself. Pure: bytes in, bytes out.
+// part), or the font file itself. Bytes in, bytes out; compressed data is
+// unpacked in a child process (EotUnpacker).
 #include <cstdint>
 #include <string>
 #include <string_view>
