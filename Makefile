@@ -50,7 +50,7 @@ fuzz:
 	ORVANDEL_WITH_FUZZ=1 ./scripts/install-deps.sh
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORVANDEL_FUZZ=ON \
 		-DORVANDEL_BUILD_TESTS=OFF -DORVANDEL_BUILD_BENCH=OFF -DORVANDEL_BUILD_APP=OFF
-	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target ZipReaderFuzz EntryReaderFuzz XmlElementFuzz DeckScanFuzz MovieHeaderFuzz
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target ZipReaderFuzz EntryReaderFuzz XmlElementFuzz DeckScanFuzz MovieHeaderFuzz EmbeddedFontFuzz
 	./fuzz/run.sh $(FUZZ_BUILD) $(SECONDS)
 
 # The app's window in each state, as PNGs to look at (renderer faked, offscreen).

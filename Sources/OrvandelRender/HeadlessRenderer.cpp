@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "base/TemporaryDirectory.hpp"
-#include "deck/DeckFonts.hpp"
 #include "deck/DeckModel.hpp"
 #include "encode/MasterMovie.hpp"
 #include "media/MediaLayers.hpp"
@@ -18,8 +17,7 @@
 #include "storyboard/LinkSweep.hpp"
 #include "storyboard/Storyboard.hpp"
 #include "storyboard/StoryboardPdf.hpp"
-#include "tools/FontReport.hpp"
-#include "tools/FontResolver.hpp"
+#include "tools/DeckFontSetup.hpp"
 #include "tools/LibreOffice.hpp"
 #include "tools/RenderError.hpp"
 
@@ -69,16 +67,13 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     for (const auto& warning : DeckLinks::warnings(notFollowed)) hooks.warning(warning);
     hooks.throwIfCancelled();
 
-    // Fonts LibreOffice cannot honour, asked under the configuration it is
+    // The deck's embedded fonts, so that LibreOffice draws its text in them,
+    // and the fonts it cannot honour, asked under the configuration it is
     // about to get, whose cache folder it then finds filled.
     const auto libreOfficeDir = scratch.path() / "lo";
-    std::filesystem::create_directories(libreOfficeDir / "fontconfig-cache", ec);
-    {
-        const FontResolver fonts(LibreOffice::fontConfiguration(libreOfficeDir / "fontconfig-cache"));
-        for (const auto& warning : FontReport::warnings(FontReport::of(DeckFonts::read(deck), fonts))) {
-            hooks.warning(warning);
-        }
-    }
+    DeckFontSetup::Setup fonts = DeckFontSetup::prepare(deck, scratch.path() / "fonts",
+                                                        libreOfficeDir / "fontconfig-cache");
+    for (const auto& warning : fonts.warnings) hooks.warning(warning);
 
     hooks.report(ExportStage::pdf, 0);
     const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
@@ -89,7 +84,9 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
                              .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
                              .cancel = hooks.cancel,
                              .memoryLimit = options_.libreOfficeMemoryLimit,
-                             .deckName = deckName});
+                             .deckName = deckName,
+                             .fontDirs = std::move(fonts.fontDirs),
+                             .embeddedFamilies = std::move(fonts.embeddedFamilies)});
     hooks.report(ExportStage::pdf, 1);
     PageRasterizer::requirePages(pdf, pageTotal, deckName, hooks.cancel);
 

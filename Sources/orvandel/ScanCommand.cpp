@@ -6,10 +6,9 @@
 #include "Cli.hpp"
 #include "Commands.hpp"
 #include "base/TemporaryDirectory.hpp"
-#include "deck/DeckFonts.hpp"
 #include "deck/DeckScanner.hpp"
-#include "tools/FontReport.hpp"
-#include "tools/LibreOffice.hpp"
+#include "tools/DeckFontSetup.hpp"
+#include "tools/FontResolver.hpp"
 
 namespace orvandel::cli {
 
@@ -26,12 +25,12 @@ nlohmann::ordered_json optionalJson(const std::optional<std::int64_t>& value) {
     return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json(nullptr);
 }
 
-// The deck's fonts as an export would draw them, asked under LibreOffice's
-// configuration with its cache in a scratch folder that goes afterwards.
+// The deck's fonts as an export would draw them (its embedded fonts
+// included), asked under LibreOffice's configuration, in a scratch folder
+// that goes afterwards.
 std::vector<FontReport::Font> deckFonts(DeckModel& deck) {
     const TemporaryDirectory scratch(std::filesystem::temp_directory_path(), "orvandel-fonts-");
-    const FontResolver resolver(LibreOffice::fontConfiguration(scratch.path() / "fontconfig-cache"));
-    return FontReport::of(DeckFonts::read(deck), resolver);
+    return DeckFontSetup::prepare(deck, scratch.path() / "fonts", scratch.path() / "fontconfig-cache").fonts;
 }
 
 // The fonts whose first use is the slide: each font under one slide only.

@@ -108,6 +108,12 @@ DeckBuilder& DeckBuilder::addNotes(int slideNumber, const std::string& notesXml)
     return *this;
 }
 
+DeckBuilder& DeckBuilder::addEmbeddedFont(const std::string& typeface, const std::string& style,
+                                          const std::string& part, const Bytes& data, const std::string& contentType) {
+    fonts_.push_back({typeface, style, part, contentType});
+    return addEntry(part, data);
+}
+
 DeckBuilder& DeckBuilder::addEntry(const std::string& name, const Bytes& data) {
     extra_.emplace_back(name, data);
     return *this;
@@ -141,6 +147,17 @@ std::vector<std::pair<std::string, Bytes>> DeckBuilder::entries() const {
         parts.emplace_back("ppt/notesSlides/_rels/notesSlide" + n + ".xml.rels",
                            toBytes(relationshipsXml({{"rId1", "slide", "../slides/slide" + n + ".xml"}})));
     }
+
+    std::string fontList;
+    for (std::size_t i = 0; i < fonts_.size(); ++i) {
+        const std::string id = "rIdFont" + std::to_string(i + 1);
+        fontList += "<p:embeddedFont><p:font typeface=\"" + XMLEmitter::escapeAttribute(fonts_[i].typeface) +
+                    "\"/><p:" + fonts_[i].style + " r:id=\"" + id + "\"/></p:embeddedFont>";
+        const auto& part = fonts_[i].part;
+        presentationRels.push_back({id, "font", part.starts_with("ppt/") ? part.substr(4) : "/" + part});
+        overrides += "<Override PartName=\"/" + fonts_[i].part + "\" ContentType=\"" + fonts_[i].contentType + "\"/>";
+    }
+    if (!fontList.empty()) fontList = "<p:embeddedFontLst>" + fontList + "</p:embeddedFontLst>";
 
     // Parts only: extra entries such as media get no content type (nothing here reads them).
     const std::string contentTypes =
@@ -186,8 +203,8 @@ std::vector<std::pair<std::string, Bytes>> DeckBuilder::entries() const {
         {"_rels/.rels", toBytes(relationshipsXml({{"rId1", "officeDocument", "ppt/presentation.xml"}}))},
         {"ppt/presentation.xml",
          toBytes(std::string(kXmlDecl) + "<p:presentation " + namespaces() + ">" + masterIds + "<p:sldIdLst>" + sldIds +
-                 "</p:sldIdLst><p:sldSz cx=\"12192000\" cy=\"6858000\"/><p:notesSz cx=\"6858000\" cy=\"9144000\"/>"
-                 "</p:presentation>")},
+                 "</p:sldIdLst><p:sldSz cx=\"12192000\" cy=\"6858000\"/><p:notesSz cx=\"6858000\" cy=\"9144000\"/>" +
+                 fontList + "</p:presentation>")},
         {"ppt/_rels/presentation.xml.rels", toBytes(relationshipsXml(presentationRels))}};
     out.insert(out.end(), parts.begin(), parts.end());
     for (const auto& entry : extra_) {

@@ -67,6 +67,11 @@ public:
     DeckBuilder& addSlide(const std::string& slideXml, const std::vector<Rel>& slideRels = {});
     // The notes part of slide `slideNumber` (1-based) and the slide's notesSlide relationship.
     DeckBuilder& addNotes(int slideNumber, const std::string& notesSlideXml);
+    // A font the presentation embeds: a p:embeddedFont naming `typeface`, whose
+    // `style` child ("regular", "bold"...) is the presentation's relationship
+    // to `part` (an entry such as "ppt/fonts/font1.fntdata"), of `contentType`.
+    DeckBuilder& addEmbeddedFont(const std::string& typeface, const std::string& style, const std::string& part,
+                                 const Bytes& data, const std::string& contentType = "application/x-fontdata");
     // Any other entry (media, or a raw replacement of a generated part of the same name).
     DeckBuilder& addEntry(const std::string& name, const Bytes& data);
     DeckBuilder& addEntry(const std::string& name, const std::string& text);
@@ -85,8 +90,12 @@ private:
     struct Master {
         std::string theme, clrMap, layoutAfterCSld;
     };
+    struct Font {
+        std::string typeface, style, part, contentType;
+    };
     std::vector<Slide> slides_;
     std::optional<Master> master_;
+    std::vector<Font> fonts_;
     std::vector<std::pair<std::string, Bytes>> extra_;
 };
 

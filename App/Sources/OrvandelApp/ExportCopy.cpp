@@ -358,6 +358,11 @@ QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClick
                                     "imagem de capa ou um espaço vazio.");
                 break;
             case Warning::Kind::fontSubstituted: lines << fontsLine(fonts); break;
+            case Warning::Kind::embeddedFontNotUsed:
+                lines << QStringLiteral(
+                    "Uma fonte incorporada à apresentação não pôde ser lida; o texto nessa fonte aparece em outra "
+                    "fonte.");
+                break;
         }
     }
     return lines;

@@ -73,4 +73,10 @@ Warning Warning::fontSubstituted(std::int64_t firstSlide, std::string font, std:
     return w;
 }
 
+Warning Warning::embeddedFontNotUsed(const std::string& typeface, const std::string& style, std::string reason) {
+    std::string text = "the embedded font \"" + shown(typeface) + "\" (" + shown(style) + ") could not be used (" +
+                       reason + "); its text is drawn in another font";
+    return make(Kind::embeddedFontNotUsed, 0, std::move(reason), std::move(text));
+}
+
 }  // namespace orvandel

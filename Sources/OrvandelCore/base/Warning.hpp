@@ -18,10 +18,11 @@ struct Warning {
         linkNotFollowed,         // a linked picture or medium was not read (a network address, outside the
                                  // deck's folder, not a regular file, missing): its poster or placeholder shows
         fontSubstituted,         // a font the deck uses is not installed and is drawn with another one
+        embeddedFontNotUsed,     // a font the deck embeds could not be decoded: its text falls back to another font
     };
 
     Kind kind = Kind::notesUnreadable;
-    std::int64_t slide = 0;  // display number (1-based), or the slide's position for slidePartMissing
+    std::int64_t slide = 0;  // display number (1-based), the slide's position for slidePartMissing, 0 for a font
     std::string detail;      // the reason, in the system's, the parser's or the tool's words
     std::string text;        // one English sentence
     std::string drawnWith;   // fontSubstituted: the font drawn instead of the one in detail
@@ -42,6 +43,8 @@ struct Warning {
     // One per font, not per slide: `slide` is the first that uses it, `font`
     // (the detail) the name the deck writes, shown as the deck's names are.
     static Warning fontSubstituted(std::int64_t firstSlide, std::string font, std::string drawnWith);
+    // `typeface` as the deck names it, `style` as its list does ("bold").
+    static Warning embeddedFontNotUsed(const std::string& typeface, const std::string& style, std::string reason);
 
     bool operator==(const Warning&) const = default;
 };

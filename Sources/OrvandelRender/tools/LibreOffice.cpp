@@ -23,7 +23,8 @@ const char* const kErrorLead = "converting the deck with LibreOffice";
 
 std::optional<std::filesystem::path> findSoffice() { return Subprocess::findOnPath("soffice"); }
 
-std::string fontConfiguration(const std::filesystem::path& cacheDir) {
+std::string fontConfiguration(const std::filesystem::path& cacheDir, const std::vector<std::filesystem::path>& fontDirs,
+                              const std::vector<std::string>& embeddedFamilies) {
     // The scratch cache comes first: fontconfig writes a cache it lacks into
     // the first folder it can, and that must not be the user's own.
     std::string conf = "<?xml version=\"1.0\"?>\n<!DOCTYPE fontconfig SYSTEM \"fonts.dtd\">\n<fontconfig>\n"
@@ -37,7 +38,13 @@ std::string fontConfiguration(const std::filesystem::path& cacheDir) {
                 "/*</glob></rejectfont><acceptfont><glob>" + path + "/" +
                 XMLEmitter::escapeAttribute(std::string(folder.accepted)) + "</glob></acceptfont></selectfont>\n";
     }
+    for (const auto& dir : fontDirs) conf += "  <dir>" + XMLEmitter::escapeAttribute(dir.string()) + "</dir>\n";
     for (const auto& alias : FontAliases::all()) {
+        // The font the deck embeds is the font itself: no stand-in replaces it.
+        if (std::any_of(embeddedFamilies.begin(), embeddedFamilies.end(),
+                        [&](const std::string& family) { return FontAliases::find(family) == &alias; })) {
+            continue;
+        }
         // A strong binding replaces the family outright, so the stand-in wins
         // over any fallback fontconfig would otherwise rank higher. A twin
         // replaces its original wherever it is named, in fontconfig's own
@@ -81,7 +88,8 @@ std::filesystem::path convert(const std::filesystem::path& input, const std::str
     std::filesystem::create_directories(options.workDir, ec);
     std::filesystem::create_directories(outDir, ec);
     const auto fontsConf = options.workDir / "fonts.conf";
-    writeFile(fontsConf, fontConfiguration(options.workDir / "fontconfig-cache"));
+    writeFile(fontsConf,
+              fontConfiguration(options.workDir / "fontconfig-cache", options.fontDirs, options.embeddedFamilies));
 
     const auto output = outDir / (input.stem().string() + "." + outputExtension);
     const auto seconds = std::to_string((options.timeout.count() + 999) / 1000);

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/Cancellation.hpp"
 
@@ -27,6 +28,10 @@ struct ConvertOptions {
     std::optional<std::int64_t> memoryLimit;
     // The deck as the user knows it, for messages; default: input's file name.
     std::string deckName;
+    // Folders of fonts LibreOffice sees besides the system's (the deck's
+    // embedded fonts), and the families they hold: no stand-in replaces those.
+    std::vector<std::filesystem::path> fontDirs;
+    std::vector<std::string> embeddedFamilies;
 };
 
 // soffice on PATH, or nothing.
@@ -47,7 +52,11 @@ std::chrono::milliseconds timeLimit(std::int64_t pages);
 // "512 MiB", "2.5 GiB": a memory size as a person reads it.
 std::string memorySize(std::int64_t bytes);
 
-// The fontconfig file text used for every run (exposed for tests).
-std::string fontConfiguration(const std::filesystem::path& cacheDir);
+// The fontconfig file text used for every run (exposed for tests): the
+// system's fonts and those in fontDirs, the Office fonts mapped to their
+// stand-ins (FontAliases) except the embeddedFamilies.
+std::string fontConfiguration(const std::filesystem::path& cacheDir,
+                              const std::vector<std::filesystem::path>& fontDirs = {},
+                              const std::vector<std::string>& embeddedFamilies = {});
 
 }  // namespace orvandel::LibreOffice
