@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace orvandel::BlipEffects {
 
@@ -77,6 +78,28 @@ struct Apply {
 };
 
 }  // namespace
+
+std::optional<Blend> blendNamed(std::string_view name) {
+    for (const auto& [written, blend] :
+         {std::pair{"over", Blend::over}, std::pair{"mult", Blend::multiply}, std::pair{"screen", Blend::screen},
+          std::pair{"darken", Blend::darken}, std::pair{"lighten", Blend::lighten}}) {
+        if (name == written) return blend;
+    }
+    return std::nullopt;
+}
+
+Rgba composited(Blend blend, Rgba backdrop, Rgba colour) {
+    const std::int64_t ab = backdrop.a, as = colour.a;
+    // Both scaled by 255 * 255: the premultiplied result and its opacity.
+    const std::int64_t opacity = as * 255 + ab * (255 - as);
+    if (opacity == 0) return {0, 0, 0, 0};
+    const auto channel = [&](std::int64_t b, std::int64_t s) {
+        const std::int64_t premultiplied = as * (255 - ab) * s + as * ab * blended(blend, b, s) + (255 - as) * ab * b;
+        return clampByte((premultiplied + opacity / 2) / opacity);
+    };
+    return {channel(backdrop.r, colour.r), channel(backdrop.g, colour.g), channel(backdrop.b, colour.b),
+            clampByte((opacity + 127) / 255)};
+}
 
 Rgba applied(const Effect& effect, Rgba pixel) { return std::visit(Apply{pixel}, effect); }
 

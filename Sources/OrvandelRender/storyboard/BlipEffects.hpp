@@ -3,7 +3,9 @@
 // bytes: what PowerPoint shows and LibreOffice does not draw (or draws
 // otherwise). Amounts are in the deck's units, thousandths of a percent.
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -36,6 +38,8 @@ struct ColourChange {
     bool matchAlpha = true;
 };
 enum class Blend { over, multiply, screen, darken, lighten };
+// The blend a fill overlay's blend attribute names ("over", "mult"...); nothing for one not drawn here.
+std::optional<Blend> blendNamed(std::string_view name);
 // A colour blended over every pixel, as much as the colour is opaque.
 struct FillOverlay {
     Rgba colour;
@@ -46,6 +50,12 @@ using Effect = std::variant<Duotone, Grayscale, BiLevel, AlphaModFix, Luminance,
 
 // One pixel with the effect applied. Integer arithmetic, pure.
 Rgba applied(const Effect& effect, Rgba pixel);
+
+// A colour laid with a blend mode over a pixel that may be transparent: where
+// the pixel is opaque the blend shows as much as the colour is opaque, where
+// it is transparent the colour itself (source-over with blending, as a shape
+// whose fill overlay covers a see-through texture shows). Integer, pure.
+Rgba composited(Blend blend, Rgba backdrop, Rgba colour);
 
 // Every pixel of tightly packed RGBA bytes with the effects applied in order.
 void apply(const std::vector<Effect>& effects, std::span<std::uint8_t> rgba);

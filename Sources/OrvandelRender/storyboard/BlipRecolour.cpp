@@ -1,5 +1,7 @@
 #include "storyboard/BlipRecolour.hpp"
 
+#include <algorithm>
+#include <functional>
 #include <set>
 
 #include "container/PptxArchive.hpp"
@@ -7,7 +9,10 @@
 #include "container/XmlElement.hpp"
 #include "plan/XmlSpans.hpp"
 #include "storyboard/BlipEffects.hpp"
+#include "storyboard/GradientFill.hpp"
+#include "storyboard/PictureFill.hpp"
 #include "storyboard/SchemeColours.hpp"
+#include "storyboard/ShapeFills.hpp"
 #include "tools/PictureCodec.hpp"
 
 namespace orvandel::BlipRecolour {
@@ -20,6 +25,10 @@ using DrawingColour::Rgba;
 using XmlSpans::Span;
 
 constexpr std::int64_t kLargestPicture = std::int64_t{128} << 20;
+constexpr std::int64_t kEmuPerInch = 914400;
+constexpr std::int64_t kEmuPerPixel = 9525;  // at 96 dpi
+// A picture file that states no resolution is taken at the screen's.
+constexpr std::pair<int, int> kUnstatedDpi{96, 96};
 constexpr const char* kImageType = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/image";
 
 std::string_view local(const Span& s) { return localName(s.name); }
@@ -87,6 +96,7 @@ private:
 struct Showing {
     std::string part;
     DrawingColour::Scheme scheme;
+    std::string theme;  // the master's theme part
 };
 
 // Every slide, and the layouts and masters they use, each once.
@@ -99,7 +109,8 @@ std::vector<Showing> showingParts(DeckModel& deck, Parts& parts) {
         std::vector<std::string> texts;
         for (const auto& p : between) texts.push_back(parts.text(p));
         const std::vector<std::string_view> views(texts.begin(), texts.end());
-        out.push_back({part, SchemeColours::schemeOf(parts.text(parts.related(master, "theme")), masterXml, views)});
+        const std::string theme = parts.related(master, "theme");
+        out.push_back({part, SchemeColours::schemeOf(parts.text(theme), masterXml, views), theme});
     };
     for (const auto& slide : deck.slideFiles()) {
         const std::string layout = parts.related(slide, "slideLayout");
@@ -160,18 +171,12 @@ std::optional<Effect> effectOf(std::string_view xml, const std::vector<Span>& sp
         const auto useAlpha = XmlSpans::attributeOf(xml, s, "useA");
         if (from && to) return BlipEffects::ColourChange{*from, *to, useAlpha != "0" && useAlpha != "false"};
     } else if (kind == "fillOverlay") {
-        static const std::map<std::string, BlipEffects::Blend, std::less<>> blends{
-            {"over", BlipEffects::Blend::over},
-            {"mult", BlipEffects::Blend::multiply},
-            {"screen", BlipEffects::Blend::screen},
-            {"darken", BlipEffects::Blend::darken},
-            {"lighten", BlipEffects::Blend::lighten}};
-        const auto blend = blends.find(XmlSpans::attributeOf(xml, s, "blend").value_or(""));
-        if (blend == blends.end() || children.size() != 1 || local(spans[std::size_t(children[0])]) != "solidFill") {
+        const auto blend = BlipEffects::blendNamed(XmlSpans::attributeOf(xml, s, "blend").value_or(""));
+        if (!blend || children.size() != 1 || local(spans[std::size_t(children[0])]) != "solidFill") {
             return std::nullopt;
         }
         if (const auto colour = firstColour(xml, spans, children[0], scheme)) {
-            return BlipEffects::FillOverlay{*colour, blend->second};
+            return BlipEffects::FillOverlay{*colour, *blend};
         }
     }
     return std::nullopt;
@@ -213,12 +218,16 @@ std::string keyOf(const Effect& e) {
 }
 
 // The blips of a fill (a picture's, a shape's, a background's) whose effects this pass applies.
-std::vector<Blip> blipsToBake(std::string_view xml, const std::vector<Span>& spans,
-                              const DrawingColour::Scheme& scheme) {
+std::vector<Blip> blipsToBake(std::string_view xml, const std::vector<Span>& spans, const DrawingColour::Scheme& scheme,
+                              const std::vector<ShapeFills::Target>& bakedWhole) {
     std::vector<Blip> out;
     for (std::size_t i = 0; i < spans.size(); ++i) {
         const Span& s = spans[i];
         if (local(s) != "blip" || s.parent < 0 || local(spans[std::size_t(s.parent)]) != "blipFill") continue;
+        if (std::any_of(bakedWhole.begin(), bakedWhole.end(),
+                        [&](const auto& t) { return t.begin <= s.begin && s.begin < t.end; })) {
+            continue;
+        }
         Blip blip;
         const auto tag = xml.substr(s.begin, s.tagEnd - s.begin);
         for (const auto& a : XmlSpans::attributesOf(tag)) {
@@ -240,7 +249,11 @@ std::vector<Blip> blipsToBake(std::string_view xml, const std::vector<Span>& spa
     return out;
 }
 
-bool mayHoldEffects(std::string_view xml) {
+bool mayHoldEffects(std::string_view xml, bool themeHasPictures) {
+    if (themeHasPictures &&
+        (xml.find("bgRef") != std::string_view::npos || xml.find("fillRef") != std::string_view::npos)) {
+        return true;
+    }
     if (xml.find("blip") == std::string_view::npos) return false;
     for (const char* name :
          {"duotone", "grayscl", "biLevel", "alphaModFix", "lum ", "lum/", "clrChange", "fillOverlay"}) {
@@ -262,23 +275,32 @@ std::string relativeTarget(const std::string& part, const std::string& owner) {
     return fs::path(part).lexically_relative(owner.substr(0, slash)).generic_string();
 }
 
-// The recoloured copies made so far, by picture and effects; "" for a picture not decoded.
+// A picture's pixels once decoded, with the resolution its file states.
+struct Decoded {
+    PictureCodec::Picture picture;
+    std::pair<int, int> dotsPerInch;
+};
+using Finish = std::function<PictureCodec::Picture(Decoded)>;
+
+// The recoloured copies made so far, by picture and what was done to it; "" for a picture not decoded.
 class Bakery {
 public:
     Bakery(Parts& parts, const fs::path& workDir, const std::optional<CancellationToken>& cancel)
         : parts_(parts), workDir_(workDir), cancel_(cancel), used_(parts.names()) {}
 
-    std::string copyOf(const std::string& picture, const Blip& blip) {
-        const auto known = copies_.find({picture, blip.key});
+    // The copy of `picture` with the effects applied, then finished (painted into a fill) when asked.
+    std::string copyOf(const std::string& picture, const std::string& key, const std::vector<Effect>& effects,
+                       const Finish& finish = {}) {
+        const auto known = copies_.find({picture, key});
         if (known != copies_.end()) return known->second;
-        return copies_[{picture, blip.key}] = baked(picture, blip.effects);
+        return copies_[{picture, key}] = baked(picture, effects, finish);
     }
 
     std::vector<std::pair<std::string, Bytes>> added;
     std::string types;  // their content types, as [Content_Types].xml lists them
 
 private:
-    std::string baked(const std::string& picture, const std::vector<Effect>& effects) {
+    std::string baked(const std::string& picture, const std::vector<Effect>& effects, const Finish& finish) {
         if (cancel_ && cancel_->isCancelled()) throw CancelledError();
         const auto bytes = parts_.picture(picture);
         if (!bytes) return "";
@@ -288,6 +310,9 @@ private:
         fs::remove(file);
         if (!decoded) return "";
         BlipEffects::apply(effects, decoded->rgba);
+        if (finish) {
+            *decoded = finish({std::move(*decoded), PictureCodec::dotsPerInch(*bytes).value_or(kUnstatedDpi)});
+        }
         const std::string part = freshName(used_, "ppt/media/recoloured", ".png");
         added.emplace_back(part, PictureCodec::png(*decoded, workDir_, cancel_));
         types += "<Override PartName=\"/" + part + "\" ContentType=\"image/png\"/>";
@@ -301,6 +326,100 @@ private:
     std::map<std::pair<std::string, std::string>, std::string> copies_;
 };
 
+// The size in pixels a box is baked at: twice 96 dpi, which the movie's
+// frames reach at most, within PictureCodec::kLargestSide a side.
+std::pair<int, int> bakedSize(std::int64_t widthEmu, std::int64_t heightEmu) {
+    std::int64_t w = std::max<std::int64_t>(1, widthEmu * 2 / kEmuPerPixel);
+    std::int64_t h = std::max<std::int64_t>(1, heightEmu * 2 / kEmuPerPixel);
+    const std::int64_t side = std::max(w, h);
+    if (side > PictureCodec::kLargestSide) {
+        w = std::max<std::int64_t>(1, w * PictureCodec::kLargestSide / side);
+        h = std::max<std::int64_t>(1, h * PictureCodec::kLargestSide / side);
+    }
+    return {int(w), int(h)};
+}
+
+// A fill baked whole: its picture, the blip's effects, the fill laid into
+// its box and the overlay blended over it. Nothing when its picture is not
+// one of the deck's or cannot be decoded.
+struct WholeFill {
+    std::string picture, key;
+    std::vector<Effect> effects;
+    Finish finish;
+};
+
+std::optional<WholeFill> wholeFillOf(const ShapeFills::Target& target, Parts& parts, const std::string& part,
+                                     const Showing& showing) {
+    const auto spans = XmlSpans::elementSpans(target.fill);
+    if (spans.empty()) return std::nullopt;
+    int blipIndex = -1;
+    for (const int c : XmlSpans::childrenOf(spans, 0)) {
+        if (local(spans[std::size_t(c)]) == "blip") blipIndex = c;
+    }
+    if (blipIndex < 0) return std::nullopt;
+    const std::string_view fillXml = target.fill;
+    const Span& blip = spans[std::size_t(blipIndex)];
+    const auto tag = fillXml.substr(blip.begin, blip.tagEnd - blip.begin);
+    std::string embed;
+    for (const auto& a : XmlSpans::attributesOf(tag)) {
+        if (localName(a.name) == "embed") embed = std::string(tag.substr(a.valueBegin, a.valueEnd - a.valueBegin));
+    }
+    const std::string owner = target.fromTheme ? showing.theme : part;
+    const auto byId = Relationships::byId(parts.relationships(owner));
+    const auto r = byId.find(embed);
+    if (embed.empty() || r == byId.end() || r->second.external()) return std::nullopt;
+
+    WholeFill whole;
+    whole.picture = Relationships::resolveEntry(r->second.target, owner);
+    auto scheme = showing.scheme;
+    if (target.placeholder) scheme.colours["phClr"] = *target.placeholder;
+    for (const int child : XmlSpans::childrenOf(spans, blipIndex)) {
+        if (auto effect = effectOf(target.fill, spans, child, scheme)) {
+            whole.key += keyOf(*effect);
+            whole.effects.push_back(*effect);
+        }
+    }
+    const auto fill = PictureFill::read(target.fill, spans, 0);
+    const auto [width, height] = bakedSize(target.widthEmu, target.heightEmu);
+    whole.key += "|" + target.fill + "|" + std::to_string(width) + "x" + std::to_string(height) + "|" +
+                 std::to_string(target.widthEmu) + "x" + std::to_string(target.heightEmu);
+    if (target.overlay) {
+        whole.key += "|o" + std::to_string(int(target.blend)) + "," + std::to_string(target.overlay->angle) +
+                     (target.overlay->scaled ? "s" : "") + ";";
+        for (const auto& stop : target.overlay->stops) {
+            whole.key += std::to_string(stop.position) + keyOf(BlipEffects::FillOverlay{stop.colour, target.blend});
+        }
+    }
+    whole.finish = [fill, target, width, height](Decoded decoded) {
+        const auto& [dpiX, dpiY] = decoded.dotsPerInch;
+        auto painted = PictureFill::painted(decoded.picture, fill,
+                                            std::int64_t{decoded.picture.width} * kEmuPerInch / dpiX,
+                                            std::int64_t{decoded.picture.height} * kEmuPerInch / dpiY, target.widthEmu,
+                                            target.heightEmu, width, height);
+        if (target.overlay) GradientFill::overlay(painted, *target.overlay, target.blend);
+        return painted;
+    };
+    return whole;
+}
+
+std::pair<std::int64_t, std::int64_t> slideSizeOf(DeckModel& deck) {
+    const auto read = [](const std::optional<std::string>& text) -> std::int64_t {
+        try {
+            return text ? std::stoll(*text) : 0;
+        } catch (const std::exception&) {
+            return 0;
+        }
+    };
+    try {
+        if (const auto size = deck.slideSize())
+            return {read(size->attributeIn("", "cx")), read(size->attributeIn("", "cy"))};
+    } catch (const std::exception&) {
+    }
+    return {0, 0};
+}
+
+bool holdsPictureStyles(const std::string& theme) { return theme.find("blipFill") != std::string::npos; }
+
 }  // namespace
 
 Recolouring bake(DeckModel& deck, const LinkSweep::Sweep& sweep, const fs::path& workDir,
@@ -308,12 +427,17 @@ Recolouring bake(DeckModel& deck, const LinkSweep::Sweep& sweep, const fs::path&
     Recolouring out;
     Parts parts(deck, sweep);
     std::optional<Bakery> bakery;
-    for (const auto& [part, scheme] : showingParts(deck, parts)) {
+    std::optional<std::pair<std::int64_t, std::int64_t>> slideSize;
+    for (const auto& showing : showingParts(deck, parts)) {
+        const std::string& part = showing.part;
         const std::string xml = parts.text(part);
-        if (!mayHoldEffects(xml)) continue;
+        const std::string theme = parts.text(showing.theme);
+        if (!mayHoldEffects(xml, holdsPictureStyles(theme))) continue;
+        if (!slideSize) slideSize = slideSizeOf(deck);
+        const auto whole = ShapeFills::find(xml, theme, slideSize->first, slideSize->second, showing.scheme);
         const auto spans = XmlSpans::elementSpans(xml);
-        const auto blips = blipsToBake(xml, spans, scheme);
-        if (blips.empty()) continue;
+        const auto blips = blipsToBake(xml, spans, showing.scheme, whole);
+        if (blips.empty() && whole.empty()) continue;
         if (!bakery) {
             fs::create_directories(workDir);
             bakery.emplace(parts, workDir, cancel);
@@ -324,19 +448,31 @@ Recolouring bake(DeckModel& deck, const LinkSweep::Sweep& sweep, const fs::path&
         const auto byId = Relationships::byId(rels);
         std::map<std::string, std::string> idOf;  // copy -> its relationship
         std::string newRels;
-        std::vector<XmlSpans::Edit> edits;
-        for (const auto& blip : blips) {
-            const auto r = byId.find(blip.embed);
-            if (r == byId.end() || r->second.external()) continue;
-            const std::string copy = bakery->copyOf(Relationships::resolveEntry(r->second.target, part), blip);
-            if (copy.empty()) continue;
+        const auto idFor = [&](const std::string& copy) {
             auto& id = idOf[copy];
             if (id.empty()) {
                 for (int n = 1; !ids.insert(id = "rIdRecoloured" + std::to_string(n)).second;) ++n;
                 newRels += "<Relationship Id=\"" + id + "\" Type=\"" + kImageType + "\" Target=\"" +
                            XMLEmitter::escapeAttribute(relativeTarget(copy, part)) + "\"/>";
             }
-            edits.push_back({blip.embedBegin, blip.embedEnd, id});
+            return id;
+        };
+        std::vector<XmlSpans::Edit> edits;
+        for (const auto& target : whole) {
+            const auto fill = wholeFillOf(target, parts, part, showing);
+            if (!fill) continue;
+            const std::string copy = bakery->copyOf(fill->picture, fill->key, fill->effects, fill->finish);
+            if (copy.empty()) continue;
+            edits.push_back({target.begin, target.end, ShapeFills::replacement(target, idFor(copy))});
+            if (target.overlayEnd > target.overlayBegin) edits.push_back({target.overlayBegin, target.overlayEnd, ""});
+        }
+        for (const auto& blip : blips) {
+            const auto r = byId.find(blip.embed);
+            if (r == byId.end() || r->second.external()) continue;
+            const std::string copy = bakery->copyOf(Relationships::resolveEntry(r->second.target, part), blip.key,
+                                                    blip.effects);
+            if (copy.empty()) continue;
+            edits.push_back({blip.embedBegin, blip.embedEnd, idFor(copy)});
             for (const int applied : blip.applied) {
                 edits.push_back({spans[std::size_t(applied)].begin, spans[std::size_t(applied)].end, ""});
             }

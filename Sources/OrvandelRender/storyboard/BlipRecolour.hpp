@@ -6,9 +6,13 @@
 // For every blip of a slide, layout or master with such effects (a picture's,
 // a shape's or a background's fill), the picture is decoded, the effects are
 // applied here, and the blip points through a new relationship of its part
-// at a PNG beside the original media, without the effects applied. Effects
-// this pass does not know, and pictures it cannot decode (vector pictures
-// among them), are left as they are.
+// at a PNG beside the original media, without the effects applied. A fill
+// LibreOffice cannot draw at all (a picture under a fill overlay, a
+// background or shape style taken from the theme's pictures, ShapeFills) is
+// baked whole at its box's size, and a stretched picture takes its place.
+// Effects this pass does not know, and pictures it cannot decode (vector
+// pictures among them: no tool at hand reads WMF and EMF safely), are left
+// as they are.
 #include <filesystem>
 #include <map>
 #include <optional>

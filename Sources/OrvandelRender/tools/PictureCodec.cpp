@@ -2,7 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <sstream>
 
 #include "base/Subprocess.hpp"
@@ -48,6 +50,38 @@ std::optional<Picture> fromPam(std::string_view pam) {
     const int w = int(width), h = int(height);
     if (data.size() != byteCount(w, h)) return std::nullopt;
     return Picture{w, h, Bytes(data.begin(), data.end())};
+}
+
+std::optional<std::pair<int, int>> dotsPerInch(const Bytes& file) {
+    const auto at = [&](std::size_t i) { return std::uint32_t(file[i]); };
+    const auto word = [&](std::size_t i) { return at(i) << 8 | at(i + 1); };
+    const auto dword = [&](std::size_t i) { return word(i) << 16 | word(i + 2); };
+    const auto sane = [](std::int64_t x, std::int64_t y) -> std::optional<std::pair<int, int>> {
+        if (x <= 0 || y <= 0 || x > 100000 || y > 100000) return std::nullopt;
+        return std::pair{int(x), int(y)};
+    };
+    // JFIF: SOI, APP0 "JFIF\0", version, units (1: per inch, 2: per centimetre), densities.
+    if (file.size() >= 18 && at(0) == 0xFF && at(1) == 0xD8 && at(2) == 0xFF && at(3) == 0xE0 &&
+        std::string_view(reinterpret_cast<const char*>(&file[6]), 5) == std::string_view("JFIF\0", 5)) {
+        const auto units = at(13);
+        if (units == 1) return sane(word(14), word(16));
+        if (units == 2) return sane((word(14) * 254 + 50) / 100, (word(16) * 254 + 50) / 100);
+        return std::nullopt;
+    }
+    // PNG: chunks after the signature up to the pixels; pHYs in pixels per metre (unit 1).
+    static constexpr std::uint8_t kPng[] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
+    if (file.size() < 8 || !std::equal(std::begin(kPng), std::end(kPng), file.begin())) return std::nullopt;
+    for (std::size_t i = 8; i + 8 <= file.size();) {
+        const std::size_t length = dword(i);
+        const std::string_view type(reinterpret_cast<const char*>(&file[i + 4]), 4);
+        if (type == "IDAT" || length > file.size() - i - 8) break;
+        if (type == "pHYs" && length >= 9 && at(i + 16) == 1) {
+            return sane((std::int64_t{dword(i + 8)} * 254 + 5000) / 10000,
+                        (std::int64_t{dword(i + 12)} * 254 + 5000) / 10000);
+        }
+        i += 12 + length;
+    }
+    return std::nullopt;
 }
 
 std::optional<Picture> decode(const std::filesystem::path& file, const std::filesystem::path& workDir,

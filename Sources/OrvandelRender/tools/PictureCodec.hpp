@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "base/Bytes.hpp"
 #include "base/Cancellation.hpp"
@@ -32,6 +33,10 @@ std::optional<Picture> decode(const std::filesystem::path& file, const std::file
 // The picture as a PNG file's bytes. Throws RenderError when ffmpeg fails,
 // CancelledError when cancelled.
 Bytes png(const Picture& picture, const std::filesystem::path& workDir, const std::optional<CancellationToken>& cancel);
+
+// The resolution a JPEG (JFIF) or PNG (pHYs) file states, in dots per inch
+// across and down; nothing when it states none. Pure.
+std::optional<std::pair<int, int>> dotsPerInch(const Bytes& file);
 
 // The picture a PAM stream of RGB_ALPHA tuples with 8-bit samples holds;
 // nothing for any other stream. Pure.
