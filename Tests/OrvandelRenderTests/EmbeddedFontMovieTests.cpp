@@ -14,21 +14,6 @@ namespace {
 
 const std::filesystem::path kMonoFont = "/usr/share/fonts/truetype/dejavu/DejaVuSansMono.ttf";
 
-// `from` replaced by `to` (same length) wherever the bytes spell it in 8 bits or in UTF-16BE.
-void rename(Bytes& font, const std::string& from, const std::string& to) {
-    for (const bool wide : {false, true}) {
-        Bytes find, put;
-        for (std::size_t i = 0; i < from.size(); ++i) {
-            if (wide) find.push_back(0), put.push_back(0);
-            find.push_back(std::uint8_t(from[i]));
-            put.push_back(std::uint8_t(to[i]));
-        }
-        for (auto at = font.begin(); (at = std::search(at, font.end(), find.begin(), find.end())) != font.end();) {
-            at = std::copy(put.begin(), put.end(), at);
-        }
-    }
-}
-
 // Two lines in the embedded family, i's and M's: a monospaced font draws them
 // equally wide, the proportional fallback does not.
 std::string slide() {
@@ -60,8 +45,8 @@ TEST(EmbeddedFontMovieTest, TextIsDrawnInTheFontTheDeckEmbedsAndOnlyThen) {
     if (!test::canRender()) GTEST_SKIP() << "needs soffice, poppler and ffmpeg";
     if (!std::filesystem::exists(kMonoFont)) GTEST_SKIP() << "needs " << kMonoFont;
     Bytes font = readFile(kMonoFont);
-    rename(font, "DejaVu Sans Mono", "OrvandelTestFace");  // a family no system has
-    rename(font, "DejaVuSansMono", "OrvandelTestFc");
+    test::renameFont(font, "DejaVu Sans Mono", "OrvandelTestFace");  // a family no system has
+    test::renameFont(font, "DejaVuSansMono", "OrvandelTestFc");
     test::TempDir dir;
     for (const bool embedded : {true, false}) {
         SCOPED_TRACE(embedded ? "embedded" : "not embedded");

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "FontFixtures.hpp"
 #include "TestSupport.hpp"
+#include "base/Bytes.hpp"
 #include "tools/FontAliases.hpp"
 #include "tools/LibreOffice.hpp"
 
@@ -43,4 +45,26 @@ TEST(FontResolverTest, ClassifiesAsLibreOfficeWillDraw) {
     }
     // Fontconfig wrote its caches into the folder it was given, not the user's.
     EXPECT_TRUE(std::filesystem::is_empty(home));
+}
+
+// A font the deck embeds is drawn as itself, even one the table would
+// replace: its family is left out of the stand-ins, and its folder is the
+// deck's.
+TEST(FontResolverTest, AnEmbeddedFontIsDrawnAsItself) {
+    const std::filesystem::path serif = "/usr/share/fonts/truetype/dejavu/DejaVuSerif.ttf";
+    if (!stockFonts() || !std::filesystem::exists(serif)) GTEST_SKIP() << "needs the fonts of scripts/install-deps.sh";
+    test::TempDir dir;
+    Bytes font = readFile(serif);
+    test::renameFont(font, "DejaVu Serif", "Gill Sans MT");
+    std::filesystem::create_directories(dir / "fonts");
+    writeFile(dir / "fonts" / "font1.ttf", font);
+    const std::vector<std::filesystem::path> folders{dir / "fonts"};
+
+    const FontResolver embedded(LibreOffice::fontConfiguration(dir / "cache", folders, {"gill sans mt"}), folders);
+    EXPECT_EQ(embedded.resolve("Gill Sans MT"),
+              (FontResolver::Resolved{"Gill Sans MT", FontResolver::Resolution::embedded}));
+    EXPECT_EQ(embedded.resolve("Segoe UI").resolution, FontResolver::Resolution::lookAlike);
+    // Named without its family, the stand-in still wins over the folder.
+    const FontResolver aliased(LibreOffice::fontConfiguration(dir / "cache", folders), folders);
+    EXPECT_EQ(aliased.resolve("Gill Sans MT").drawnWith, "Gillius ADF");
 }

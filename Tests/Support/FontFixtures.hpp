@@ -1,6 +1,8 @@
 #pragma once
 // Font parts as decks carry them, for the embedded-font tests: a minimal
-// sfnt and an Embedded OpenType container around any font.
+// sfnt, an Embedded OpenType container around any font, and a real font
+// given another family name.
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -62,6 +64,21 @@ inline Bytes eotContainer(const Bytes& font, std::uint32_t flags = 0, std::uint3
     const auto size = std::uint32_t(out.size());
     for (int i = 0; i < 4; ++i) out[std::size_t(i)] = std::uint8_t(size >> (8 * i));
     return out;
+}
+
+// `from` replaced by `to` (same length) wherever the bytes spell it in 8 bits or in UTF-16BE.
+inline void renameFont(Bytes& font, const std::string& from, const std::string& to) {
+    for (const bool wide : {false, true}) {
+        Bytes find, put;
+        for (std::size_t i = 0; i < from.size(); ++i) {
+            if (wide) find.push_back(0), put.push_back(0);
+            find.push_back(std::uint8_t(from[i]));
+            put.push_back(std::uint8_t(to[i]));
+        }
+        for (auto at = font.begin(); (at = std::search(at, font.end(), find.begin(), find.end())) != font.end();) {
+            at = std::copy(put.begin(), put.end(), at);
+        }
+    }
 }
 
 }  // namespace orvandel::test

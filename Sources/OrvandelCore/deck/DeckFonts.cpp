@@ -67,22 +67,31 @@ ThemeFonts readTheme(DeckModel& deck, const std::string& part) {
     return theme;
 }
 
+// A typeface as a part writes it, and whether it is named for Latin text
+// or symbols (a:latin, a:sym), not only for East Asian or complex scripts.
+struct Named {
+    std::string typeface;
+    bool latin = false;
+};
+
 // Every typeface a part names as written, theme references included; a
 // shape style's a:fontRef stands for the theme reference it picks.
-std::vector<std::string> typefacesIn(DeckModel& deck, const std::string& part) {
-    std::vector<std::string> out;
+std::vector<Named> typefacesIn(DeckModel& deck, const std::string& part) {
+    std::vector<Named> out;
     const auto root = parsedPart(deck, part);
     if (!root) return out;
     root->walk([&](const XmlElement& e) {
         if (e.namespaceName() != kNsA) return;
         const auto local = e.localName();
         if (local == "latin" || local == "ea" || local == "cs" || local == "sym") {
-            if (auto typeface = e.attribute("typeface"); typeface && !typeface->empty()) out.push_back(*typeface);
+            if (auto typeface = e.attribute("typeface"); typeface && !typeface->empty()) {
+                out.push_back({*typeface, local == "latin" || local == "sym"});
+            }
         } else if (local == "fontRef") {
             const auto idx = e.attribute("idx").value_or("");
             if (idx == "major" || idx == "minor") {
                 for (const char* script : {"lt", "ea", "cs"}) {
-                    out.push_back(std::string(idx == "major" ? "+mj-" : "+mn-") + script);
+                    out.push_back({std::string(idx == "major" ? "+mj-" : "+mn-") + script, script[0] == 'l'});
                 }
             }
         }
@@ -110,13 +119,15 @@ std::vector<std::string> embeddedTypefaces(DeckModel& deck) {
 }  // namespace
 
 Fonts read(DeckModel& deck) {
-    std::map<std::string, std::int64_t> firstUse;
-    const auto note = [&](const std::string& name, std::int64_t slide) {
-        auto [it, added] = firstUse.emplace(name, slide);
-        if (!added && slide > 0 && (it->second == 0 || slide < it->second)) it->second = slide;
+    std::map<std::string, Typeface> firstUse;
+    const auto note = [&](const std::string& name, std::int64_t slide, bool latin) {
+        auto [it, added] = firstUse.emplace(name, Typeface{name, slide, latin && slide > 0});
+        if (added) return;
+        if (slide > 0 && (it->second.firstSlide == 0 || slide < it->second.firstSlide)) it->second.firstSlide = slide;
+        if (slide > 0 && latin) it->second.latin = true;
     };
     // Layouts, masters and themes are shared by many slides: each read once.
-    std::map<std::string, std::vector<std::string>> partTypefaces;
+    std::map<std::string, std::vector<Named>> partTypefaces;
     std::map<std::string, ThemeFonts> themes;
     std::map<std::pair<std::string, std::string>, std::string> links;
     const auto linked = [&](const std::string& part, const char* kind) -> const std::string& {
@@ -132,25 +143,25 @@ Fonts read(DeckModel& deck) {
         const std::string& themePart = linked(master, "theme");
         auto theme = themes.find(themePart);
         if (theme == themes.end()) theme = themes.emplace(themePart, readTheme(deck, themePart)).first;
-        for (const auto& name : theme->second.defined) note(name, 0);
+        for (const auto& name : theme->second.defined) note(name, 0, false);
         const std::int64_t user = slide.hidden ? 0 : slide.number;
         for (const std::string& part : {slide.file, layout, master}) {
             if (part.empty()) continue;
             auto names = partTypefaces.find(part);
             if (names == partTypefaces.end()) names = partTypefaces.emplace(part, typefacesIn(deck, part)).first;
-            for (const auto& written : names->second) {
+            for (const auto& [written, latin] : names->second) {
                 if (written.front() != '+') {
-                    note(written, user);
+                    note(written, user, latin);
                 } else if (const auto ref = theme->second.references.find(written);
                            ref != theme->second.references.end()) {
-                    note(ref->second, user);
+                    note(ref->second, user, latin);
                 }
             }
         }
     }
 
     Fonts fonts;
-    for (const auto& [name, slide] : firstUse) fonts.typefaces.push_back({name, slide});
+    for (const auto& [name, typeface] : firstUse) fonts.typefaces.push_back(typeface);
     std::stable_sort(fonts.typefaces.begin(), fonts.typefaces.end(), [](const Typeface& a, const Typeface& b) {
         const auto rank = [](std::int64_t s) { return s == 0 ? std::numeric_limits<std::int64_t>::max() : s; };
         return rank(a.firstSlide) < rank(b.firstSlide);

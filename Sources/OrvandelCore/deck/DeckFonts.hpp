@@ -25,6 +25,10 @@ struct Typeface {
     // The display number of the first visible slide that uses it; 0 when
     // the deck defines it but no visible slide uses it.
     std::int64_t firstSlide = 0;
+    // A visible slide uses it for Latin text or symbols (a:latin, a:sym),
+    // not only for East Asian or complex scripts, which LibreOffice draws
+    // with whatever font has their glyphs.
+    bool latin = false;
     bool operator==(const Typeface&) const = default;
 };
 

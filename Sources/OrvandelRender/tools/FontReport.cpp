@@ -7,7 +7,8 @@ std::vector<Font> of(const DeckFonts::Fonts& fonts, const FontResolver& resolver
     out.reserve(fonts.typefaces.size());
     for (const auto& typeface : fonts.typefaces) {
         auto resolved = resolver.resolve(typeface.name);
-        out.push_back({typeface.name, std::move(resolved.drawnWith), resolved.resolution, typeface.firstSlide});
+        out.push_back(
+            {typeface.name, std::move(resolved.drawnWith), resolved.resolution, typeface.firstSlide, typeface.latin});
     }
     return out;
 }
@@ -15,7 +16,7 @@ std::vector<Font> of(const DeckFonts::Fonts& fonts, const FontResolver& resolver
 std::vector<Warning> warnings(const std::vector<Font>& fonts) {
     std::vector<Warning> out;
     for (const auto& font : fonts) {
-        if (font.firstSlide > 0 && FontResolver::substituted(font.resolution)) {
+        if (font.firstSlide > 0 && font.latin && FontResolver::substituted(font.resolution)) {
             out.push_back(Warning::fontSubstituted(font.firstSlide, font.name, font.drawnWith));
         }
     }

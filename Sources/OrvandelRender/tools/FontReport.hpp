@@ -16,14 +16,18 @@ struct Font {
     std::string drawnWith;
     FontResolver::Resolution resolution = FontResolver::Resolution::fallback;
     std::int64_t firstSlide = 0;  // DeckFonts::Typeface::firstSlide
+    bool latin = false;           // DeckFonts::Typeface::latin
     bool operator==(const Font&) const = default;
 };
 
 // Every typeface of `fonts`, in its order.
 std::vector<Font> of(const DeckFonts::Fonts& fonts, const FontResolver& resolver);
 
-// Warning::fontSubstituted for each font some visible slide uses and the
-// resolver could only substitute.
+// Warning::fontSubstituted for each font some visible slide uses for Latin
+// text or symbols and the resolver could only substitute. A font named only
+// for East Asian or complex scripts is not warned about: LibreOffice draws
+// those scripts with whatever font has their glyphs, and most decks that
+// name one have no such text.
 std::vector<Warning> warnings(const std::vector<Font>& fonts);
 
 }  // namespace orvandel::FontReport
