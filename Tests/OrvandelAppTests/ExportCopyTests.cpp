@@ -184,7 +184,7 @@ private slots:
         // Fonts are named, each with its stand-in, in one line however many.
         const auto font = Warning::fontSubstituted(3, "Franklin Gothic Book", "Liberation Sans");
         QCOMPARE(ExportCopy::postExportWarnings({}, 0, {font}),
-                 QStringList{"A fonte \"Franklin Gothic Book\" não está instalada; o texto é desenhado com "
+                 QStringList{"A fonte \"Franklin Gothic Book\" não está instalada; o texto aparece em "
                              "\"Liberation Sans\" e as quebras de linha podem mudar."});
         const auto fonts = ExportCopy::postExportWarnings(
             {}, 0, {font, Warning::notesTextRepaired(3), Warning::fontSubstituted(1, "Rockwell", "Roboto Slab")});

@@ -5,6 +5,7 @@
 
 #include "DeckBuilder.hpp"
 #include "HeadlessRenderer.hpp"
+#include "PictureChecks.hpp"
 #include "TestSupport.hpp"
 #include "deck/DeckModel.hpp"
 #include "plan/XmlSpans.hpp"
@@ -20,20 +21,6 @@ using DrawingColour::Rgba;
 namespace fs = std::filesystem;
 
 namespace {
-
-::testing::AssertionResult near(const Rgba& got, const Rgba& want, int tolerance) {
-    const int d = std::max(
-        {std::abs(got.r - want.r), std::abs(got.g - want.g), std::abs(got.b - want.b), std::abs(got.a - want.a)});
-    if (d <= tolerance) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "got " << int(got.r) << "," << int(got.g) << "," << int(got.b) << ","
-                                         << int(got.a) << " want " << int(want.r) << "," << int(want.g) << ","
-                                         << int(want.b) << "," << int(want.a);
-}
-
-Rgba pixelAt(const PictureCodec::Picture& p, int x, int y) {
-    const auto* q = &p.rgba[(std::size_t(y) * std::size_t(p.width) + std::size_t(x)) * 4];
-    return {q[0], q[1], q[2], q[3]};
-}
 
 const std::string kOfficeColours =
     "<a:dk1><a:sysClr val=\"windowText\" lastClr=\"000000\"/></a:dk1><a:lt1><a:sysClr val=\"window\" "
@@ -203,11 +190,7 @@ TEST(BlipRecolourTest, TheRenderedSlideShowsTheRecolouredPicture) {
     rampDeck(dir / "deck.pptx",
              kDuotone + "<a:fillOverlay blend=\"darken\"><a:solidFill><a:srgbClr val=\"FFC000\"/></a:solidFill>"
                         "</a:fillOverlay>");
-    HeadlessRenderer::Options options;
-    options.keepStillsIn = dir / "stills";
-    options.drawEffects = false;
-    HeadlessRenderer(options).export_(dir / "deck.pptx", dir / "master.mp4", {});
-    const auto still = PictureCodec::decode(dir / "stills" / "still-1.tif", dir.path(), std::nullopt);
+    const auto still = firstStill(dir / "deck.pptx", dir.path());
     ASSERT_TRUE(still);
     const int y = still->height / 2;
     EXPECT_TRUE(near(pixelAt(*still, still->width / 6, y), {kDark.r, kDark.g, 0}, 12));

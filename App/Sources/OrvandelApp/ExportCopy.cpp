@@ -200,7 +200,7 @@ QString slidesLine(const QString& before, const std::vector<std::int64_t>& slide
 QString fontsLine(const std::vector<const Warning*>& fonts) {
     const auto quoted = [](const std::string& name) { return "\"" + QString::fromStdString(name) + "\""; };
     if (fonts.size() == 1) {
-        return "A fonte " + quoted(fonts[0]->detail) + " não está instalada; o texto é desenhado com " +
+        return "A fonte " + quoted(fonts[0]->detail) + " não está instalada; o texto aparece em " +
                quoted(fonts[0]->drawnWith) + " e as quebras de linha podem mudar.";
     }
     QStringList named;

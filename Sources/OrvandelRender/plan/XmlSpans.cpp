@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/Numbers.hpp"
+
 namespace orvandel::XmlSpans {
 
 std::vector<Span> elementSpans(std::string_view xml) {
@@ -111,6 +113,11 @@ std::string applied(std::string_view xml, std::vector<Edit> edits) {
     std::string out(xml);
     for (auto it = kept.rbegin(); it != kept.rend(); ++it) out.replace(it->begin, it->end - it->begin, it->text);
     return out;
+}
+
+std::optional<std::int64_t> integerAttribute(std::string_view xml, const Span& span, std::string_view name) {
+    const auto text = attributeOf(xml, span, name);
+    return text ? parseInt64(*text) : std::nullopt;
 }
 
 }  // namespace orvandel::XmlSpans

@@ -5,6 +5,7 @@
 // touch (namespace declarations deep inside a part, the bytes around an
 // edit); here every byte outside an edit stays as it was.
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,6 +40,8 @@ std::vector<Attribute> attributesOf(std::string_view tag);
 // An attribute of a start tag as written (entities not decoded).
 std::optional<std::string> attributeOf(std::string_view tag, std::string_view name);
 std::optional<std::string> attributeOf(std::string_view xml, const Span& span, std::string_view name);
+// The attribute as a whole decimal integer; nothing when absent or not one.
+std::optional<std::int64_t> integerAttribute(std::string_view xml, const Span& span, std::string_view name);
 
 // The element's children, in order (indices into spans).
 std::vector<int> childrenOf(const std::vector<Span>& spans, int parent);

@@ -122,16 +122,10 @@ std::vector<Showing> showingParts(DeckModel& deck, Parts& parts) {
     return out;
 }
 
+// The attribute as an integer, `fallback` when absent, nothing when malformed.
 std::optional<std::int64_t> number(std::string_view xml, const Span& s, std::string_view name, std::int64_t fallback) {
-    const auto text = XmlSpans::attributeOf(xml, s, name);
-    if (!text) return fallback;
-    try {
-        std::size_t used = 0;
-        const long long v = std::stoll(*text, &used);
-        if (used == text->size()) return v;
-    } catch (const std::exception&) {
-    }
-    return std::nullopt;
+    if (!XmlSpans::attributeOf(xml, s, name)) return fallback;
+    return XmlSpans::integerAttribute(xml, s, name);
 }
 
 // The colour of the first colour element among the children of spans[parent].

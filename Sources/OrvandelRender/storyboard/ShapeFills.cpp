@@ -18,15 +18,7 @@ constexpr std::int64_t kFirstBackgroundStyle = 1001;
 std::string_view local(const Span& s) { return localName(s.name); }
 
 std::optional<std::int64_t> number(std::string_view xml, const Span& s, std::string_view name) {
-    const auto text = XmlSpans::attributeOf(xml, s, name);
-    if (!text) return std::nullopt;
-    try {
-        std::size_t used = 0;
-        const long long v = std::stoll(*text, &used);
-        if (used == text->size()) return v;
-    } catch (const std::exception&) {
-    }
-    return std::nullopt;
+    return XmlSpans::integerAttribute(xml, s, name);
 }
 
 // The first child of spans[parent] named `name`; -1 for none.
