@@ -93,7 +93,8 @@ int main(int argc, char** argv) {
 
     auto renderer = std::make_shared<FakeExporter>();
     renderer->warnings = {Warning::linkNotFollowed(2, "picture", "../fotos/folha.png",
-                                                   "is outside the deck's folder and was not read", 0)};
+                                                   "is outside the deck's folder and was not read", 0),
+                          Warning::fontSubstituted(1, "Franklin Gothic Book", "Liberation Sans")};
     auto shell = window(renderer);
     auto* view = shell.window.get();
     shoot(*view, "idle");
