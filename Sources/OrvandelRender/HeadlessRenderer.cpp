@@ -61,7 +61,7 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     // LibreOffice is given a deck that reaches nothing outside itself.
     LinkSweep::Sweep sweep = LinkSweep::sweep(deck, plan, links);
     // ... and draws recoloured pictures as PowerPoint shows them.
-    BlipRecolour::mergeInto(sweep, BlipRecolour::bake(deck, sweep, scratch.path() / "pictures", hooks.cancel));
+    BlipRecolour::mergeInto(sweep, BlipRecolour::bake(deck, plan, sweep, scratch.path() / "pictures", hooks.cancel));
     auto notFollowed = media.notFollowed;
     notFollowed.insert(notFollowed.end(), sweep.notFollowed.begin(), sweep.notFollowed.end());
     for (const auto& warning : DeckLinks::warnings(notFollowed)) hooks.warning(warning);

@@ -152,7 +152,7 @@ TEST(BlipRecolourTest, ADeckWithoutColourEffectsGetsNoNewParts) {
     if (!haveMediaTools()) GTEST_SKIP() << "needs ffmpeg";
     TempDir dir;
     DeckModel deck(rampDeck(dir / "deck.pptx", "<a:extLst/>"));
-    EXPECT_TRUE(BlipRecolour::bake(deck, {}, dir / "work", std::nullopt).empty());
+    EXPECT_TRUE(BlipRecolour::bake(deck, RenderPlanReader::read(deck), {}, dir / "work", std::nullopt).empty());
 }
 
 // The blip points at a new PNG beside the original, which holds the
@@ -161,7 +161,7 @@ TEST(BlipRecolourTest, ADuotonePictureIsBakedBesideTheOriginal) {
     if (!haveMediaTools()) GTEST_SKIP() << "needs ffmpeg";
     TempDir dir;
     DeckModel deck(rampDeck(dir / "deck.pptx", kDuotone + "<a:alphaFloor/>"));
-    const auto baked = BlipRecolour::bake(deck, {}, dir / "work", std::nullopt);
+    const auto baked = BlipRecolour::bake(deck, RenderPlanReader::read(deck), {}, dir / "work", std::nullopt);
     ASSERT_EQ(baked.added.size(), 1u);
     const auto& [part, png] = baked.added.front();
     EXPECT_TRUE(part.starts_with("ppt/media/") && part.ends_with(".png")) << part;

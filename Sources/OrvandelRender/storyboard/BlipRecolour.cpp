@@ -13,6 +13,7 @@
 #include "storyboard/PictureFill.hpp"
 #include "storyboard/SchemeColours.hpp"
 #include "storyboard/ShapeFills.hpp"
+#include "storyboard/SweptDeck.hpp"
 #include "tools/PictureCodec.hpp"
 
 namespace orvandel::BlipRecolour {
@@ -33,84 +34,22 @@ constexpr const char* kImageType = "http://schemas.openxmlformats.org/officeDocu
 
 std::string_view local(const Span& s) { return localName(s.name); }
 
-// The prepared deck's parts as the link sweep leaves them.
-class Parts {
-public:
-    Parts(DeckModel& deck, const LinkSweep::Sweep& sweep) : deck_(deck), sweep_(sweep) {
-        for (const auto& [name, bytes] : sweep.added) added_[name] = &bytes;
-    }
-    // The text of a part; "" when there is none or it cannot be read.
-    std::string text(const std::string& part) {
-        if (const auto swept = sweep_.replaced.find(part); swept != sweep_.replaced.end()) {
-            return toString(swept->second);
-        }
-        try {
-            return deck_.contains(part) ? deck_.part(part) : "";
-        } catch (const PptxArchive::ArchiveError&) {
-            return "";
-        }
-    }
-    // The bytes of a picture; nothing when there is none, it cannot be read or it is too large.
-    std::optional<Bytes> picture(const std::string& part) {
-        if (const auto taken = added_.find(part); taken != added_.end()) return *taken->second;
-        if (const auto swept = sweep_.replaced.find(part); swept != sweep_.replaced.end()) return swept->second;
-        try {
-            if (!deck_.contains(part) || deck_.archive().unpackedSize(part) > kLargestPicture) return std::nullopt;
-            return deck_.archive().readEntryBytes(part);
-        } catch (const PptxArchive::ArchiveError&) {
-            return std::nullopt;
-        }
-    }
-    std::vector<Relationship> relationships(const std::string& part) {
-        const std::string rels = text(Relationships::relsPath(part));
-        if (rels.empty()) return {};
-        try {
-            return Relationships::parse(rels);
-        } catch (const XmlParseError&) {
-            return {};
-        }
-    }
-    // The part the first relationship of a type (ending with `/kind`) leads to; "" for none.
-    std::string related(const std::string& part, std::string_view kind) {
-        for (const auto& r : relationships(part)) {
-            if (!r.external() && r.type.ends_with("/" + std::string(kind))) {
-                return Relationships::resolveEntry(r.target, part);
-            }
-        }
-        return "";
-    }
-    std::set<std::string> names() {
-        const auto all = deck_.archive().entryNames();
-        std::set<std::string> used(all.begin(), all.end());
-        for (const auto& [name, bytes] : sweep_.added) used.insert(name);
-        return used;
-    }
-
-private:
-    DeckModel& deck_;
-    const LinkSweep::Sweep& sweep_;
-    std::map<std::string, const Bytes*> added_;
-};
-
-// A part that shows pictures and the scheme its colours resolve through.
+// A part that shows pictures, and the parts its colours resolve through.
 struct Showing {
     std::string part;
-    DrawingColour::Scheme scheme;
-    std::string theme;  // the master's theme part
+    std::string master;
+    std::vector<std::string> between;  // the layout, then the slide, as far as the part goes
+    std::string theme;                 // the master's theme part
+    DrawingColour::Scheme scheme;      // filled only for a part that may hold effects
 };
 
 // Every slide, and the layouts and masters they use, each once.
-std::vector<Showing> showingParts(DeckModel& deck, Parts& parts) {
+std::vector<Showing> showingParts(DeckModel& deck, SweptDeck& parts) {
     std::vector<Showing> out;
     std::set<std::string> seen;
-    const auto add = [&](const std::string& part, const std::string& master, const std::vector<std::string>& between) {
+    const auto add = [&](const std::string& part, const std::string& master, std::vector<std::string> between) {
         if (part.empty() || !seen.insert(part).second) return;
-        const std::string masterXml = parts.text(master);
-        std::vector<std::string> texts;
-        for (const auto& p : between) texts.push_back(parts.text(p));
-        const std::vector<std::string_view> views(texts.begin(), texts.end());
-        const std::string theme = parts.related(master, "theme");
-        out.push_back({part, SchemeColours::schemeOf(parts.text(theme), masterXml, views), theme});
+        out.push_back({part, master, std::move(between), parts.related(master, "theme"), {}});
     };
     for (const auto& slide : deck.slideFiles()) {
         const std::string layout = parts.related(slide, "slideLayout");
@@ -120,6 +59,15 @@ std::vector<Showing> showingParts(DeckModel& deck, Parts& parts) {
         add(slide, master, {layout, slide});
     }
     return out;
+}
+
+// The colours the part resolves through: the theme's, mapped by the master
+// and overridden by the layout and the slide.
+DrawingColour::Scheme schemeOf(SweptDeck& parts, const Showing& showing, const std::string& theme) {
+    std::vector<std::string> texts;
+    for (const auto& p : showing.between) texts.push_back(parts.textOrEmpty(p));
+    const std::vector<std::string_view> views(texts.begin(), texts.end());
+    return SchemeColours::schemeOf(theme, parts.textOrEmpty(showing.master), views);
 }
 
 // The attribute as an integer, `fallback` when absent, nothing when malformed.
@@ -279,7 +227,7 @@ using Finish = std::function<PictureCodec::Picture(Decoded)>;
 // The recoloured copies made so far, by picture and what was done to it; "" for a picture not decoded.
 class Bakery {
 public:
-    Bakery(Parts& parts, const fs::path& workDir, const std::optional<CancellationToken>& cancel)
+    Bakery(SweptDeck& parts, const fs::path& workDir, const std::optional<CancellationToken>& cancel)
         : parts_(parts), workDir_(workDir), cancel_(cancel), used_(parts.names()) {}
 
     // The copy of `picture` with the effects applied, then finished (painted into a fill) when asked.
@@ -296,7 +244,7 @@ public:
 private:
     std::string baked(const std::string& picture, const std::vector<Effect>& effects, const Finish& finish) {
         if (cancel_ && cancel_->isCancelled()) throw CancelledError();
-        const auto bytes = parts_.picture(picture);
+        const auto bytes = parts_.picture(picture, kLargestPicture);
         if (!bytes) return "";
         const fs::path file = workDir_ / "picture";
         writeFile(file, *bytes);
@@ -313,7 +261,7 @@ private:
         return part;
     }
 
-    Parts& parts_;
+    SweptDeck& parts_;
     fs::path workDir_;
     const std::optional<CancellationToken>& cancel_;
     std::set<std::string> used_;
@@ -342,7 +290,7 @@ struct WholeFill {
     Finish finish;
 };
 
-std::optional<WholeFill> wholeFillOf(const ShapeFills::Target& target, Parts& parts, const std::string& part,
+std::optional<WholeFill> wholeFillOf(const ShapeFills::Target& target, SweptDeck& parts, const std::string& part,
                                      const Showing& showing) {
     const auto spans = XmlSpans::elementSpans(target.fill);
     if (spans.empty()) return std::nullopt;
@@ -396,39 +344,25 @@ std::optional<WholeFill> wholeFillOf(const ShapeFills::Target& target, Parts& pa
     return whole;
 }
 
-std::pair<std::int64_t, std::int64_t> slideSizeOf(DeckModel& deck) {
-    const auto read = [](const std::optional<std::string>& text) -> std::int64_t {
-        try {
-            return text ? std::stoll(*text) : 0;
-        } catch (const std::exception&) {
-            return 0;
-        }
-    };
-    try {
-        if (const auto size = deck.slideSize())
-            return {read(size->attributeIn("", "cx")), read(size->attributeIn("", "cy"))};
-    } catch (const std::exception&) {
-    }
-    return {0, 0};
-}
-
 bool holdsPictureStyles(const std::string& theme) { return theme.find("blipFill") != std::string::npos; }
 
 }  // namespace
 
-Recolouring bake(DeckModel& deck, const LinkSweep::Sweep& sweep, const fs::path& workDir,
+Recolouring bake(DeckModel& deck, const RenderPlan& plan, const LinkSweep::Sweep& sweep, const fs::path& workDir,
                  const std::optional<CancellationToken>& cancel) {
     Recolouring out;
-    Parts parts(deck, sweep);
+    SweptDeck parts(deck, sweep);
     std::optional<Bakery> bakery;
-    std::optional<std::pair<std::int64_t, std::int64_t>> slideSize;
-    for (const auto& showing : showingParts(deck, parts)) {
+    std::map<std::string, std::string> themes;  // shared by many parts: each read once
+    for (auto& showing : showingParts(deck, parts)) {
         const std::string& part = showing.part;
-        const std::string xml = parts.text(part);
-        const std::string theme = parts.text(showing.theme);
-        if (!mayHoldEffects(xml, holdsPictureStyles(theme))) continue;
-        if (!slideSize) slideSize = slideSizeOf(deck);
-        const auto whole = ShapeFills::find(xml, theme, slideSize->first, slideSize->second, showing.scheme);
+        const std::string xml = parts.textOrEmpty(part);
+        auto theme = themes.find(showing.theme);
+        if (theme == themes.end()) theme = themes.emplace(showing.theme, parts.textOrEmpty(showing.theme)).first;
+        if (!mayHoldEffects(xml, holdsPictureStyles(theme->second))) continue;
+        showing.scheme = schemeOf(parts, showing, theme->second);
+        const auto whole = ShapeFills::find(xml, theme->second, plan.slideWidthEmu, plan.slideHeightEmu,
+                                            showing.scheme);
         const auto spans = XmlSpans::elementSpans(xml);
         const auto blips = blipsToBake(xml, spans, showing.scheme, whole);
         if (blips.empty() && whole.empty()) continue;
@@ -472,7 +406,7 @@ Recolouring bake(DeckModel& deck, const LinkSweep::Sweep& sweep, const fs::path&
             }
         }
         if (edits.empty()) continue;
-        std::string relsXml = parts.text(Relationships::relsPath(part));
+        std::string relsXml = parts.textOrEmpty(Relationships::relsPath(part));
         const auto end = relsXml.rfind("</Relationships>");
         if (end == std::string::npos) continue;
         relsXml.insert(end, newRels);
@@ -480,7 +414,7 @@ Recolouring bake(DeckModel& deck, const LinkSweep::Sweep& sweep, const fs::path&
         out.replaced[Relationships::relsPath(part)] = toBytes(relsXml);
     }
     if (bakery && !bakery->added.empty()) {
-        std::string types = parts.text("[Content_Types].xml");
+        std::string types = parts.textOrEmpty("[Content_Types].xml");
         const auto end = types.rfind("</Types>");
         if (end != std::string::npos) {
             types.insert(end, bakery->types);

@@ -23,6 +23,7 @@
 #include "base/Bytes.hpp"
 #include "base/Cancellation.hpp"
 #include "deck/DeckModel.hpp"
+#include "plan/RenderPlan.hpp"
 #include "storyboard/LinkSweep.hpp"
 
 namespace orvandel::BlipRecolour {
@@ -33,12 +34,12 @@ struct Recolouring {
     bool empty() const { return replaced.empty() && added.empty(); }
 };
 
-// Reads the prepared deck's parts as the link sweep leaves them. Pictures
-// are decoded in workDir (created, and left empty), each at most 128 MiB and
-// scaled down to PictureCodec::kLargestSide. Throws RenderError when ffmpeg
-// is missing or fails to write a PNG, CancelledError when cancelled.
-Recolouring bake(DeckModel& preparedDeck, const LinkSweep::Sweep& sweep, const std::filesystem::path& workDir,
-                 const std::optional<CancellationToken>& cancel);
+// Reads the prepared deck's parts as the link sweep leaves them (the plan
+// gives the slide size, a background's box). Pictures are decoded in workDir (created, and left empty), each at most
+// 128 MiB and scaled down to PictureCodec::kLargestSide. Throws RenderError when ffmpeg is missing or fails to write a
+// PNG, CancelledError when cancelled.
+Recolouring bake(DeckModel& preparedDeck, const RenderPlan& plan, const LinkSweep::Sweep& sweep,
+                 const std::filesystem::path& workDir, const std::optional<CancellationToken>& cancel);
 
 // The sweep with the recolouring's parts: its replacements win, as they were
 // made from the sweep's.

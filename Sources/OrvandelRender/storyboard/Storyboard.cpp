@@ -16,6 +16,7 @@
 #include "plan/GraphicBuild.hpp"
 #include "plan/XmlSpans.hpp"
 #include "storyboard/DiagramShapes.hpp"
+#include "storyboard/SweptDeck.hpp"
 #include "tools/RenderError.hpp"
 
 namespace orvandel::Storyboard {
@@ -275,33 +276,12 @@ void hideParagraphs(std::string_view xml, const std::vector<Span>& spans, int sh
     }
 }
 
-// The prepared deck's parts as the link sweep leaves them.
-class Parts {
-public:
-    Parts(DeckModel& deck, const LinkSweep::Sweep& sweep) : deck_(deck), sweep_(sweep) {}
-
-    std::string text(const std::string& part) {
-        const auto swept = sweep_.replaced.find(part);
-        return swept == sweep_.replaced.end() ? deck_.part(part) : toString(swept->second);
-    }
-    Bytes bytes(const std::string& part) {
-        const auto swept = sweep_.replaced.find(part);
-        return swept == sweep_.replaced.end() ? deck_.archive().readEntryBytes(part) : swept->second;
-    }
-    bool contains(const std::string& part) { return deck_.contains(part); }
-    DeckModel& deck() { return deck_; }
-
-private:
-    DeckModel& deck_;
-    const LinkSweep::Sweep& sweep_;
-};
-
 // The copies of the charts that a deck's states show part by part: one per
 // chart and set of hidden parts, shared by the states that hide the same
 // parts. (A diagram's drawing is drawn in its frame's place instead.)
 class GraphicCopies {
 public:
-    GraphicCopies(Parts& deck, std::set<std::string>& used) : deck_(deck), used_(used) {}
+    GraphicCopies(SweptDeck& deck, std::set<std::string>& used) : deck_(deck), used_(used) {}
 
     // The slide's relationships for a state: each graphic with hidden parts
     // points at its copy.
@@ -353,7 +333,7 @@ private:
         return it->second;
     }
 
-    Parts& deck_;
+    SweptDeck& deck_;
     std::set<std::string>& used_;
     std::map<std::pair<std::string, std::vector<GraphicPart>>, std::string> copies_;
 };
@@ -362,7 +342,7 @@ private:
 // drawings as the sweep leaves them.
 class SlideDiagrams {
 public:
-    SlideDiagrams(Parts& deck, const RenderSlide& slide, std::string_view slideXml) : file_(slide.file) {
+    SlideDiagrams(SweptDeck& deck, const RenderSlide& slide, std::string_view slideXml) : file_(slide.file) {
         for (const auto& id : slide.drawnDiagrams) {
             const auto found = GraphicBuild::locate(deck.deck(), slide.file, slideXml, id);
             const auto* source = std::get_if<GraphicBuild::Source>(&found);
@@ -514,7 +494,7 @@ std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTar
 
 void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout, const std::filesystem::path& out,
            const LinkSweep::Sweep& sweep) {
-    Parts deck(preparedDeck, sweep);
+    SweptDeck deck(preparedDeck, sweep);
     const auto names = preparedDeck.archive().entryNames();
     std::set<std::string> used(names.begin(), names.end());
     for (const auto& [part, bytes] : sweep.added) used.insert(part);
