@@ -26,7 +26,7 @@ std::filesystem::path writeDeck(const std::filesystem::path& path, const std::st
     for (int i = 0; i < 2; ++i)
         deck.addSlide(test::slideXml(body, "<p:transition advTm=\"1000\"/>"), {test::kLayoutRel});
     test::addTheme(deck, 3,
-                   test::themeXml("<a:latin typeface=\"" + majorFont + "\"/>", "<a:latin typeface=\"Carlito\"/>"),
+                   test::fontThemeXml("<a:latin typeface=\"" + majorFont + "\"/>", "<a:latin typeface=\"Carlito\"/>"),
                    test::masterXml("<a:latin typeface=\"+mj-lt\"/>", "<a:latin typeface=\"+mn-lt\"/>"),
                    test::layoutXml());
     return deck.write(path);

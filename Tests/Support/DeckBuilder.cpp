@@ -57,7 +57,8 @@ std::string notesSlideWithBody(const std::string& body) {
            body + "</p:txBody></p:sp></p:spTree></p:cSld></p:notes>";
 }
 
-std::string themeXml(const std::string& colourSchemeInner) {
+std::string themeXml(const std::string& colourSchemeInner, const std::string& majorFonts,
+                     const std::string& minorFonts) {
     std::string colours = colourSchemeInner;
     for (const char* name : {"dk1", "lt1", "dk2", "lt2", "accent1", "accent2", "accent3", "accent4", "accent5",
                              "accent6", "hlink", "folHlink"}) {
@@ -71,7 +72,8 @@ std::string themeXml(const std::string& colourSchemeInner) {
     const std::string effect = "<a:effectStyle><a:effectLst/></a:effectStyle>";
     return std::string(kXmlDecl) + "<a:theme xmlns:a=\"" + kNsA +
            "\" name=\"Tema\"><a:themeElements><a:clrScheme name=\"Cores\">" + colours +
-           "</a:clrScheme><a:fontScheme name=\"Fontes\"><a:majorFont>" + font + "</a:majorFont><a:minorFont>" + font +
+           "</a:clrScheme><a:fontScheme name=\"Fontes\"><a:majorFont>" + (majorFonts.empty() ? font : majorFonts) +
+           "</a:majorFont><a:minorFont>" + (minorFonts.empty() ? font : minorFonts) +
            "</a:minorFont></a:fontScheme><a:fmtScheme name=\"Formatos\"><a:fillStyleLst>" + solid + solid + solid +
            "</a:fillStyleLst><a:lnStyleLst>" + line + line + line + "</a:lnStyleLst><a:effectStyleLst>" + effect +
            effect + effect + "</a:effectStyleLst><a:bgFillStyleLst>" + solid + solid + solid +

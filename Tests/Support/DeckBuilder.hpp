@@ -50,9 +50,11 @@ struct Rel {
 std::string relationshipsXml(const std::vector<Rel>& relationships);
 
 // A theme whose colour scheme holds the given entries ("<a:dk1><a:srgbClr
-// val=\"000000\"/></a:dk1>..."; missing ones are black), with the fonts
-// and formats a theme needs.
-std::string themeXml(const std::string& colourSchemeInner);
+// val=\"000000\"/></a:dk1>..."; missing ones are black), whose font scheme
+// holds `majorFonts` and `minorFonts` (a:latin, a:ea, a:cs and a:font
+// elements; Liberation Sans when empty), with the formats a theme needs.
+std::string themeXml(const std::string& colourSchemeInner, const std::string& majorFonts = "",
+                     const std::string& minorFonts = "");
 
 class DeckBuilder {
 public:

@@ -9,25 +9,10 @@
 namespace orvandel::test {
 
 // A theme whose font scheme holds `majorFonts` and `minorFonts` (a:latin,
-// a:ea, a:cs and a:font elements, as XML).
-inline std::string themeXml(const std::string& majorFonts, const std::string& minorFonts) {
-    return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?><a:theme xmlns:a=\"") + kNsA +
-           "\" name=\"T\"><a:themeElements><a:clrScheme name=\"C\"><a:dk1><a:srgbClr val=\"000000\"/></a:dk1>"
-           "<a:lt1><a:srgbClr val=\"FFFFFF\"/></a:lt1><a:dk2><a:srgbClr val=\"000000\"/></a:dk2><a:lt2><a:srgbClr "
-           "val=\"FFFFFF\"/></a:lt2><a:accent1><a:srgbClr val=\"4472C4\"/></a:accent1><a:accent2><a:srgbClr "
-           "val=\"ED7D31\"/></a:accent2><a:accent3><a:srgbClr val=\"A5A5A5\"/></a:accent3><a:accent4><a:srgbClr "
-           "val=\"FFC000\"/></a:accent4><a:accent5><a:srgbClr val=\"5B9BD5\"/></a:accent5><a:accent6><a:srgbClr "
-           "val=\"70AD47\"/></a:accent6><a:hlink><a:srgbClr val=\"0563C1\"/></a:hlink><a:folHlink><a:srgbClr "
-           "val=\"954F72\"/></a:folHlink></a:clrScheme><a:fontScheme name=\"F\"><a:majorFont>" +
-           majorFonts + "</a:majorFont><a:minorFont>" + minorFonts +
-           "</a:minorFont></a:fontScheme><a:fmtScheme name=\"M\"><a:fillStyleLst><a:solidFill><a:schemeClr "
-           "val=\"phClr\"/></a:solidFill><a:solidFill><a:schemeClr val=\"phClr\"/></a:solidFill><a:solidFill>"
-           "<a:schemeClr val=\"phClr\"/></a:solidFill></a:fillStyleLst><a:lnStyleLst><a:ln w=\"6350\"/><a:ln "
-           "w=\"12700\"/><a:ln w=\"19050\"/></a:lnStyleLst><a:effectStyleLst><a:effectStyle><a:effectLst/>"
-           "</a:effectStyle><a:effectStyle><a:effectLst/></a:effectStyle><a:effectStyle><a:effectLst/>"
-           "</a:effectStyle></a:effectStyleLst><a:bgFillStyleLst><a:solidFill><a:schemeClr val=\"phClr\"/>"
-           "</a:solidFill><a:solidFill><a:schemeClr val=\"phClr\"/></a:solidFill><a:solidFill><a:schemeClr "
-           "val=\"phClr\"/></a:solidFill></a:bgFillStyleLst></a:fmtScheme></a:themeElements></a:theme>";
+// a:ea, a:cs and a:font elements, as XML): black text on white.
+inline std::string fontThemeXml(const std::string& majorFonts, const std::string& minorFonts) {
+    return themeXml("<a:lt1><a:srgbClr val=\"FFFFFF\"/></a:lt1><a:lt2><a:srgbClr val=\"FFFFFF\"/></a:lt2>", majorFonts,
+                    minorFonts);
 }
 
 // The master: `spTree` shapes and title/body text styles whose first level
@@ -59,10 +44,9 @@ inline std::string layoutXml(const std::string& spTree = "") {
 inline const Rel kLayoutRel{"rIdLayout", "slideLayout", "../slideLayouts/slideLayout1.xml"};
 
 // Adds the theme, master and layout to a deck of `slides` slides (added
-// with kLayoutRel), and the presentation part that lists the master and
-// embeds `embeddedXml` (p:embeddedFont elements).
+// with kLayoutRel), and the presentation part that lists the master.
 inline DeckBuilder& addTheme(DeckBuilder& deck, int slides, const std::string& theme, const std::string& master,
-                             const std::string& layout, const std::string& embeddedXml = "") {
+                             const std::string& layout) {
     std::string ids;
     std::vector<Rel> rels{{"rIdMaster", "slideMaster", "slideMasters/slideMaster1.xml"},
                           {"rIdTheme", "theme", "theme/theme1.xml"}};
@@ -99,9 +83,7 @@ inline DeckBuilder& addTheme(DeckBuilder& deck, int slides, const std::string& t
                       "<p:sldIdLst>" +
                       ids +
                       "</p:sldIdLst><p:sldSz cx=\"12192000\" cy=\"6858000\"/><p:notesSz cx=\"6858000\" "
-                      "cy=\"9144000\"/>" +
-                      (embeddedXml.empty() ? "" : "<p:embeddedFontLst>" + embeddedXml + "</p:embeddedFontLst>") +
-                      "</p:presentation>")
+                      "cy=\"9144000\"/></p:presentation>")
         .addEntry("ppt/_rels/presentation.xml.rels", relationshipsXml(rels))
         .addEntry("ppt/theme/theme1.xml", theme)
         .addEntry("ppt/slideMasters/slideMaster1.xml", master)

@@ -13,8 +13,6 @@ namespace orvandel::DeckFonts {
 namespace {
 
 constexpr std::string_view kNsA = "http://schemas.openxmlformats.org/drawingml/2006/main";
-constexpr std::string_view kNsP = "http://schemas.openxmlformats.org/presentationml/2006/main";
-const std::string kPresentationPart = "ppt/presentation.xml";
 
 // A theme's font scheme: what "+mj-lt" and its siblings stand for, and every
 // name it defines (the script variants among them).
@@ -99,23 +97,6 @@ std::vector<Named> typefacesIn(DeckModel& deck, const std::string& part) {
     return out;
 }
 
-std::vector<std::string> embeddedTypefaces(DeckModel& deck) {
-    std::vector<std::string> out;
-    const auto root = parsedPart(deck, kPresentationPart);
-    if (!root) return out;
-    for (const auto& list : root->childElements()) {
-        if (!list.is(kNsP, "embeddedFontLst")) continue;
-        for (const auto& font : list.childElements()) {
-            if (!font.is(kNsP, "embeddedFont")) continue;
-            for (const auto& face : font.childElements()) {
-                const auto name = face.is(kNsP, "font") ? face.attribute("typeface").value_or("") : "";
-                if (!name.empty() && std::find(out.begin(), out.end(), name) == out.end()) out.push_back(name);
-            }
-        }
-    }
-    return out;
-}
-
 }  // namespace
 
 Fonts read(DeckModel& deck) {
@@ -166,7 +147,6 @@ Fonts read(DeckModel& deck) {
         const auto rank = [](std::int64_t s) { return s == 0 ? std::numeric_limits<std::int64_t>::max() : s; };
         return rank(a.firstSlide) < rank(b.firstSlide);
     });
-    fonts.embedded = embeddedTypefaces(deck);
     return fonts;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
-// The typefaces a deck names and the ones it embeds, read from the theme(s),
-// the masters, the layouts and the slides.
+// The typefaces a deck names, read from the theme(s), the masters, the
+// layouts and the slides. (The fonts it embeds: EmbeddedFonts.)
 //
 // A typeface is used by a slide when the slide, its layout or its master
 // names it (a:latin, a:ea, a:cs or a:sym), directly or through a theme
@@ -36,8 +36,6 @@ struct Fonts {
     // Each name once (exact, case-sensitive), the used ones first by first
     // slide, then the unused, each group sorted by name.
     std::vector<Typeface> typefaces;
-    // p:embeddedFontLst's p:font typefaces, in the deck's order, each once.
-    std::vector<std::string> embedded;
     bool operator==(const Fonts&) const = default;
 };
 

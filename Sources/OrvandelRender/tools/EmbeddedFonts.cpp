@@ -1,7 +1,7 @@
 #include "tools/EmbeddedFonts.hpp"
 
 #include <algorithm>
-
+#include <optional>
 #include <set>
 #include <system_error>
 
@@ -16,16 +16,19 @@ const std::string kPresentation = "ppt/presentation.xml";
 constexpr const char* kNsP = "http://schemas.openxmlformats.org/presentationml/2006/main";
 constexpr const char* kNsR = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 
-// What [Content_Types].xml says of `part`: its Override, else the Default of
-// its extension (both compared without case, as packages name parts); "" when
-// neither or when the list cannot be read (the bytes then speak for themselves).
-std::string contentType(DeckModel& deck, const std::string& part) {
-    XmlElement types;
+// The package's [Content_Types].xml; nothing when it cannot be read (the
+// bytes then speak for themselves).
+std::optional<XmlElement> contentTypes(DeckModel& deck) {
     try {
-        types = XmlElement::parseDocument(deck.part("[Content_Types].xml"));
+        return XmlElement::parseDocument(deck.part("[Content_Types].xml"));
     } catch (const std::exception&) {
-        return "";
+        return std::nullopt;
     }
+}
+
+// What the content types say of `part`: its Override, else the Default of
+// its extension (both compared without case, as packages name parts); "" when neither.
+std::string contentType(const XmlElement& types, const std::string& part) {
     const std::string name = asciiLowercased("/" + part);
     const auto dot = name.rfind('.');
     const std::string extension = dot == std::string::npos ? "" : name.substr(dot + 1);
@@ -67,7 +70,10 @@ std::vector<Listed> list(DeckModel& deck) {
             fonts.push_back({typeface, style, part, ""});
         }
     });
-    for (auto& font : fonts) font.contentType = contentType(deck, font.part);
+    if (fonts.empty()) return fonts;
+    if (const auto types = contentTypes(deck)) {
+        for (auto& font : fonts) font.contentType = contentType(*types, font.part);
+    }
     return fonts;
 }
 
