@@ -46,6 +46,12 @@ std::string relsPath(std::string_view part) {
     return directory + "_rels/" + std::string(last) + ".rels";
 }
 
+std::string relativeTarget(const std::string& part, const std::string& owner) {
+    const auto slash = owner.rfind('/');
+    if (slash == std::string::npos) return part;
+    return std::filesystem::path(part).lexically_relative(owner.substr(0, slash)).generic_string();
+}
+
 std::string resolveEntry(std::string_view target, std::string_view relativeTo) {
     if (target.starts_with('/')) return std::string(target.substr(1));
     auto parts = pieces(relativeTo);

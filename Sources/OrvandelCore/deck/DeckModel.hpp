@@ -41,6 +41,11 @@ std::string relsPath(std::string_view part);
 // it is resolved against the directory of relativeTo, ".." and "." applied.
 std::string resolveEntry(std::string_view target, std::string_view relativeTo);
 
+// The reverse: the target by which a part `owner` reaches the entry `part`,
+// relative to owner's directory ("ppt/media/a.png" from
+// "ppt/slides/slide1.xml" -> "../media/a.png").
+std::string relativeTarget(const std::string& part, const std::string& owner);
+
 // Every Relationship element of a relationships part, in document order,
 // wherever it stands and whatever its prefix. Throws XmlParseError when the
 // text is not well-formed.

@@ -9,6 +9,7 @@
 #include "container/XmlElement.hpp"
 #include "plan/XmlSpans.hpp"
 #include "storyboard/BlipEffects.hpp"
+#include "storyboard/FreshName.hpp"
 #include "storyboard/GradientFill.hpp"
 #include "storyboard/PictureFill.hpp"
 #include "storyboard/SchemeColours.hpp"
@@ -204,19 +205,6 @@ bool mayHoldEffects(std::string_view xml, bool themeHasPictures) {
     return false;
 }
 
-std::string freshName(std::set<std::string>& used, const std::string& stem, const std::string& extension) {
-    std::string name;
-    for (int n = 1; !used.insert(name = stem + std::to_string(n) + extension).second;) ++n;
-    return name;
-}
-
-// The target of `part` from `owner`.
-std::string relativeTarget(const std::string& part, const std::string& owner) {
-    const auto slash = owner.rfind('/');
-    if (slash == std::string::npos) return part;
-    return fs::path(part).lexically_relative(owner.substr(0, slash)).generic_string();
-}
-
 // A picture's pixels once decoded, with the resolution its file states.
 struct Decoded {
     PictureCodec::Picture picture;
@@ -379,9 +367,9 @@ Recolouring bake(DeckModel& deck, const RenderPlan& plan, const LinkSweep::Sweep
         const auto idFor = [&](const std::string& copy) {
             auto& id = idOf[copy];
             if (id.empty()) {
-                for (int n = 1; !ids.insert(id = "rIdRecoloured" + std::to_string(n)).second;) ++n;
+                id = freshName(ids, "rIdRecoloured");
                 newRels += "<Relationship Id=\"" + id + "\" Type=\"" + kImageType + "\" Target=\"" +
-                           XMLEmitter::escapeAttribute(relativeTarget(copy, part)) + "\"/>";
+                           XMLEmitter::escapeAttribute(Relationships::relativeTarget(copy, part)) + "\"/>";
             }
             return id;
         };

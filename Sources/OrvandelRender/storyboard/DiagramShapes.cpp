@@ -12,6 +12,7 @@
 #include "container/XMLEmitter.hpp"
 #include "container/XmlElement.hpp"
 #include "plan/XmlSpans.hpp"
+#include "storyboard/FreshName.hpp"
 
 namespace orvandel::DiagramShapes {
 
@@ -148,19 +149,10 @@ public:
     std::string added;  // Relationship elements
 
 private:
-    std::string fresh() {
-        for (int n = 1;; ++n) {
-            std::string id = "rId" + std::to_string(n);
-            if (used_.insert(id).second) return id;
-        }
-    }
+    std::string fresh() { return freshName(used_, "rId"); }
     void add(const std::string& id, const Relationship& rel, const std::string& drawingPart) {
         const std::string entry = Relationships::resolveEntry(rel.target, drawingPart);
-        const auto slash = slidePart_.rfind('/');
-        const std::string target =
-            slash == std::string::npos
-                ? entry
-                : std::filesystem::path(entry).lexically_relative(slidePart_.substr(0, slash)).generic_string();
+        const std::string target = Relationships::relativeTarget(entry, slidePart_);
         added += "<Relationship Id=\"" + id + "\" Type=\"" + XMLEmitter::escapeAttribute(rel.type) + "\" Target=\"" +
                  XMLEmitter::escapeAttribute(target) + "\"/>";
     }

@@ -13,6 +13,7 @@
 #include "container/ZipArchive.hpp"
 #include "deck/DeckModel.hpp"
 #include "plan/XmlSpans.hpp"
+#include "storyboard/FreshName.hpp"
 
 namespace orvandel::LinkSweep {
 
@@ -272,9 +273,7 @@ public:
             extension.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789") != std::string::npos) {
             extension = "bin";
         }
-        std::string part;
-        for (int n = 1; !used_.insert(part = "ppt/media/linked-picture" + std::to_string(n) + "." + extension).second;)
-            ++n;
+        const std::string part = freshName(used_, "ppt/media/linked-picture", "." + extension);
         added.emplace_back(part, std::move(bytes));
         types += "<Override PartName=\"/" + part + "\" ContentType=\"" + contentTypeOf(extension) + "\"/>";
         return parts_[file] = part;
@@ -288,13 +287,6 @@ private:
     const DeckLinks::Rule& rule_;
     std::map<fs::path, std::string> parts_;
 };
-
-// The target of `part` from a part in `ownerFolder`.
-std::string relativeTarget(const std::string& part, const std::string& owner) {
-    const auto slash = owner.rfind('/');
-    if (slash == std::string::npos) return part;
-    return fs::path(part).lexically_relative(owner.substr(0, slash)).generic_string();
-}
 
 }  // namespace
 
@@ -404,7 +396,7 @@ Sweep sweep(DeckModel& model, const RenderPlan& plan, const DeckLinks::Rule& rul
             if (linkedOnly.contains(r.id)) {
                 const auto taken = pictures.take(r.target);
                 if (const auto* part = std::get_if<std::string>(&taken)) {
-                    r = {r.id, r.type, relativeTarget(*part, owner), ""};
+                    r = {r.id, r.type, Relationships::relativeTarget(*part, owner), ""};
                     embedded.insert(r.id);
                     continue;
                 }

@@ -16,6 +16,7 @@
 #include "plan/GraphicBuild.hpp"
 #include "plan/XmlSpans.hpp"
 #include "storyboard/DiagramShapes.hpp"
+#include "storyboard/FreshName.hpp"
 #include "storyboard/SweptDeck.hpp"
 #include "tools/RenderError.hpp"
 
@@ -99,14 +100,6 @@ std::optional<std::string> hiddenParagraph(std::string_view paragraph) {
         place(rPr, fill, children.empty() ? std::nullopt : std::optional(children.front()));
     }
     return XMLEmitter::emit(p, XMLEmitter::Options::identity);
-}
-
-// A name not in `used` (and now in it): stem + n + suffix, n from `from` up.
-std::string freshName(std::set<std::string>& used, const std::string& stem, const std::string& suffix, int from) {
-    for (int n = from;; ++n) {
-        std::string name = stem + std::to_string(n) + suffix;
-        if (used.insert(name).second) return name;
-    }
 }
 
 struct PresentationParts {
