@@ -79,10 +79,40 @@ struct PlayoutTarget {
     auto operator<=>(const PlayoutTarget&) const = default;
 };
 
+// What an emphasis or a motion path leaves on a shape when the deck says it
+// holds (fill="hold"), until another one changes it again: the storyboard
+// draws the shape so in the states after it.
+struct HeldChange {
+    PlayoutTarget target;
+    std::int64_t dx = 0, dy = 0;  // its centre moved, in 1/100000 of the slide's width and height
+    std::int64_t scaleX = 100000, scaleY = 100000;  // its size, 1/100000 of its own
+    std::int64_t rotation = 0;                      // turned by, 60000ths of a degree, clockwise
+    std::int64_t opacity = 100000;                  // 1/100000
+    std::string fillColour, lineColour, textColour;  // "RRGGBB" when changed
+    auto operator<=>(const HeldChange&) const = default;
+};
+
 struct PlayoutState {
     std::int64_t startMs = 0;           // from the start of the slide
     std::vector<PlayoutTarget> hidden;  // sorted, without duplicates
+    std::vector<HeldChange> held;       // sorted by target, one per target
     bool operator==(const PlayoutState&) const = default;
+};
+
+// One effect of the slide's timing that starts, whether it changes what is
+// shown or not: what the plan lists.
+struct PlannedEffect {
+    std::int64_t startMs = 0;  // from the start of the slide
+    std::vector<PlayoutTarget> targets;
+    DrawnEffect effect;
+    // The state it changes into (its index in states); nothing when it
+    // changes nothing the states hold.
+    std::optional<std::size_t> state;
+    // Whether the change into that state is drawn with this effect (the
+    // first drawn one of the state's effects); the others of the state are
+    // drawn with it.
+    bool drawsState = false;
+    bool operator==(const PlannedEffect&) const = default;
 };
 
 struct MediaStart {
@@ -93,7 +123,9 @@ struct MediaStart {
 
 struct SlidePlayout {
     // Never empty when returned by evaluate: the first state starts at 0, the
-    // starts increase strictly and each state differs from the one before.
+    // starts increase strictly and each state differs from the one before,
+    // unless an emphasis or a motion path is drawn into it (one that plays
+    // and returns to where it was).
     // States starting at or after the slide's advance time are listed as well;
     // the slide has gone by then.
     std::vector<PlayoutState> states;
@@ -106,6 +138,11 @@ struct SlidePlayout {
     // any other animation: fade; none, as in Appear: cut) and its duration is
     // that of its longest behaviour. The first state's is a cut.
     std::vector<DrawnEffect> effects;
+    // One per state: the targets of the effect drawn into it (the layer an
+    // emphasis or a motion path lifts off a still without them).
+    std::vector<std::vector<PlayoutTarget>> effectTargets;
+    // Every effect that starts, in time order.
+    std::vector<PlannedEffect> planned;
     bool operator==(const SlidePlayout&) const = default;
 };
 
