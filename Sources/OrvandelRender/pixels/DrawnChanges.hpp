@@ -23,6 +23,7 @@ struct DrawnChange {
     DrawnEffect effect;
     bool wholeSlide = false;         // a slide transition: the whole picture changes
     std::int64_t effectStartMs = 0;  // when the effect's own time is 0 (before span.startMs when cut short)
+    int withoutPage = 0;             // Storyboard::Shot::withoutPage of `to`
 
     // The effect's time at `ms`, within [0, durationMs].
     std::int64_t elapsedAt(std::int64_t ms) const;

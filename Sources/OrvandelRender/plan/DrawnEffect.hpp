@@ -130,6 +130,9 @@ struct DrawnEffect {
     // departs from a slideshow (a 3-D turn drawn flat...); empty: it doesn't.
     std::string strategy;
     std::string approximation;
+    // Drawn as something generic (a fade) because its behaviours are not
+    // understood: what the plan counts as not drawn as its own kind.
+    bool fallback = false;
 
     std::optional<EffectSound> sound;
 

@@ -43,6 +43,10 @@ struct Shot {
     // effect, or for a slide's first shot the slide's transition.
     DrawnEffect effect{};
     bool opensSlide = false;
+    // For an emphasis or a motion path drawn into this shot: the page of the
+    // state before with the effect's targets left out, so that the targets'
+    // own pixels can be lifted off it; 0 when there is none.
+    int withoutPage = 0;
     bool operator==(const Shot&) const = default;
 };
 
