@@ -21,7 +21,8 @@ std::uint32_t mix(std::uint32_t v) {
     return v;
 }
 
-std::uint16_t key(double k) { return std::uint16_t(std::clamp(k, 0.0, 1.0) * 65535.0); }
+// [0, 1) onto the keys, so that a pixel on a boundary goes with the later side.
+std::uint16_t key(double k) { return std::uint16_t(std::min(65535.0, std::clamp(k, 0.0, 1.0) * 65536.0)); }
 
 }  // namespace
 
@@ -178,8 +179,8 @@ std::vector<std::uint16_t> RevealMask::keys(int w, int h) const {
                 }
                 case Shape::checkerboard: {
                     // Along the rows (across) or columns (down), alternate lines offset by one square.
-                    const double along = vertical_ ? y / cellW : x / cellW;
-                    const int line = int((vertical_ ? x : y) / cellW);
+                    const double along = (vertical_ ? y + 0.5 : x + 0.5) / cellW;
+                    const int line = int((vertical_ ? x + 0.5 : y + 0.5) / cellW);
                     k = std::fmod(along + (line % 2), 2.0) / 2;
                     break;
                 }
