@@ -120,11 +120,17 @@ TEST(DrawnEffectsTest, PainterBlendsRevealsAndMovesOnlyWhatChanges) {
 TEST(DrawnEffectsTest, ChangesAreDrawnWithinTheirShotsWithoutOverlapping) {
     const DrawnEffect in{Kind::fade, Side::left, 500, true}, out{Kind::fade, Side::left, 800, false};
     const DrawnEffect slow{Kind::wipe, Side::left, 3000, true};
-    const std::vector<Storyboard::Shot> shots{
-        {1, 1000, {}, true}, {2, 2000, in}, {3, 500, out}, {4, 2000, slow, true}, {5, 1000, in}};
+    // An emphasis read from the deck says by its role that it is drawn before its change, over its page without.
+    DrawnEffect spin;
+    spin.role = DrawnEffect::Role::emphasis;
+    spin.durationMs = 600;
+    spin.behaviours = {{EffectBehaviour::Kind::rotate}};
+    const std::vector<Storyboard::Shot> shots{{1, 1000, {}, true},   {2, 2000, in}, {3, 500, out},
+                                              {4, 2000, slow, true}, {5, 2000, in}, {6, 1000, spin, false, 7}};
     EXPECT_EQ(DrawnChanges::plan(shots), (std::vector<DrawnChange>{{{1000, 1500}, 0, 1, in, false, 1000},
                                                                    // the exit starts 800 ms before its change
                                                                    {{2200, 3000}, 1, 2, out, false, 2200},
                                                                    // a slide's transition runs over its next step
-                                                                   {{3500, 6500}, 2, 3, slow, true, 3500}}));
+                                                                   {{3500, 6500}, 2, 3, slow, true, 3500},
+                                                                   {{6900, 7500}, 4, 5, spin, false, 6900, 7}}));
 }

@@ -233,9 +233,6 @@ struct Pose {
     double throughAt = 0;
     bool hidden = false;
     std::vector<std::pair<const std::vector<std::uint16_t>*, std::uint32_t>> patterns;
-    bool still() const {
-        return dx == 0 && dy == 0 && sx == 1 && sy == 1 && degrees == 0 && slideX == 0 && slideY == 0;
-    }
 };
 
 struct Piece {
@@ -508,60 +505,99 @@ void EffectPainter::State::draw(const YuvFrame& layer, const YuvFrame* tint, con
     };
     const int tintAlpha = tint ? int(std::lround(pose.tint * 256)) : 0;
 
-    // Where the box lands: its corners mapped forward.
-    const double cx = (box.left + box.right) / 2.0, cy = (box.top + box.bottom) / 2.0;
-    const double mx = cx + pose.dx, my = cy + pose.dy;
-    const double th = pose.degrees * std::numbers::pi / 180, cs = std::cos(th), sn = std::sin(th);
-    Area to = box;
-    if (!pose.still()) {
-        double x0 = 1e18, y0 = 1e18, x1 = -1e18, y1 = -1e18;
-        for (const double ux : {box.left - cx, box.right - cx}) {
-            for (const double uy : {box.top - cy, box.bottom - cy}) {
-                const double px = ux * pose.sx, py = uy * pose.sy;
-                const double fx = mx + cs * px - sn * py, fy = my + sn * px + cs * py;
-                x0 = std::min(x0, fx), x1 = std::max(x1, fx), y0 = std::min(y0, fy), y1 = std::max(y1, fy);
-            }
-        }
-        const auto clampTo = [](double v, int hi) { return int(std::clamp(v, 0.0, double(hi))); };
-        to = {clampTo(std::floor(x0) - 2, size.width), clampTo(std::floor(y0) - 2, size.height),
-              clampTo(std::ceil(x1) + 2, size.width), clampTo(std::ceil(y1) + 2, size.height)};
-        to = {to.left - to.left % 2, to.top - to.top % 2, to.right - to.right % 2, to.bottom - to.bottom % 2};
-    }
-    if (to.empty()) return;
-    dirty = unite(dirty, to);
-    for (int k = 0; k < 3; ++k) {
-        const int s = k == 0 ? 1 : 2;
-        const Plane src = plane(layer, k), dst = plane(out, k);
-        const Plane tintPlane = tint ? plane(*tint, k) : src;
-        const auto put = [&](int ix, int iy, std::uint8_t& o) {
+    const auto putter = [&](const Plane& src, const Plane& tintPlane, int s) {
+        return [&src, &tintPlane, s, alpha, tintAlpha](int ix, int iy, std::uint8_t& o) {
             int v = src.at(ix / s, iy / s);
             if (tintAlpha > 0) v = (v * (256 - tintAlpha) + tintPlane.at(ix / s, iy / s) * tintAlpha + 128) >> 8;
             o = alpha >= 256 ? std::uint8_t(v) : std::uint8_t((o * (256 - alpha) + v * alpha + 128) >> 8);
         };
-        if (pose.still()) {
+    };
+    const auto even = [](double v) {
+        const long r = std::lround(v);
+        return int(r - r % 2);
+    };
+    const int jx = even(pose.slideX), jy = even(pose.slideY);
+
+    if (pose.sx == 1 && pose.sy == 1 && pose.degrees == 0) {
+        // Only moved: whole rows of source per row, copied outright where
+        // nothing is masked (a slide's transition), else pixel by pixel.
+        const int ox = even(pose.dx), oy = even(pose.dy);
+        const Area to{std::clamp(box.left + ox, 0, size.width), std::clamp(box.top + oy, 0, size.height),
+                      std::clamp(box.right + ox, 0, size.width), std::clamp(box.bottom + oy, 0, size.height)};
+        if (to.empty()) return;
+        dirty = unite(dirty, to);
+        // Outside the mask the layer's still is the base: in place, it need not be asked.
+        const bool anyPixel = mask.empty() || (whole && ox == 0 && oy == 0 && jx == 0 && jy == 0);
+        const bool rows = anyPixel && pose.patterns.empty() && jx == 0 && jy == 0;
+        for (int k = 0; k < 3; ++k) {
+            const int s = k == 0 ? 1 : 2;
+            const Plane src = plane(layer, k), dst = plane(out, k);
+            const Plane tintPlane = tint ? plane(*tint, k) : src;
+            const auto put = putter(src, tintPlane, s);
             for (int y = to.top / s; y < to.bottom / s; ++y) {
+                const int iy = y * s - oy;
+                if (rows) {
+                    const int n = (to.right - to.left) / s;
+                    std::uint8_t* d = &dst.at(to.left / s, y);
+                    const std::uint8_t* f = &src.at((to.left - ox) / s, iy / s);
+                    if (alpha >= 256 && tintAlpha == 0) {
+                        std::memcpy(d, f, std::size_t(n));
+                        continue;
+                    }
+                    const std::uint8_t* c = &tintPlane.at((to.left - ox) / s, iy / s);
+                    for (int i = 0; i < n; ++i) {
+                        const int v = tintAlpha > 0 ? (f[i] * (256 - tintAlpha) + c[i] * tintAlpha + 128) >> 8 : f[i];
+                        d[i] = std::uint8_t((d[i] * (256 - alpha) + v * alpha + 128) >> 8);
+                    }
+                    continue;
+                }
                 for (int x = to.left / s; x < to.right / s; ++x) {
-                    if (member(x * s, y * s)) put(x * s, y * s, dst.at(x, y));
+                    const int ix = x * s - ox;
+                    if (member(ix, iy) && ((jx == 0 && jy == 0) || member(ix + jx, iy + jy))) {
+                        put(ix + jx, iy + jy, dst.at(x, y));
+                    }
                 }
             }
-            continue;
         }
-        // Inverse mapping, stepped along each row.
-        const double ax = cs / pose.sx, ay = -sn / pose.sy;  // source step per luma pixel along x
-        const double bx = sn / pose.sx, by = cs / pose.sy;   // along y
+        return;
+    }
+
+    // Turned or scaled: where the box lands (its corners mapped forward),
+    // then each pixel there mapped back into the layer.
+    const double cx = (box.left + box.right) / 2.0, cy = (box.top + box.bottom) / 2.0;
+    const double mx = cx + pose.dx, my = cy + pose.dy;
+    const double th = pose.degrees * std::numbers::pi / 180, cs = std::cos(th), sn = std::sin(th);
+    double x0 = 1e18, y0 = 1e18, x1 = -1e18, y1 = -1e18;
+    for (const double ux : {box.left - cx, box.right - cx}) {
+        for (const double uy : {box.top - cy, box.bottom - cy}) {
+            const double px = ux * pose.sx, py = uy * pose.sy;
+            const double fx = mx + cs * px - sn * py, fy = my + sn * px + cs * py;
+            x0 = std::min(x0, fx), x1 = std::max(x1, fx), y0 = std::min(y0, fy), y1 = std::max(y1, fy);
+        }
+    }
+    const auto clampTo = [](double v, int hi) { return int(std::clamp(v, 0.0, double(hi))); };
+    Area to{clampTo(std::floor(x0) - 2, size.width), clampTo(std::floor(y0) - 2, size.height),
+            clampTo(std::ceil(x1) + 2, size.width), clampTo(std::ceil(y1) + 2, size.height)};
+    to = {to.left - to.left % 2, to.top - to.top % 2, to.right - to.right % 2, to.bottom - to.bottom % 2};
+    if (to.empty()) return;
+    dirty = unite(dirty, to);
+    const double ax = cs / pose.sx, ay = -sn / pose.sy;  // source step per luma pixel along x
+    const double bx = sn / pose.sx, by = cs / pose.sy;   // along y
+    for (int k = 0; k < 3; ++k) {
+        const int s = k == 0 ? 1 : 2;
+        const Plane src = plane(layer, k), dst = plane(out, k);
+        const Plane tintPlane = tint ? plane(*tint, k) : src;
+        const auto put = putter(src, tintPlane, s);
         for (int y = to.top / s; y < to.bottom / s; ++y) {
             const double vy = (y + 0.5) * s - my;
-            const int x0 = to.left / s;
-            const double vx = (x0 + 0.5) * s - mx;
+            const int first = to.left / s;
+            const double vx = (first + 0.5) * s - mx;
             double sxp = cx + ax * vx + bx * vy, syp = cy + ay * vx + by * vy;
-            for (int x = x0; x < to.right / s; ++x, sxp += ax * s, syp += ay * s) {
+            for (int x = first; x < to.right / s; ++x, sxp += ax * s, syp += ay * s) {
                 const int ix = int(std::floor(sxp)), iy = int(std::floor(syp));
-                if (!member(ix, iy)) continue;
-                const int jx = ix + int(std::lround(pose.slideX)), jy = iy + int(std::lround(pose.slideY));
-                if (jx != ix || jy != iy) {
-                    if (!member(jx, jy)) continue;
+                if (member(ix, iy) && ((jx == 0 && jy == 0) || member(ix + jx, iy + jy))) {
+                    put(ix + jx, iy + jy, dst.at(x, y));
                 }
-                put(jx, jy, dst.at(x, y));
             }
         }
     }
