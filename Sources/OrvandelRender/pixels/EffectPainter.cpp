@@ -644,7 +644,10 @@ void EffectPainter::paint(const YuvFrame& before, const YuvFrame& after, const Y
     if (!s.ready) s.prepare(before, after, without);
     const DrawnEffect& e = s.effect;
     const std::int64_t t = std::clamp<std::int64_t>(elapsedMs, 0, std::max<std::int64_t>(1, e.durationMs));
+    // The first frame decides whether there is a still to lift the targets
+    // off; a later frame without it keeps the layer over the still before.
     const bool lifted = e.role == Role::emphasis || e.role == Role::path;
+    if (lifted && !without) without = &before;
     const bool layerIsAfter = e.role == Role::entrance || (e.role == Role::transition && e.layer != Layer::outgoing);
     const YuvFrame& layer = layerIsAfter ? after : before;
     const YuvFrame& base = e.role == Role::entrance                                   ? before
