@@ -86,45 +86,51 @@ TEST(DrawnEffectsTest, PainterBlendsRevealsAndMovesOnlyWhatChanges) {
     YuvFrame out;
     // A fade is the linear blend of the stills, everywhere in the band.
     for (int percent : {20, 50, 80}) {
-        EffectPainter::paint(before, after, {Kind::fade, Side::left, 500, true}, area, false, 5 * percent, out);
+        EffectPainter({Kind::fade, Side::left, 500, true}, false).paint(before, after, nullptr, 5 * percent, out);
         EXPECT_NEAR(luma(out, 30, 15), 16 + 219 * percent / 100, 2) << percent;
-        EffectPainter::paint(after, before, {Kind::fade, Side::left, 500, false}, area, false, 5 * percent, out);
+        EffectPainter({Kind::fade, Side::left, 500, false}, false).paint(after, before, nullptr, 5 * percent, out);
         EXPECT_NEAR(luma(out, 30, 15), 16 + 219 * (100 - percent) / 100, 2) << "exit " << percent;
     }
     // A wipe from the left shows the new still left of its edge, the old one right of it.
     for (int percent : {25, 50, 75}) {
-        EffectPainter::paint(before, after, {Kind::wipe, Side::left, 1000, true}, area, false, 10 * percent, out);
+        EffectPainter({Kind::wipe, Side::left, 1000, true}, false).paint(before, after, nullptr, 10 * percent, out);
         const int edge = 8 + 48 * percent / 100;
         EXPECT_EQ(luma(out, edge - 1, 15), 235) << percent;
         EXPECT_EQ(luma(out, edge + 1, 15), 16) << percent;
     }
     // Half way, a fly from the bottom has the band half way between its place and the bottom edge.
-    EffectPainter::paint(before, after, {Kind::fly, Side::bottom, 400, true}, area, false, 200, out);
+    EffectPainter({Kind::fly, Side::bottom, 400, true}, false).paint(before, after, nullptr, 200, out);
     EXPECT_EQ(luma(out, 30, 15), 16);
     EXPECT_EQ(luma(out, 30, 15 + 12), 235);
     // A zoom half way covers the middle half of the band, not its ends.
-    EffectPainter::paint(before, after, {Kind::zoom, Side::left, 400, true}, area, false, 200, out);
+    EffectPainter({Kind::zoom, Side::left, 400, true}, false).paint(before, after, nullptr, 200, out);
     EXPECT_EQ(luma(out, 32, 15), 235);
     EXPECT_EQ(luma(out, 10, 15), 16);
     // A push of the whole slide from the right: the new slide's left edge half way across.
-    EffectPainter::paint(after, before, {Kind::push, Side::right, 400, true}, area, true, 200, out);
+    EffectPainter({Kind::push, Side::right, 400, true}, true).paint(after, before, nullptr, 200, out);
     EXPECT_EQ(luma(out, 8 + 32, 15), 16);        // the new (dark) slide on the right half
     EXPECT_EQ(luma(out, 31 - 16 + 8, 15), 235);  // the old band, moved 32 to the left
     // At the ends: the old still, then the new one.
-    EffectPainter::paint(before, after, {Kind::fly, Side::left, 400, true}, area, false, 0, out);
+    EffectPainter({Kind::fly, Side::left, 400, true}, false).paint(before, after, nullptr, 0, out);
     EXPECT_EQ(out.planes, before.planes);
-    EffectPainter::paint(before, after, {Kind::uncover, Side::right, 400, true}, area, true, 400, out);
+    EffectPainter({Kind::uncover, Side::right, 400, true}, true).paint(before, after, nullptr, 400, out);
     EXPECT_EQ(out.planes, after.planes);
 }
 
 TEST(DrawnEffectsTest, ChangesAreDrawnWithinTheirShotsWithoutOverlapping) {
     const DrawnEffect in{Kind::fade, Side::left, 500, true}, out{Kind::fade, Side::left, 800, false};
     const DrawnEffect slow{Kind::wipe, Side::left, 3000, true};
-    const std::vector<Storyboard::Shot> shots{
-        {1, 1000, {}, true}, {2, 2000, in}, {3, 500, out}, {4, 2000, slow, true}, {5, 1000, in}};
+    // An emphasis read from the deck says by its role that it is drawn before its change, over its page without.
+    DrawnEffect spin;
+    spin.role = DrawnEffect::Role::emphasis;
+    spin.durationMs = 600;
+    spin.behaviours = {{EffectBehaviour::Kind::rotate}};
+    const std::vector<Storyboard::Shot> shots{{1, 1000, {}, true},   {2, 2000, in}, {3, 500, out},
+                                              {4, 2000, slow, true}, {5, 2000, in}, {6, 1000, spin, false, 7}};
     EXPECT_EQ(DrawnChanges::plan(shots), (std::vector<DrawnChange>{{{1000, 1500}, 0, 1, in, false, 1000},
                                                                    // the exit starts 800 ms before its change
                                                                    {{2200, 3000}, 1, 2, out, false, 2200},
                                                                    // a slide's transition runs over its next step
-                                                                   {{3500, 6500}, 2, 3, slow, true, 3500}}));
+                                                                   {{3500, 6500}, 2, 3, slow, true, 3500},
+                                                                   {{6900, 7500}, 4, 5, spin, false, 6900, 7}}));
 }

@@ -56,11 +56,13 @@ private:
 }  // namespace
 
 void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames, const std::vector<ScheduledStill>& shots,
-           const std::vector<DrawnChange>& changes, FrameSize size, const std::optional<CancellationToken>& cancel) {
+           const std::vector<DrawnChange>& changes, const std::vector<std::filesystem::path>& pageFrames,
+           FrameSize size, const std::optional<CancellationToken>& cancel) {
     Stills stills(size);
     YuvFrame drawn;
     std::size_t next = 0;
-    std::optional<std::pair<std::size_t, EffectPainter::Area>> area;  // of the change being drawn
+    // The painter of the change being drawn, made on its first frame.
+    std::optional<std::pair<std::size_t, EffectPainter>> painter;
     for (const auto& f : frames) {
         if (cancel && cancel->isCancelled()) throw CancelledError();
         while (next < changes.size() && changes[next].span.endMs <= f.startMs) ++next;
@@ -72,10 +74,14 @@ void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames, co
             const YuvFrame& before = stills[shots.at(c.from).image];
             // A transition brings in the slide as it is at that moment.
             const YuvFrame& after = stills[shots.at(c.wholeSlide ? f.entry : c.to).image];
-            const bool sameChange = area && area->first == next;
-            if (!sameChange) area.emplace(next, EffectPainter::changedArea(before, after));
-            EffectPainter::paint(before, after, c.effect, area->second, c.wholeSlide, c.elapsedAt(f.startMs), drawn,
-                                 sameChange);
+            const YuvFrame* without = nullptr;
+            if (c.withoutPage > 0 && std::size_t(c.withoutPage) <= pageFrames.size() &&
+                !pageFrames[std::size_t(c.withoutPage) - 1].empty()) {
+                without = &stills[pageFrames[std::size_t(c.withoutPage) - 1]];
+            }
+            const bool sameChange = painter && painter->first == next;
+            if (!sameChange) painter.emplace(next, EffectPainter(c.effect, c.wholeSlide));
+            painter->second.paint(before, after, without, c.elapsedAt(f.startMs), drawn, sameChange);
             planes = &drawn.planes;
         } else {
             planes = &stills[shots.at(f.entry).image].planes;

@@ -16,10 +16,13 @@
 
 namespace orvandel::DrawnMovie {
 
-// shots are the timeline's entries (a frame file and its duration each). Stops early, without an error, when
+// shots are the timeline's entries (a frame file and its duration each);
+// pageFrames the frame file of every storyboard page (page p at p - 1, empty
+// when not drawn), for the stills without an effect's targets. Stops early, without an error, when
 // the stream's reader has gone (the encoder reports why). Throws
 // RenderError for a frame file that cannot be read, CancelledError.
 void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames, const std::vector<ScheduledStill>& shots,
-           const std::vector<DrawnChange>& changes, FrameSize size, const std::optional<CancellationToken>& cancel);
+           const std::vector<DrawnChange>& changes, const std::vector<std::filesystem::path>& pageFrames,
+           FrameSize size, const std::optional<CancellationToken>& cancel);
 
 }  // namespace orvandel::DrawnMovie

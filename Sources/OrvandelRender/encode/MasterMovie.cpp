@@ -35,10 +35,14 @@ void encode(const std::vector<Storyboard::Shot>& shots, const std::map<int, std:
         list = scratch / "timeline.ffconcat";
         writeFile(list, FrameSchedule::ffconcat(entries, options.periodicFrameMs, moving));
     } else {
+        std::vector<std::filesystem::path> pageFrames(frames.empty() ? 0 : std::size_t(frames.rbegin()->first));
+        for (const auto& [page, file] : frames) {
+            if (page > 0) pageFrames[std::size_t(page) - 1] = file;
+        }
         encoding.frames = [&](int fd) {
             RawVideoStream stream(fd, size);
             DrawnMovie::write(stream, FrameSchedule::frames(entries, options.periodicFrameMs, moving), entries, changes,
-                              size, options.cancel);
+                              pageFrames, size, options.cancel);
         };
     }
     MovieEncoder::encode(list, totalMs, to, encoding);

@@ -1,12 +1,11 @@
 #pragma once
 // Where in the movie the changes between shots are drawn (Storyboard::Shot's
 // effect): an entrance or a slide's transition from the moment of its change
-// on, an exit over the time before it. A slide's transition runs over the
-// states the slide goes through meanwhile (it brings in whatever the slide
-// shows); any other drawing never runs into the next change nor back before
-// the shot it starts from. Where changes come closer than their durations the
-// later one waits for the earlier and the earlier is cut short, so that spans
-// never overlap. Pure.
+// on, an exit, an emphasis or a motion path over the time before it (they
+// take effect when they end). A slide's transition runs over the states the
+// slide goes through meanwhile (it brings in whatever the slide shows); any other drawing never runs into the next
+// change nor back before the shot it starts from. Where changes come closer than their durations the later one waits
+// for the earlier and the earlier is cut short, so that spans never overlap. Pure.
 #include <cstdint>
 #include <vector>
 

@@ -51,7 +51,10 @@ std::map<int, std::filesystem::path> drawShots(const std::filesystem::path& pdf,
                                                const std::vector<Storyboard::Shot>& shots, FrameSize size,
                                                const std::filesystem::path& outDir, const Options& options) {
     std::vector<int> pages;
-    for (const auto& shot : shots) pages.push_back(shot.page);
+    for (const auto& shot : shots) {
+        pages.push_back(shot.page);
+        if (shot.withoutPage > 0) pages.push_back(shot.withoutPage);
+    }
     std::sort(pages.begin(), pages.end());
     pages.erase(std::unique(pages.begin(), pages.end()), pages.end());
     return rasterize(pdf, pages, size, outDir, options);

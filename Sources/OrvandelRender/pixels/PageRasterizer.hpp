@@ -33,7 +33,8 @@ int pageCount(const std::filesystem::path& pdf, const std::optional<Cancellation
 void requirePages(const std::filesystem::path& pdf, std::int64_t pages, const std::string& deckName,
                   const std::optional<CancellationToken>& cancel);
 
-// rasterize for the pages the shots show (each once).
+// rasterize for the pages the shots show, and those without an effect's
+// targets that emphases and paths are drawn over (each once).
 std::map<int, std::filesystem::path> drawShots(const std::filesystem::path& pdf,
                                                const std::vector<Storyboard::Shot>& shots, FrameSize size,
                                                const std::filesystem::path& outDir, const Options& options);
