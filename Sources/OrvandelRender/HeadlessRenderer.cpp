@@ -46,16 +46,16 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     const DeckLinks::Rule links{std::filesystem::absolute(options_.deckFolder.value_or(preparedDeck.parent_path())),
                                 options_.allowLinksOutside};
 
+    // The source deck's transitions: drawn with the effects, their sounds played with the media.
+    const auto transitions = SlideTransitions::ofMarkup(request.sourceTransitions);
     const MediaLayers::Gathered media = options_.playMedia
                                             ? MediaLayers::gatherPostponingProbe(deck, plan, frame,
                                                                                  scratch.path() / "media", links,
-                                                                                 hooks.warn, hooks.cancel)
+                                                                                 hooks.warn, hooks.cancel, transitions)
                                             : MediaLayers::Gathered{};
-    const Storyboard::Layout storyboard = Storyboard::layout(plan, options_.showSteps,
-                                                             options_.drawEffects
-                                                                 ? SlideTransitions::ofMarkup(request.sourceTransitions)
-                                                                 : std::map<std::string, DrawnEffect>{},
-                                                             media.drawnGifs);
+    const Storyboard::Layout storyboard =
+        Storyboard::layout(plan, options_.showSteps,
+                           options_.drawEffects ? transitions : std::map<std::string, DrawnEffect>{}, media.drawnGifs);
     hooks.throwIfCancelled();
 
     // LibreOffice is given a deck that reaches nothing outside itself.

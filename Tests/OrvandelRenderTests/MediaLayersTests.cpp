@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "DeckBuilder.hpp"
+#include "media/EffectSounds.hpp"
 #include "media/MediaLayers.hpp"
 #include "media/MediaProbe.hpp"
 #include "media/SlideMedia.hpp"
@@ -119,4 +120,43 @@ TEST(MediaProbeTest, TheProbeTellsPlayableFilesFromDamagedOnes) {
         {"duration=1.0\n", std::string("no picture or sound in it")},
     };
     for (const auto& [output, expected] : cases) EXPECT_EQ(MediaProbe::parse(output), expected) << output;
+}
+
+TEST(EffectSoundsTest, SoundsStartWithTheirEffectsAndLoopUntilTheNextSoundOrTheSlideEnds) {
+    const auto sounding = [](std::string id, bool loop = false, bool stops = false) {
+        DrawnEffect e;
+        e.sound = EffectSound{std::move(id), "", loop, stops};
+        return e;
+    };
+    SlidePlayout playout;
+    playout.planned = {{500, {}, sounding("rLoop", true)},
+                       {1000, {}, DrawnEffect{}},
+                       {1500, {}, sounding("", false, true)},
+                       {2000, {}, sounding("rLong")},
+                       {3000, {}, sounding("rLate")}};  // after the advance: never plays
+    const auto cues = EffectSounds::cues(playout, 3000, sounding("rChime"));
+    ASSERT_EQ(cues.size(), 4u);
+    // The slide from 10 s of a 20 s movie.
+    const EffectSounds::SlideSpan span{10000, 3000, 20000};
+    struct Case {
+        std::size_t cue;
+        std::optional<std::int64_t> fileMs;
+        std::optional<std::tuple<std::int64_t, std::int64_t, bool>> played;  // start, length, loops
+    };
+    const std::vector<Case> cases{
+        {0, 800, std::tuple{10000, 800, false}},     // the transition's, to its own end
+        {1, 800, std::tuple{10500, 1000, true}},     // looped until the stop
+        {2, 800, std::nullopt},                      // the stop plays nothing
+        {3, 15000, std::tuple{12000, 8000, false}},  // over the slides after it, cut with the movie
+        {3, std::nullopt, std::tuple{12000, 8000, false}},
+    };
+    for (const auto& c : cases) {
+        const auto l = EffectSounds::place(cues, c.cue, c.fileMs, span);
+        ASSERT_EQ(l.has_value(), c.played.has_value()) << c.cue;
+        if (!l) continue;
+        EXPECT_EQ(std::tuple(l->startMs, l->playMs, l->loops), *c.played) << c.cue;
+        EXPECT_TRUE(l->sound && !l->picture && l->volume == 100000) << c.cue;
+    }
+    // The last sound loops until the slide ends.
+    EXPECT_EQ(EffectSounds::place({{2500, {"r", "", true}}}, 0, 100, span)->playMs, 500);
 }

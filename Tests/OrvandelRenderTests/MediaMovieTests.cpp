@@ -38,17 +38,6 @@ double psnr(const std::string& a, const std::string& b) {
     return sum == 0 ? 99 : 10 * std::log10(255.0 * 255.0 / (sum / double(a.size())));
 }
 
-// The loudest sample between two instants of the movie, in dB.
-double maxVolume(const std::filesystem::path& movie, std::int64_t fromMs, std::int64_t toMs) {
-    const auto r = Subprocess::run({"ffmpeg", "-v", "info", "-ss", msAsDecimalSeconds(fromMs), "-to",
-                                    msAsDecimalSeconds(toMs), "-i", movie.string(), "-vn", "-af", "volumedetect", "-f",
-                                    "null", "-"});
-    const auto at = r.standardError.find("max_volume: ");
-    if (at == std::string::npos) return 0;
-    const auto end = r.standardError.find(" dB", at);
-    return parseDouble(r.standardError.substr(at + 12, end - at - 12)).value_or(0);
-}
-
 }  // namespace
 
 // One deck built in code, prepared and rendered once for the suite:

@@ -29,6 +29,17 @@ inline std::vector<std::int64_t> frameTimesMs(const std::filesystem::path& movie
     return out;
 }
 
+// The loudest sample between two instants of the movie, in dB.
+inline double maxVolume(const std::filesystem::path& movie, std::int64_t fromMs, std::int64_t toMs) {
+    const auto r = Subprocess::run({"ffmpeg", "-v", "info", "-ss", msAsDecimalSeconds(fromMs), "-to",
+                                    msAsDecimalSeconds(toMs), "-i", movie.string(), "-vn", "-af", "volumedetect", "-f",
+                                    "null", "-"});
+    const auto at = r.standardError.find("max_volume: ");
+    if (at == std::string::npos) return 0;
+    const auto end = r.standardError.find(" dB", at);
+    return parseDouble(r.standardError.substr(at + 12, end - at - 12)).value_or(0);
+}
+
 // Every frame of a movie or an image, scaled to kWidth x kHeight gray bytes.
 inline constexpr int kWidth = 480, kHeight = 270;
 inline std::string grayFrames(const std::filesystem::path& file) {

@@ -144,3 +144,93 @@ TEST(StoryboardTest, GraphicBuildsGetCopiesOfTheirPartsOrAreShownWholeWithAWarni
     }
     EXPECT_EQ(charts.size(), 3u);
 }
+
+// What an emphasis or a motion path leaves on a shape, drawn into its markup
+// on a slide of 1,000,000 by 500,000 EMU.
+TEST(StoryboardTest, HeldChangesMoveScaleTurnAndRecolourTheirShapes) {
+    const auto sp = [](const std::string& id, const std::string& nvPr, const std::string& spPr,
+                       const std::string& runs = "") {
+        return "<p:sp><p:nvSpPr><p:cNvPr id=\"" + id + "\" name=\"S\"/><p:cNvSpPr/><p:nvPr>" + nvPr +
+               "</p:nvPr></p:nvSpPr>" + spPr + "<p:txBody><a:bodyPr/><a:p>" + runs + "</a:p></p:txBody></p:sp>";
+    };
+    const std::string xfrm =
+        "<a:xfrm rot=\"600000\"><a:off x=\"1000\" y=\"2000\"/><a:ext cx=\"4000\" cy=\"2000\"/></a:xfrm>";
+    const std::string group =
+        "<p:grpSp><p:nvGrpSpPr><p:cNvPr id=\"4\" name=\"G\"/><p:cNvGrpSpPr/><p:nvPr/></p:nvGrpSpPr><p:grpSpPr>"
+        "<a:xfrm><a:off x=\"0\" y=\"0\"/><a:ext cx=\"10\" cy=\"10\"/><a:chOff x=\"0\" y=\"0\"/><a:chExt cx=\"20\" "
+        "cy=\"20\"/></a:xfrm></p:grpSpPr>" +
+        picture("6", "rId2") + "</p:grpSp>";
+    const std::string title = sp("2", "<p:ph type=\"title\"/>", "<p:spPr/>");
+    const std::string layout = slideXml(sp("9", "<p:ph type=\"title\"/>",
+                                           "<p:spPr><a:xfrm><a:off x=\"500\" y=\"600\"/><a:ext cx=\"1000\" "
+                                           "cy=\"800\"/></a:xfrm></p:spPr>") +
+                                        sp("10", "<p:ph idx=\"1\"/>", "<p:spPr/>"));
+    const std::string master = slideXml(sp("11", "<p:ph type=\"body\"/>",
+                                           "<p:spPr><a:xfrm><a:off x=\"7\" y=\"8\"/><a:ext cx=\"9\" "
+                                           "cy=\"10\"/></a:xfrm></p:spPr>"));
+    const std::string body = sp("5", "<p:ph idx=\"1\"/>", "<p:spPr/>");
+    const HeldShapes::Context context{1000000, 500000,
+                                      HeldShapes::inheritedBoxes(slideXml(title + body), layout, master)};
+    // The title takes the layout's box, the body (no box in the layout) the master's.
+    EXPECT_EQ(context.inherited,
+              (std::map<std::string, HeldShapes::Box>{{"2", {500, 600, 1000, 800}}, {"5", {7, 8, 9, 10}}}));
+    const auto alpha = [](const std::string& colour) {
+        return "<a:solidFill><a:srgbClr val=\"" + colour + "\"><a:alpha val=\"50000\"/></a:srgbClr></a:solidFill>";
+    };
+    struct Case {
+        std::string shapes;
+        HeldChange held;
+        std::vector<std::string> expected;  // in the state's slide
+    };
+    const std::vector<Case> cases{
+        // Moved by a tenth of the width and up a fifth of the height, 1.5 wide
+        // and half as high about its centre, turned a further 90 degrees.
+        {sp("3", "", "<p:spPr>" + xfrm + "</p:spPr>"),
+         {{"3", 1}, 10000, -20000, 150000, 50000, 5400000},
+         {"<a:xfrm rot=\"6000000\"><a:off x=\"100000\" y=\"-97500\"/><a:ext cx=\"6000\" cy=\"1000\"/></a:xfrm>"}},
+        // A placeholder without a box of its own gets its layout's, moved.
+        {title,
+         {{"2", std::nullopt}, 0, 10000},
+         {"<p:spPr><a:xfrm><a:off x=\"500\" y=\"50600\"/><a:ext cx=\"1000\" "
+          "cy=\"800\"/></a:xfrm></p:spPr>"}},
+        // Fill, line and text recoloured, all at half opacity.
+        {sp("3", "", "<p:spPr><a:prstGeom prst=\"rect\"/><a:noFill/></p:spPr>",
+            "<a:r><a:rPr lang=\"pt-BR\"/><a:t>a</a:t></a:r><a:r><a:t>b</a:t></a:r>"),
+         {{"3", std::nullopt}, 0, 0, 100000, 100000, 0, 50000, "00FF00", "0000FF", "FF0000"},
+         {"<p:spPr><a:prstGeom prst=\"rect\"/>" + alpha("00FF00") + "<a:ln>" + alpha("0000FF") + "</a:ln></p:spPr>",
+          "<a:r><a:rPr lang=\"pt-BR\">" + alpha("FF0000") + "</a:rPr><a:t>a</a:t>",
+          "<a:r><a:rPr>" + alpha("FF0000") + "</a:rPr><a:t>b</a:t>"}},
+        // A group moves through its own box, its children's frame kept; its pictures fade.
+        {group,
+         {{"4", std::nullopt}, 50000, 0, 100000, 100000, 0, 25000},
+         {"<a:off x=\"500000\" y=\"0\"/><a:ext cx=\"10\" cy=\"10\"/><a:chOff x=\"0\" y=\"0\"/>",
+          "<a:blip r:embed=\"rId2\"><a:alphaModFix amt=\"25000\"/></a:blip>"}},
+    };
+    for (const auto& c : cases) {
+        const std::string state = Storyboard::slideInState(slideXml(c.shapes), {}, {c.held}, context);
+        for (const auto& part : c.expected) EXPECT_NE(state.find(part), std::string::npos) << part << "\n" << state;
+    }
+}
+
+TEST(StoryboardTest, EmphasisShotsGetAPageOfTheStateBeforeWithoutTheirTargets) {
+    const HeldChange grown{{"3", std::nullopt}, 0, 0, 150000, 150000};
+    DrawnEffect pulse;
+    pulse.role = DrawnEffect::Role::emphasis;
+    pulse.durationMs = 500;
+    DrawnEffect path = pulse;
+    path.role = DrawnEffect::Role::path;
+    const std::vector<PlayoutTarget> three{{"3", std::nullopt}};
+    RenderPlan plan;
+    SlidePlayout playout;
+    // Grown, back, grown again: the alike states share pages, and so do the pages without shape 3.
+    playout.states = {{0, {}, {}}, {1000, {}, {grown}}, {2000, {}, {}}, {3000, {}, {grown}}};
+    playout.effects = {{}, pulse, {}, path};
+    playout.effectTargets = {{}, three, {}, three};
+    plan.slides = {{1, "s1", false, 4000, playout}};
+    const auto layout = Storyboard::layout(plan);
+    EXPECT_EQ(layout.pages, (std::vector<Storyboard::Page>{{1, {}, {}}, {1, {}, {grown}}, {1, three, {}}}));
+    EXPECT_EQ(layout.shots,
+              (std::vector<Storyboard::Shot>{
+                  {1, 1000, {}, true}, {2, 1000, pulse, false, 3}, {1, 1000}, {2, 1000, path, false, 3}}));
+    EXPECT_TRUE(layout.needsDeck());
+}

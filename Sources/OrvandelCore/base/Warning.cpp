@@ -46,8 +46,10 @@ Warning Warning::slidePartMissing(std::int64_t position, std::string part) {
 }
 
 Warning Warning::mediaNotPlayed(std::int64_t slide, std::string medium, std::string reason) {
-    std::string text = slideName(slide) + ": the " + medium + " could not be decoded (" + reason +
-                       "); its first frame is shown";
+    // A sound has no frame to show.
+    const bool heard = medium == "sound" || medium == "audio clip";
+    std::string text = slideName(slide) + ": the " + medium + " could not be decoded (" + reason + "); " +
+                       (heard ? "it is not heard" : "its first frame is shown");
     return make(Kind::mediaNotPlayed, slide, std::move(reason), std::move(text));
 }
 

@@ -13,7 +13,8 @@ struct Warning {
         notesUnreadable,         // the slide's notes part could not be read: no notes for it
         notesTextRepaired,       // the notes are not valid UTF-8: bad bytes became U+FFFD
         slidePartMissing,        // a listed slide's part is missing: later slides renumber
-        mediaNotPlayed,          // a video, audio clip or GIF could not be decoded: its first frame shows
+        mediaNotPlayed,          // a video, audio clip, GIF or effect sound could not be decoded: its first
+                                 // frame shows (a sound is not heard)
         graphicBuildShownWhole,  // a chart or diagram build could not be drawn step by step
         linkNotFollowed,         // a linked picture or medium was not read (a network address, outside the
                                  // deck's folder, not a regular file, missing): its poster or placeholder shows

@@ -4,6 +4,7 @@
 
 #include "base/Bytes.hpp"
 #include "container/PptxArchive.hpp"
+#include "media/EffectSounds.hpp"
 #include "tools/RenderError.hpp"
 
 namespace orvandel::MediaLayers {
@@ -37,6 +38,9 @@ std::vector<MsRange> visibleSpans(const RenderSlide& slide, const std::string& s
     if (states.empty()) out.push_back({0, slide.advanceTimeMs});
     return out;
 }
+
+// What the warnings call an effect's or a transition's sound.
+const char* const kSoundName = "sound";
 
 // A linked movie larger than this is not a slide's: it is not copied.
 constexpr std::int64_t kLargestLinkedMedium = std::int64_t{16} << 30;
@@ -95,7 +99,7 @@ std::optional<MsRange> moving(const MediaLayer& layer) {
 
 Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame, const std::filesystem::path& mediaDir,
                 const DeckLinks::Rule& links, const WarningCallback& warn,
-                const std::optional<CancellationToken>& cancel) {
+                const std::optional<CancellationToken>& cancel, const std::map<std::string, DrawnEffect>& transitions) {
     Gathered out;
     PptxArchive::Deck& deck = preparedDeck.archive();
     std::map<std::string, std::variant<MediaInfo, std::string>> probed;  // by file
@@ -109,64 +113,71 @@ Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame
     const auto checkCancel = [&] {
         if (cancel && cancel->isCancelled()) throw CancelledError();
     };
+    // The file of an entry or a link, copied; nothing when it cannot be (said
+    // through `refuse` or, for a link, notFollowed).
+    const auto obtain = [&](std::int64_t slide, const char* kind, const std::string& entry,
+                            const std::string& externalTarget) -> std::optional<std::filesystem::path> {
+        if (!entry.empty()) {
+            auto [it, isNew] = copied.try_emplace(entry);
+            if (isNew) {
+                try {
+                    it->second = fresh(entry);
+                    // Media are stored, and copied in chunks whatever their size; the
+                    // rare compressed one is inflated in memory.
+                    try {
+                        deck.extractStored(entry, it->second, [&](std::int64_t, std::int64_t) { checkCancel(); });
+                    } catch (const PptxArchive::ArchiveError&) {
+                        writeFile(it->second, deck.readEntryBytes(entry));
+                    }
+                } catch (const PptxArchive::ArchiveError& e) {
+                    // No copy to probe: the archive's reason is the warning's.
+                    it->second.clear();
+                    probed[entry] = std::string(e.what());
+                }
+            }
+            return it->second;
+        }
+        auto result = DeckLinks::check(externalTarget, links);
+        if (const auto* real = std::get_if<std::filesystem::path>(&result)) {
+            auto [it, isNew] = linked.try_emplace(*real);
+            if (isNew) {
+                it->second = fresh(*real);
+                if (const auto refusal = DeckLinks::copy(*real, std::get<std::filesystem::path>(it->second),
+                                                         kLargestLinkedMedium, checkCancel)) {
+                    it->second = *refusal;
+                }
+            }
+            result = it->second;
+        }
+        if (const auto* refusal = std::get_if<DeckLinks::Refusal>(&result)) {
+            out.notFollowed.push_back({slide, kind, externalTarget, *refusal});
+            return std::nullopt;
+        }
+        return std::get<std::filesystem::path>(result);
+    };
+    // What ffprobe says of the file, or why it does not play.
+    const auto probe = [&](const std::filesystem::path& file,
+                           const std::string& entry) -> const std::variant<MediaInfo, std::string>& {
+        const std::string key = file.empty() ? entry : file.string();
+        if (!probed.contains(key)) probed[key] = MediaProbe::probe(file, cancel);
+        return probed[key];
+    };
     std::int64_t slideStart = 0;
+    const std::int64_t movieMs = plan.totalMs();
     for (const auto& slide : plan.slides) {
         if (slide.hidden) continue;
         // No relationships: no media behind the shapes.
         for (const auto& medium :
              SlideMedia::find(preparedDeck.part(slide.file), preparedDeck.relationshipsText(slide.file), slide.file)) {
             checkCancel();
-            const auto refuse = [&](const std::string& why) {
-                if (warn) warn(Warning::mediaNotPlayed(slide.displayIndex, mediumName(medium.kind), why));
-            };
-            std::filesystem::path file;
-            if (!medium.entry.empty()) {
-                auto [it, isNew] = copied.try_emplace(medium.entry);
-                if (isNew) {
-                    try {
-                        it->second = fresh(medium.entry);
-                        // Media are stored, and copied in chunks whatever their size; the
-                        // rare compressed one is inflated in memory.
-                        try {
-                            deck.extractStored(medium.entry, it->second,
-                                               [&](std::int64_t, std::int64_t) { checkCancel(); });
-                        } catch (const PptxArchive::ArchiveError&) {
-                            writeFile(it->second, deck.readEntryBytes(medium.entry));
-                        }
-                    } catch (const PptxArchive::ArchiveError& e) {
-                        // No copy to probe: the archive's reason is the warning's.
-                        it->second.clear();
-                        probed[medium.entry] = std::string(e.what());
-                    }
-                }
-                file = it->second;
-            } else {
-                auto result = DeckLinks::check(medium.externalTarget, links);
-                if (const auto* real = std::get_if<std::filesystem::path>(&result)) {
-                    auto [it, isNew] = linked.try_emplace(*real);
-                    if (isNew) {
-                        it->second = fresh(*real);
-                        if (const auto refusal = DeckLinks::copy(*real, std::get<std::filesystem::path>(it->second),
-                                                                 kLargestLinkedMedium, checkCancel)) {
-                            it->second = *refusal;
-                        }
-                    }
-                    result = it->second;
-                }
-                if (const auto* refusal = std::get_if<DeckLinks::Refusal>(&result)) {
-                    out.notFollowed.push_back(
-                        {slide.displayIndex, mediumName(medium.kind), medium.externalTarget, *refusal});
-                    continue;
-                }
-                file = std::get<std::filesystem::path>(result);
-            }
-            const std::string key = file.empty() ? medium.entry : file.string();
-            if (!probed.contains(key)) probed[key] = MediaProbe::probe(file, cancel);
-            if (const auto* why = std::get_if<std::string>(&probed[key])) {
-                refuse(*why);
+            const auto file = obtain(slide.displayIndex, mediumName(medium.kind), medium.entry, medium.externalTarget);
+            if (!file) continue;
+            const auto& probedFile = probe(*file, medium.entry);
+            if (const auto* why = std::get_if<std::string>(&probedFile)) {
+                if (warn) warn(Warning::mediaNotPlayed(slide.displayIndex, mediumName(medium.kind), *why));
                 continue;
             }
-            const auto& info = std::get<MediaInfo>(probed[key]);
+            const auto& info = std::get<MediaInfo>(probedFile);
             SlideTime time{slideStart, slide.advanceTimeMs, std::nullopt, visibleSpans(slide, medium.shapeId)};
             for (const auto& start : slide.playout.media) {
                 if (start.shapeId == medium.shapeId) {
@@ -176,9 +187,48 @@ Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame
             }
             auto layer = place(medium, info, time, frame, plan.slideWidthEmu, plan.slideHeightEmu);
             if (!layer) continue;
-            layer->file = file;
+            layer->file = *file;
             if (const auto span = moving(*layer)) out.moving.push_back(*span);
             if (layer->gif) out.drawnGifs[slide.displayIndex].push_back(medium.shapeId);
+            out.layers.push_back(std::move(*layer));
+        }
+
+        const auto transition = transitions.find(slide.file);
+        const auto cues = EffectSounds::cues(slide.playout, slide.advanceTimeMs,
+                                             transition == transitions.end() ? std::nullopt
+                                                                             : std::optional(transition->second));
+        for (std::size_t k = 0; k < cues.size(); ++k) {
+            const std::string& id = cues[k].sound.relationshipId;
+            if (id.empty()) continue;  // only stops what plays
+            checkCancel();
+            const auto refuse = [&](const std::string& why) {
+                if (warn) warn(Warning::mediaNotPlayed(slide.displayIndex, kSoundName, why));
+            };
+            std::optional<Relationship> rel;
+            try {
+                for (const auto& r : preparedDeck.relationships(slide.file)) {
+                    if (r.id == id) rel = r;
+                }
+            } catch (const std::exception& e) {
+                refuse(std::string("the slide's relationships cannot be read: ") + e.what());
+                continue;
+            }
+            if (!rel) {
+                refuse("the slide lists no file as " + id);
+                continue;
+            }
+            const std::string entry = rel->external() ? "" : Relationships::resolveEntry(rel->target, slide.file);
+            const auto file = obtain(slide.displayIndex, kSoundName, entry, rel->external() ? rel->target : "");
+            if (!file) continue;
+            const auto& probedFile = probe(*file, entry);
+            const auto* info = std::get_if<MediaInfo>(&probedFile);
+            if (!info || !info->hasSound) {
+                refuse(info ? std::string("no sound in it") : std::get<std::string>(probedFile));
+                continue;
+            }
+            auto layer = EffectSounds::place(cues, k, info->durationMs, {slideStart, slide.advanceTimeMs, movieMs});
+            if (!layer) continue;
+            layer->file = *file;
             out.layers.push_back(std::move(*layer));
         }
         slideStart += slide.advanceTimeMs;
@@ -188,9 +238,10 @@ Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame
 
 Gathered gatherPostponingProbe(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame,
                                const std::filesystem::path& mediaDir, const DeckLinks::Rule& links,
-                               const WarningCallback& warn, const std::optional<CancellationToken>& cancel) {
+                               const WarningCallback& warn, const std::optional<CancellationToken>& cancel,
+                               const std::map<std::string, DrawnEffect>& transitions) {
     try {
-        return gather(preparedDeck, plan, frame, mediaDir, links, warn, cancel);
+        return gather(preparedDeck, plan, frame, mediaDir, links, warn, cancel, transitions);
     } catch (const RenderError& e) {
         if (e.errorCase() != RenderError::Case::missingTool) throw;
         Gathered none;

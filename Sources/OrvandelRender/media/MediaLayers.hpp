@@ -6,7 +6,9 @@
 // starts it until its own end (looping until the slide ends when the deck
 // says so), then holds its last frame; before that the still shows its
 // poster frame. A GIF plays from the slide's start, honouring its own loop
-// count. An audio clip only sounds. Everything stops at the slide's end.
+// count. An audio clip only sounds. Everything stops at the slide's end,
+// except the sounds of effects and transitions (EffectSounds), which play
+// on as a slideshow plays them.
 //
 // A medium that does not decode keeps what the still shows (its poster
 // frame, or its first frame for a GIF) and is reported as a warning; so does
@@ -25,6 +27,7 @@
 #include "deck/DeckLinks.hpp"
 #include "media/MediaProbe.hpp"
 #include "media/SlideMedia.hpp"
+#include "plan/DrawnEffect.hpp"
 #include "plan/FrameSize.hpp"
 #include "plan/MsRange.hpp"
 #include "plan/RenderPlan.hpp"
@@ -86,21 +89,25 @@ struct Gathered {
     std::exception_ptr missingProbe;
 };
 
-// Reads every visible slide's media from the prepared deck, copies them to
-// mediaDir (those linked out of the deck through the link rule, at most
-// 16 GiB each) and probes them. Media that cannot play are reported through
-// `warn`. Throws the archive reader's errors, FileError when mediaDir cannot
-// be written, RenderError when ffprobe is missing, CancelledError.
+// Reads every visible slide's media, and the sounds of its effects and of
+// its transition (`transitions`: the slides' own, by slide part; their
+// relationship ids are the prepared slide's, which keeps the source slide's
+// relationships) from the prepared deck, copies them to mediaDir (those
+// linked out of the deck through the link rule, at most 16 GiB each) and
+// probes them. Media that cannot play are reported through `warn`. Throws the archive reader's errors, FileError when
+// mediaDir cannot be written, RenderError when ffprobe is missing, CancelledError.
 Gathered gather(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame, const std::filesystem::path& mediaDir,
                 const DeckLinks::Rule& links, const WarningCallback& warn,
-                const std::optional<CancellationToken>& cancel);
+                const std::optional<CancellationToken>& cancel,
+                const std::map<std::string, DrawnEffect>& transitions = {});
 
 // gather, but a missing ffprobe is kept in missingProbe for the caller to
 // throw where a missing ffmpeg would be, so that the tools are asked for in
 // the order the stages need them.
 Gathered gatherPostponingProbe(DeckModel& preparedDeck, const RenderPlan& plan, FrameSize frame,
                                const std::filesystem::path& mediaDir, const DeckLinks::Rule& links,
-                               const WarningCallback& warn, const std::optional<CancellationToken>& cancel);
+                               const WarningCallback& warn, const std::optional<CancellationToken>& cancel,
+                               const std::map<std::string, DrawnEffect>& transitions = {});
 
 }  // namespace MediaLayers
 

@@ -395,13 +395,19 @@ std::string copiedContentTypes(const std::string& types,
     return out;
 }
 
+// The hidden targets with `more` as well, sorted, without duplicates.
+std::vector<PlayoutTarget> withTargets(std::vector<PlayoutTarget> hidden, const std::vector<PlayoutTarget>& more) {
+    hidden.insert(hidden.end(), more.begin(), more.end());
+    std::sort(hidden.begin(), hidden.end());
+    hidden.erase(std::unique(hidden.begin(), hidden.end()), hidden.end());
+    return hidden;
+}
+
 // The states with the shapes `ids` hidden in each as well.
 std::vector<PlayoutState> withoutShapes(std::vector<PlayoutState> states, const std::vector<std::string>& ids) {
-    for (auto& state : states) {
-        for (const auto& id : ids) state.hidden.push_back({id, std::nullopt});
-        std::sort(state.hidden.begin(), state.hidden.end());
-        state.hidden.erase(std::unique(state.hidden.begin(), state.hidden.end()), state.hidden.end());
-    }
+    std::vector<PlayoutTarget> shapes;
+    for (const auto& id : ids) shapes.push_back({id, std::nullopt});
+    for (auto& state : states) state.hidden = withTargets(std::move(state.hidden), shapes);
     return states;
 }
 
@@ -409,7 +415,9 @@ std::vector<PlayoutState> withoutShapes(std::vector<PlayoutState> states, const 
 
 bool Layout::needsDeck() const {
     for (std::size_t i = 0; i < pages.size(); ++i) {
-        if (!pages[i].hidden.empty() || (i > 0 && pages[i].displayIndex == pages[i - 1].displayIndex)) return true;
+        if (!pages[i].hidden.empty() || !pages[i].held.empty() ||
+            (i > 0 && pages[i].displayIndex == pages[i - 1].displayIndex))
+            return true;
     }
     return drawsDiagrams;
 }
@@ -431,14 +439,29 @@ Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, Dr
             if (slide.advanceTimeMs > 0) out.shots.push_back({firstPage, slide.advanceTimeMs});
         } else {
             out.pages.back().hidden = states.front().hidden;
-            std::map<std::vector<PlayoutTarget>, int> pageOf{{states.front().hidden, firstPage}};
+            out.pages.back().held = states.front().held;
+            using Look = std::pair<std::vector<PlayoutTarget>, std::vector<HeldChange>>;
+            std::map<Look, int> pageOf{{{states.front().hidden, states.front().held}, firstPage}};
+            // The page that shows a look, shared by the states that look alike.
+            const auto pageFor = [&](Look look) {
+                const auto [it, isNew] = pageOf.try_emplace(look, static_cast<int>(out.pages.size()) + 1);
+                if (isNew) out.pages.push_back({slide.displayIndex, std::move(look.first), std::move(look.second)});
+                return it->second;
+            };
+            const auto& playout = slide.playout;
             for (std::size_t k = 0; k < states.size() && states[k].startMs < slide.advanceTimeMs; ++k) {
                 const std::int64_t end = k + 1 < states.size() ? std::min(states[k + 1].startMs, slide.advanceTimeMs)
                                                                : slide.advanceTimeMs;
-                const auto [it, isNew] = pageOf.try_emplace(states[k].hidden, static_cast<int>(out.pages.size()) + 1);
-                if (isNew) out.pages.push_back({slide.displayIndex, states[k].hidden});
-                const DrawnEffect effect = k < slide.playout.effects.size() ? slide.playout.effects[k] : DrawnEffect{};
-                out.shots.push_back({it->second, end - states[k].startMs, effect});
+                const int page = pageFor({states[k].hidden, states[k].held});
+                const DrawnEffect effect = k < playout.effects.size() ? playout.effects[k] : DrawnEffect{};
+                Shot shot{page, end - states[k].startMs, effect};
+                const bool lifted = effect.role == DrawnEffect::Role::emphasis ||
+                                    effect.role == DrawnEffect::Role::path;
+                if (lifted && k > 0 && k < playout.effectTargets.size() && !playout.effectTargets[k].empty()) {
+                    shot.withoutPage = pageFor(
+                        {withTargets(states[k - 1].hidden, playout.effectTargets[k]), states[k - 1].held});
+                }
+                out.shots.push_back(shot);
             }
         }
         if (firstShot < out.shots.size()) {
@@ -451,7 +474,11 @@ Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, Dr
     return out;
 }
 
-std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTarget>& hidden) {
+std::string slideInState(std::string_view slideXmlAsSaved, const std::vector<PlayoutTarget>& hidden,
+                         const std::vector<HeldChange>& held, const HeldShapes::Context& context) {
+    // Drawn first: hiding a paragraph then clears whatever colour its runs got.
+    const std::string withHeld = held.empty() ? std::string() : HeldShapes::drawn(slideXmlAsSaved, held, context);
+    const std::string_view slideXml = held.empty() ? slideXmlAsSaved : std::string_view(withHeld);
     std::set<std::string> shapes;
     std::map<std::string, std::set<std::int64_t>> paragraphs;
     for (const auto& t : hidden) {
@@ -506,13 +533,21 @@ void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout
         // A slide without relationships: its copies have none either.
         const std::string ownRels = deck.contains(relsPart) ? deck.text(relsPart) : "";
         const SlideDiagrams diagrams(deck, slide, xml);
+        HeldShapes::Context context{plan.slideWidthEmu, plan.slideHeightEmu, {}};
+        if (std::any_of(pages.begin(), pages.end(), [](const Page* p) { return !p->held.empty(); })) {
+            const std::string layoutPart = deck.related(slide.file, "slideLayout");
+            const std::string masterPart = layoutPart.empty() ? "" : deck.related(layoutPart, "slideMaster");
+            context.inherited = HeldShapes::inheritedBoxes(xml, layoutPart.empty() ? "" : deck.textOrEmpty(layoutPart),
+                                                           masterPart.empty() ? "" : deck.textOrEmpty(masterPart));
+        }
         // The slide and its relationships in one state.
-        const auto inState = [&](const std::string& rels, const std::vector<PlayoutTarget>& hidden) {
-            DiagramShapes::Slide out{slideInState(xml, hidden),
+        const auto inState = [&](const std::string& rels, const Page& page) {
+            const auto& hidden = page.hidden;
+            DiagramShapes::Slide out{slideInState(xml, hidden, page.held, context),
                                      rels.empty() ? "" : graphics.relsFor(slide.file, xml, rels, hidden)};
             return diagrams.empty() ? out : diagrams.inState(out.xml, out.rels, hidden);
         };
-        const auto first = inState(ownRels, pages.front()->hidden);
+        const auto first = inState(ownRels, *pages.front());
         replaced[slide.file] = toBytes(first.xml);
         if (first.rels != ownRels) replaced[relsPart] = toBytes(first.rels);
         if (pages.size() == 1) continue;
@@ -521,7 +556,7 @@ void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout
         copies.push_back({slide.file, {}});
         for (std::size_t k = 1; k < pages.size(); ++k) {
             const std::string part = freshName(used, folder + "slide", ".xml", 1);
-            const auto state = inState(rels, pages[k]->hidden);
+            const auto state = inState(rels, *pages[k]);
             added.emplace_back(part, toBytes(state.xml));
             if (!rels.empty()) added.emplace_back(Relationships::relsPath(part), toBytes(state.rels));
             copies.back().second.push_back(part);

@@ -16,6 +16,12 @@
 // placeholders). Hidden paragraphs stay in place, so that the text keeps its
 // layout: their runs become fully transparent, their bullets are switched
 // off, and a numbered paragraph after them keeps its number.
+//
+// What an emphasis or a motion path leaves on a shape (PlayoutState::held)
+// is drawn on it in every state that holds it (HeldShapes), so such states
+// get pages of their own. An emphasis or a motion path is drawn by lifting
+// its targets off a page of the state before without them: that page (the
+// shot's withoutPage) is added to the slide's pages as well.
 #include <cstdint>
 #include <filesystem>
 #include <map>
@@ -26,6 +32,7 @@
 #include "plan/DrawnEffect.hpp"
 #include "plan/PlayoutTimeline.hpp"
 #include "plan/RenderPlan.hpp"
+#include "storyboard/HeldShapes.hpp"
 #include "storyboard/LinkSweep.hpp"
 
 namespace orvandel::Storyboard {
@@ -33,6 +40,7 @@ namespace orvandel::Storyboard {
 struct Page {
     std::int64_t displayIndex = 0;  // the prepared deck's slide it shows
     std::vector<PlayoutTarget> hidden;
+    std::vector<HeldChange> held;
     bool operator==(const Page&) const = default;
 };
 
@@ -78,7 +86,10 @@ Layout layout(const RenderPlan& plan, bool steps = true, const std::map<std::str
 // The storyboard slide of one state of a slide (exposed for tests). A
 // paragraph whose text cannot be edited safely (it declares namespaces of its
 // own or uses prefixes the fragment parser does not know) is left visible.
-std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTarget>& hidden);
+// The held changes are drawn as HeldShapes does, in `context` (the slide's
+// size and its placeholders' inherited boxes).
+std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTarget>& hidden,
+                         const std::vector<HeldChange>& held = {}, const HeldShapes::Context& context = {});
 
 // Writes the storyboard of the prepared deck to `out`: its entries copied as
 // they are, the changed parts replaced and the copies added (stored), as in

@@ -1,0 +1,364 @@
+#include "storyboard/HeldShapes.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <functional>
+#include <initializer_list>
+#include <optional>
+
+#include "base/Numbers.hpp"
+#include "plan/XmlSpans.hpp"
+
+namespace orvandel::HeldShapes {
+
+namespace {
+
+using XmlSpans::Edit;
+using XmlSpans::Span;
+using XmlSpans::attributeOf;
+using XmlSpans::childrenOf;
+using XmlSpans::elementSpans;
+
+// Bounds that keep the arithmetic below far from overflow whatever the deck writes.
+constexpr std::int64_t kLargestEmu = std::int64_t{1} << 36;
+constexpr std::int64_t kLargestShare = 100'000'000;  // a thousand slide widths, or a thousand times the size
+constexpr std::int64_t kFullCircle = 21'600'000;
+constexpr std::int64_t kWhole = 100'000;
+
+const std::initializer_list<std::string_view> kFills{"a:noFill",   "a:solidFill", "a:gradFill",
+                                                     "a:blipFill", "a:pattFill",  "a:grpFill"};
+const std::initializer_list<std::string_view> kColours{"a:srgbClr", "a:schemeClr", "a:prstClr",
+                                                       "a:sysClr",  "a:scrgbClr",  "a:hslClr"};
+
+bool isShape(std::string_view name) {
+    return name == "p:sp" || name == "p:pic" || name == "p:graphicFrame" || name == "p:grpSp" || name == "p:cxnSp";
+}
+
+bool among(std::string_view name, std::initializer_list<std::string_view> names) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+bool isEmptyElement(std::string_view xml, const Span& s) {
+    return s.end == s.tagEnd && xml.substr(s.begin, s.tagEnd - s.begin).ends_with("/>");
+}
+
+std::int64_t bounded(std::optional<std::int64_t> v, std::int64_t limit, std::int64_t fallback = 0) {
+    return std::clamp(v.value_or(fallback), -limit, limit);
+}
+
+std::optional<int> childNamed(const std::vector<Span>& spans, int parent, std::string_view name) {
+    for (int c : childrenOf(spans, parent)) {
+        if (spans[std::size_t(c)].name == name) return c;
+    }
+    return std::nullopt;
+}
+
+// Puts `content` into element s: at `at` (a place within it), or first; an
+// empty element is opened for it.
+void insertInto(std::string_view xml, const Span& s, std::optional<std::size_t> at, const std::string& content,
+                std::vector<Edit>& edits) {
+    if (isEmptyElement(xml, s)) {
+        std::string tag(xml.substr(s.begin, s.tagEnd - s.begin - 2));
+        while (!tag.empty() && std::isspace(static_cast<unsigned char>(tag.back()))) tag.pop_back();
+        edits.push_back({s.begin, s.end, tag + ">" + content + "</" + std::string(s.name) + ">"});
+    } else {
+        edits.push_back({at.value_or(s.tagEnd), at.value_or(s.tagEnd), content});
+    }
+}
+
+// The end of the last child of `parent` named among `names`; nothing for none.
+std::optional<std::size_t> afterLast(const std::vector<Span>& spans, int parent,
+                                     std::initializer_list<std::string_view> names) {
+    std::optional<std::size_t> at;
+    for (int c : childrenOf(spans, parent)) {
+        if (among(spans[std::size_t(c)].name, names)) at = spans[std::size_t(c)].end;
+    }
+    return at;
+}
+
+std::string solid(const std::string& colour) {
+    return "<a:solidFill><a:srgbClr val=\"" + colour + "\"/></a:solidFill>";
+}
+
+// The element's fill replaced by a solid one (where its fill stands, or after `before`).
+void setFill(std::string_view xml, const std::vector<Span>& spans, int element, const std::string& colour,
+             std::initializer_list<std::string_view> before, std::vector<Edit>& edits) {
+    for (int c : childrenOf(spans, element)) {
+        const Span& s = spans[std::size_t(c)];
+        if (among(s.name, kFills)) {
+            edits.push_back({s.begin, s.end, solid(colour)});
+            return;
+        }
+    }
+    insertInto(xml, spans[std::size_t(element)], afterLast(spans, element, before), solid(colour), edits);
+}
+
+// The shape's own properties: its p:spPr, or a group's p:grpSpPr.
+std::optional<int> propertiesOf(const std::vector<Span>& spans, int shape) {
+    return childNamed(spans, shape, spans[std::size_t(shape)].name == "p:grpSp" ? "p:grpSpPr" : "p:spPr");
+}
+
+// Every element below `shape`, in document order.
+template <typename F>
+void forEachInside(const std::vector<Span>& spans, int shape, F f) {
+    const Span& s = spans[std::size_t(shape)];
+    for (std::size_t k = std::size_t(shape) + 1; k < spans.size() && spans[k].begin < s.end; ++k) f(int(k));
+}
+
+void recolour(std::string_view xml, const std::vector<Span>& spans, int shape, const HeldChange& c,
+              std::vector<Edit>& edits) {
+    const auto props = propertiesOf(spans, shape);
+    if (!c.fillColour.empty() && props) {
+        setFill(xml, spans, *props, c.fillColour, {"a:xfrm", "a:custGeom", "a:prstGeom"}, edits);
+    }
+    if (!c.textColour.empty()) {
+        forEachInside(spans, shape, [&](int k) {
+            const Span& run = spans[std::size_t(k)];
+            if (run.name != "a:r" && run.name != "a:fld") return;
+            if (const auto rPr = childNamed(spans, k, "a:rPr")) {
+                setFill(xml, spans, *rPr, c.textColour, {"a:ln"}, edits);
+            } else {
+                insertInto(xml, run, std::nullopt, "<a:rPr>" + solid(c.textColour) + "</a:rPr>", edits);
+            }
+        });
+    }
+}
+
+// Apart from the rest: a line and a fill inserted into one empty element would clash.
+void reline(std::string_view xml, const std::vector<Span>& spans, int shape, const HeldChange& c,
+            std::vector<Edit>& edits) {
+    const auto props = propertiesOf(spans, shape);
+    if (c.lineColour.empty() || !props || spans[std::size_t(shape)].name == "p:grpSp") return;
+    if (const auto ln = childNamed(spans, *props, "a:ln")) {
+        setFill(xml, spans, *ln, c.lineColour, {}, edits);
+    } else {
+        insertInto(xml, spans[std::size_t(*props)],
+                   afterLast(spans, *props,
+                             {"a:xfrm", "a:custGeom", "a:prstGeom", "a:noFill", "a:solidFill", "a:gradFill",
+                              "a:blipFill", "a:pattFill", "a:grpFill"}),
+                   "<a:ln>" + solid(c.lineColour) + "</a:ln>", edits);
+    }
+}
+
+// An element holding `attribute` as a share, multiplied by the opacity.
+void fade(std::string_view xml, const std::vector<Span>& spans, int parent, std::string_view element,
+          std::string_view attribute, std::int64_t opacity, std::vector<Edit>& edits) {
+    const auto scaled = [&](std::int64_t was) {
+        return "<" + std::string(element) + " " + std::string(attribute) + "=\"" +
+               formatInt(std::clamp<std::int64_t>(was, 0, kWhole) * opacity / kWhole) + "\"/>";
+    };
+    if (const auto own = childNamed(spans, parent, element)) {
+        const Span& s = spans[std::size_t(*own)];
+        edits.push_back({s.begin, s.end, scaled(XmlSpans::integerAttribute(xml, s, attribute).value_or(kWhole))});
+    } else {
+        insertInto(xml, spans[std::size_t(parent)], std::nullopt, scaled(kWhole), edits);
+    }
+}
+
+void makeTransparent(std::string_view xml, const std::vector<Span>& spans, int shape, const HeldChange& c,
+                     std::vector<Edit>& edits) {
+    const std::int64_t opacity = std::clamp<std::int64_t>(c.opacity, 0, kWhole);
+    if (opacity == kWhole) return;
+    forEachInside(spans, shape, [&](int k) {
+        const Span& s = spans[std::size_t(k)];
+        if (among(s.name, kColours) && s.parent >= 0 &&
+            among(spans[std::size_t(s.parent)].name, {"a:solidFill", "a:gs"})) {
+            fade(xml, spans, k, "a:alpha", "val", opacity, edits);
+        } else if (s.name == "a:blip") {
+            fade(xml, spans, k, "a:alphaModFix", "amt", opacity, edits);
+        }
+    });
+}
+
+// The start tag with the attribute set to value (replaced, or added last).
+std::string withAttribute(std::string_view tag, std::string_view name, const std::string& value) {
+    std::string out(tag);
+    for (const auto& a : XmlSpans::attributesOf(tag)) {
+        if (a.name == name) return out.replace(a.valueBegin, a.valueEnd - a.valueBegin, value);
+    }
+    const auto end = out.size() - (out.ends_with("/>") ? 2 : 1);
+    return out.insert(end, " " + std::string(name) + "=\"" + value + "\"");
+}
+
+std::string offAndExt(const Box& b) {
+    return "<a:off x=\"" + formatInt(b.x) + "\" y=\"" + formatInt(b.y) + "\"/><a:ext cx=\"" + formatInt(b.cx) +
+           "\" cy=\"" + formatInt(b.cy) + "\"/>";
+}
+
+void place(std::string_view xml, const std::vector<Span>& spans, int shape, const std::string& id, const HeldChange& c,
+           const Context& context, std::vector<Edit>& edits) {
+    const bool frame = spans[std::size_t(shape)].name == "p:graphicFrame";
+    const auto props = frame ? std::optional(shape) : propertiesOf(spans, shape);
+    if (!props) return;
+    const auto xfrm = childNamed(spans, *props, frame ? "p:xfrm" : "a:xfrm");
+    const auto off = xfrm ? childNamed(spans, *xfrm, "a:off") : std::nullopt;
+    const auto ext = xfrm ? childNamed(spans, *xfrm, "a:ext") : std::nullopt;
+    const bool own = off && ext;
+    const Span &x = spans[std::size_t(xfrm.value_or(0))], &o = spans[std::size_t(off.value_or(0))],
+               &e = spans[std::size_t(ext.value_or(0))];
+    Box box;
+    std::string tag = frame ? "<p:xfrm>" : "<a:xfrm>";
+    if (own) {
+        box = {bounded(XmlSpans::integerAttribute(xml, o, "x"), kLargestEmu),
+               bounded(XmlSpans::integerAttribute(xml, o, "y"), kLargestEmu),
+               bounded(XmlSpans::integerAttribute(xml, e, "cx"), kLargestEmu),
+               bounded(XmlSpans::integerAttribute(xml, e, "cy"), kLargestEmu)};
+        tag = std::string(xml.substr(x.begin, x.tagEnd - x.begin));
+    } else if (const auto inherited = context.inherited.find(id); !xfrm && inherited != context.inherited.end()) {
+        box = inherited->second;
+    } else {
+        return;  // nowhere to start from: left where LibreOffice puts it
+    }
+    const std::int64_t width = std::clamp<std::int64_t>(context.slideWidthEmu, 0, kLargestEmu);
+    const std::int64_t height = std::clamp<std::int64_t>(context.slideHeightEmu, 0, kLargestEmu);
+    const std::int64_t scaleX = std::clamp(c.scaleX, -kLargestShare, kLargestShare);
+    const std::int64_t scaleY = std::clamp(c.scaleY, -kLargestShare, kLargestShare);
+    // Scaled about its centre, the centre moved.
+    const std::int64_t centreX = box.x + box.cx / 2 + std::clamp(c.dx, -kLargestShare, kLargestShare) * width / kWhole;
+    const std::int64_t centreY = box.y + box.cy / 2 + std::clamp(c.dy, -kLargestShare, kLargestShare) * height / kWhole;
+    Box moved;
+    moved.cx = std::abs(box.cx * scaleX / kWhole);
+    moved.cy = std::abs(box.cy * scaleY / kWhole);
+    moved.x = centreX - moved.cx / 2;
+    moved.y = centreY - moved.cy / 2;
+    const auto written = [&](std::string_view name) { return XmlSpans::attributeOf(tag, name).value_or("0"); };
+    const std::int64_t rotation = (bounded(parseInt64(written("rot")), kLargestEmu) +
+                                   std::clamp(c.rotation, -kLargestEmu, kLargestEmu)) %
+                                  kFullCircle;
+    if (c.rotation != 0) tag = withAttribute(tag, "rot", formatInt((rotation + kFullCircle) % kFullCircle));
+    const auto flipped = [&](std::string_view name, bool turn) {
+        const std::string was = written(name);
+        if (turn) tag = withAttribute(tag, name, was == "1" || was == "true" ? "0" : "1");
+    };
+    flipped("flipH", scaleX < 0);
+    flipped("flipV", scaleY < 0);
+    if (own) {
+        edits.push_back({x.begin, x.tagEnd, tag});
+        const std::string both = offAndExt(moved);
+        const auto split = both.find("<a:ext");
+        edits.push_back({o.begin, o.end, both.substr(0, split)});
+        edits.push_back({e.begin, e.end, both.substr(split)});
+    } else {
+        insertInto(xml, spans[std::size_t(*props)], std::nullopt,
+                   tag + offAndExt(moved) + (frame ? "</p:xfrm>" : "</a:xfrm>"), edits);
+    }
+}
+
+// The index of the shape whose p:cNvPr has `id`; nothing when there is none.
+std::optional<int> shapeWithId(std::string_view xml, const std::vector<Span>& spans, const std::string& id) {
+    for (std::size_t k = 0; k < spans.size(); ++k) {
+        if (spans[k].name != "p:cNvPr" || spans[k].parent < 0) continue;
+        const int shape = spans[std::size_t(spans[k].parent)].parent;
+        if (shape >= 0 && isShape(spans[std::size_t(shape)].name) && attributeOf(xml, spans[k], "id") == id) {
+            return shape;
+        }
+    }
+    return std::nullopt;
+}
+
+using Pass = std::function<void(std::string_view, const std::vector<Span>&, int, std::vector<Edit>&)>;
+
+// The slide with one pass of edits made on the shape (spans taken afresh, as
+// the pass before may have moved everything).
+std::string withPass(std::string xml, const std::string& id, const Pass& pass) {
+    const auto spans = elementSpans(xml);
+    const auto shape = shapeWithId(xml, spans, id);
+    if (!shape) return xml;
+    std::vector<Edit> edits;
+    pass(xml, spans, *shape, edits);
+    return XmlSpans::applied(xml, std::move(edits));
+}
+
+// A placeholder of a part: its ph's type and idx and, if it has one, its box.
+struct Placeholder {
+    std::string id, type, idx;
+    bool hasXfrm = false;
+    std::optional<Box> box;
+};
+
+std::vector<Placeholder> placeholdersOf(std::string_view xml) {
+    std::vector<Placeholder> out;
+    const auto spans = elementSpans(xml);
+    for (std::size_t k = 0; k < spans.size(); ++k) {
+        if (spans[k].name != "p:sp") continue;
+        const auto nv = childNamed(spans, int(k), "p:nvSpPr");
+        const auto nvPr = nv ? childNamed(spans, *nv, "p:nvPr") : std::nullopt;
+        const auto ph = nvPr ? childNamed(spans, *nvPr, "p:ph") : std::nullopt;
+        if (!ph) continue;
+        Placeholder p;
+        const auto cNvPr = childNamed(spans, *nv, "p:cNvPr");
+        if (cNvPr) p.id = attributeOf(xml, spans[std::size_t(*cNvPr)], "id").value_or("");
+        p.type = attributeOf(xml, spans[std::size_t(*ph)], "type").value_or("body");
+        p.idx = attributeOf(xml, spans[std::size_t(*ph)], "idx").value_or("");
+        const auto props = childNamed(spans, int(k), "p:spPr");
+        const auto xfrm = props ? childNamed(spans, *props, "a:xfrm") : std::nullopt;
+        p.hasXfrm = xfrm.has_value();
+        const auto off = xfrm ? childNamed(spans, *xfrm, "a:off") : std::nullopt;
+        const auto ext = xfrm ? childNamed(spans, *xfrm, "a:ext") : std::nullopt;
+        if (off && ext) {
+            const Span &o = spans[std::size_t(*off)], &e = spans[std::size_t(*ext)];
+            p.box = Box{bounded(XmlSpans::integerAttribute(xml, o, "x"), kLargestEmu),
+                        bounded(XmlSpans::integerAttribute(xml, o, "y"), kLargestEmu),
+                        bounded(XmlSpans::integerAttribute(xml, e, "cx"), kLargestEmu),
+                        bounded(XmlSpans::integerAttribute(xml, e, "cy"), kLargestEmu)};
+        }
+        out.push_back(std::move(p));
+    }
+    return out;
+}
+
+// The master's placeholders are one per kind: a layout's kinds map onto them.
+std::string masterType(const std::string& type) {
+    if (type == "ctrTitle") return "title";
+    if (type == "subTitle" || type == "obj") return "body";
+    return type;
+}
+
+}  // namespace
+
+std::string drawn(std::string_view slideXml, const std::vector<HeldChange>& held, const Context& context) {
+    std::string xml(slideXml);
+    for (const auto& c : held) {
+        const std::string& id = c.target.shapeId;
+        xml = withPass(std::move(xml), id,
+                       [&](auto x, const auto& s, int shape, auto& e) { recolour(x, s, shape, c, e); });
+        xml = withPass(std::move(xml), id,
+                       [&](auto x, const auto& s, int shape, auto& e) { reline(x, s, shape, c, e); });
+        xml = withPass(std::move(xml), id,
+                       [&](auto x, const auto& s, int shape, auto& e) { makeTransparent(x, s, shape, c, e); });
+        if (c.dx != 0 || c.dy != 0 || c.scaleX != kWhole || c.scaleY != kWhole || c.rotation != 0) {
+            xml = withPass(std::move(xml), id,
+                           [&](auto x, const auto& s, int shape, auto& e) { place(x, s, shape, id, c, context, e); });
+        }
+    }
+    return xml;
+}
+
+std::map<std::string, Box> inheritedBoxes(std::string_view slideXml, std::string_view layoutXml,
+                                          std::string_view masterXml) {
+    std::map<std::string, Box> out;
+    const auto layout = placeholdersOf(layoutXml);
+    const auto master = placeholdersOf(masterXml);
+    const auto find = [](const std::vector<Placeholder>& in, auto matches) -> const Placeholder* {
+        for (const auto& p : in) {
+            if (matches(p)) return &p;
+        }
+        return nullptr;
+    };
+    for (const auto& p : placeholdersOf(slideXml)) {
+        if (p.hasXfrm) continue;
+        const Placeholder* from = nullptr;
+        if (!p.idx.empty()) from = find(layout, [&](const Placeholder& l) { return l.idx == p.idx; });
+        if (!from) from = find(layout, [&](const Placeholder& l) { return l.type == p.type; });
+        if (from && from->box) {
+            out[p.id] = *from->box;
+            continue;
+        }
+        const std::string type = masterType(from ? from->type : p.type);
+        const auto* top = find(master, [&](const Placeholder& m) { return masterType(m.type) == type; });
+        if (top && top->box) out[p.id] = *top->box;
+    }
+    return out;
+}
+
+}  // namespace orvandel::HeldShapes

@@ -1,0 +1,54 @@
+#pragma once
+// What an emphasis or a motion path leaves on a shape (HeldChange), drawn
+// into a storyboard slide by editing the shape's own markup: LibreOffice
+// then draws the shape so. A change to a paragraph, a word or a part of a
+// graphic is drawn on its whole shape.
+//
+// - moved: a:off shifted by the change's share of the slide's size;
+// - scaled about its centre: a:ext scaled and a:off moved by half the
+//   difference (a negative scale is drawn as a flip of that size);
+// - turned: added to a:xfrm's rot;
+// - recoloured: the fill of the shape's properties becomes a solid one, so
+//   does its a:ln's and each text run's;
+// - opacity: an a:alpha (multiplied into any there) on every colour of a
+//   solid fill or gradient stop in the shape (fills, lines, text), and an
+//   a:alphaModFix on its pictures. Approximate: what the shape takes from
+//   its theme style (p:style) or its text inherits keeps its opacity.
+//
+// A group moves, scales and turns through its grpSpPr (its children follow
+// its chOff/chExt); a graphic frame through its p:xfrm. A placeholder that
+// writes no a:xfrm takes the one of its layout's (or master's) placeholder
+// (`inheritedBoxes`), written out in the shape.
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "plan/PlayoutTimeline.hpp"
+
+namespace orvandel::HeldShapes {
+
+// A shape's rectangle as its a:xfrm writes it, in EMU.
+struct Box {
+    std::int64_t x = 0, y = 0, cx = 0, cy = 0;
+    bool operator==(const Box&) const = default;
+};
+
+struct Context {
+    std::int64_t slideWidthEmu = 0, slideHeightEmu = 0;
+    // By shape id: the box of each placeholder without an a:xfrm of its own.
+    std::map<std::string, Box> inherited;
+};
+
+// The slide with the changes drawn; a change whose shape is not there, or
+// whose markup is not that of a shape, changes nothing. Pure.
+std::string drawn(std::string_view slideXml, const std::vector<HeldChange>& held, const Context& context);
+
+// The boxes the slide's placeholders without an a:xfrm take from the layout
+// (by idx, else by type) or, failing that, the master (by type). Pure;
+// unreadable parts give nothing.
+std::map<std::string, Box> inheritedBoxes(std::string_view slideXml, std::string_view layoutXml,
+                                          std::string_view masterXml);
+
+}  // namespace orvandel::HeldShapes
