@@ -311,9 +311,11 @@ void readBehaviour(const XmlElement& element, std::int64_t offsetMs, Reading& re
         }
     } else if (name == "p:animRot") {
         b.kind = Kind::rotate;
-        const auto by = intAttribute(element, "by");
-        const auto from = intAttribute(element, "from"), to = intAttribute(element, "to");
-        b.by = bounded(by ? *by : to ? *to - from.value_or(0) : 0, -kLargestFraction * 216, kLargestFraction * 216);
+        constexpr std::int64_t kMostTurn = kLargestFraction * 216;  // a thousand turns
+        const auto turn = [&](std::string_view attribute) {
+            return bounded(intAttribute(element, attribute).value_or(0), -kMostTurn, kMostTurn);
+        };
+        b.by = element.attribute("by") ? turn("by") : element.attribute("to") ? turn("to") - turn("from") : 0;
     } else if (name == "p:animMotion") {
         b.kind = Kind::motion;
         b.path = element.attribute("path").value_or("");
@@ -377,8 +379,9 @@ std::optional<std::string> edgeOf(const std::string& raw, bool horizontal) {
 }
 
 std::string degrees(std::int64_t sixtyThousandths) {
-    const std::int64_t whole = sixtyThousandths / 60000, rest = std::abs(sixtyThousandths % 60000);
-    return std::to_string(whole) + (rest ? "." + std::to_string(rest * 10 / 60000) : "") + "\u00B0";
+    const std::int64_t magnitude = std::abs(sixtyThousandths), rest = magnitude % 60000;
+    return (sixtyThousandths < 0 ? "-" : "") + std::to_string(magnitude / 60000) +
+           (rest ? "." + std::to_string(rest * 10 / 60000) : "") + "\u00B0";
 }
 
 // A short name of what one behaviour does; empty when it does nothing to see.
@@ -451,7 +454,7 @@ std::optional<std::pair<std::string, std::optional<std::pair<std::int64_t, std::
         const auto txEl = firstChild(e, "p:txEl");
         const auto range = txEl ? firstChild(*txEl, "p:pRg") : std::nullopt;
         if (range) {
-            const std::int64_t first = std::max<std::int64_t>(0, intAttribute(*range, "st").value_or(0));
+            const std::int64_t first = bounded(intAttribute(*range, "st").value_or(0), 0, kLongestMs);
             const std::int64_t last = std::clamp(intAttribute(*range, "end").value_or(first), first,
                                                  first + kMostParagraphs - 1);
             found->second = std::pair{first, last};
