@@ -283,4 +283,16 @@ TEST(PlayoutTimelineTest, EmphasesAndPathsHoldWhatTheyLeaveAndEveryEffectThatSta
                                           {7000, {p3(0)}, 5, false}}));
     ASSERT_EQ(playout.planned.size(), 6u);
     EXPECT_EQ(playout.planned.back().effect.iterate.units, 3);  // the paragraph's words
+
+    // Grows a deck may hold without end add up to a bounded size.
+    std::string grows;
+    for (int k = 0; k < 6; ++k) {
+        grows += effectAt("emph", 1000,
+                          on(shape("4"), "animScale", "", "dur=\"10\" fill=\"hold\"",
+                             "<p:by x=\"9223372036854775807\" y=\"100000\"/>"));
+    }
+    const auto grown6 = PlayoutTimeline::evaluate(slideXml("", timing(opening(grows)))).states.back().held;
+    ASSERT_EQ(grown6.size(), 1u);
+    EXPECT_EQ(std::tie(grown6[0].scaleX, grown6[0].scaleY),
+              std::tuple(std::int64_t(1'000'000'000), std::int64_t(100000)));
 }

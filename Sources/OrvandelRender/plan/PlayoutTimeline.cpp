@@ -522,6 +522,7 @@ EffectBehaviours::TargetText shapeTexts(std::string_view slideXml) {
 
 constexpr std::int64_t kFull = 100000;
 constexpr std::int64_t kLargest = std::int64_t(1) << 40;  // bounds what held changes add up to
+constexpr std::int64_t kLargestScale = 10000 * kFull;
 
 std::int64_t boundedSum(std::int64_t a, std::int64_t b) { return std::clamp(a + b, -kLargest, kLargest); }
 
@@ -536,8 +537,11 @@ bool applyHeld(const DrawnEffect& effect, HeldChange& held) {
         switch (b.kind) {
             case Kind::scale:
                 // Relative to the size it started from: two grows by 150% make 225%.
-                held.scaleX = std::clamp(b.fromX ? held.scaleX * b.toX / b.fromX : b.toX, -kLargest, kLargest);
-                held.scaleY = std::clamp(b.fromY ? held.scaleY * b.toY / b.fromY : b.toY, -kLargest, kLargest);
+                // (Sizes stay within ten thousand times, so the product fits.)
+                held.scaleX = std::clamp(b.fromX ? held.scaleX * b.toX / b.fromX : b.toX, -kLargestScale,
+                                         kLargestScale);
+                held.scaleY = std::clamp(b.fromY ? held.scaleY * b.toY / b.fromY : b.toY, -kLargestScale,
+                                         kLargestScale);
                 changed = true;
                 break;
             case Kind::rotate:
