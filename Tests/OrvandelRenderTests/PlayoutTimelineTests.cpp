@@ -136,8 +136,11 @@ TEST(PlayoutTimelineTest, OnEveryCorpusDeckStepsShowWhereThePlanAndTheCuesPutThe
             const auto cues = CueCalculator::calculateCues({alone});  // [lead-in, step 1, ..., step n]
             for (std::size_t k = 0; k < starts.size(); ++k) {
                 const std::int64_t next = k + 1 < starts.size() ? starts[k + 1] : r.advTmMs.value_or(0);
+                // What the step shows: the first change of what is hidden (an emphasis changes nothing shown).
                 const auto change = std::find_if(playout.states.begin() + 1, playout.states.end(),
-                                                 [&](const PlayoutState& s) { return s.startMs >= starts[k]; });
+                                                 [&](const PlayoutState& s) {
+                                                     return s.startMs >= starts[k] && s.hidden != (&s - 1)->hidden;
+                                                 });
                 if (change == playout.states.end() || change->startMs >= next) continue;  // shows nothing new
                 ++steps;
                 EXPECT_GE(change->startMs, cues[k].timeMs) << r.file << " step " << k + 1;
@@ -207,4 +210,89 @@ TEST(PlayoutTimelineTest, SlidesThatOpenWithMediaShowEachBulletBetweenItsCues) {
             EXPECT_EQ(playout.media, (std::vector<MediaStart>{{"5", 0}}));
         }
     }
+}
+
+namespace {
+
+// An effect of class `cls` in the opening group, `delay` ms after the one before it started.
+std::string effectAt(const std::string& cls, int delay, const std::string& behaviours, const std::string& attrs = "",
+                     const std::string& iterate = "") {
+    return "<p:par><p:cTn presetClass=\"" + cls + "\" nodeType=\"withEffect\" " + attrs +
+           "><p:stCondLst><p:cond delay=\"" + std::to_string(delay) + "\"/></p:stCondLst>" + iterate +
+           "<p:childTnLst>" + behaviours + "</p:childTnLst></p:cTn></p:par>";
+}
+// A behaviour `name` on `target`: its attributes, its p:cTn's, what follows its p:cBhvr.
+std::string on(const std::string& target, const std::string& name, const std::string& attrs, const std::string& cTn,
+               const std::string& rest = "") {
+    return "<p:" + name + attrs + "><p:cBhvr><p:cTn " + cTn + "/><p:tgtEl>" + target + "</p:tgtEl></p:cBhvr>" + rest +
+           "</p:" + name + ">";
+}
+
+}  // namespace
+
+TEST(PlayoutTimelineTest, EmphasesAndPathsHoldWhatTheyLeaveAndEveryEffectThatStartsIsPlanned) {
+    const std::string path = " origin=\"layout\" path=\"M 0 0 L 0.25 -0.1 E\" pathEditMode=\"relative\"";
+    const std::string effects =
+        // 1000: shape 4 grows to 150% over 2 s and stays so; shape 5 moves along its path for 1 s.
+        effectAt("emph", 1000,
+                 on(shape("4"), "animScale", "", "dur=\"2000\" fill=\"hold\"", "<p:by x=\"150000\" y=\"150000\"/>")) +
+        effectAt("path", 0, on(shape("5"), "animMotion", path, "dur=\"1000\""), "fill=\"hold\"") +
+        // 4000: shape 4 turns and turns back, leaving it as it was.
+        effectAt("emph", 3000,
+                 on(shape("4"), "animRot", " by=\"5400000\"", "dur=\"500\" autoRev=\"1\" fill=\"hold\"")) +
+        // 6000: shape 4 leaves; shape 5 moves as far again; 7000: the paragraph enters word by word.
+        effectAt("exit", 2000, on(shape("4"), "animEffect", " transition=\"out\" filter=\"fade\"", "dur=\"500\"")) +
+        effectAt("path", 0, on(shape("5"), "animMotion", path, "dur=\"1000\""), "fill=\"hold\"") +
+        effectAt("entr", 1000, on(paragraph(0), "animEffect", " transition=\"in\" filter=\"fade\"", "dur=\"500\""), "",
+                 "<p:iterate type=\"wd\"><p:tmPct val=\"10000\"/></p:iterate>");
+    const auto playout = PlayoutTimeline::evaluate(slideXml(
+        textBox("3", 0, para("Um dois tres")), timing(opening(effects) + click(fade("clickEffect", shape("9"))))));
+
+    HeldChange grown{whole("4")}, moved{whole("5")}, movedTwice{whole("5")};
+    grown.scaleX = grown.scaleY = 150000;
+    moved.dx = 25000;
+    moved.dy = -10000;
+    movedTwice.dx = 50000;
+    movedTwice.dy = -20000;
+    const std::vector<PlayoutTarget> atStart{p3(0), whole("9")}, withoutFour{p3(0), whole("4"), whole("9")};
+    EXPECT_EQ(playout.states, (std::vector<PlayoutState>{{0, atStart, {}},
+                                                         {2000, atStart, {moved}},
+                                                         {3000, atStart, {grown, moved}},
+                                                         {5000, atStart, {grown, moved}},  // the turn, drawn
+                                                         {6500, withoutFour, {grown, moved}},
+                                                         {7000, {whole("4"), whole("9")}, {grown, movedTwice}}}));
+    using Role = DrawnEffect::Role;
+    std::vector<std::tuple<Role, std::vector<PlayoutTarget>>> drawn;
+    for (std::size_t k = 1; k < playout.states.size(); ++k)
+        drawn.emplace_back(playout.effects[k].role, playout.effectTargets[k]);
+    EXPECT_EQ(drawn, (std::vector<std::tuple<Role, std::vector<PlayoutTarget>>>{{Role::path, {whole("5")}},
+                                                                                {Role::emphasis, {whole("4")}},
+                                                                                {Role::emphasis, {whole("4")}},
+                                                                                {Role::exit, {whole("4")}},
+                                                                                {Role::path, {whole("5")}}}));
+    EXPECT_TRUE(playout.effects[3].drawn());
+
+    // The click's effect never starts; the entrance comes into the path's state, drawn with it.
+    std::vector<std::tuple<std::int64_t, std::vector<PlayoutTarget>, std::optional<std::size_t>, bool>> planned;
+    for (const auto& p : playout.planned) planned.emplace_back(p.startMs, p.targets, p.state, p.drawsState);
+    EXPECT_EQ(planned, (decltype(planned){{1000, {whole("4")}, 2, true},
+                                          {1000, {whole("5")}, 1, true},
+                                          {4000, {whole("4")}, 3, true},
+                                          {6000, {whole("4")}, 4, true},
+                                          {6000, {whole("5")}, 5, true},
+                                          {7000, {p3(0)}, 5, false}}));
+    ASSERT_EQ(playout.planned.size(), 6u);
+    EXPECT_EQ(playout.planned.back().effect.iterate.units, 3);  // the paragraph's words
+
+    // Grows a deck may hold without end add up to a bounded size.
+    std::string grows;
+    for (int k = 0; k < 6; ++k) {
+        grows += effectAt("emph", 1000,
+                          on(shape("4"), "animScale", "", "dur=\"10\" fill=\"hold\"",
+                             "<p:by x=\"9223372036854775807\" y=\"100000\"/>"));
+    }
+    const auto grown6 = PlayoutTimeline::evaluate(slideXml("", timing(opening(grows)))).states.back().held;
+    ASSERT_EQ(grown6.size(), 1u);
+    EXPECT_EQ(std::tie(grown6[0].scaleX, grown6[0].scaleY),
+              std::tuple(std::int64_t(1'000'000'000), std::int64_t(100000)));
 }

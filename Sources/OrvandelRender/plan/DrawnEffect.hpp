@@ -66,6 +66,9 @@ struct EffectBehaviour {
     bool pathRelative = true;       // pathEditMode "relative"; "fixed" keeps the path's size
     // colour: what it becomes ("RRGGBB"), when a still with it is drawn
     std::string colour;
+    // fill="hold" on its p:cTn or the effect's (or a duration of
+    // "indefinite"): what it leaves stays after it ends.
+    bool holds = false;
     auto operator<=>(const EffectBehaviour&) const = default;
 };
 

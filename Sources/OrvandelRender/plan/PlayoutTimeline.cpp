@@ -1,14 +1,17 @@
 #include "plan/PlayoutTimeline.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <map>
+#include <memory>
 #include <set>
 #include <tuple>
 
 #include "base/Numbers.hpp"
 #include "container/SlideXML.hpp"
 #include "deck/TimingTree.hpp"
+#include "plan/EffectBehaviours.hpp"
 
 namespace orvandel::PlayoutTimeline {
 
@@ -87,6 +90,10 @@ struct Node {
     std::vector<Target> targets;  // a behaviour's
     std::optional<Visibility> visibility;
     std::optional<std::string> playsShape;
+    // An effect of a drawn class (entr, exit, emph, path): how it is drawn,
+    // and the targets of the behaviours below it.
+    std::optional<DrawnEffect> effect;
+    std::vector<Target> effectTargets;
     // Memos, absent until computed; busy while being computed (a cycle).
     std::optional<std::int64_t> begin, end;
     bool beginBusy = false, endBusy = false;
@@ -289,7 +296,8 @@ DrawnEffect drawnEffectOf(const XmlElement& effect, bool entering) {
 
 class Graph {
 public:
-    Graph(const XmlElement& timing, const std::set<std::string>& shownWhole) : shownWhole_(shownWhole) {
+    Graph(const XmlElement& timing, const std::set<std::string>& shownWhole, const EffectBehaviours::TargetText& textOf)
+        : shownWhole_(shownWhole), textOf_(textOf) {
         const auto list = firstChild(timing, "p:tnLst");
         if (!list) return;
         int previous = -1;
@@ -376,18 +384,26 @@ private:
         // when it ends, whatever its behaviours do on the way; the nodes
         // below it are the ones added since.
         const auto presetClass = cTn->attribute("presetClass");
-        if (presetClass == "entr" || presetClass == "exit") {
-            Visibility effect{
-                {}, presetClass == "entr", presetClass == "exit", drawnEffectOf(*cTn, presetClass == "entr")};
+        const bool shows = presetClass == "entr" || presetClass == "exit";
+        if (shows || presetClass == "emph" || presetClass == "path") {
+            DrawnEffect drawn = EffectBehaviours::read(*cTn, textOf_);
+            const DrawnEffect legacy = drawnEffectOf(*cTn, presetClass != "exit");
+            drawn.kind = legacy.kind;
+            drawn.side = legacy.side;
+            drawn.entering = legacy.entering;
+            std::vector<Target> targets;
             for (std::size_t below = std::size_t(index) + 1; below < nodes_.size(); ++below) {
                 for (const auto& target : nodes_[below].targets) {
                     const auto same = [&](const Target& t) { return t.target == target.target; };
-                    if (std::none_of(effect.targets.begin(), effect.targets.end(), same))
-                        effect.targets.push_back(target);
+                    if (std::none_of(targets.begin(), targets.end(), same)) targets.push_back(target);
                 }
-                nodes_[below].visibility.reset();
+                if (shows) nodes_[below].visibility.reset();
             }
-            if (!effect.targets.empty()) nodes_[std::size_t(index)].visibility = std::move(effect);
+            Node& effect = nodes_[std::size_t(index)];
+            if (shows && !targets.empty())
+                effect.visibility = Visibility{targets, presetClass == "entr", presetClass == "exit", drawn};
+            effect.effect = std::move(drawn);
+            effect.effectTargets = std::move(targets);
         }
         return index;
     }
@@ -460,9 +476,113 @@ private:
     }
 
     const std::set<std::string>& shownWhole_;
+    const EffectBehaviours::TargetText& textOf_;
     std::vector<Node> nodes_;
     std::map<std::string, int> ids_;  // the first node with each id
 };
+
+// The text of a shape, or of one paragraph of its text body, read from the
+// slide's shape tree (parsed once, when an effect first asks).
+EffectBehaviours::TargetText shapeTexts(std::string_view slideXml) {
+    auto tree = std::make_shared<std::optional<std::optional<XmlElement>>>();
+    return [slideXml, tree](const std::string& shapeId, std::optional<std::int64_t> paragraph) -> std::string {
+        if (!*tree) *tree = SlideXML::parseElement(slideXml, "p:spTree");
+        if (!**tree) return {};
+        std::optional<XmlElement> shape;
+        (***tree).walk([&](const XmlElement& e) {
+            if (!shape && e.name() == "p:cNvPr" && e.attribute("id") == shapeId) {
+                const auto nv = e.parent();
+                if (nv) shape = nv.parent();
+            }
+        });
+        if (!shape || !*shape) return {};
+        std::vector<XmlElement> paragraphs;
+        if (paragraph) {
+            const auto body = firstChild(*shape, "p:txBody");
+            if (!body) return {};
+            const auto all = body->childElements("a:p");
+            if (*paragraph < 0 || *paragraph >= std::int64_t(all.size())) return {};
+            paragraphs.push_back(all[std::size_t(*paragraph)]);
+        } else {
+            shape->walk([&](const XmlElement& e) {
+                if (e.name() == "a:p") paragraphs.push_back(e);
+            });
+        }
+        std::string text;
+        for (const auto& p : paragraphs) {
+            if (!text.empty()) text += '\n';
+            p.walk([&](const XmlElement& e) {
+                if (e.name() == "a:t") text += textOf(e);
+                if (e.name() == "a:br") text += '\n';
+            });
+        }
+        return text;
+    };
+}
+
+constexpr std::int64_t kFull = 100000;
+constexpr std::int64_t kLargest = std::int64_t(1) << 40;  // bounds what held changes add up to
+constexpr std::int64_t kLargestScale = 10000 * kFull;
+
+std::int64_t boundedSum(std::int64_t a, std::int64_t b) { return std::clamp(a + b, -kLargest, kLargest); }
+
+// What an emphasis or a motion path that holds leaves on a target; false
+// when it leaves nothing (it returns to the start, or does not hold).
+bool applyHeld(const DrawnEffect& effect, HeldChange& held) {
+    if (effect.fallback) return false;
+    bool changed = false;
+    for (const auto& b : effect.behaviours) {
+        if (!b.holds || b.timing.autoReverse) continue;
+        using Kind = EffectBehaviour::Kind;
+        switch (b.kind) {
+            case Kind::scale:
+                // Relative to the size it started from: two grows by 150% make 225%.
+                // (Sizes stay within ten thousand times, so the product fits.)
+                held.scaleX = std::clamp(b.fromX ? held.scaleX * b.toX / b.fromX : b.toX, -kLargestScale,
+                                         kLargestScale);
+                held.scaleY = std::clamp(b.fromY ? held.scaleY * b.toY / b.fromY : b.toY, -kLargestScale,
+                                         kLargestScale);
+                changed = true;
+                break;
+            case Kind::rotate:
+                held.rotation = boundedSum(held.rotation, b.by);
+                changed = true;
+                break;
+            case Kind::motion:
+                if (const auto end = EffectBehaviours::pathEnd(b.path)) {
+                    const auto units = [](double v) {
+                        return static_cast<std::int64_t>(std::llround(std::clamp(v, -1e6, 1e6) * kFull));
+                    };
+                    held.dx = boundedSum(held.dx, units(end->first));
+                    held.dy = boundedSum(held.dy, units(end->second));
+                    changed = true;
+                }
+                break;
+            case Kind::value:
+                if (b.property == "style.opacity" && !b.keys.empty()) {
+                    const auto v = parseDouble(b.keys.back().value);
+                    if (v && std::isfinite(*v)) {
+                        held.opacity = std::llround(std::clamp(*v, 0.0, 1.0) * kFull);
+                        changed = true;
+                    }
+                }
+                break;
+            case Kind::colour:
+                if (b.colour.empty()) break;
+                if (b.property == "style.color") {
+                    held.textColour = b.colour;
+                } else if (b.property == "stroke.color") {
+                    held.lineColour = b.colour;
+                } else {
+                    held.fillColour = b.colour;
+                }
+                changed = true;
+                break;
+            case Kind::reveal: break;
+        }
+    }
+    return changed;
+}
 
 }  // namespace
 
@@ -470,16 +590,19 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
     SlidePlayout out;
     out.states.push_back({});
     out.effects.push_back({});
+    out.effectTargets.push_back({});
     const auto timing = SlideXML::parseElement(slideXml, "p:timing");
     if (!timing) return out;
-    Graph graph(*timing, shownWhole);
+    const auto texts = shapeTexts(slideXml);
+    Graph graph(*timing, shownWhole, texts);
 
     struct Event {
         std::int64_t atMs;  // kNever: never happens
-        std::size_t order;
+        std::size_t order;  // the node's index, in document order
         Target target;
         bool visible;
         DrawnEffect drawn;
+        bool holds = false;  // an emphasis or a motion path ending: no visibility change
     };
     std::vector<Event> events;
     for (std::size_t i = 0; i < graph.nodes().size(); ++i) {
@@ -492,6 +615,16 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
         } else if (node.playsShape) {
             if (const auto at = graph.begin(index)) out.media.push_back({*node.playsShape, *at});
         }
+        // An emphasis or a motion path changes what it holds when its drawing
+        // ends (repeats and reversals included), as an exit does.
+        if (node.effect && !node.visibility && node.effect->drawnBeforeChange() &&
+            node.effect->role != DrawnEffect::Role::exit) {
+            if (const auto begin = graph.begin(index)) {
+                const std::int64_t at = plus(*begin, node.effect->durationMs);
+                for (const auto& target : node.effectTargets)
+                    events.push_back({at, i, target, true, *node.effect, true});
+            }
+        }
     }
     std::stable_sort(out.media.begin(), out.media.end(),
                      [](const MediaStart& a, const MediaStart& b) { return a.startMs < b.startMs; });
@@ -500,13 +633,13 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
     // with its last, if every part leaves.
     std::map<std::string, std::int64_t> lastPartExit;
     for (const auto& e : events) {
-        if (e.target.part && !e.visible) {
+        if (e.target.part && !e.visible && !e.holds) {
             auto [it, isNew] = lastPartExit.try_emplace(e.target.target.shapeId, e.atMs);
             if (!isNew) it->second = it->second == kNever || e.atMs == kNever ? kNever : std::max(it->second, e.atMs);
         }
     }
     std::erase_if(events, [&](const Event& e) {
-        return e.target.part && !e.visible && e.atMs != lastPartExit[e.target.target.shapeId];
+        return e.target.part && !e.visible && !e.holds && e.atMs != lastPartExit[e.target.target.shapeId];
     });
     std::sort(events.begin(), events.end(),
               [](const Event& a, const Event& b) { return std::tie(a.atMs, a.order) < std::tie(b.atMs, b.order); });
@@ -514,29 +647,74 @@ SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& sh
     // A target whose first change shows it is hidden when the slide opens.
     std::set<PlayoutTarget> seen, hidden;
     for (const auto& e : events) {
-        if (seen.insert(e.target.target).second && e.visible) hidden.insert(e.target.target);
+        if (!e.holds && seen.insert(e.target.target).second && e.visible) hidden.insert(e.target.target);
     }
+    std::map<PlayoutTarget, HeldChange> held;
+    const auto heldNow = [&] {
+        std::vector<HeldChange> now;
+        for (const auto& [target, change] : held) {
+            if (change != HeldChange{target}) now.push_back(change);
+        }
+        return now;
+    };
+    // The state each effect's change went into, and the effect each state is drawn with.
+    std::map<std::size_t, std::size_t> stateOf;
+    std::set<std::size_t> drawers;
     auto& states = out.states;
     states.front().hidden.assign(hidden.begin(), hidden.end());
     for (std::size_t i = 0; i < events.size() && events[i].atMs != kNever;) {
         const std::int64_t at = events[i].atMs;
-        std::optional<DrawnEffect> drawn;
+        const std::size_t first = i;
+        std::optional<std::size_t> drawer;
+        bool forced = false;
         for (; i < events.size() && events[i].atMs == at; ++i) {
-            if (!drawn && events[i].drawn.drawn()) drawn = events[i].drawn;
-            if (events[i].visible) {
-                hidden.erase(events[i].target.target);
+            const Event& e = events[i];
+            if (!drawer && e.drawn.drawn()) drawer = i;
+            if (e.holds) {
+                forced = forced || e.drawn.drawn();
+                auto [it, isNew] = held.try_emplace(e.target.target, HeldChange{e.target.target});
+                applyHeld(e.drawn, it->second);
+            } else if (e.visible) {
+                hidden.erase(e.target.target);
             } else {
-                hidden.insert(events[i].target.target);
+                hidden.insert(e.target.target);
             }
         }
         std::vector<PlayoutTarget> now(hidden.begin(), hidden.end());
+        std::vector<HeldChange> nowHeld = heldNow();
+        std::optional<std::size_t> into;
         if (at <= 0) {
             states.front().hidden = std::move(now);
-        } else if (now != states.back().hidden) {
-            states.push_back({at, std::move(now)});
-            out.effects.push_back(drawn.value_or(DrawnEffect{}));
+            states.front().held = std::move(nowHeld);
+            into = 0;
+        } else if (now != states.back().hidden || nowHeld != states.back().held || forced) {
+            states.push_back({at, std::move(now), std::move(nowHeld)});
+            out.effects.push_back(drawer ? events[*drawer].drawn : DrawnEffect{});
+            std::vector<PlayoutTarget> targets;
+            if (drawer) {
+                for (const auto& t : graph.nodes()[events[*drawer].order].effectTargets) targets.push_back(t.target);
+                drawers.insert(events[*drawer].order);
+            }
+            out.effectTargets.push_back(std::move(targets));
+            into = states.size() - 1;
+        }
+        if (into) {
+            for (std::size_t k = first; k < i; ++k) stateOf.try_emplace(events[k].order, *into);
         }
     }
+
+    for (std::size_t i = 0; i < graph.nodes().size(); ++i) {
+        const Node& node = graph.nodes()[i];
+        if (!node.effect || node.effect->presetClass.empty()) continue;
+        const auto begin = graph.begin(static_cast<int>(i));
+        if (!begin) continue;
+        PlannedEffect planned{*begin, {}, *node.effect, std::nullopt, drawers.contains(i)};
+        for (const auto& t : node.effectTargets) planned.targets.push_back(t.target);
+        if (const auto it = stateOf.find(i); it != stateOf.end()) planned.state = it->second;
+        out.planned.push_back(std::move(planned));
+    }
+    std::stable_sort(out.planned.begin(), out.planned.end(),
+                     [](const PlannedEffect& a, const PlannedEffect& b) { return a.startMs < b.startMs; });
     return out;
 }
 

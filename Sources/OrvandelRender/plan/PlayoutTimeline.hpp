@@ -25,13 +25,19 @@
 //   "next", triggers on shapes) never resolves: that node and everything below
 //   it never start, as in a slideshow that nobody clicks;
 // - a node ends after its dur, or without one when its last child ends.
-//   repeatCount, endCondLst and fill are not evaluated: visibility once set
-//   holds until another change.
+//   repeatCount, endCondLst and fill are not evaluated for the graph:
+//   visibility once set holds until another change.
 //
 // What is shown: an entrance effect (presetClass "entr") shows its targets
 // when it begins, an exit effect ("exit") hides them when it ends; elsewhere a
-// p:set of style.visibility changes them when it begins. Emphasis effects and
-// motion paths leave their targets as they are. A target whose first change
+// p:set of style.visibility changes them when it begins. An emphasis ("emph")
+// or a motion path ("path") changes its targets when its drawing ends (its
+// begin plus the drawing's length, repeats and reversals included, as
+// EffectBehaviours reads it), like an exit: when its behaviours hold
+// (fill="hold" on them or on the effect) and do not reverse, their end values
+// are added to what the targets hold (HeldChange: a scale multiplies, a turn
+// and a path's end point add up, an opacity or a colour replaces), and stay
+// through every later state, an exit's included. A target whose first change
 // (by time; changes that never happen count after all others, in document
 // order) shows it is hidden when the slide opens. Targets are whole shapes
 // (p:spTgt, also through its background p:bg), paragraphs (p:txEl/p:pRg, one
@@ -131,25 +137,28 @@ struct SlidePlayout {
     std::vector<PlayoutState> states;
     // The media play commands that start, in time order.
     std::vector<MediaStart> media;
-    // One per state: how the change into it is drawn, as the entrance or exit
-    // that makes it (the first of them in document order): its behaviours
-    // name the drawing (p:animEffect "fade", "wipe(side)"; p:anim of ppt_x or
-    // ppt_y from or to an edge: fly; of ppt_w or ppt_h, or p:animScale: zoom;
-    // any other animation: fade; none, as in Appear: cut) and its duration is
-    // that of its longest behaviour. The first state's is a cut.
+    // One per state: how the change into it is drawn, as the effect that
+    // makes it (the first drawn one in document order: an entrance, an exit,
+    // an emphasis or a motion path), read by EffectBehaviours; one without
+    // behaviours (Appear) is a cut, and so is the first state's. The
+    // transitional kind/side name the drawing as before (p:animEffect
+    // "fade", "wipe(side)"; p:anim of ppt_x or ppt_y from or to an edge: fly;
+    // of ppt_w or ppt_h, or p:animScale: zoom; any other animation: fade).
     std::vector<DrawnEffect> effects;
     // One per state: the targets of the effect drawn into it (the layer an
     // emphasis or a motion path lifts off a still without them).
     std::vector<std::vector<PlayoutTarget>> effectTargets;
-    // Every effect that starts, in time order.
+    // Every effect of a drawn class (entr, exit, emph, path) that starts, in
+    // time order (document order among those that start together).
     std::vector<PlannedEffect> planned;
     bool operator==(const SlidePlayout&) const = default;
 };
 
 namespace PlayoutTimeline {
 
-// Throws SlideXMLError when the slide's p:timing cannot be parsed. A slide
-// without timing shows one state, with nothing hidden. The graphic parts of
+// Throws SlideXMLError when the slide's p:timing cannot be parsed (or its
+// p:spTree, read when an effect builds text word by word or letter by
+// letter). A slide without timing shows one state, with nothing hidden. The graphic parts of
 // the shapes in `shownWhole` (spids) stand for their whole shape.
 SlidePlayout evaluate(std::string_view slideXml, const std::set<std::string>& shownWhole = {});
 
