@@ -31,11 +31,13 @@ void encode(const std::vector<Storyboard::Shot>& shots, const std::map<int, std:
                                    .silentAudio = options.silentAudio,
                                    .media = media.layers};
     std::filesystem::path list;
+    // Outlives the branch below: the encoder calls the frames writer later.
+    std::vector<std::filesystem::path> pageFrames;
     if (changes.empty()) {
         list = scratch / "timeline.ffconcat";
         writeFile(list, FrameSchedule::ffconcat(entries, options.periodicFrameMs, moving));
     } else {
-        std::vector<std::filesystem::path> pageFrames(frames.empty() ? 0 : std::size_t(frames.rbegin()->first));
+        pageFrames.resize(frames.empty() ? 0 : std::size_t(frames.rbegin()->first));
         for (const auto& [page, file] : frames) {
             if (page > 0) pageFrames[std::size_t(page) - 1] = file;
         }
