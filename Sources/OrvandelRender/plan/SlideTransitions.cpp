@@ -372,7 +372,8 @@ Drawing drawingOf(std::string_view name, const Attribute& a, std::string_view se
         Drawing d = drawingOf(
             pick, [](std::string_view) { return std::optional<std::string>(); }, seed);
         d.strategy = "random: " + d.strategy;
-        d.approximation = "a slideshow picks at random; drawn as " + std::string(pick.substr(2));
+        d.approximation = "a slideshow picks a kind at random; here the slide's name picks " +
+                          std::string(pick.substr(2));
         return d;
     }
     if (name == "p:randomBar") return revealed("randombar(" + orient(a, "dir", "horizontal", "vertical") + ")");
@@ -443,6 +444,26 @@ Drawing drawingOf(std::string_view name, const Attribute& a, std::string_view se
     return d;
 }
 
+// The five entities XML predefines; a sound's name is shown as text.
+std::string decoded(std::string_view text) {
+    static constexpr std::pair<std::string_view, char> kEntities[] = {
+        {"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&apos;", '\''}};
+    std::string out;
+    for (std::size_t i = 0; i < text.size();) {
+        bool replaced = false;
+        for (const auto& [entity, c] : kEntities) {
+            if (text.substr(i, entity.size()) == entity) {
+                out += c;
+                i += entity.size();
+                replaced = true;
+                break;
+            }
+        }
+        if (!replaced) out += text[i++];
+    }
+    return out;
+}
+
 std::optional<EffectSound> soundOf(std::string_view block, const Spans& spans, std::size_t transition) {
     for (const int child : XmlSpans::childrenOf(spans, static_cast<int>(transition))) {
         if (spans[static_cast<std::size_t>(child)].name != "p:sndAc") continue;
@@ -458,7 +479,7 @@ std::optional<EffectSound> soundOf(std::string_view block, const Spans& spans, s
                 if (s.name != "p:snd") continue;
                 sound.relationshipId = XmlSpans::attributeOf(block, s, "r:embed")
                                            .value_or(XmlSpans::attributeOf(block, s, "r:link").value_or(""));
-                sound.name = XmlSpans::attributeOf(block, s, "name").value_or("");
+                sound.name = decoded(XmlSpans::attributeOf(block, s, "name").value_or(""));
             }
             return sound;
         }
