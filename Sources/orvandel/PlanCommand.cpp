@@ -49,7 +49,7 @@ void setupPlanCommand(CLI::App& app, std::function<int()>& action, std::ostream&
                   "\"fallback\", \"durationMs\", \"behaviours\" and \"sound\" (or null); a transition also "
                   "\"layer\" and \"drawn\"; an effect also \"startMs\", \"role\", \"targets\" ([{\"shape\", "
                   "\"paragraph\", \"graphic\"}]), \"easing\", \"iteration\", \"state\" and \"drawsState\". A state "
-                  "is {\"startMs\", \"hidden\": [targets], \"held\"}");
+                  "is {\"startMs\", \"hidden\": [targets], \"held\", \"drawnMs\", \"drawnBefore\"}");
     addSlideDurationOptions(*cmd, options->video, options->gif);
     addLargestPartOption(*cmd);
     cmd->footer("Example:\n  orvandel plan examples/aula-exemplo.pptx --gif 4:3000\n");

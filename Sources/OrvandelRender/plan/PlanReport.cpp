@@ -318,10 +318,16 @@ std::string json(const DeckPlan& plan) {
         }
         firstVisible = false;
         Json states = Json::array();
-        for (const auto& s : slide.playout.states) {
+        for (std::size_t k = 0; k < slide.playout.states.size(); ++k) {
+            const auto& s = slide.playout.states[k];
+            const DrawnEffect into = k < slide.playout.effects.size() ? slide.playout.effects[k] : DrawnEffect{};
+            // TRANSITIONAL: `entering` still tells an exit until the reader sets every role.
+            const bool before = into.drawnBeforeChange() || !into.entering;
             states.push_back({{"startMs", s.startMs},
                               {"hidden", targetsJson(s.hidden)},
-                              {"held", static_cast<std::int64_t>(s.held.size())}});
+                              {"held", static_cast<std::int64_t>(s.held.size())},
+                              {"drawnMs", into.drawn() ? into.durationMs : 0},
+                              {"drawnBefore", before}});
         }
         Json effects = Json::array();
         for (const auto& p : slide.playout.planned) effects.push_back(plannedJson(p));

@@ -44,7 +44,9 @@ std::string text(const DeckPlan& plan);
 // "decel", "autoReverse", "repeatMilli"}), "iteration" (null, or {"unit",
 // "units", "stepPct", "stepMs", "backwards"}), "state" (the index of the
 // state it changes into, or null) and "drawsState". A state is {"startMs",
-// "hidden": [targets], "held": count}. Pure.
+// "hidden": [targets], "held": count, "drawnMs": how long the change into it
+// is drawn, "drawnBefore": whether over the time before its start (an exit)
+// rather than after}. Pure.
 std::string json(const DeckPlan& plan);
 
 }  // namespace orvandel::PlanReport
