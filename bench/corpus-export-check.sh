@@ -66,8 +66,9 @@ def steps_shown(orv, slides):
         pairs = list(zip(cues, cues[1:]))
         out[n] = (sum(1 for a, b in pairs if differ(at(a - 1), at(b - 1))), len(pairs))
     return out
-def why_unchanged(slide_xml, before, after):
-    """What the deck tells of a change of state that shows nothing, or None."""
+def why_unchanged(slide_xml, before, after, drawn_over):
+    """What the deck tells of a change of state that shows nothing, or None.
+    drawn_over: the slide holds a GIF or video, which the movie draws over every shape."""
     key = lambda t: (t["shape"], t["paragraph"], t["graphic"])
     was, now = {key(t) for t in before["hidden"]}, {key(t) for t in after["hidden"]}
     if was == now: return "an emphasis or motion path only, which leaves the picture as it was"
@@ -88,16 +89,30 @@ def why_unchanged(slide_xml, before, after):
             paragraphs = re.findall(r"<a:p>.*?</a:p>|<a:p/>", body, re.S)
             if paragraph < len(paragraphs) and not text(paragraphs[paragraph]):
                 reasons.append(f"paragraph {paragraph} of shape {shape} is empty")
-        elif kind in ("sp", "cxnSp") and not text(body):
-            shape_fill = body.split("<p:spPr", 1)[-1].split("<a:ln", 1)[0]
+        else:
+            shape_fill = body.split("<p:spPr", 1)[-1].split("<a:ln", 1)[0].split("<p:txBody", 1)[0]
             unfilled = "<a:noFill/>" in shape_fill or ("Fill>" not in shape_fill and "<p:style>" not in body)
-            if unfilled: reasons.append(f"shape {shape} has no text and no fill")
+            # Its paragraphs as hidden where the shape itself shows.
+            shown = now if (shape, None, None) in was else was
+            still = {p for s_, p, g in shown if s_ == shape and p is not None}
+            paragraphs = re.findall(r"<a:p>.*?</a:p>|<a:p/>", body, re.S)
+            if kind in ("sp", "cxnSp") and unfilled and not text(body):
+                reasons.append(f"shape {shape} has no text and no fill")
+            elif kind == "sp" and unfilled and all(i in still or not text(x) for i, x in enumerate(paragraphs)):
+                reasons.append(f"shape {shape} has no fill and all its paragraphs are still hidden")
+    if not reasons and drawn_over:
+        reasons.append("the slide's GIF or video, drawn over every shape, may cover it")
     return "; ".join(reasons) or None
 def unchanged_steps(deck, orv, plan):
     """The steps whose change shows nothing, each (slide, state, ms, reason), and the number of steps."""
     _, at = frames_of(orv)
     with zipfile.ZipFile(deck) as z:
         xml = {n: z.read(n).decode("utf-8", "replace") for n in z.namelist() if re.match(r"ppt/slides/slide\d+\.xml$", n)}
+        def drawn_over(part):
+            try: rels = z.read(part.replace("slides/", "slides/_rels/") + ".rels").decode("utf-8", "replace")
+            except KeyError: rels = ""
+            return bool(re.search(r'Target="[^"]*\.gif"', rels, re.I)) or "<a:videoFile" in xml.get(part, "")
+        over = {n: drawn_over(n) for n in xml}
     out, steps, start = [], 0, 0
     for slide in plan["slides"]:
         states, advance = slide["states"], slide["advanceMs"]
@@ -113,7 +128,7 @@ def unchanged_steps(deck, orv, plan):
             after = min(after, following - 1)
             steps += 1
             if not differ(at(start + before), at(start + after)):
-                why = why_unchanged(xml.get(slide["file"], ""), states[k - 1], states[k])
+                why = why_unchanged(xml.get(slide["file"], ""), states[k - 1], states[k], over.get(slide["file"], False))
                 out.append((slide["slide"], k, t, why or "not known"))
         start += advance
     return out, steps

@@ -235,13 +235,20 @@ std::string transitionText(const DrawnEffect* e, bool firstVisible) {
     return out;
 }
 
-std::string statesText(const std::vector<PlayoutState>& states) {
+// The states the slide shows; those that would start after it has gone are only counted.
+std::string statesText(const std::vector<PlayoutState>& states, std::int64_t advanceMs) {
     std::string out;
+    std::int64_t after = 0;
     for (const auto& s : states) {
+        if (s.startMs >= advanceMs && s.startMs > 0) {
+            ++after;
+            continue;
+        }
         if (!out.empty()) out += ", ";
         out += formatInt(s.startMs) + " ms";
         if (!s.hidden.empty()) out += " (" + formatInt(static_cast<std::int64_t>(s.hidden.size())) + " hidden)";
     }
+    if (after > 0) out += "; " + formatInt(after) + " more after the slide has gone";
     return out;
 }
 
@@ -290,7 +297,7 @@ std::string text(const DeckPlan& plan) {
         if (slide.hidden) continue;
         out += "slide " + formatInt(slide.displayIndex) + ", " + msAsDecimalSeconds(slide.advanceTimeMs) + " s\n";
         out += "  transition: " + transitionText(transitionOf(plan, slide), firstVisible) + "\n";
-        out += "  states: " + statesText(slide.playout.states) + "\n";
+        out += "  states: " + statesText(slide.playout.states, slide.advanceTimeMs) + "\n";
         firstVisible = false;
         if (slide.playout.planned.empty()) {
             out += "  effects: none\n";
