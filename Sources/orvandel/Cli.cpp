@@ -149,6 +149,7 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     setupScanCommand(app, action, out, err);
     setupNotesCommand(app, action, out, err);
     setupPrepareCommand(app, action, out, err);
+    setupPlanCommand(app, action, out, err);
     setupExportCommand(app, action, out, err);
     setupProbeCommand(app, action, out, err);
     setupPreviewCommand(app, action, out, err);

@@ -14,6 +14,7 @@ namespace orvandel::cli {
 void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupNotesCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupPrepareCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
+void setupPlanCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupProbeCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupPreviewCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);

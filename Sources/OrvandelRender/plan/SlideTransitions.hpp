@@ -3,6 +3,15 @@
 // deck's transitions are all rewritten into instant automatic advances, so the
 // renderer is handed the source deck's markup (RenderRequest) and reads it
 // here to draw each slide's entry.
+//
+// Every kind the format defines is read as behaviours the painter draws
+// (role transition, on the incoming, the outgoing or both slides), with the
+// name of what is drawn (`strategy`) and, where a slideshow draws it in 3-D or
+// otherwise differently, how it departs (`approximation`). Of an
+// mc:AlternateContent, the first mc:Choice whose every required prefix is
+// one of p14, p15, p159 is read, otherwise the mc:Fallback. The legacy
+// kind and side are kept as before: the known kinds of the first p:transition
+// (or of the one after it when the first is unknown), anything else a fade.
 #include <map>
 #include <optional>
 #include <string>
@@ -12,17 +21,21 @@
 
 namespace orvandel::SlideTransitions {
 
-// How the slide's transition is drawn: fade, wipe (from a side), cover (fly:
-// the new slide comes in over the old one), push, pull (uncover), zoom, and
-// any other kind as a fade, over p14:dur (or spd: fast 500, med 750, slow
-// 1000 ms). Nothing for a slide without a transition, with a cut or with a
-// transition that has no effect. Pure.
+// How the slide's transition is drawn over p14:dur (or spd: fast 500, med
+// 750, slow 1000 ms) and the sound it starts. Nothing for a slide without a
+// transition, or with a cut or a transition without an effect, unless it
+// plays a sound (then a cut with its sound). Pure.
 std::optional<DrawnEffect> read(std::string_view slideXml);
-// The same from the transition markup alone (DeckModel::transitions).
-std::optional<DrawnEffect> readMarkup(std::string_view transitionMarkup);
+// The same from the transition markup alone (DeckModel::transitions). `seed`
+// (the slide's part name) picks the kind a random transition is drawn as.
+std::optional<DrawnEffect> readMarkup(std::string_view transitionMarkup, std::string_view seed = {});
+// What the markup holds, cuts included (strategy "cut"), for the plan to
+// show; nothing without a p:transition, or when the one read has neither an
+// effect nor a sound.
+std::optional<DrawnEffect> describe(std::string_view transitionMarkup, std::string_view seed = {});
 
 // Every slide's transition from the markup by slide part name, for the slides
-// whose transition is drawn.
+// whose transition is drawn or sounds.
 std::map<std::string, DrawnEffect> ofMarkup(const std::map<std::string, std::string>& markupBySlide);
 
 }  // namespace orvandel::SlideTransitions
