@@ -120,7 +120,7 @@ TEST_F(DrawnEffectsMovieTest, CutMovieKeepsTheFramesOfTheStillsOnly) {
     // its first drawn frame, the one before showing the same picture).
     std::int64_t start = 0;
     for (const auto& shot : layout.shots) {
-        const std::int64_t first = start + (shot.effect.drawn() && shot.effect.entering ? 33 : 0);
+        const std::int64_t first = start + (shot.effect.drawn() && !shot.effect.drawnBeforeChange() ? 33 : 0);
         EXPECT_TRUE(std::binary_search(drawn_->timesMs.begin(), drawn_->timesMs.end(), first)) << start;
         start += shot.durationMs;
     }

@@ -3,6 +3,7 @@
 #include <tuple>
 
 #include "plan/EffectBehaviours.hpp"
+#include "plan/MotionPath.hpp"
 
 using namespace orvandel;
 using Kind = EffectBehaviour::Kind;
@@ -236,7 +237,7 @@ TEST(EffectBehavioursTest, PathsEndWhereTheirLastPointIsAndHostileNumbersStayBou
              {"m 0.1 0 l 0.1 0.1 l 0.1 0", std::pair{0.3, 0.1}},
              {"garbage", std::nullopt},
          }) {
-        const auto got = EffectBehaviours::pathEnd(path);
+        const auto got = MotionPath::end(path);
         ASSERT_EQ(got.has_value(), end.has_value()) << path;
         if (end) {
             EXPECT_NEAR(got->first, end->first, 1e-9) << path;

@@ -5,8 +5,6 @@
 #include "rewrite/TransitionWriter.hpp"
 
 using namespace orvandel;
-using Kind = DrawnEffect::Kind;
-using Side = DrawnEffect::Side;
 using Layer = DrawnEffect::Layer;
 
 namespace {
@@ -18,11 +16,11 @@ std::string alternate(const std::string& choice, const std::string& fallback, co
            fallback + "</p:transition></mc:Fallback></mc:AlternateContent>";
 }
 
-// The legacy drawing, the duration and whether there is anything at all.
-std::optional<std::tuple<Kind, Side, std::int64_t>> legacy(const std::string& block) {
+// The duration of what is drawn (or sounds), if anything: 0 for a sound alone.
+std::optional<std::int64_t> duration(const std::string& block) {
     const auto e = SlideTransitions::read(test::slideXml("", block));
     if (!e) return std::nullopt;
-    return std::tuple{e->kind, e->side, e->durationMs};
+    return e->drawn() ? e->durationMs : 0;
 }
 
 // What is drawn, in a line: layer, each behaviour (filter, or property and keys), strategy, approximation.
@@ -47,33 +45,28 @@ std::string drawn(const std::string& block) {
 
 }  // namespace
 
-TEST(SlideTransitionsTest, KeepsTheLegacyKindSideAndDuration) {
-    using Legacy = std::optional<std::tuple<Kind, Side, std::int64_t>>;
-    const std::pair<std::string, Legacy> rows[] = {
-        {R"(<p:transition spd="slow"><p:fade thruBlk="1"/></p:transition>)", Legacy({Kind::fade, Side::left, 1000})},
-        {alternate(R"(spd="slow" p14:dur="1200"><p:push dir="u"/>)", R"(<p:push dir="u"/>)"),
-         Legacy({Kind::push, Side::bottom, 1200})},
-        {"<p:transition><p:wipe/></p:transition>", Legacy({Kind::wipe, Side::right, 500})},
-        {R"(<p:transition spd="med"><p:cover dir="r"/></p:transition>)", Legacy({Kind::fly, Side::left, 750})},
-        // The old slide leaves the way it moves; any quotes, any order.
-        {"<p:transition advTm='3000' spd='fast'><p:pull dir='dr'/></p:transition>",
-         Legacy({Kind::uncover, Side::bottom, 500})},
-        {R"(<p:transition><p:sndAc><p:endSnd/></p:sndAc><p:zoom dir="in"/></p:transition>)",
-         Legacy({Kind::zoom, Side::left, 500})},
-        // A newer kind is drawn as its fallback, even with a prefix declared on the slide only.
-        {alternate(R"(p14:dur="2000"><p14:vortex dir="r"/>)", R"(<p:cover dir="d"/>)"),
-         Legacy({Kind::fly, Side::top, 2000})},
-        {alternate(R"(p14:dur="800"><p15:prstTrans prst="curtains"/>)", "<p:fade/>", "p15"),
-         Legacy({Kind::fade, Side::left, 800})},
-        {R"(<p:transition spd="med"><p:random/></p:transition>)", Legacy({Kind::fade, Side::left, 750})},
+TEST(SlideTransitionsTest, DurationsComeFromTheTransitionReadAndNothingComesOfCutsOrAdvancesAlone) {
+    using Ms = std::optional<std::int64_t>;
+    const std::pair<std::string, Ms> rows[] = {
+        {R"(<p:transition spd="slow"><p:fade thruBlk="1"/></p:transition>)", Ms(1000)},
+        {alternate(R"(spd="slow" p14:dur="1200"><p:push dir="u"/>)", R"(<p:push dir="u"/>)"), Ms(1200)},
+        {"<p:transition><p:wipe/></p:transition>", Ms(500)},
+        {R"(<p:transition spd="med"><p:cover dir="r"/></p:transition>)", Ms(750)},
+        // Any quotes, any order.
+        {"<p:transition advTm='3000' spd='fast'><p:pull dir='dr'/></p:transition>", Ms(500)},
+        {R"(<p:transition><p:sndAc><p:endSnd/></p:sndAc><p:zoom dir="in"/></p:transition>)", Ms(500)},
+        // A newer kind is read from its choice, even with a prefix declared on the slide only.
+        {alternate(R"(p14:dur="2000"><p14:vortex dir="r"/>)", R"(<p:cover dir="d"/>)"), Ms(2000)},
+        {alternate(R"(p14:dur="800"><p15:prstTrans prst="curtains"/>)", "<p:fade/>", "p15"), Ms(800)},
+        {R"(<p:transition spd="med"><p:random/></p:transition>)", Ms(750)},
         {"<p:transition><p:cut/></p:transition>", std::nullopt},
         {R"(<p:transition spd="slow" advTm="5000"/>)", std::nullopt},
         {"", std::nullopt},
         {TransitionWriter::block(4000), std::nullopt},
         // A sound alone still plays, over a cut.
-        {R"(<p:transition><p:sndAc><p:stSnd/></p:sndAc></p:transition>)", Legacy({Kind::cut, Side::left, 500})},
+        {R"(<p:transition><p:sndAc><p:stSnd/></p:sndAc></p:transition>)", Ms(0)},
     };
-    for (const auto& [block, expected] : rows) EXPECT_EQ(legacy(block), expected) << block;
+    for (const auto& [block, expected] : rows) EXPECT_EQ(duration(block), expected) << block;
 }
 
 TEST(SlideTransitionsTest, DrawsEveryKindAsItsOwnBehaviours) {

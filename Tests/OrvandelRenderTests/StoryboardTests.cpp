@@ -50,8 +50,12 @@ TEST(StoryboardTest, AStateIsAStillWithoutHiddenShapesAndWithHiddenParagraphsInP
 
 TEST(StoryboardTest, ShotsFollowTheStatesUntilTheAdvanceTimeAndAlikeStatesSharePages) {
     const std::vector<PlayoutTarget> a{{"3", std::nullopt}};
-    const DrawnEffect fade{DrawnEffect::Kind::fade, DrawnEffect::Side::left, 500, true};
-    const DrawnEffect push{DrawnEffect::Kind::push, DrawnEffect::Side::right, 700, true};
+    DrawnEffect fade, push;
+    fade.durationMs = 500;
+    fade.behaviours = {{.filter = "fade"}};
+    push.role = DrawnEffect::Role::transition;
+    push.durationMs = 700;
+    push.behaviours = {{.filter = "wipe(left)"}};
     RenderPlan plan;
     plan.slides = {{1, "s1", false, 5000, {{{0, a}, {1000, {}}, {3000, a}, {9000, {}}}, {}, {{}, fade, {}, {}}}},
                    {2, "s2", true, 1500, {}},

@@ -18,8 +18,7 @@ std::vector<DrawnChange> plan(const std::vector<Storyboard::Shot>& shots) {
         const DrawnEffect& e = shot.effect;
         if (i > 0 && e.drawn()) {
             DrawnChange change{{}, i - 1, i, e, shot.opensSlide, 0, shot.withoutPage};
-            // Until every producer fills the role, an effect without behaviours says it by `entering`.
-            const bool drawnBefore = e.behaviours.empty() ? !e.entering : e.drawnBeforeChange();
+            const bool drawnBefore = e.drawnBeforeChange();
             if (!drawnBefore) {
                 // A transition brings in the slide as it plays: it runs on
                 // over the slide's next states.

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "plan/EffectProgress.hpp"
+#include "plan/MotionPath.hpp"
 
 namespace orvandel {
 
@@ -38,126 +39,6 @@ Area unite(const Area& a, const Area& b) {
     if (a.empty()) return b;
     if (b.empty()) return a;
     return {std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right), std::max(a.bottom, b.bottom)};
-}
-
-// Today's producers fill only the transitional kind and side: the drawing
-// they name, as the behaviours a deck would store for it.
-DrawnEffect withBehaviours(const DrawnEffect& e, bool wholeSlide) {
-    DrawnEffect out = e;
-    if (!e.behaviours.empty() || e.kind == DrawnEffect::Kind::cut) return out;
-    using K = DrawnEffect::Kind;
-    using S = DrawnEffect::Side;
-    const bool in = e.entering || wholeSlide;
-    out.role = wholeSlide ? Role::transition : in ? Role::entrance : Role::exit;
-    out.layer = Layer::incoming;
-    const bool across = e.side == S::left || e.side == S::right;
-    const std::string property = across ? "ppt_x" : "ppt_y";
-    const std::string edge = e.side == S::left    ? "0-#ppt_w/2"
-                             : e.side == S::right ? "1+#ppt_w/2"
-                             : e.side == S::top   ? "0-#ppt_h/2"
-                                                  : "1+#ppt_h/2";
-    EffectBehaviour b;
-    b.durationMs = e.durationMs;
-    b.in = in;
-    switch (e.kind) {
-        case K::fade: b.filter = "fade"; break;
-        case K::wipe:
-            b.filter = std::string("wipe(") +
-                       (e.side == S::left    ? "left"
-                        : e.side == S::right ? "right"
-                        : e.side == S::top   ? "up"
-                                             : "down") +
-                       ")";
-            break;
-        case K::zoom:
-            b.kind = BKind::scale;
-            b.fromX = b.fromY = in ? 0 : kWhole;
-            b.toX = b.toY = in ? kWhole : 0;
-            break;
-        default: {
-            b.kind = BKind::value;
-            b.property = property;
-            const bool arriving = in && e.kind != K::uncover;
-            const std::string rest = "#" + property;
-            b.keys = {{0, arriving ? edge : rest, ""}, {kWhole, arriving ? rest : edge, ""}};
-            if (e.kind == K::push) out.layer = Layer::both;
-            if (e.kind == K::uncover) out.layer = Layer::outgoing;
-        }
-    }
-    out.behaviours = {b};
-    return out;
-}
-
-// A motion path as points in slide fractions, Béziers flattened.
-std::optional<std::vector<std::pair<double, double>>> parsePath(const std::string& text) {
-    constexpr std::size_t kMaxPoints = 20000;
-    constexpr int kCurveSteps = 16;
-    std::vector<std::pair<double, double>> points;
-    std::size_t at = 0;
-    const auto skip = [&] {
-        while (at < text.size() && (std::isspace(static_cast<unsigned char>(text[at])) || text[at] == ',')) ++at;
-    };
-    const auto number = [&]() -> std::optional<double> {
-        skip();
-        const char* start = text.c_str() + at;
-        char* end = nullptr;
-        const double v = std::strtod(start, &end);
-        if (end == start || !std::isfinite(v)) return std::nullopt;
-        at += std::size_t(end - start);
-        return std::clamp(v, -100.0, 100.0);
-    };
-    std::pair<double, double> current{0, 0}, subpathStart{0, 0};
-    while (true) {
-        skip();
-        if (at >= text.size()) break;
-        const char c = text[at++];
-        const bool relative = std::islower(static_cast<unsigned char>(c)) && c != 'e' && c != 'z';
-        const auto point = [&]() -> std::optional<std::pair<double, double>> {
-            const auto x = number(), y = number();
-            if (!x || !y) return std::nullopt;
-            return relative ? std::pair{current.first + *x, current.second + *y} : std::pair{*x, *y};
-        };
-        switch (std::toupper(static_cast<unsigned char>(c))) {
-            case 'M': {
-                const auto p = point();
-                if (!p) return std::nullopt;
-                current = subpathStart = *p;
-                points.push_back(current);
-                break;
-            }
-            case 'L': {
-                const auto p = point();
-                if (!p) return std::nullopt;
-                current = *p;
-                points.push_back(current);
-                break;
-            }
-            case 'C': {
-                const auto p1 = point(), p2 = point(), p3 = point();
-                if (!p1 || !p2 || !p3) return std::nullopt;
-                const auto p0 = current;
-                for (int i = 1; i <= kCurveSteps; ++i) {
-                    const double t = double(i) / kCurveSteps, m = 1 - t;
-                    const auto bez = [&](double a, double b, double c2, double d) {
-                        return m * m * m * a + 3 * m * m * t * b + 3 * m * t * t * c2 + t * t * t * d;
-                    };
-                    points.emplace_back(bez(p0.first, p1->first, p2->first, p3->first),
-                                        bez(p0.second, p1->second, p2->second, p3->second));
-                }
-                current = *p3;
-                break;
-            }
-            case 'Z':
-                current = subpathStart;
-                points.push_back(current);
-                break;
-            case 'E': break;
-            default: return std::nullopt;
-        }
-        if (points.size() > kMaxPoints) return std::nullopt;
-    }
-    if (points.empty()) return std::nullopt;
-    return points;
 }
 
 struct Compiled {
@@ -211,7 +92,7 @@ std::optional<Compiled> compile(const EffectBehaviour& b) {
             break;
         }
         case BKind::motion: {
-            auto path = parsePath(b.path);
+            auto path = MotionPath::points(b.path);
             if (!path) return std::nullopt;
             c.path = std::move(*path);
             break;
@@ -604,7 +485,7 @@ void EffectPainter::State::draw(const YuvFrame& layer, const YuvFrame* tint, con
 }
 
 EffectPainter::EffectPainter(const DrawnEffect& effect, bool wholeSlide) : state_(std::make_unique<State>()) {
-    state_->effect = withBehaviours(effect, wholeSlide);
+    state_->effect = effect;
     state_->wholeSlide = wholeSlide;
 }
 EffectPainter::~EffectPainter() = default;

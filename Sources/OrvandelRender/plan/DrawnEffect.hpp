@@ -15,9 +15,9 @@ namespace orvandel {
 // The time manipulations of a timed node (an effect's or a behaviour's
 // p:cTn). spd is folded into the durations when the deck is read.
 struct EffectTiming {
-    std::int64_t accel = 0;          // share of a play spent speeding up, in 1/100000
-    std::int64_t decel = 0;          // share spent slowing down, in 1/100000
-    bool autoReverse = false;        // each play runs forward, then backward
+    std::int64_t accel = 0;           // share of a play spent speeding up, in 1/100000
+    std::int64_t decel = 0;           // share spent slowing down, in 1/100000
+    bool autoReverse = false;         // each play runs forward, then backward
     std::int64_t repeatMilli = 1000;  // how many plays, in thousandths; 0: until the effect ends
     auto operator<=>(const EffectTiming&) const = default;
 };
@@ -78,8 +78,8 @@ struct EffectBehaviour {
 struct EffectIteration {
     enum class Unit { whole, word, letter };
     Unit unit = Unit::whole;
-    std::int64_t units = 1;      // words or letters of the target's text, counted from the deck
-    std::int64_t stepPct = 0;    // tmPct, 1/100000 of the effect's duration
+    std::int64_t units = 1;              // words or letters of the target's text, counted from the deck
+    std::int64_t stepPct = 0;            // tmPct, 1/100000 of the effect's duration
     std::optional<std::int64_t> stepMs;  // tmAbs
     bool backwards = false;
     auto operator<=>(const EffectIteration&) const = default;
@@ -110,17 +110,9 @@ struct DrawnEffect {
         both,      // the new slide, and the old one pushed ahead of it
     };
 
-    // TRANSITIONAL, until the painter draws from the behaviours: the drawing
-    // the painter knows today.
-    enum class Kind { cut, fade, wipe, fly, zoom, push, uncover };
-    enum class Side { left, right, top, bottom };
-    Kind kind = Kind::cut;
-    Side side = Side::left;
-    std::int64_t durationMs = 0;  // the whole drawing, iterations, repeats and reversals included; 0 draws nothing
-    bool entering = true;
-
     Role role = Role::entrance;
     Layer layer = Layer::incoming;
+    std::int64_t durationMs = 0;  // the whole drawing, iterations, repeats and reversals included; 0 draws nothing
     std::vector<EffectBehaviour> behaviours;  // empty: a cut
     EffectIteration iterate;
 
@@ -143,7 +135,7 @@ struct DrawnEffect {
     // an exit, an emphasis and a motion path take effect when they end, and
     // are drawn over the time before.
     bool drawnBeforeChange() const { return role == Role::exit || role == Role::emphasis || role == Role::path; }
-    bool drawn() const { return (kind != Kind::cut || !behaviours.empty()) && durationMs > 0; }
+    bool drawn() const { return !behaviours.empty() && durationMs > 0; }
     bool operator==(const DrawnEffect&) const = default;
 };
 

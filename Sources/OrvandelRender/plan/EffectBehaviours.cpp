@@ -559,62 +559,6 @@ std::int64_t unitsOf(std::string_view text, EffectIteration::Unit unit) {
     return std::max<std::int64_t>(1, count);
 }
 
-std::optional<std::pair<double, double>> pathEnd(std::string_view path) {
-    // Commands and numbers; the current point after the last command is the end.
-    std::optional<std::pair<double, double>> current, start;
-    char command = 0;
-    std::size_t count = 0;  // numbers since the command
-    double last[2] = {0, 0};
-    const auto flush = [&] {
-        const bool relative = std::islower((unsigned char)command) != 0;
-        const char c = static_cast<char>(std::toupper((unsigned char)command));
-        if (c == 'Z') {
-            current = start;
-        } else if ((c == 'M' || c == 'L' || c == 'C' || c == 'Q' || c == 'S' || c == 'T') && count >= 2) {
-            std::pair<double, double> point{last[0], last[1]};
-            if (relative && current) point = {current->first + point.first, current->second + point.second};
-            current = point;
-            if (c == 'M') start = point;
-        }
-        count = 0;
-    };
-    std::size_t i = 0;
-    while (i < path.size()) {
-        const char c = path[i];
-        if (std::isalpha((unsigned char)c) && c != 'e' && c != 'E') {
-            flush();
-            command = c;
-            ++i;
-        } else if (c == 'E' || c == 'e') {
-            // "E" ends the path (a number's exponent follows a digit and is read with it).
-            flush();
-            command = 0;
-            ++i;
-        } else if (std::isdigit((unsigned char)c) || c == '-' || c == '+' || c == '.') {
-            std::size_t j = i + 1;
-            while (j < path.size() &&
-                   (std::isdigit((unsigned char)path[j]) || path[j] == '.' ||
-                    ((path[j] == 'E' || path[j] == 'e') && j + 1 < path.size() &&
-                     (std::isdigit((unsigned char)path[j + 1]) || path[j + 1] == '-' || path[j + 1] == '+')) ||
-                    ((path[j] == '-' || path[j] == '+') && (path[j - 1] == 'E' || path[j - 1] == 'e')))) {
-                ++j;
-            }
-            const auto value = parseDouble(path.substr(i, j - i));
-            if (value && std::isfinite(*value)) {
-                last[0] = last[1];
-                last[1] = *value;
-                ++count;
-            }
-            i = j;
-        } else {
-            ++i;
-        }
-    }
-    flush();
-    if (current && (!std::isfinite(current->first) || !std::isfinite(current->second))) return std::nullopt;
-    return current;
-}
-
 DrawnEffect read(const XmlElement& effect, const TargetText& textOf) {
     DrawnEffect out;
     out.presetClass = effect.attribute("presetClass").value_or("");

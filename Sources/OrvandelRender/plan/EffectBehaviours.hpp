@@ -29,15 +29,9 @@ namespace orvandel::EffectBehaviours {
 // empty when unknown.
 using TargetText = std::function<std::string(const std::string& shapeId, std::optional<std::int64_t> paragraph)>;
 
-// The drawing of the effect `effect` (its p:cTn). The legacy fields
-// kind/side/entering are left for the caller. An effect of another class
+// The drawing of the effect `effect` (its p:cTn). An effect of another class
 // (mediacall, verb...) has no role to draw: it comes back with no behaviours.
 DrawnEffect read(const XmlElement& effect, const TargetText& textOf = {});
-
-// Where a motion path (as p:animMotion's path stores it) ends, in slide
-// widths and heights; nothing when it has no point. A closed subpath ("Z")
-// ends where it started.
-std::optional<std::pair<double, double>> pathEnd(std::string_view path);
 
 // Words (whitespace-separated) or letters (non-space characters) of a text,
 // at least 1.

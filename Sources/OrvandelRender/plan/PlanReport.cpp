@@ -328,8 +328,7 @@ std::string json(const DeckPlan& plan) {
         for (std::size_t k = 0; k < slide.playout.states.size(); ++k) {
             const auto& s = slide.playout.states[k];
             const DrawnEffect into = k < slide.playout.effects.size() ? slide.playout.effects[k] : DrawnEffect{};
-            // TRANSITIONAL: `entering` still tells an exit until the reader sets every role.
-            const bool before = into.drawnBeforeChange() || !into.entering;
+            const bool before = into.drawnBeforeChange();
             states.push_back({{"startMs", s.startMs},
                               {"hidden", targetsJson(s.hidden)},
                               {"held", static_cast<std::int64_t>(s.held.size())},

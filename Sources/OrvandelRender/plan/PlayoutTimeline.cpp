@@ -12,6 +12,7 @@
 #include "container/SlideXML.hpp"
 #include "deck/TimingTree.hpp"
 #include "plan/EffectBehaviours.hpp"
+#include "plan/MotionPath.hpp"
 
 namespace orvandel::PlayoutTimeline {
 
@@ -218,82 +219,6 @@ void readBehaviour(const XmlElement& element, Node& node, const std::set<std::st
     }
 }
 
-// The side of the slide an animated position value lies beyond ("0-#ppt_w/2",
-// "1+#ppt_h/2", "#ppt_y+1"), if any.
-std::optional<DrawnEffect::Side> edgeOf(std::string value, bool horizontal) {
-    std::erase(value, '#');
-    using Side = DrawnEffect::Side;
-    if (value.starts_with("0-") || value.ends_with("-1")) return horizontal ? Side::left : Side::top;
-    if (value.starts_with("1+") || value.ends_with("+1")) return horizontal ? Side::right : Side::bottom;
-    return std::nullopt;
-}
-
-DrawnEffect drawnEffectOf(const XmlElement& effect, bool entering) {
-    using Kind = DrawnEffect::Kind;
-    using Side = DrawnEffect::Side;
-    std::optional<Side> fly, wipe;
-    bool zoom = false, other = false;
-    effect.walk([&](const XmlElement& e) {
-        const std::string name = e.name();
-        if (name == "p:animEffect") {
-            const std::string filter = e.attribute("filter").value_or("");
-            static const std::pair<const char*, Side> kWipes[] = {{"wipe(left)", Side::left},
-                                                                  {"wipe(right)", Side::right},
-                                                                  {"wipe(up)", Side::top},
-                                                                  {"wipe(down)", Side::bottom}};
-            const auto known = std::find_if(std::begin(kWipes), std::end(kWipes),
-                                            [&](const auto& w) { return filter == w.first; });
-            if (known != std::end(kWipes)) {
-                wipe = known->second;
-            } else {
-                other = true;
-            }
-        } else if (name == "p:animScale") {
-            zoom = true;
-        } else if (name == "p:anim") {
-            const auto behaviour = firstChild(e, "p:cBhvr");
-            const auto names = behaviour ? firstChild(*behaviour, "p:attrNameLst") : std::nullopt;
-            const auto attr = names ? firstChild(*names, "p:attrName") : std::nullopt;
-            const std::string what = attr ? textOf(*attr) : "";
-            if (what == "ppt_w" || what == "ppt_h") {
-                zoom = true;
-            } else if (what == "ppt_x" || what == "ppt_y") {
-                // Where it comes from (an entrance) or goes to (an exit).
-                std::vector<std::string> values;
-                e.walk([&](const XmlElement& v) {
-                    if (v.name() == "p:strVal") values.push_back(v.attribute("val").value_or(""));
-                });
-                const auto edge = values.empty() ? std::nullopt
-                                                 : edgeOf(entering ? values.front() : values.back(), what == "ppt_x");
-                if (edge) {
-                    fly = edge;
-                } else {
-                    other = true;
-                }
-            } else {
-                other = true;
-            }
-        } else if (name == "p:animRot" || name == "p:animMotion" || name == "p:animClr") {
-            other = true;
-        }
-    });
-    DrawnEffect out;
-    out.entering = entering;
-    if (fly) {
-        out.kind = Kind::fly;
-        out.side = *fly;
-    } else if (zoom) {
-        out.kind = Kind::zoom;
-    } else if (wipe) {
-        out.kind = Kind::wipe;
-        out.side = *wipe;
-    } else if (other) {
-        out.kind = Kind::fade;
-    }
-    if (out.kind != Kind::cut) out.durationMs = std::max<std::int64_t>(0, TimingTree::effectDurationMs(effect));
-    return out;
-}
-
 class Graph {
 public:
     Graph(const XmlElement& timing, const std::set<std::string>& shownWhole, const EffectBehaviours::TargetText& textOf)
@@ -387,10 +312,6 @@ private:
         const bool shows = presetClass == "entr" || presetClass == "exit";
         if (shows || presetClass == "emph" || presetClass == "path") {
             DrawnEffect drawn = EffectBehaviours::read(*cTn, textOf_);
-            const DrawnEffect legacy = drawnEffectOf(*cTn, presetClass != "exit");
-            drawn.kind = legacy.kind;
-            drawn.side = legacy.side;
-            drawn.entering = legacy.entering;
             std::vector<Target> targets;
             for (std::size_t below = std::size_t(index) + 1; below < nodes_.size(); ++below) {
                 for (const auto& target : nodes_[below].targets) {
@@ -549,7 +470,7 @@ bool applyHeld(const DrawnEffect& effect, HeldChange& held) {
                 changed = true;
                 break;
             case Kind::motion:
-                if (const auto end = EffectBehaviours::pathEnd(b.path)) {
+                if (const auto end = MotionPath::end(b.path)) {
                     const auto units = [](double v) {
                         return static_cast<std::int64_t>(std::llround(std::clamp(v, -1e6, 1e6) * kFull));
                     };

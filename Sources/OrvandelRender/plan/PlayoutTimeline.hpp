@@ -90,10 +90,10 @@ struct PlayoutTarget {
 // draws the shape so in the states after it.
 struct HeldChange {
     PlayoutTarget target;
-    std::int64_t dx = 0, dy = 0;  // its centre moved, in 1/100000 of the slide's width and height
-    std::int64_t scaleX = 100000, scaleY = 100000;  // its size, 1/100000 of its own
-    std::int64_t rotation = 0;                      // turned by, 60000ths of a degree, clockwise
-    std::int64_t opacity = 100000;                  // 1/100000
+    std::int64_t dx = 0, dy = 0;                     // its centre moved, in 1/100000 of the slide's width and height
+    std::int64_t scaleX = 100000, scaleY = 100000;   // its size, 1/100000 of its own
+    std::int64_t rotation = 0;                       // turned by, 60000ths of a degree, clockwise
+    std::int64_t opacity = 100000;                   // 1/100000
     std::string fillColour, lineColour, textColour;  // "RRGGBB" when changed
     auto operator<=>(const HeldChange&) const = default;
 };

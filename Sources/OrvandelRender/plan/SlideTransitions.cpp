@@ -14,26 +14,9 @@ namespace orvandel::SlideTransitions {
 
 namespace {
 
-using Kind = DrawnEffect::Kind;
-using Side = DrawnEffect::Side;
 using Layer = DrawnEffect::Layer;
 using Behaviour = EffectBehaviour;
 using Spans = std::vector<XmlSpans::Span>;
-
-// ---- The legacy drawing, as the painter knows it today ----
-
-// The kinds drawn as themselves (a cut draws nothing); any other is unknown
-// to us and is either replaced by the fallback's or drawn as a fade.
-std::optional<Kind> knownKind(std::string_view name) {
-    if (name == "p:fade") return Kind::fade;
-    if (name == "p:wipe") return Kind::wipe;
-    if (name == "p:cover") return Kind::fly;
-    if (name == "p:push") return Kind::push;
-    if (name == "p:pull") return Kind::uncover;
-    if (name == "p:zoom") return Kind::zoom;
-    if (name == "p:cut") return Kind::cut;
-    return std::nullopt;
-}
 
 // The transition's effect: its first child that is not its sound or an
 // extension list.
@@ -43,49 +26,6 @@ std::optional<std::size_t> effectOf(const Spans& spans, std::size_t transition) 
         if (name != "p:sndAc" && name != "p:extLst") return static_cast<std::size_t>(child);
     }
     return std::nullopt;
-}
-
-// `dir` names where things move ("l", or "lu" for a diagonal, whose first
-// letter is taken); absent or unreadable, they move left. The new slide comes
-// from the other side; an uncovering one is left by the old slide moving that way.
-Side sideOf(Kind kind, const std::optional<std::string>& dir) {
-    const char towards = dir && !dir->empty() ? (*dir)[0] : 'l';
-    const Side moving = towards == 'r'   ? Side::right
-                        : towards == 'u' ? Side::top
-                        : towards == 'd' ? Side::bottom
-                                         : Side::left;
-    if (kind == Kind::uncover) return moving;
-    switch (moving) {
-        case Side::left: return Side::right;
-        case Side::right: return Side::left;
-        case Side::top: return Side::bottom;
-        case Side::bottom: return Side::top;
-    }
-    return Side::right;
-}
-
-void fillLegacy(std::string_view block, const Spans& spans, const std::vector<std::size_t>& transitions,
-                DrawnEffect& out) {
-    out.kind = Kind::cut;
-    const auto effect = effectOf(spans, transitions.front());
-    if (!effect) return;
-    std::size_t drawn = *effect;
-    if (const auto kind = knownKind(spans[drawn].name)) {
-        out.kind = *kind;
-    } else {
-        out.kind = Kind::fade;
-        if (transitions.size() > 1) {
-            if (const auto fallback = effectOf(spans, transitions[1])) {
-                if (const auto kind = knownKind(spans[*fallback].name)) {
-                    out.kind = *kind;
-                    drawn = *fallback;
-                }
-            }
-        }
-    }
-    if (out.kind == Kind::wipe || out.kind == Kind::fly || out.kind == Kind::push || out.kind == Kind::uncover) {
-        out.side = sideOf(out.kind, XmlSpans::attributeOf(block, spans[drawn], "dir"));
-    }
 }
 
 // ---- Which p:transition a slideshow of today reads ----
@@ -511,7 +451,6 @@ std::optional<DrawnEffect> describe(std::string_view block, std::string_view see
     DrawnEffect out;
     out.role = DrawnEffect::Role::transition;
     out.sound = sound;
-    fillLegacy(block, spans, transitions, out);
 
     // The duration: the transition read first, then any other that states it.
     auto attribute = [&](std::string_view name) {
@@ -553,7 +492,6 @@ std::optional<DrawnEffect> read(std::string_view slideXml) {
 std::optional<DrawnEffect> readMarkup(std::string_view block, std::string_view seed) {
     auto out = describe(block, seed);
     if (!out || (!out->drawn() && !out->sound)) return std::nullopt;
-    if (!out->drawn()) out->kind = Kind::cut;
     return out;
 }
 

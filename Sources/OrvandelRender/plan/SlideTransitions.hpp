@@ -9,9 +9,7 @@
 // name of what is drawn (`strategy`) and, where a slideshow draws it in 3-D or
 // otherwise differently, how it departs (`approximation`). Of an
 // mc:AlternateContent, the first mc:Choice whose every required prefix is
-// one of p14, p15, p159 is read, otherwise the mc:Fallback. The legacy
-// kind and side are kept as before: the known kinds of the first p:transition
-// (or of the one after it when the first is unknown), anything else a fade.
+// one of p14, p15, p159 is read, otherwise the mc:Fallback.
 #include <map>
 #include <optional>
 #include <string>
