@@ -116,12 +116,19 @@ TEST(DrawnEffectsTest, ChangesAreDrawnWithinTheirShotsWithoutOverlapping) {
     spin.role = DrawnEffect::Role::emphasis;
     spin.durationMs = 600;
     spin.behaviours = {{EffectBehaviour::Kind::rotate}};
+    // Letters that would take 3 s where their step has 1 s are played three times as fast.
+    DrawnEffect letters = fade(Role::entrance, 3000);
+    letters.iterate = {EffectIteration::Unit::letter, 30, 10000};
     const std::vector<Storyboard::Shot> shots{{1, 1000, {}, true},   {2, 2000, in}, {3, 500, out},
-                                              {4, 2000, slow, true}, {5, 2000, in}, {6, 1000, spin, false, 7}};
-    EXPECT_EQ(DrawnChanges::plan(shots), (std::vector<DrawnChange>{{{1000, 1500}, 0, 1, in, false, 1000},
-                                                                   // the exit starts 800 ms before its change
-                                                                   {{2200, 3000}, 1, 2, out, false, 2200},
-                                                                   // a slide's transition runs over its next step
-                                                                   {{3500, 6500}, 2, 3, slow, true, 3500},
-                                                                   {{6900, 7500}, 4, 5, spin, false, 6900, 7}}));
+                                              {4, 2000, slow, true}, {5, 2000, in}, {6, 1000, spin, false, 7},
+                                              {8, 1000, letters},    {9, 1000}};
+    EXPECT_EQ(DrawnChanges::plan(shots),
+              (std::vector<DrawnChange>{{{1000, 1500}, 0, 1, in, false, 1000},
+                                        // the exit starts 800 ms before its change
+                                        {{2200, 3000}, 1, 2, out, false, 2200},
+                                        // a slide's transition runs over its next step
+                                        {{3500, 6500}, 2, 3, slow, true, 3500},
+                                        {{6900, 7500}, 4, 5, spin, false, 6900, 7},
+                                        {{8500, 9500}, 5, 6, letters, false, 8500, 0, 1000}}));
+    EXPECT_EQ(DrawnChanges::plan(shots).back().elapsedAt(9000), 1500);
 }

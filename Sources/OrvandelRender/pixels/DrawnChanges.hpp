@@ -23,6 +23,11 @@ struct DrawnChange {
     bool wholeSlide = false;         // a slide transition: the whole picture changes
     std::int64_t effectStartMs = 0;  // when the effect's own time is 0 (before span.startMs when cut short)
     int withoutPage = 0;             // Storyboard::Shot::withoutPage of `to`
+    // The movie time over which the effect's whole duration plays: 0 for its
+    // own duration. Text built word by word or letter by letter is squeezed
+    // into the time its step has (the timing plan counts one piece's
+    // duration), so that every piece is in place by the next change.
+    std::int64_t playedOverMs = 0;
 
     // The effect's time at `ms`, within [0, durationMs].
     std::int64_t elapsedAt(std::int64_t ms) const;
