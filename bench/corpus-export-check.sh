@@ -162,8 +162,6 @@ def why_still(deck):
         for n in z.namelist():
             if not re.match(r"ppt/slides/slide\d+\.xml$", n): continue
             x = z.read(n).decode("utf-8", "replace")
-            if "<p:sndTgt" in x: reasons.add("sounds of animation effects are not played")
-            if "<p:sndAc" in x: reasons.add("transition sounds are not played")
             if "interactiveSeq" in x: reasons.add("a medium waits for a click on a trigger")
             if re.search(r"<a:(audioFile|wavAudioFile|videoFile)", x) and "cmd=\"play" not in x:
                 reasons.add("a medium that the timing never plays")
