@@ -12,7 +12,9 @@
 # change of state `orvandel plan --json` lists (click steps and automatic
 # ones) is looked at in the movie just before it is drawn and once its
 # drawing has finished (an entrance from its start on, an exit over the time
-# before); the steps that change nothing visible are listed with the reason
+# before; an emphasis or a path also at its quarters, as one that returns to
+# where it was shows only while it plays); the steps that change nothing
+# visible are listed with the reason
 # where the deck tells it (an empty paragraph, a shape without text or fill,
 # an emphasis only...).
 #   bench/corpus-export-check.sh [CORPUS_DIR]
@@ -127,7 +129,10 @@ def unchanged_steps(deck, orv, plan):
                 before, after = t - 1, t + drawn + 1
             after = min(after, following - 1)
             steps += 1
-            if not differ(at(start + before), at(start + after)):
+            # An emphasis or a path that returns to where it was changes
+            # the picture only while it plays: look at its quarters too.
+            during = [before + (after - before) * q // 4 for q in (1, 2, 3)] if states[k]["drawnBefore"] else []
+            if not any(differ(at(start + before), at(start + t_)) for t_ in [after, *during]):
                 why = why_unchanged(xml.get(slide["file"], ""), states[k - 1], states[k], over.get(slide["file"], False))
                 out.append((slide["slide"], k, t, why or "not known"))
         start += advance
