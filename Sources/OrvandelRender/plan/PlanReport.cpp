@@ -46,6 +46,7 @@ std::string behaviourKindName(EffectBehaviour::Kind kind) {
         case EffectBehaviour::Kind::rotate: return "rotate";
         case EffectBehaviour::Kind::motion: return "motion";
         case EffectBehaviour::Kind::colour: return "colour";
+        case EffectBehaviour::Kind::restyle: return "restyle";
     }
     return "value";
 }
@@ -91,7 +92,8 @@ Json behaviourJson(const EffectBehaviour& b) {
             out["in"] = b.in;
             break;
         case EffectBehaviour::Kind::value:
-        case EffectBehaviour::Kind::colour: {
+        case EffectBehaviour::Kind::colour:
+        case EffectBehaviour::Kind::restyle: {
             out["property"] = b.property;
             Json keys = Json::array();
             for (const auto& k : b.keys) keys.push_back(k.value);
