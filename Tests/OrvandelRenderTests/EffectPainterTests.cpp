@@ -205,6 +205,16 @@ TEST(EffectPainterTest, StylesBlinksShearsAndCutsThroughBlack) {
     const YuvFrame wider = frame({{36, 30, 124, 60, 235}});
     EXPECT_NEAR(luma(painted(effect(Role::emphasis, {bold}), shown, wider, 500, &dark), 38, 45), (16 + 235) / 2, 2);
     EXPECT_EQ(painted(effect(Role::emphasis, {bold}), shown, wider, 1000, &dark).planes, wider.planes);
+    // Turning while the shape's fill changes: the text turns, the fill around it crossfades in place.
+    EffectBehaviour colour = bold, quarter;
+    colour.kind = BKind::colour;
+    quarter.kind = BKind::rotate;
+    quarter.by = 90 * 60000;
+    quarter.durationMs = 1000;
+    const YuvFrame filled = frame({{0, 70, W, 90, 125}, bar});
+    const auto turning = painted(effect(Role::emphasis, {colour, quarter}), shown, filled, 500, &dark);
+    EXPECT_NEAR(luma(turning, 10, 80), (16 + 125) / 2, 2);
+    EXPECT_NEAR(luma(turning, 42, 32), 16, 2);  // the bar's corner has turned away
     // Blink: hidden over the first half, then shown, never in between.
     auto blink = value("style.visibility", "hidden", "visible");
     blink.keys[1].time = 50000;

@@ -256,7 +256,8 @@ struct EffectPainter::State {
     std::vector<std::uint8_t> mask;   // per chroma cell of `area`; empty: all of it
     std::vector<std::int32_t> owner;  // per cell, the piece; empty: one piece
     std::vector<Piece> pieces;
-    Area dirty;  // what the last frame drew over the base
+    Area dirty;   // what the last frame drew over the base
+    Area around;  // crossfaded in place to the still after (a colour change around a moving layer)
 
     bool transition() const { return effect.role == Role::transition; }
 
@@ -300,11 +301,15 @@ void EffectPainter::State::prepare(const YuvFrame& before, const YuvFrame& after
     const YuvFrame& layer = effect.role == Role::entrance ? after : before;
     const YuvFrame& base = effect.role == Role::entrance ? before : effect.role == Role::exit ? after : *without;
     // A colour or style change crossfades into the still after, whose
-    // target may reach further (a bolder or larger text): both count.
-    const bool tinted = lifted && std::any_of(behaviours.begin(), behaviours.end(), [](const Compiled& c) {
-                            return c.b.kind == BKind::colour || c.b.kind == BKind::restyle;
-                        });
-    area = tinted ? unite(changedArea(layer, base), changedArea(after, base)) : changedArea(layer, base);
+    // target may reach further (a bolder or larger text, a shape's fill
+    // behind a paragraph). When that is all it does, what the still after
+    // changes is part of the layer (and of its pieces); when the layer also
+    // moves, what changes around it crossfades in place.
+    const auto tints = [](const Compiled& c) { return c.b.kind == BKind::colour || c.b.kind == BKind::restyle; };
+    const bool tinted = lifted && std::any_of(behaviours.begin(), behaviours.end(), tints);
+    const bool tintOnly = tinted && std::all_of(behaviours.begin(), behaviours.end(), tints);
+    if (tinted && !tintOnly) around = changedArea(before, after);
+    area = tintOnly ? unite(changedArea(layer, base), changedArea(after, base)) : changedArea(layer, base);
     const int cw = (area.right - area.left) / 2, ch = (area.bottom - area.top) / 2;
     mask.assign(std::size_t(std::max(cw, 0)) * std::size_t(std::max(ch, 0)), 0);
     for (int y = 0; y < ch; ++y) {
@@ -321,7 +326,7 @@ void EffectPainter::State::prepare(const YuvFrame& before, const YuvFrame& after
                 return false;
             };
             mask[std::size_t(y) * std::size_t(cw) + std::size_t(x)] = differs(layer, base) ||
-                                                                      (tinted && differs(after, base));
+                                                                      (tintOnly && differs(after, base));
         }
     }
     const auto unit = effect.iterate.unit;
@@ -689,6 +694,18 @@ void EffectPainter::paint(const YuvFrame& before, const YuvFrame& after, const Y
     s.dirty = {};
     if (s.area.empty() || s.behaviours.empty()) return;
     const YuvFrame* tint = lifted ? &after : nullptr;
+    if (!s.around.empty() && tint && !s.pieces.empty()) {
+        const int a = int(std::lround(std::clamp(s.pose(0, t).tint, 0.0, 1.0) * 256));
+        for (int k = 0; k < 3 && a > 0; ++k) {
+            const int sc = k == 0 ? 1 : 2;
+            const Plane o = plane(out, k), f = plane(*tint, k);
+            for (int y = s.around.top / sc; y < s.around.bottom / sc; ++y) {
+                for (int x = s.around.left / sc; x < s.around.right / sc; ++x)
+                    o.at(x, y) = std::uint8_t((o.at(x, y) * (256 - a) + f.at(x, y) * a + 128) >> 8);
+            }
+        }
+        s.dirty = s.around;
+    }
     for (std::size_t i = 0; i < s.pieces.size(); ++i) {
         Pose pose = s.pose(i, t);
         if (pose.through) {
