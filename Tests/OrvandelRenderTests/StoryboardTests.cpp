@@ -190,6 +190,8 @@ TEST(StoryboardTest, HeldChangesMoveScaleTurnAndRecolourTheirShapes) {
     restyled.underline = true;
     restyled.typeface = "Times New Roman";
     restyled.fontScale = 150000;
+    HeldChange doubled{{"3", std::nullopt}};
+    doubled.fontScale = 200000;
     HeldChange themed{{"3", 0}};
     themed.textColour = "scheme:accent2";
     struct Case {
@@ -229,6 +231,10 @@ TEST(StoryboardTest, HeldChangesMoveScaleTurnAndRecolourTheirShapes) {
           "<a:rPr lang=\"en\" sz=\"3000\" b=\"1\" i=\"0\" u=\"sng\"><a:latin typeface=\"Times New "
           "Roman\"/></a:rPr><a:t>b</a:t>",
           "<a:r><a:rPr b=\"1\" i=\"0\" u=\"sng\" sz=\"2700\"><a:latin typeface=\"Times New Roman\"/></a:rPr><a:t>c</a:t>"}},
+        // A size alone keeps the run's typeface.
+        {sp("3", "", "<p:spPr/>", "<a:r><a:rPr sz=\"1200\"><a:latin typeface=\"Arial\"/></a:rPr><a:t>a</a:t></a:r>"),
+         doubled,
+         {"<a:rPr sz=\"2400\"><a:latin typeface=\"Arial\"/></a:rPr>"}},
     };
     for (const auto& c : cases) {
         std::vector<HeldChange> held{c.held};

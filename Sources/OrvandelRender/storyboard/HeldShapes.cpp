@@ -266,7 +266,8 @@ void restyle(std::string_view xml, const std::vector<Span>& spans, int shape, co
         const auto own = childNamed(spans, *rPr, "a:latin");
         if (latin.empty() || own) {
             edits.push_back({props.begin, props.tagEnd, tag});
-            if (own) edits.push_back({spans[std::size_t(*own)].begin, spans[std::size_t(*own)].end, latin});
+            if (own && !latin.empty())
+                edits.push_back({spans[std::size_t(*own)].begin, spans[std::size_t(*own)].end, latin});
         } else if (isEmptyElement(xml, props)) {
             tag.resize(tag.size() - 2);
             edits.push_back({props.begin, props.end, tag + ">" + latin + "</a:rPr>"});
