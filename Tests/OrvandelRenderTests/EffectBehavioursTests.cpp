@@ -30,6 +30,8 @@ std::string bhvr(const std::string& cTn, const std::string& attr = "", const std
 }
 const std::string kShow = "<p:set>" + bhvr("dur=\"1\" fill=\"hold\"", "style.visibility") +
                           "<p:to><p:strVal val=\"visible\"/></p:to></p:set>";
+const std::string kFillOn = "<p:set>" + bhvr("dur=\"500\" fill=\"hold\"", "fill.on") +
+                            "<p:to><p:strVal val=\"true\"/></p:to></p:set>";
 std::string reveal(const std::string& filter, const std::string& cTn = "dur=\"500\"", const char* transition = "in",
                    const std::string& cTnInner = "") {
     return "<p:animEffect transition=\"" + std::string(transition) + "\" filter=\"" + filter + "\">" +
@@ -85,6 +87,25 @@ TEST(EffectBehavioursTest, BehavioursAreReadAsTheDeckStoresThem) {
                             .keys = {{0, "0.25", ""}, {100000, "0.25", ""}},
                             .discrete = true,
                             .holds = true};
+
+    EffectBehaviour bigger{.kind = Kind::restyle,
+                           .durationMs = 2000,
+                           .property = "style.fontSize",
+                           .keys = {{0, "#style.fontSize", ""}, {100000, "1.5", ""}},
+                           .holds = true};
+    EffectBehaviour typeface{.kind = Kind::restyle,
+                             .property = "style.fontFamily",
+                             .keys = {{0, "Times New Roman", ""}, {100000, "Times New Roman", ""}},
+                             .discrete = true,
+                             .holds = true};
+    EffectBehaviour theme{
+        .kind = Kind::colour, .durationMs = 2000, .property = "style.color", .colour = "scheme:accent2", .holds = true};
+    EffectBehaviour blink{.kind = Kind::value,
+                          .durationMs = 1000,
+                          .property = "style.visibility",
+                          .keys = {{0, "hidden", ""}, {50000, "visible", ""}},
+                          .discrete = true};
+    blink.timing.filter = {{0, 0}, {50000, 80000}, {100000, 100000}};
 
     // What, the effect's attributes, its children: its behaviours, the drawing's length, its name.
     for (const auto& [what, attrs, children, behaviours, durationMs, strategy] :
@@ -156,6 +177,23 @@ TEST(EffectBehavioursTest, BehavioursAreReadAsTheDeckStoresThem) {
               {opacity},
               0,
               "opacity 25%"},
+             {"text grown to 150% and set in another typeface, a theme colour",
+              "presetClass=\"emph\" fill=\"hold\"",
+              list("<p:anim to=\"1.5\">" + bhvr("dur=\"2000\"", "style.fontSize") + "</p:anim><p:set>" +
+                   bhvr("dur=\"indefinite\"", "style.fontFamily") +
+                   "<p:to><p:strVal val=\"Times New Roman\"/></p:to></p:set><p:animClr>" +
+                   bhvr("dur=\"2000\"", "style.color") + "<p:to><a:schemeClr val=\"accent2\"/></p:to></p:animClr>"),
+              {bigger, typeface, theme},
+              2000,
+              "font size 150% + typeface Times New Roman + text colour"},
+             {"blink, its pace filtered",
+              "presetClass=\"emph\"",
+              list("<p:anim calcmode=\"discrete\">" +
+                   bhvr("dur=\"1000\" tmFilter=\"0,0; .5,.8;1,1\"", "style.visibility") + "<p:tavLst>" +
+                   tav("0", "hidden") + tav("50000", "visible") + "</p:tavLst></p:anim>"),
+              {blink},
+              1000,
+              "blink"},
              {"a media call", "presetClass=\"mediacall\"", list(reveal("fade")), {}, 0, ""},
          }) {
         SCOPED_TRACE(what);
@@ -175,17 +213,24 @@ TEST(EffectBehavioursTest, PlanNamesWhatItDrawsDifferentlyAndFallsBackOnlyWhenNo
              {list(anim("xshear", tav("0", "0") + tav("100000", "1")) +
                    anim("ppt_x", tav("0", "#ppt_x-.1") + tav("100000", "#ppt_x"))),
               false,
-              {"xshear"}},
+              {}},
              {list("<p:set>" + bhvr("dur=\"500\"", "style.fontWeight") +
                    "<p:to><p:strVal val=\"bold\"/></p:to></p:set>"),
-              true,
-              {"style.fontWeight", "fade"}},
+              false,
+              {"style change that does not hold"}},
              {list(reveal("pixelate")), true, {"pixelate"}},
              {list("<p:animClr>" + bhvr("dur=\"500\"", "fillcolor") +
                    "<p:to><a:schemeClr val=\"accent2\"/></p:to></p:animClr>"),
               false,
               {"colour"}},
-             {list(reveal("fade", "dur=\"500\" tmFilter=\"0,0; .5,1; 1,0\"")), false, {"time filter"}},
+             // A colour preset switches its fill on with the colour: part of it; alone, it draws nothing.
+             {list(kFillOn + "<p:animClr>" + bhvr("dur=\"500\" fill=\"hold\"", "fillcolor") +
+                   "<p:to><a:srgbClr val=\"FF0000\"/></p:to></p:animClr>"),
+              false,
+              {}},
+             {list(kFillOn + reveal("fade")), false, {"fill.on"}},
+             {list(reveal("fade", "dur=\"500\" tmFilter=\"0,0; .5,1; 1,0\"")), false, {}},
+             {list(reveal("fade", "dur=\"500\" tmFilter=\"0,0; .5,1; .2,0\"")), false, {"time filter"}},
          }) {
         SCOPED_TRACE(children);
         const DrawnEffect effect = read("presetClass=\"emph\"", children);

@@ -196,6 +196,42 @@ TEST(EffectPainterTest, MoversScalersAndColoursFollowTheirBehaviours) {
     EXPECT_EQ(odd.leftOut(), 1u);
 }
 
+TEST(EffectPainterTest, StylesBlinksShearsAndCutsThroughBlack) {
+    const Rect bar{40, 30, 120, 60, 235};
+    const YuvFrame dark = frame(), shown = frame({bar});
+    // A bolder text reaches further: the crossfade covers the still after's pixels too.
+    EffectBehaviour bold = value("style.fontWeight", "bold", "bold");
+    bold.kind = BKind::restyle;
+    const YuvFrame wider = frame({{36, 30, 124, 60, 235}});
+    EXPECT_NEAR(luma(painted(effect(Role::emphasis, {bold}), shown, wider, 500, &dark), 38, 45), (16 + 235) / 2, 2);
+    EXPECT_EQ(painted(effect(Role::emphasis, {bold}), shown, wider, 1000, &dark).planes, wider.planes);
+    // Turning while the shape's fill changes: the text turns, the fill around it crossfades in place.
+    EffectBehaviour colour = bold, quarter;
+    colour.kind = BKind::colour;
+    quarter.kind = BKind::rotate;
+    quarter.by = 90 * 60000;
+    quarter.durationMs = 1000;
+    const YuvFrame filled = frame({{0, 70, W, 90, 125}, bar});
+    const auto turning = painted(effect(Role::emphasis, {colour, quarter}), shown, filled, 500, &dark);
+    EXPECT_NEAR(luma(turning, 10, 80), (16 + 125) / 2, 2);
+    EXPECT_NEAR(luma(turning, 42, 32), 16, 2);  // the bar's corner has turned away
+    // Blink: hidden over the first half, then shown, never in between.
+    auto blink = value("style.visibility", "hidden", "visible");
+    blink.keys[1].time = 50000;
+    blink.discrete = true;
+    for (const auto& [ms, expected] : std::vector<std::pair<std::int64_t, int>>{{100, 16}, {450, 16}, {600, 235}})
+        EXPECT_EQ(luma(painted(effect(Role::emphasis, {blink}), shown, shown, ms, &dark), 80, 45), expected) << ms;
+    // A shear of -1 leans the top row right and the bottom row left by half the height each.
+    const auto leaned = painted(effect(Role::emphasis, {value("xshear", "0", "-1")}), shown, shown, 1000, &dark);
+    EXPECT_NEAR(bright(leaned, {0, 30, W, 31, 0}).left, 40 + 15, 2);
+    EXPECT_NEAR(bright(leaned, {0, 59, W, 60, 0}).left, 40 - 15, 2);
+    // A cut through black: black throughout its frames, whatever the progress.
+    auto black = reveal("fade(throughBlack)");
+    black.timing.filter = {{0, 50000}, {100000, 50000}};
+    for (const std::int64_t ms : {0, 500, 990})
+        EXPECT_EQ(bright(painted(effect(Role::transition, {black}), shown, shown, ms, nullptr, true)).count, 0) << ms;
+}
+
 TEST(EffectPainterTest, TextPlaysWordByWordAndTransitionsMoveTheWholeSlide) {
     // Three words of one line, 10 px high, 12 px apart; each fades in over 300 ms, 300 ms after the one before.
     const YuvFrame dark = frame(),

@@ -14,6 +14,8 @@ using namespace orvandel;
 TEST(EffectProgressTest, PlaysEaseReverseRepeatAndHold) {
     const EffectTiming linear{}, accel{50000, 0}, decel{0, 50000}, both{50000, 50000};
     const EffectTiming reverse{0, 0, true}, twoAndHalf{0, 0, false, 2500}, untilEnd{0, 0, false, 0};
+    // A time filter: there by the first fifth, back by the end.
+    const EffectTiming filter{0, 0, false, 1000, {{0, 0}, {20000, 100000}, {100000, 0}}};
     // timing, elapsed ms of a 1000 ms play, progress (1/100000, within 1).
     for (const auto& [timing, elapsed, expected] : std::vector<std::tuple<EffectTiming, std::int64_t, std::int64_t>>{
              {linear, -5, 0},
@@ -38,7 +40,11 @@ TEST(EffectProgressTest, PlaysEaseReverseRepeatAndHold) {
              {twoAndHalf, 2500, 50000},
              {twoAndHalf, 9000, 50000},
              {untilEnd, 2500, 50000},
-             {untilEnd, 3500, 100000}}) {
+             {untilEnd, 3500, 100000},
+             {filter, 100, 50000},
+             {filter, 200, 100000},
+             {filter, 600, 50000},
+             {filter, 9000, 0}}) {
         EXPECT_NEAR(EffectProgress::at(elapsed, 1000, timing, 3000), expected, 1)
             << timing.accel << "/" << timing.decel << " at " << elapsed;
     }

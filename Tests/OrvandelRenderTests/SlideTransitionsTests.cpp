@@ -84,7 +84,7 @@ TEST(SlideTransitionsTest, DrawsEveryKindAsItsOwnBehaviours) {
         {R"(<p:transition><p:checker dir="vert"/></p:transition>)", "in checkerboard(down) | checkerboard(down)"},
         {R"(<p:transition><p:wipe dir="d"/></p:transition>)", "in wipe(down) | wipe(down)"},
         {R"(<p:transition><p:fade thruBlk="1"/></p:transition>)", "in fade(throughBlack) | fade(throughBlack)"},
-        {R"(<p:transition><p:cut thruBlk="1"/></p:transition>)", "in | cut | the black frame between is left out"},
+        {R"(<p:transition><p:cut thruBlk="1"/></p:transition>)", "in fade(throughBlack) | cut through black"},
         {R"(<p:transition><p:zoom dir="in"/></p:transition>)", "in scale 0>100000 | zoom in from the centre"},
         // The choice a slideshow of today reads, and the fallback when the choice needs what nobody knows.
         {alternate(R"(p14:dur="2000"><p14:vortex dir="r"/>)", R"(<p:cover dir="d"/>)"),

@@ -181,6 +181,23 @@ TEST(StoryboardTest, HeldChangesMoveScaleTurnAndRecolourTheirShapes) {
     const auto alpha = [](const std::string& colour) {
         return "<a:solidFill><a:srgbClr val=\"" + colour + "\"><a:alpha val=\"50000\"/></a:srgbClr></a:solidFill>";
     };
+    // Sizes a placeholder's runs inherit: the master's text style when neither layout nor master says.
+    const std::string styles = "<p:sldMaster><p:cSld><p:spTree>" + sp("11", "<p:ph type=\"body\"/>", "<p:spPr/>") +
+                               "</p:spTree></p:cSld><p:txStyles><p:titleStyle><a:lvl1pPr><a:defRPr sz=\"4400\"/>"
+                               "</a:lvl1pPr></p:titleStyle><p:bodyStyle><a:lvl1pPr><a:defRPr sz=\"3200\"/>"
+                               "</a:lvl1pPr></p:bodyStyle></p:txStyles></p:sldMaster>";
+    EXPECT_EQ(HeldShapes::inheritedSizes(slideXml(title + body), layout, styles),
+              (std::map<std::string, std::int64_t>{{"2", 4400}, {"5", 3200}}));
+    HeldChange restyled{{"3", 1}};
+    restyled.bold = true;
+    restyled.italic = false;
+    restyled.underline = true;
+    restyled.typeface = "Times New Roman";
+    restyled.fontScale = 150000;
+    HeldChange doubled{{"3", std::nullopt}};
+    doubled.fontScale = 200000;
+    HeldChange themed{{"3", 0}};
+    themed.textColour = "scheme:accent2";
     struct Case {
         std::string shapes;
         HeldChange held;
@@ -209,9 +226,24 @@ TEST(StoryboardTest, HeldChangesMoveScaleTurnAndRecolourTheirShapes) {
          {{"4", std::nullopt}, 50000, 0, 100000, 100000, 0, 25000},
          {"<a:off x=\"500000\" y=\"0\"/><a:ext cx=\"10\" cy=\"10\"/><a:chOff x=\"0\" y=\"0\"/>",
           "<a:blip r:embed=\"rId2\"><a:alphaModFix amt=\"25000\"/></a:blip>"}},
+        // The second paragraph restyled, the first given a theme colour; a run without a size scales 18 pt.
+        {sp("3", "", "<p:spPr/>",
+            "<a:r><a:rPr lang=\"en\"/><a:t>a</a:t></a:r></a:p><a:p><a:r><a:rPr lang=\"en\" sz=\"2000\"><a:latin "
+            "typeface=\"Arial\"/></a:rPr><a:t>b</a:t></a:r><a:r><a:t>c</a:t></a:r>"),
+         restyled,
+         {"<a:r><a:rPr lang=\"en\"><a:solidFill><a:schemeClr val=\"accent2\"/></a:solidFill></a:rPr><a:t>a</a:t>",
+          "<a:rPr lang=\"en\" sz=\"3000\" b=\"1\" i=\"0\" u=\"sng\"><a:latin typeface=\"Times New "
+          "Roman\"/></a:rPr><a:t>b</a:t>",
+          "<a:r><a:rPr b=\"1\" i=\"0\" u=\"sng\" sz=\"2700\"><a:latin typeface=\"Times New Roman\"/></a:rPr><a:t>c</a:t>"}},
+        // A size alone keeps the run's typeface.
+        {sp("3", "", "<p:spPr/>", "<a:r><a:rPr sz=\"1200\"><a:latin typeface=\"Arial\"/></a:rPr><a:t>a</a:t></a:r>"),
+         doubled,
+         {"<a:rPr sz=\"2400\"><a:latin typeface=\"Arial\"/></a:rPr>"}},
     };
     for (const auto& c : cases) {
-        const std::string state = Storyboard::slideInState(slideXml(c.shapes), {}, {c.held}, context);
+        std::vector<HeldChange> held{c.held};
+        if (c.held.target.paragraph == 1) held.push_back(themed);
+        const std::string state = Storyboard::slideInState(slideXml(c.shapes), {}, held, context);
         for (const auto& part : c.expected) EXPECT_NE(state.find(part), std::string::npos) << part << "\n" << state;
     }
 }

@@ -42,7 +42,7 @@ Area unite(const Area& a, const Area& b) {
 }
 
 struct Compiled {
-    enum class Property { other, x, y, w, h, rotation, opacity, visibility };
+    enum class Property { other, x, y, w, h, rotation, opacity, visibility, shear };
     EffectBehaviour b;
     Property property = Property::other;
     std::vector<AnimFormula> values;                   // one per key
@@ -71,6 +71,7 @@ std::optional<Compiled> compile(const EffectBehaviour& b) {
                          : p == "r" || p == "style.rotation" ? P::rotation
                          : p == "style.opacity"              ? P::opacity
                          : p == "style.visibility"           ? P::visibility
+                         : p == "xshear"                     ? P::shear
                                                              : P::other;
             if (c.property == P::other || b.keys.empty()) return std::nullopt;
             auto keys = b.keys;
@@ -107,6 +108,7 @@ struct Pose {
     double dx = 0, dy = 0;  // its centre moved, in pixels
     double sx = 1, sy = 1;
     double degrees = 0;
+    double shear = 0;  // xshear: each row moved across by this times its height below the centre
     double opacity = 1;
     double slideX = 0, slideY = 0;  // a slide reveal: the layer's pixels shifted within its box
     double tint = 0;                // towards the colour still
@@ -135,7 +137,8 @@ struct EffectPainter::State {
     std::vector<std::uint8_t> mask;   // per chroma cell of `area`; empty: all of it
     std::vector<std::int32_t> owner;  // per cell, the piece; empty: one piece
     std::vector<Piece> pieces;
-    Area dirty;  // what the last frame drew over the base
+    Area dirty;   // what the last frame drew over the base
+    Area around;  // crossfaded in place to the still after (a colour change around a moving layer)
 
     bool transition() const { return effect.role == Role::transition; }
 
@@ -178,20 +181,33 @@ void EffectPainter::State::prepare(const YuvFrame& before, const YuvFrame& after
     }
     const YuvFrame& layer = effect.role == Role::entrance ? after : before;
     const YuvFrame& base = effect.role == Role::entrance ? before : effect.role == Role::exit ? after : *without;
-    area = changedArea(layer, base);
+    // A colour or style change crossfades into the still after, whose
+    // target may reach further (a bolder or larger text, a shape's fill
+    // behind a paragraph). When that is all it does, what the still after
+    // changes is part of the layer (and of its pieces); when the layer also
+    // moves, what changes around it crossfades in place.
+    const auto tints = [](const Compiled& c) { return c.b.kind == BKind::colour || c.b.kind == BKind::restyle; };
+    const bool tinted = lifted && std::any_of(behaviours.begin(), behaviours.end(), tints);
+    const bool tintOnly = tinted && std::all_of(behaviours.begin(), behaviours.end(), tints);
+    if (tinted && !tintOnly) around = changedArea(before, after);
+    area = tintOnly ? unite(changedArea(layer, base), changedArea(after, base)) : changedArea(layer, base);
     const int cw = (area.right - area.left) / 2, ch = (area.bottom - area.top) / 2;
     mask.assign(std::size_t(std::max(cw, 0)) * std::size_t(std::max(ch, 0)), 0);
     for (int y = 0; y < ch; ++y) {
         for (int x = 0; x < cw; ++x) {
             const int lx = area.left + 2 * x, ly = area.top + 2 * y;
-            bool differs = false;
-            for (int k = 1; k <= 2 && !differs; ++k) {
-                differs = plane(layer, k).at(lx / 2, ly / 2) != plane(base, k).at(lx / 2, ly / 2);
-            }
-            const Plane a = plane(layer, 0), b = plane(base, 0);
-            for (int d = 0; d < 4 && !differs; ++d)
-                differs = a.at(lx + d % 2, ly + d / 2) != b.at(lx + d % 2, ly + d / 2);
-            mask[std::size_t(y) * std::size_t(cw) + std::size_t(x)] = differs;
+            const auto differs = [&](const YuvFrame& one, const YuvFrame& other) {
+                for (int k = 1; k <= 2; ++k) {
+                    if (plane(one, k).at(lx / 2, ly / 2) != plane(other, k).at(lx / 2, ly / 2)) return true;
+                }
+                const Plane a = plane(one, 0), b = plane(other, 0);
+                for (int d = 0; d < 4; ++d) {
+                    if (a.at(lx + d % 2, ly + d / 2) != b.at(lx + d % 2, ly + d / 2)) return true;
+                }
+                return false;
+            };
+            mask[std::size_t(y) * std::size_t(cw) + std::size_t(x)] = differs(layer, base) ||
+                                                                      (tintOnly && differs(after, base));
         }
     }
     const auto unit = effect.iterate.unit;
@@ -323,6 +339,7 @@ Pose EffectPainter::State::pose(std::size_t pieceIndex, std::int64_t elapsedMs) 
                     case Compiled::Property::h: pose.sy *= rest.h > 0 ? v / rest.h : 1; break;
                     case Compiled::Property::rotation: pose.degrees += v; break;
                     case Compiled::Property::opacity: pose.opacity *= std::clamp(v, 0.0, 1.0); break;
+                    case Compiled::Property::shear: pose.shear += v; break;
                     default: break;
                 }
                 break;
@@ -347,7 +364,8 @@ Pose EffectPainter::State::pose(std::size_t pieceIndex, std::int64_t elapsedMs) 
                 pose.dy += at.second * H;
                 break;
             }
-            case BKind::colour: pose.tint = f; break;
+            case BKind::colour:
+            case BKind::restyle: pose.tint = f; break;
         }
     }
     // Bounded: a formula's value may be anything up to its bound.
@@ -357,6 +375,7 @@ Pose EffectPainter::State::pose(std::size_t pieceIndex, std::int64_t elapsedMs) 
     pose.sx = bound(pose.sx, -64, 64);
     pose.sy = bound(pose.sy, -64, 64);
     pose.degrees = bound(std::fmod(pose.degrees, 360.0), -360, 360);
+    pose.shear = bound(pose.shear, -8, 8);
     pose.opacity = bound(pose.opacity, 0, 1);
     return pose;
 }
@@ -399,7 +418,7 @@ void EffectPainter::State::draw(const YuvFrame& layer, const YuvFrame* tint, con
     };
     const int jx = even(pose.slideX), jy = even(pose.slideY);
 
-    if (pose.sx == 1 && pose.sy == 1 && pose.degrees == 0) {
+    if (pose.sx == 1 && pose.sy == 1 && pose.degrees == 0 && pose.shear == 0) {
         // Only moved: whole rows of source per row, copied outright where
         // nothing is masked (a slide's transition), else pixel by pixel.
         const int ox = even(pose.dx), oy = even(pose.dy);
@@ -443,7 +462,7 @@ void EffectPainter::State::draw(const YuvFrame& layer, const YuvFrame* tint, con
         return;
     }
 
-    // Turned or scaled: where the box lands (its corners mapped forward),
+    // Turned, scaled or sheared: where the box lands (its corners mapped forward),
     // then each pixel there mapped back into the layer.
     const double cx = (box.left + box.right) / 2.0, cy = (box.top + box.bottom) / 2.0;
     const double mx = cx + pose.dx, my = cy + pose.dy;
@@ -451,7 +470,7 @@ void EffectPainter::State::draw(const YuvFrame& layer, const YuvFrame* tint, con
     double x0 = 1e18, y0 = 1e18, x1 = -1e18, y1 = -1e18;
     for (const double ux : {box.left - cx, box.right - cx}) {
         for (const double uy : {box.top - cy, box.bottom - cy}) {
-            const double px = ux * pose.sx, py = uy * pose.sy;
+            const double py = uy * pose.sy, px = ux * pose.sx + pose.shear * py;
             const double fx = mx + cs * px - sn * py, fy = my + sn * px + cs * py;
             x0 = std::min(x0, fx), x1 = std::max(x1, fx), y0 = std::min(y0, fy), y1 = std::max(y1, fy);
         }
@@ -462,8 +481,10 @@ void EffectPainter::State::draw(const YuvFrame& layer, const YuvFrame* tint, con
     to = {to.left - to.left % 2, to.top - to.top % 2, to.right - to.right % 2, to.bottom - to.bottom % 2};
     if (to.empty()) return;
     dirty = unite(dirty, to);
-    const double ax = cs / pose.sx, ay = -sn / pose.sy;  // source step per luma pixel along x
-    const double bx = sn / pose.sx, by = cs / pose.sy;   // along y
+    // Scaled, then sheared, then turned: mapped back, turned back, unsheared, unscaled.
+    const double k = pose.shear;
+    const double ax = (cs + k * sn) / pose.sx, ay = -sn / pose.sy;  // source step per luma pixel along x
+    const double bx = (sn - k * cs) / pose.sx, by = cs / pose.sy;   // along y
     for (int k = 0; k < 3; ++k) {
         const int s = k == 0 ? 1 : 2;
         const Plane src = plane(layer, k), dst = plane(out, k);
@@ -554,6 +575,18 @@ void EffectPainter::paint(const YuvFrame& before, const YuvFrame& after, const Y
     s.dirty = {};
     if (s.area.empty() || s.behaviours.empty()) return;
     const YuvFrame* tint = lifted ? &after : nullptr;
+    if (!s.around.empty() && tint && !s.pieces.empty()) {
+        const int a = int(std::lround(std::clamp(s.pose(0, t).tint, 0.0, 1.0) * 256));
+        for (int k = 0; k < 3 && a > 0; ++k) {
+            const int sc = k == 0 ? 1 : 2;
+            const Plane o = plane(out, k), f = plane(*tint, k);
+            for (int y = s.around.top / sc; y < s.around.bottom / sc; ++y) {
+                for (int x = s.around.left / sc; x < s.around.right / sc; ++x)
+                    o.at(x, y) = std::uint8_t((o.at(x, y) * (256 - a) + f.at(x, y) * a + 128) >> 8);
+            }
+        }
+        s.dirty = s.around;
+    }
     for (std::size_t i = 0; i < s.pieces.size(); ++i) {
         Pose pose = s.pose(i, t);
         if (pose.through) {

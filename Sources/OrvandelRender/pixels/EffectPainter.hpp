@@ -12,8 +12,10 @@
 // for a transition); its resting box gives the formulas their #ppt_x,
 // #ppt_y (centre) and #ppt_w, #ppt_h, in fractions of the frame. Each frame
 // evaluates every behaviour once (EffectProgress, keys, AnimFormula) into a
-// pose (offset, size, turn, opacity, reveal pattern, colour), then draws
-// the layer by inverse mapping inside its moved box only. Text built word by
+// pose (offset, size, turn, shear, opacity, visibility, reveal pattern,
+// colour), then draws the layer by inverse mapping inside its moved box
+// only. A colour or text style change is a crossfade from the still
+// before to the still after. Text built word by
 // word or letter by letter plays the behaviours on each piece (TextPieces)
 // in turn. One painter per change: the layer, its pieces, the compiled
 // formulas and the reveal patterns are found once, on the first frame.

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orvandel {
@@ -19,20 +20,26 @@ struct EffectTiming {
     std::int64_t decel = 0;           // share spent slowing down, in 1/100000
     bool autoReverse = false;         // each play runs forward, then backward
     std::int64_t repeatMilli = 1000;  // how many plays, in thousandths; 0: until the effect ends
+    // tmFilter: the simple time remapped piecewise-linearly through these
+    // (time, progress) points, in 1/100000, times increasing; empty: none.
+    std::vector<std::pair<std::int64_t, std::int64_t>> filter;
     auto operator<=>(const EffectTiming&) const = default;
 };
 
 // One behaviour of an effect, as stored in the deck, timed within the effect.
 struct EffectBehaviour {
     enum class Kind {
-        reveal,  // p:animEffect: `filter` ("fade", "wipe(left)", "wheel(4)", "barn(inVertical)"...) shows the
-                 // layer (`in`) or hides it over the behaviour's time
-        value,   // p:anim of `property` (ppt_x, ppt_y, ppt_w, ppt_h, r, style.rotation, style.opacity, xshear...)
-                 // through `keys`
-        scale,   // p:animScale: the layer's size from `from` to `to`, in 1/100000 of its own size
-        rotate,  // p:animRot: the layer turns by `by`, in 60000ths of a degree, clockwise
-        motion,  // p:animMotion: the layer's centre follows `path` (in slide widths and heights)
-        colour,  // p:animClr, or a p:set/p:anim of a colour: drawn from the still with the colour changed
+        reveal,   // p:animEffect: `filter` ("fade", "wipe(left)", "wheel(4)", "barn(inVertical)"...) shows the
+                  // layer (`in`) or hides it over the behaviour's time
+        value,    // p:anim of `property` (ppt_x, ppt_y, ppt_w, ppt_h, r, style.rotation, style.opacity, xshear...)
+                  // through `keys`
+        scale,    // p:animScale: the layer's size from `from` to `to`, in 1/100000 of its own size
+        rotate,   // p:animRot: the layer turns by `by`, in 60000ths of a degree, clockwise
+        motion,   // p:animMotion: the layer's centre follows `path` (in slide widths and heights)
+        colour,   // p:animClr, or a p:set/p:anim of a colour: drawn from the still with the colour changed
+        restyle,  // p:set/p:anim of a text style (`property` style.fontWeight, style.fontStyle,
+                  // style.textDecorationUnderline, style.fontFamily, style.fontSize) to the last key's value
+                  // (a size as a factor: "1.5"): drawn, like a colour, from the still with it changed
     };
     // A point of a p:anim's time-value list. `time` in 1/100000 of the
     // behaviour's time; `value` as stored (a number or a formula such as
@@ -64,7 +71,8 @@ struct EffectBehaviour {
     std::string path;
     std::int64_t pathRotation = 0;  // rAng, 60000ths of a degree
     bool pathRelative = true;       // pathEditMode "relative"; "fixed" keeps the path's size
-    // colour: what it becomes ("RRGGBB"), when a still with it is drawn
+    // colour: what it becomes ("RRGGBB", or "scheme:accent2" for a colour
+    // of the theme), when a still with it is drawn
     std::string colour;
     // fill="hold" on its p:cTn or the effect's (or a duration of
     // "indefinite"): what it leaves stays after it ends.

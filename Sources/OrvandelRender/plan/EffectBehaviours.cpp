@@ -93,6 +93,34 @@ EffectTiming timingOf(const XmlElement& cTn) {
     return timing;
 }
 
+// tmFilter's "time,progress" pairs ("0,0; .14,.36; ...; 1,1") in 1/100000;
+// empty when it reads as anything else (times that go back included).
+std::vector<std::pair<std::int64_t, std::int64_t>> timeFilterOf(std::string_view text) {
+    constexpr std::size_t kMostPoints = 256;
+    std::vector<std::pair<std::int64_t, std::int64_t>> points;
+    while (!text.empty()) {
+        const auto end = std::min(text.find(';'), text.size());
+        const std::string_view pair = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (pair.find_first_not_of(" \t\r\n") == std::string_view::npos) continue;
+        const auto comma = pair.find(',');
+        if (comma == std::string_view::npos || points.size() >= kMostPoints) return {};
+        const auto trim = [](std::string_view v) {
+            const auto first = v.find_first_not_of(" \t\r\n");
+            return first == std::string_view::npos ? v.substr(0, 0)
+                                                   : v.substr(first, v.find_last_not_of(" \t\r\n") - first + 1);
+        };
+        const auto t = parseDouble(trim(pair.substr(0, comma))), v = parseDouble(trim(pair.substr(comma + 1)));
+        if (!t || !v || !std::isfinite(*t) || !std::isfinite(*v)) return {};
+        const auto share = [](double x) {
+            return static_cast<std::int64_t>(std::llround(std::clamp(x, 0.0, 1.0) * kFull));
+        };
+        if (!points.empty() && share(*t) < points.back().first) return {};
+        points.emplace_back(share(*t), share(*v));
+    }
+    return points;
+}
+
 std::int64_t startDelayMs(const XmlElement& cTn) {
     const auto list = firstChild(cTn, "p:stCondLst");
     const auto cond = list ? firstChild(*list, "p:cond") : std::nullopt;
@@ -112,6 +140,18 @@ std::string attributeName(const XmlElement& behaviour) {
     return name ? textOf(*name) : "";
 }
 
+// Text styles a restyle behaviour changes.
+bool isStyleProperty(std::string_view property) {
+    return property == "style.fontWeight" || property == "style.fontStyle" ||
+           property == "style.textDecorationUnderline" || property == "style.fontFamily" ||
+           property == "style.fontSize";
+}
+
+// What the colour presets switch on with their colour so that it shows.
+bool isColourSwitch(std::string_view property) {
+    return property == "fill.type" || property == "fill.on" || property == "stroke.on";
+}
+
 bool isColourProperty(std::string_view property) {
     return property == "fillcolor" || property == "fillColor" || property == "fill.color" ||
            property == "stroke.color" || property == "style.color";
@@ -119,8 +159,8 @@ bool isColourProperty(std::string_view property) {
 
 // The properties the painter moves the layer by.
 bool isDrawnValue(std::string_view property) {
-    static constexpr std::array<std::string_view, 7> kDrawn{"ppt_x", "ppt_y",          "ppt_w",        "ppt_h",
-                                                            "r",     "style.rotation", "style.opacity"};
+    static constexpr std::array<std::string_view, 9> kDrawn{
+        "ppt_x", "ppt_y", "ppt_w", "ppt_h", "r", "style.rotation", "style.opacity", "style.visibility", "xshear"};
     return std::ranges::find(kDrawn, property) != kDrawn.end();
 }
 
@@ -133,7 +173,9 @@ std::string upper(std::string text) {
     return text;
 }
 
-// "RRGGBB" of an a:srgbClr, or of a value written "#RRGGBB", under `element`.
+// "RRGGBB" of an a:srgbClr, or of a value written "#RRGGBB", or
+// "scheme:NAME" of an a:schemeClr (the theme's colour, which LibreOffice
+// looks up), under `element`.
 std::string colourIn(const XmlElement& element) {
     std::string found;
     element.walk([&](const XmlElement& e) {
@@ -142,6 +184,9 @@ std::string colourIn(const XmlElement& element) {
         const auto val = e.attribute("val");
         if (!val) return;
         if (name == "a:srgbClr" && isHex6(*val)) found = upper(*val);
+        if (name == "a:schemeClr" && !val->empty() && val->size() <= 16 &&
+            std::ranges::all_of(*val, [](char c) { return std::isalnum((unsigned char)c) != 0; }))
+            found = "scheme:" + *val;
         if (name == "p:strVal" && val->size() == 7 && val->front() == '#' && isHex6(val->substr(1)))
             found = upper(val->substr(1));
     });
@@ -231,6 +276,7 @@ struct Reading {
     std::vector<std::string> approximations;
     std::int64_t extentMs = 0;  // of every timed element, understood or not
     std::int64_t effectSpeed = kFull;
+    std::vector<std::string> colourSwitches;  // fill.on, stroke.on... set alongside (or without) a colour
 
     void approximate(std::string what) {
         if (std::ranges::find(approximations, what) == approximations.end()) approximations.push_back(std::move(what));
@@ -249,11 +295,13 @@ void readBehaviour(const XmlElement& element, std::int64_t offsetMs, Reading& re
     b.beginMs = bounded(offsetMs + atSpeed(startDelayMs(*cTn), reading.effectSpeed), 0, kLongestMs);
     b.durationMs = atSpeed(atSpeed(msAttribute(*cTn, "dur"), speed), reading.effectSpeed);
     b.timing = timingOf(*cTn);
+    if (const auto filter = cTn->attribute("tmFilter")) b.timing.filter = timeFilterOf(*filter);
     b.holds = cTn->attribute("fill") == "hold" || cTn->attribute("dur") == "indefinite";
     const std::string property = attributeName(element);
     if (name == "p:set" && property == "style.visibility") return;  // the play-out shows and hides
     reading.extentMs = std::max(reading.extentMs, b.beginMs + playedMs(b));
-    if (cTn->attribute("tmFilter")) reading.approximate("its time filter is drawn as a steady pace");
+    if (cTn->attribute("tmFilter") && b.timing.filter.empty())
+        reading.approximate("its time filter is drawn as a steady pace");
 
     if (name == "p:animEffect") {
         b.kind = Kind::reveal;
@@ -279,6 +327,24 @@ void readBehaviour(const XmlElement& element, std::int64_t offsetMs, Reading& re
             const auto tavs = list ? list->childElements("p:tav") : std::vector<XmlElement>{};
             const auto to = firstChild(element, "p:to");
             b.colour = !tavs.empty() ? colourIn(tavs.back()) : to ? colourIn(*to) : "";
+        } else if (isStyleProperty(property)) {
+            b.kind = Kind::restyle;
+            if (name == "p:set") {
+                const auto to = firstChild(element, "p:to");
+                const auto value = to ? valueIn(*to) : std::nullopt;
+                if (!value) {
+                    reading.approximate("sets " + property + " to nothing (not drawn)");
+                    return;
+                }
+                b.keys = {{0, *value, ""}, {kFull, *value, ""}};
+                b.discrete = true;
+            } else {
+                b.keys = keysOf(element, property);
+                if (b.keys.empty()) return;
+            }
+        } else if (name == "p:set" && isColourSwitch(property)) {
+            reading.colourSwitches.push_back(property);
+            return;
         } else if (name == "p:set") {
             const auto to = firstChild(element, "p:to");
             const auto value = to ? valueIn(*to) : std::nullopt;
@@ -360,6 +426,7 @@ bool understood(const EffectBehaviour& b) {
     switch (b.kind) {
         case Kind::reveal: return knownFilter(b.filter);
         case Kind::value: return isDrawnValue(b.property);
+        case Kind::restyle: return !b.keys.empty();
         default: return true;
     }
 }
@@ -410,6 +477,8 @@ std::string nameOf(const EffectBehaviour& b, DrawnEffect::Role role) {
             }
             if (b.property == "ppt_w" || b.property == "ppt_h") return "zoom";
             if (b.property == "r" || b.property == "style.rotation") return "spin";
+            if (b.property == "style.visibility") return "blink";
+            if (b.property == "xshear") return "xshear";
             if (b.property == "style.opacity") {
                 const auto v = plainNumber(b.keys.back().value);
                 return v ? "opacity " + std::to_string(std::llround(std::clamp(*v, 0.0, 1.0) * 100)) + "%" : "opacity";
@@ -425,6 +494,16 @@ std::string nameOf(const EffectBehaviour& b, DrawnEffect::Role role) {
         }
         case Kind::rotate: return "spin " + degrees(b.by);
         case Kind::motion: return "motion path";
+        case Kind::restyle: {
+            const std::string& v = b.keys.back().value;
+            if (b.property == "style.fontWeight") return v == "bold" ? "bold" : "not bold";
+            if (b.property == "style.fontStyle") return v == "italic" ? "italic" : "upright";
+            if (b.property == "style.textDecorationUnderline") return v == "true" ? "underline" : "no underline";
+            if (b.property == "style.fontFamily") return "typeface " + v;
+            const auto factor = plainNumber(v);
+            return factor ? "font size " + std::to_string(std::llround(std::clamp(*factor, 0.0, 100.0) * 100)) + "%"
+                          : "font size";
+        }
         case Kind::colour:
             if (b.property == "style.color") return "text colour";
             if (b.property == "stroke.color") return "line colour";
@@ -573,6 +652,15 @@ DrawnEffect read(const XmlElement& effect, const TargetText& textOf) {
     reading.effectSpeed = speedOf(effect);
     if (const auto list = firstChild(effect, "p:childTnLst")) readList(*list, 0, 0, reading);
     foldEffectTiming(effect, reading);
+    // A colour preset's switches are part of its colour change; alone they change nothing drawn.
+    for (const auto& property : reading.colourSwitches) {
+        const bool stroke = property.starts_with("stroke.");
+        const bool changed = std::ranges::any_of(reading.behaviours, [&](const EffectBehaviour& b) {
+            return b.kind == Kind::colour && !b.colour.empty() && (b.property == "stroke.color") == stroke &&
+                   b.property != "style.color";
+        });
+        if (!changed) reading.approximate("sets " + property + " (not drawn)");
+    }
     const bool effectHolds = effect.attribute("fill") == "hold";
     for (auto& b : reading.behaviours) b.holds = b.holds || effectHolds;
 
@@ -589,6 +677,7 @@ DrawnEffect read(const XmlElement& effect, const TargetText& textOf) {
                                                    : b.property + " is not drawn");
         }
         if (b.kind == Kind::colour && !b.holds) reading.approximate("a colour change that does not hold is not seen");
+        if (b.kind == Kind::restyle && !b.holds) reading.approximate("a style change that does not hold is not seen");
         const std::string name = nameOf(b, out.role);
         if (!name.empty() && std::ranges::find(names, name) == names.end()) names.push_back(name);
     }

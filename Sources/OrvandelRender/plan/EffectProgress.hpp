@@ -4,7 +4,8 @@
 // (the speed ramps linearly, constant between, the distance covered is
 // always the whole), runs back again with autoReverse, and plays
 // repeatMilli/1000 times; past its active duration it holds where it
-// ended. Pure.
+// ended. A time filter (tmFilter) then remaps the eased progress through
+// its points, linearly between them, as SMIL time filters do. Pure.
 #include <cstdint>
 
 #include "plan/DrawnEffect.hpp"
@@ -15,6 +16,10 @@ inline constexpr std::int64_t kWhole = 100000;
 
 // The eased progress of one forward play at `simple` (0..kWhole of it).
 std::int64_t eased(std::int64_t simple, const EffectTiming& timing);
+
+// The progress (0..kWhole) remapped through the timing's filter (unchanged
+// without one).
+std::int64_t filtered(std::int64_t progress, const EffectTiming& timing);
 
 // The behaviour's active duration: its plays, reversals included; with
 // repeatMilli 0 it plays until `untilMs` (the end of its effect).

@@ -46,6 +46,7 @@ std::string behaviourKindName(EffectBehaviour::Kind kind) {
         case EffectBehaviour::Kind::rotate: return "rotate";
         case EffectBehaviour::Kind::motion: return "motion";
         case EffectBehaviour::Kind::colour: return "colour";
+        case EffectBehaviour::Kind::restyle: return "restyle";
     }
     return "value";
 }
@@ -91,7 +92,8 @@ Json behaviourJson(const EffectBehaviour& b) {
             out["in"] = b.in;
             break;
         case EffectBehaviour::Kind::value:
-        case EffectBehaviour::Kind::colour: {
+        case EffectBehaviour::Kind::colour:
+        case EffectBehaviour::Kind::restyle: {
             out["property"] = b.property;
             Json keys = Json::array();
             for (const auto& k : b.keys) keys.push_back(k.value);
@@ -142,7 +144,10 @@ Json plannedJson(const PlannedEffect& p) {
     out["easing"] = {{"accel", timing.accel},
                      {"decel", timing.decel},
                      {"autoReverse", timing.autoReverse},
-                     {"repeatMilli", timing.repeatMilli}};
+                     {"repeatMilli", timing.repeatMilli},
+                     {"timeFilter", Json::array()}};
+    for (const auto& [time, progress] : timing.filter)
+        out["easing"]["timeFilter"].push_back(Json::array({time, progress}));
     const auto& it = p.effect.iterate;
     out["iteration"] = it.unit == EffectIteration::Unit::whole
                            ? Json(nullptr)
@@ -196,6 +201,7 @@ std::string easingText(const DrawnEffect& e) {
     if (t.accel > 0) parts.push_back("accel " + percent(t.accel));
     if (t.decel > 0) parts.push_back("decel " + percent(t.decel));
     if (t.autoReverse) parts.push_back("autoRev");
+    if (!t.filter.empty()) parts.push_back("time filter");
     if (t.repeatMilli != 1000) {
         parts.push_back(t.repeatMilli == 0 ? "repeat to end" : "repeat " + msAsDecimalSeconds(t.repeatMilli));
     }

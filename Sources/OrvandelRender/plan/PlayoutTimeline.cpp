@@ -499,6 +499,27 @@ bool applyHeld(const DrawnEffect& effect, HeldChange& held) {
                 }
                 changed = true;
                 break;
+            case Kind::restyle: {
+                if (b.keys.empty()) break;
+                const std::string& v = b.keys.back().value;
+                if (b.property == "style.fontWeight") {
+                    held.bold = v == "bold";
+                } else if (b.property == "style.fontStyle") {
+                    held.italic = v == "italic";
+                } else if (b.property == "style.textDecorationUnderline") {
+                    held.underline = v == "true";
+                } else if (b.property == "style.fontFamily") {
+                    if (v.empty()) break;
+                    held.typeface = v;
+                } else {
+                    const auto factor = parseDouble(v);
+                    if (!factor || !std::isfinite(*factor) || *factor <= 0) break;
+                    held.fontScale = std::clamp<std::int64_t>(
+                        held.fontScale * std::llround(std::min(*factor, 100.0) * kFull) / kFull, 1, kLargestScale);
+                }
+                changed = true;
+                break;
+            }
             case Kind::reveal: break;
         }
     }

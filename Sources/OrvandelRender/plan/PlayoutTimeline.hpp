@@ -37,7 +37,8 @@
 // (fill="hold" on them or on the effect) and do not reverse, their end values
 // are added to what the targets hold (HeldChange: a scale multiplies, a turn
 // and a path's end point add up, an opacity or a colour replaces), and stay
-// through every later state, an exit's included. A target whose first change
+// through every later state, an exit's included (a text style replaces,
+// a font size multiplies). A target whose first change
 // (by time; changes that never happen count after all others, in document
 // order) shows it is hidden when the slide opens. Targets are whole shapes
 // (p:spTgt, also through its background p:bg), paragraphs (p:txEl/p:pRg, one
@@ -94,7 +95,12 @@ struct HeldChange {
     std::int64_t scaleX = 100000, scaleY = 100000;   // its size, 1/100000 of its own
     std::int64_t rotation = 0;                       // turned by, 60000ths of a degree, clockwise
     std::int64_t opacity = 100000;                   // 1/100000
-    std::string fillColour, lineColour, textColour;  // "RRGGBB" when changed
+    std::string fillColour, lineColour, textColour;  // "RRGGBB" (or "scheme:accent2") when changed
+    // The text's style, when changed: bold, italic, underlined, its
+    // typeface, its size (1/100000 of what it was).
+    std::optional<bool> bold, italic, underline;
+    std::string typeface;
+    std::int64_t fontScale = 100000;
     auto operator<=>(const HeldChange&) const = default;
 };
 

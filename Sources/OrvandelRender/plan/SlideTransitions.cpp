@@ -147,6 +147,7 @@ struct Drawing {
     std::string strategy;
     std::string approximation;
     bool fallback = false;
+    std::optional<std::int64_t> durationMs;  // a length of its own, whatever the transition's speed
 };
 
 // The attributes of the effect element.
@@ -242,6 +243,9 @@ std::uint64_t fnv1a(std::string_view text) {
 
 Drawing drawingOf(std::string_view name, const Attribute& a, std::string_view seed);
 
+// How long a cut through black shows black: a few frames.
+constexpr std::int64_t kBlackCutMs = 160;
+
 Drawing prestTrans(const Attribute& a) {
     const std::string prst = a("prst").value_or("fallOver");
     const bool invX = a("invX") == "1" || a("invX") == "true";
@@ -289,9 +293,13 @@ Drawing drawingOf(std::string_view name, const Attribute& a, std::string_view se
     if (name == "p:comb") return revealed("comb(" + orient(a, "dir", "horizontal", "vertical") + ")");
     if (name == "p:cover") return covering(moving);
     if (name == "p:cut") {
-        Drawing d;
-        d.strategy = "cut";
-        if (a("thruBlk") == "1" || a("thruBlk") == "true") d.approximation = "the black frame between is left out";
+        if (a("thruBlk") != "1" && a("thruBlk") != "true") return Drawing{.strategy = "cut"};
+        // A short dip to black between the slides: the fade through black
+        // held at its black middle (a time filter that stays at half way).
+        Drawing d = revealed("fade(throughBlack)");
+        d.behaviours.front().timing.filter = {{0, 50000}, {100000, 50000}};
+        d.strategy = "cut through black";
+        d.durationMs = kBlackCutMs;
         return d;
     }
     if (name == "p:diamond") return revealed("diamond(out)");
@@ -474,6 +482,7 @@ std::optional<DrawnEffect> describe(std::string_view block, std::string_view see
     const Attribute attributes = [&](std::string_view name) { return XmlSpans::attributeOf(block, element, name); };
     if (element.name == "p15:prstTrans") out.presetClass += "(" + attributes("prst").value_or("fallOver") + ")";
     Drawing drawing = drawingOf(element.name, attributes, seed.empty() ? block : seed);
+    if (drawing.durationMs) out.durationMs = *drawing.durationMs;
     for (auto& b : drawing.behaviours) b.durationMs = out.durationMs;
     out.layer = drawing.layer;
     out.behaviours = std::move(drawing.behaviours);

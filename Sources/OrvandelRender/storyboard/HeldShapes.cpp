@@ -76,7 +76,10 @@ std::optional<std::size_t> afterLast(const std::vector<Span>& spans, int parent,
     return at;
 }
 
+// A colour of the theme ("scheme:accent2") stays one, for LibreOffice to look up.
 std::string solid(const std::string& colour) {
+    if (colour.starts_with("scheme:"))
+        return "<a:solidFill><a:schemeClr val=\"" + colour.substr(7) + "\"/></a:solidFill>";
     return "<a:solidFill><a:srgbClr val=\"" + colour + "\"/></a:solidFill>";
 }
 
@@ -105,6 +108,30 @@ void forEachInside(const std::vector<Span>& spans, int shape, F f) {
     for (std::size_t k = std::size_t(shape) + 1; k < spans.size() && spans[k].begin < s.end; ++k) f(int(k));
 }
 
+// The text runs (a:r, a:fld) of the shape, or of its paragraph `paragraph`
+// (0-based in its text body) when the change is to one.
+std::vector<int> runsOf(const std::vector<Span>& spans, int shape, std::optional<std::int64_t> paragraph) {
+    std::optional<Span> within;
+    if (paragraph) {
+        const auto body = childNamed(spans, shape, "p:txBody");
+        if (!body) return {};
+        std::int64_t index = 0;
+        for (int c : childrenOf(spans, *body)) {
+            if (spans[std::size_t(c)].name != "a:p") continue;
+            if (index++ == *paragraph) within = spans[std::size_t(c)];
+        }
+        if (!within) return {};
+    }
+    std::vector<int> runs;
+    forEachInside(spans, shape, [&](int k) {
+        const Span& run = spans[std::size_t(k)];
+        if (run.name != "a:r" && run.name != "a:fld") return;
+        if (within && (run.begin < within->begin || run.end > within->end)) return;
+        runs.push_back(k);
+    });
+    return runs;
+}
+
 void recolour(std::string_view xml, const std::vector<Span>& spans, int shape, const HeldChange& c,
               std::vector<Edit>& edits) {
     const auto props = propertiesOf(spans, shape);
@@ -112,15 +139,14 @@ void recolour(std::string_view xml, const std::vector<Span>& spans, int shape, c
         setFill(xml, spans, *props, c.fillColour, {"a:xfrm", "a:custGeom", "a:prstGeom"}, edits);
     }
     if (!c.textColour.empty()) {
-        forEachInside(spans, shape, [&](int k) {
-            const Span& run = spans[std::size_t(k)];
-            if (run.name != "a:r" && run.name != "a:fld") return;
+        for (int k : runsOf(spans, shape, c.target.paragraph)) {
             if (const auto rPr = childNamed(spans, k, "a:rPr")) {
                 setFill(xml, spans, *rPr, c.textColour, {"a:ln"}, edits);
             } else {
-                insertInto(xml, run, std::nullopt, "<a:rPr>" + solid(c.textColour) + "</a:rPr>", edits);
+                insertInto(xml, spans[std::size_t(k)], std::nullopt, "<a:rPr>" + solid(c.textColour) + "</a:rPr>",
+                           edits);
             }
-        });
+        }
     }
 }
 
@@ -178,6 +204,86 @@ std::string withAttribute(std::string_view tag, std::string_view name, const std
     }
     const auto end = out.size() - (out.ends_with("/>") ? 2 : 1);
     return out.insert(end, " " + std::string(name) + "=\"" + value + "\"");
+}
+
+bool restyles(const HeldChange& c) {
+    return c.bold || c.italic || c.underline || !c.typeface.empty() || c.fontScale != kWhole;
+}
+
+// The size the shape's own list style gives its first level; nothing when it gives none.
+std::optional<std::int64_t> ownSize(std::string_view xml, const std::vector<Span>& spans, int shape) {
+    const auto body = childNamed(spans, shape, "p:txBody");
+    const auto list = body ? childNamed(spans, *body, "a:lstStyle") : std::nullopt;
+    const auto level = list ? childNamed(spans, *list, "a:lvl1pPr") : std::nullopt;
+    const auto defaults = level ? childNamed(spans, *level, "a:defRPr") : std::nullopt;
+    return defaults ? XmlSpans::integerAttribute(xml, spans[std::size_t(*defaults)], "sz") : std::nullopt;
+}
+
+std::string escaped(std::string_view text) {
+    std::string out;
+    for (const char ch : text) {
+        if (ch == '&') out += "&amp;";
+        else if (ch == '<') out += "&lt;";
+        else if (ch == '>') out += "&gt;";
+        else if (ch == '"') out += "&quot;";
+        else out += ch;
+    }
+    return out;
+}
+
+void restyle(std::string_view xml, const std::vector<Span>& spans, int shape, const std::string& id,
+             const HeldChange& c, const Context& context, std::vector<Edit>& edits) {
+    constexpr std::int64_t kDefaultSize = 1800;  // a run's size when nothing states one
+    const auto inherited = context.sizes.find(id);
+    const std::int64_t fallbackSize =
+        ownSize(xml, spans, shape).value_or(inherited != context.sizes.end() ? inherited->second : kDefaultSize);
+    const std::string latin = c.typeface.empty() ? "" : "<a:latin typeface=\"" + escaped(c.typeface) + "\"/>";
+    for (int k : runsOf(spans, shape, c.target.paragraph)) {
+        const auto rPr = childNamed(spans, k, "a:rPr");
+        std::string tag = rPr ? std::string(
+                                    xml.substr(spans[std::size_t(*rPr)].begin,
+                                               spans[std::size_t(*rPr)].tagEnd - spans[std::size_t(*rPr)].begin))
+                              : "<a:rPr/>";
+        if (c.bold) tag = withAttribute(tag, "b", *c.bold ? "1" : "0");
+        if (c.italic) tag = withAttribute(tag, "i", *c.italic ? "1" : "0");
+        if (c.underline) tag = withAttribute(tag, "u", *c.underline ? "sng" : "none");
+        if (c.fontScale != kWhole) {
+            const auto written = parseInt64(XmlSpans::attributeOf(tag, "sz").value_or(""));
+            const std::int64_t size = std::clamp<std::int64_t>(written.value_or(fallbackSize), 100, 400000);
+            tag = withAttribute(tag, "sz",
+                                formatInt(std::clamp<std::int64_t>(
+                                    size * std::clamp<std::int64_t>(c.fontScale, 1, kLargestShare) / kWhole, 100,
+                                    400000)));
+        }
+        if (!rPr) {
+            // A run without properties gets them first.
+            tag.resize(tag.size() - 2);
+            const Span& run = spans[std::size_t(k)];
+            edits.push_back({run.tagEnd, run.tagEnd, tag + (latin.empty() ? "/>" : ">" + latin + "</a:rPr>")});
+            continue;
+        }
+        const Span& props = spans[std::size_t(*rPr)];
+        const auto own = childNamed(spans, *rPr, "a:latin");
+        if (latin.empty() || own) {
+            edits.push_back({props.begin, props.tagEnd, tag});
+            if (own && !latin.empty())
+                edits.push_back({spans[std::size_t(*own)].begin, spans[std::size_t(*own)].end, latin});
+        } else if (isEmptyElement(xml, props)) {
+            tag.resize(tag.size() - 2);
+            edits.push_back({props.begin, props.end, tag + ">" + latin + "</a:rPr>"});
+        } else {
+            // a:latin comes after the fills, effects and underline styles, before ea, cs, sym and links.
+            std::optional<std::size_t> at;
+            for (int ch : childrenOf(spans, *rPr)) {
+                if (!at && among(spans[std::size_t(ch)].name,
+                                 {"a:ea", "a:cs", "a:sym", "a:hlinkClick", "a:hlinkMouseOver", "a:rtl", "a:extLst"}))
+                    at = spans[std::size_t(ch)].begin;
+            }
+            edits.push_back({props.begin, props.tagEnd, tag});
+            edits.push_back({at.value_or(props.end - std::string_view("</a:rPr>").size()),
+                             at.value_or(props.end - std::string_view("</a:rPr>").size()), latin});
+        }
+    }
 }
 
 std::string offAndExt(const Box& b) {
@@ -274,6 +380,7 @@ struct Placeholder {
     std::string id, type, idx;
     bool hasXfrm = false;
     std::optional<Box> box;
+    std::optional<std::int64_t> size;  // its list style's first level
 };
 
 std::vector<Placeholder> placeholdersOf(std::string_view xml) {
@@ -290,6 +397,7 @@ std::vector<Placeholder> placeholdersOf(std::string_view xml) {
         if (cNvPr) p.id = attributeOf(xml, spans[std::size_t(*cNvPr)], "id").value_or("");
         p.type = attributeOf(xml, spans[std::size_t(*ph)], "type").value_or("body");
         p.idx = attributeOf(xml, spans[std::size_t(*ph)], "idx").value_or("");
+        p.size = ownSize(xml, spans, int(k));
         const auto props = childNamed(spans, int(k), "p:spPr");
         const auto xfrm = props ? childNamed(spans, *props, "a:xfrm") : std::nullopt;
         p.hasXfrm = xfrm.has_value();
@@ -314,6 +422,18 @@ std::string masterType(const std::string& type) {
     return type;
 }
 
+// The first level's size of one of the master's text styles.
+std::optional<std::int64_t> styleSize(std::string_view xml, const std::vector<Span>& spans, std::string_view style) {
+    for (std::size_t k = 0; k < spans.size(); ++k) {
+        if (spans[k].name != style || spans[k].parent < 0 || spans[std::size_t(spans[k].parent)].name != "p:txStyles")
+            continue;
+        const auto level = childNamed(spans, int(k), "a:lvl1pPr");
+        const auto defaults = level ? childNamed(spans, *level, "a:defRPr") : std::nullopt;
+        return defaults ? XmlSpans::integerAttribute(xml, spans[std::size_t(*defaults)], "sz") : std::nullopt;
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 std::string drawn(std::string_view slideXml, const std::vector<HeldChange>& held, const Context& context) {
@@ -326,12 +446,48 @@ std::string drawn(std::string_view slideXml, const std::vector<HeldChange>& held
                        [&](auto x, const auto& s, int shape, auto& e) { reline(x, s, shape, c, e); });
         xml = withPass(std::move(xml), id,
                        [&](auto x, const auto& s, int shape, auto& e) { makeTransparent(x, s, shape, c, e); });
+        if (restyles(c)) {
+            xml = withPass(std::move(xml), id,
+                           [&](auto x, const auto& s, int shape, auto& e) { restyle(x, s, shape, id, c, context, e); });
+        }
         if (c.dx != 0 || c.dy != 0 || c.scaleX != kWhole || c.scaleY != kWhole || c.rotation != 0) {
             xml = withPass(std::move(xml), id,
                            [&](auto x, const auto& s, int shape, auto& e) { place(x, s, shape, id, c, context, e); });
         }
     }
     return xml;
+}
+
+std::map<std::string, std::int64_t> inheritedSizes(std::string_view slideXml, std::string_view layoutXml,
+                                                   std::string_view masterXml) {
+    std::map<std::string, std::int64_t> out;
+    const auto layout = placeholdersOf(layoutXml);
+    const auto master = placeholdersOf(masterXml);
+    const auto masterSpans = elementSpans(masterXml);
+    for (const auto& p : placeholdersOf(slideXml)) {
+        const Placeholder* from = nullptr;
+        for (const auto& l : layout) {
+            if (!p.idx.empty() && l.idx == p.idx) from = &l;
+        }
+        if (!from) {
+            for (const auto& l : layout) {
+                if (!from && l.type == p.type) from = &l;
+            }
+        }
+        const std::string type = masterType(from ? from->type : p.type);
+        std::optional<std::int64_t> size = from ? from->size : std::nullopt;
+        for (const auto& m : master) {
+            if (!size && masterType(m.type) == type) size = m.size;
+        }
+        if (!size) {
+            size = styleSize(masterXml, masterSpans,
+                             type == "title"  ? "p:titleStyle"
+                             : type == "body" ? "p:bodyStyle"
+                                              : "p:otherStyle");
+        }
+        if (size && !p.id.empty()) out[p.id] = std::clamp<std::int64_t>(*size, 100, 400000);
+    }
+    return out;
 }
 
 std::map<std::string, Box> inheritedBoxes(std::string_view slideXml, std::string_view layoutXml,

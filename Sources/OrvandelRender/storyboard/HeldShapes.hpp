@@ -15,6 +15,14 @@
 //   a:alphaModFix on its pictures. Approximate: what the shape takes from
 //   its theme style (p:style) or its text inherits keeps its opacity.
 //
+// - restyled (a paragraph's change on that paragraph only): every run's
+//   a:rPr gets b, i, u, an a:latin typeface, and sz scaled; a run without a
+//   sz scales the size it inherits: its shape's list style, else its
+//   placeholder's on the layout or master, else the master's text style
+//   (`inheritedSizes`), else 18 pt. Only the first level is looked up: a
+//   deeper paragraph of a placeholder scales that level's first size.
+//   Text colours, too, change only the target paragraph's runs.
+//
 // A group moves, scales and turns through its grpSpPr (its children follow
 // its chOff/chExt); a graphic frame through its p:xfrm. A placeholder that
 // writes no a:xfrm takes the one of its layout's (or master's) placeholder
@@ -39,6 +47,8 @@ struct Context {
     std::int64_t slideWidthEmu = 0, slideHeightEmu = 0;
     // By shape id: the box of each placeholder without an a:xfrm of its own.
     std::map<std::string, Box> inherited;
+    // By shape id: the text size (hundredths of a point) its runs inherit.
+    std::map<std::string, std::int64_t> sizes;
 };
 
 // The slide with the changes drawn; a change whose shape is not there, or
@@ -50,5 +60,12 @@ std::string drawn(std::string_view slideXml, const std::vector<HeldChange>& held
 // unreadable parts give nothing.
 std::map<std::string, Box> inheritedBoxes(std::string_view slideXml, std::string_view layoutXml,
                                           std::string_view masterXml);
+
+// The first-level text size (hundredths of a point) each placeholder of the
+// slide inherits from its layout's placeholder (by idx, else by type), else
+// the master's placeholder, else the master's title, body or other text
+// style. Pure; unreadable parts give nothing.
+std::map<std::string, std::int64_t> inheritedSizes(std::string_view slideXml, std::string_view layoutXml,
+                                                   std::string_view masterXml);
 
 }  // namespace orvandel::HeldShapes

@@ -537,8 +537,10 @@ void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout
         if (std::any_of(pages.begin(), pages.end(), [](const Page* p) { return !p->held.empty(); })) {
             const std::string layoutPart = deck.related(slide.file, "slideLayout");
             const std::string masterPart = layoutPart.empty() ? "" : deck.related(layoutPart, "slideMaster");
-            context.inherited = HeldShapes::inheritedBoxes(xml, layoutPart.empty() ? "" : deck.textOrEmpty(layoutPart),
-                                                           masterPart.empty() ? "" : deck.textOrEmpty(masterPart));
+            const std::string layoutXml = layoutPart.empty() ? "" : deck.textOrEmpty(layoutPart);
+            const std::string masterXml = masterPart.empty() ? "" : deck.textOrEmpty(masterPart);
+            context.inherited = HeldShapes::inheritedBoxes(xml, layoutXml, masterXml);
+            context.sizes = HeldShapes::inheritedSizes(xml, layoutXml, masterXml);
         }
         // The slide and its relationships in one state.
         const auto inState = [&](const std::string& rels, const Page& page) {
