@@ -36,9 +36,9 @@ fi
 
 status=0
 printf '%-18s %10s %12s  %s\n' target runs "exec/s" result
-for target in ${TARGETS:-ZipReaderFuzz EntryReaderFuzz XmlElementFuzz DeckScanFuzz MovieHeaderFuzz EmbeddedFontFuzz}; do
+for target in ${TARGETS:-ZipReaderFuzz EntryReaderFuzz XmlElementFuzz DeckScanFuzz MovieHeaderFuzz EmbeddedFontFuzz EffectDrawingFuzz}; do
   case $target in
-    XmlElementFuzz) extra=("$seeds/xml") max=65536 ;;
+    XmlElementFuzz | EffectDrawingFuzz) extra=("$seeds/xml") max=65536 ;;
     MovieHeaderFuzz) extra=("$seeds/movies") max=65536 ;;
     EmbeddedFontFuzz) extra=() max=65536 ;;
     *) extra=("$seeds/decks") max=1048576 ;;

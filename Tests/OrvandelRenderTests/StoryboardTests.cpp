@@ -207,8 +207,12 @@ TEST(StoryboardTest, HeldChangesMoveScaleTurnAndRecolourTheirShapes) {
         // Moved by a tenth of the width and up a fifth of the height, 1.5 wide
         // and half as high about its centre, turned a further 90 degrees.
         {sp("3", "", "<p:spPr>" + xfrm + "</p:spPr>"),
-         {{"3", 1}, 10000, -20000, 150000, 50000, 5400000},
+         {{"3", std::nullopt}, 10000, -20000, 150000, 50000, 5400000},
          {"<a:xfrm rot=\"6000000\"><a:off x=\"100000\" y=\"-97500\"/><a:ext cx=\"6000\" cy=\"1000\"/></a:xfrm>"}},
+        // A paragraph grows as its text: the shape keeps its box.
+        {sp("3", "", "<p:spPr>" + xfrm + "</p:spPr>", "<a:r><a:rPr sz=\"1200\"/><a:t>a</a:t></a:r>"),
+         {{"3", 0}, 0, 0, 150000, 150000},
+         {xfrm, "<a:rPr sz=\"1800\"/>"}},
         // A placeholder without a box of its own gets its layout's, moved.
         {title,
          {{"2", std::nullopt}, 0, 10000},

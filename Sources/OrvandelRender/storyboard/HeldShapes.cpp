@@ -438,8 +438,14 @@ std::optional<std::int64_t> styleSize(std::string_view xml, const std::vector<Sp
 
 std::string drawn(std::string_view slideXml, const std::vector<HeldChange>& held, const Context& context) {
     std::string xml(slideXml);
-    for (const auto& c : held) {
+    for (HeldChange c : held) {
         const std::string& id = c.target.shapeId;
+        if (c.target.paragraph && (c.scaleX != kWhole || c.scaleY != kWhole)) {
+            // A paragraph grows or shrinks as its text does; the shape keeps its size.
+            const std::int64_t by = std::clamp<std::int64_t>(std::abs(c.scaleY), 1, kLargestShare);
+            c.fontScale = std::clamp<std::int64_t>(c.fontScale * by / kWhole, 1, kLargestShare);
+            c.scaleX = c.scaleY = kWhole;
+        }
         xml = withPass(std::move(xml), id,
                        [&](auto x, const auto& s, int shape, auto& e) { recolour(x, s, shape, c, e); });
         xml = withPass(std::move(xml), id,

@@ -21,7 +21,9 @@
 //   placeholder's on the layout or master, else the master's text style
 //   (`inheritedSizes`), else 18 pt. Only the first level is looked up: a
 //   deeper paragraph of a placeholder scales that level's first size.
-//   Text colours, too, change only the target paragraph's runs.
+//   Text colours, too, change only the target paragraph's runs, and a
+//   paragraph that grows or shrinks scales its runs' sizes (by the height's
+//   share) instead of its shape.
 //
 // A group moves, scales and turns through its grpSpPr (its children follow
 // its chOff/chExt); a graphic frame through its p:xfrm. A placeholder that
