@@ -146,10 +146,7 @@ struct SlidePlayout {
     // One per state: how the change into it is drawn, as the effect that
     // makes it (the first drawn one in document order: an entrance, an exit,
     // an emphasis or a motion path), read by EffectBehaviours; one without
-    // behaviours (Appear) is a cut, and so is the first state's. The
-    // transitional kind/side name the drawing as before (p:animEffect
-    // "fade", "wipe(side)"; p:anim of ppt_x or ppt_y from or to an edge: fly;
-    // of ppt_w or ppt_h, or p:animScale: zoom; any other animation: fade).
+    // behaviours (Appear) is a cut, and so is the first state's.
     std::vector<DrawnEffect> effects;
     // One per state: the targets of the effect drawn into it (the layer an
     // emphasis or a motion path lifts off a still without them).
