@@ -98,6 +98,22 @@ std::vector<int> childrenOf(const std::vector<Span>& spans, int parent) {
     return out;
 }
 
+std::optional<int> firstChild(const std::vector<Span>& spans, int parent, std::string_view name) {
+    for (const int c : childrenOf(spans, parent)) {
+        if (spans[static_cast<std::size_t>(c)].name == name) return c;
+    }
+    return std::nullopt;
+}
+
+std::string withAttribute(std::string_view tag, std::string_view name, std::string_view value) {
+    std::string out(tag);
+    for (const auto& a : attributesOf(tag)) {
+        if (a.name == name) return out.replace(a.valueBegin, a.valueEnd - a.valueBegin, value);
+    }
+    const auto end = out.size() - (out.ends_with("/>") ? 2 : 1);
+    return out.insert(end, " " + std::string(name) + "=\"" + std::string(value) + "\"");
+}
+
 std::string applied(std::string_view xml, std::vector<Edit> edits) {
     // Outer edits first, an insertion before an edit that starts where it
     // goes; an edit inside one already kept is dropped.

@@ -45,6 +45,12 @@ std::optional<std::int64_t> integerAttribute(std::string_view xml, const Span& s
 
 // The element's children, in order (indices into spans).
 std::vector<int> childrenOf(const std::vector<Span>& spans, int parent);
+// The first child named `name` (qualified, as written); nothing when none is.
+std::optional<int> firstChild(const std::vector<Span>& spans, int parent, std::string_view name);
+
+// The start tag with the attribute set to `value` (replaced where it is
+// written, else added last).
+std::string withAttribute(std::string_view tag, std::string_view name, std::string_view value);
 
 // The text [begin, end) becomes text; begin == end inserts.
 struct Edit {

@@ -18,6 +18,8 @@ using XmlSpans::Span;
 using XmlSpans::attributeOf;
 using XmlSpans::childrenOf;
 using XmlSpans::elementSpans;
+using XmlSpans::firstChild;
+using XmlSpans::withAttribute;
 
 // Bounds that keep the arithmetic below far from overflow whatever the deck writes.
 constexpr std::int64_t kLargestEmu = std::int64_t{1} << 36;
@@ -44,13 +46,6 @@ bool isEmptyElement(std::string_view xml, const Span& s) {
 
 std::int64_t bounded(std::optional<std::int64_t> v, std::int64_t limit, std::int64_t fallback = 0) {
     return std::clamp(v.value_or(fallback), -limit, limit);
-}
-
-std::optional<int> childNamed(const std::vector<Span>& spans, int parent, std::string_view name) {
-    for (int c : childrenOf(spans, parent)) {
-        if (spans[std::size_t(c)].name == name) return c;
-    }
-    return std::nullopt;
 }
 
 // Puts `content` into element s: at `at` (a place within it), or first; an
@@ -98,7 +93,7 @@ void setFill(std::string_view xml, const std::vector<Span>& spans, int element, 
 
 // The shape's own properties: its p:spPr, or a group's p:grpSpPr.
 std::optional<int> propertiesOf(const std::vector<Span>& spans, int shape) {
-    return childNamed(spans, shape, spans[std::size_t(shape)].name == "p:grpSp" ? "p:grpSpPr" : "p:spPr");
+    return firstChild(spans, shape, spans[std::size_t(shape)].name == "p:grpSp" ? "p:grpSpPr" : "p:spPr");
 }
 
 // Every element below `shape`, in document order.
@@ -113,7 +108,7 @@ void forEachInside(const std::vector<Span>& spans, int shape, F f) {
 std::vector<int> runsOf(const std::vector<Span>& spans, int shape, std::optional<std::int64_t> paragraph) {
     std::optional<Span> within;
     if (paragraph) {
-        const auto body = childNamed(spans, shape, "p:txBody");
+        const auto body = firstChild(spans, shape, "p:txBody");
         if (!body) return {};
         std::int64_t index = 0;
         for (int c : childrenOf(spans, *body)) {
@@ -140,7 +135,7 @@ void recolour(std::string_view xml, const std::vector<Span>& spans, int shape, c
     }
     if (!c.textColour.empty()) {
         for (int k : runsOf(spans, shape, c.target.paragraph)) {
-            if (const auto rPr = childNamed(spans, k, "a:rPr")) {
+            if (const auto rPr = firstChild(spans, k, "a:rPr")) {
                 setFill(xml, spans, *rPr, c.textColour, {"a:ln"}, edits);
             } else {
                 insertInto(xml, spans[std::size_t(k)], std::nullopt, "<a:rPr>" + solid(c.textColour) + "</a:rPr>",
@@ -155,7 +150,7 @@ void reline(std::string_view xml, const std::vector<Span>& spans, int shape, con
             std::vector<Edit>& edits) {
     const auto props = propertiesOf(spans, shape);
     if (c.lineColour.empty() || !props || spans[std::size_t(shape)].name == "p:grpSp") return;
-    if (const auto ln = childNamed(spans, *props, "a:ln")) {
+    if (const auto ln = firstChild(spans, *props, "a:ln")) {
         setFill(xml, spans, *ln, c.lineColour, {}, edits);
     } else {
         insertInto(xml, spans[std::size_t(*props)],
@@ -173,7 +168,7 @@ void fade(std::string_view xml, const std::vector<Span>& spans, int parent, std:
         return "<" + std::string(element) + " " + std::string(attribute) + "=\"" +
                formatInt(std::clamp<std::int64_t>(was, 0, kWhole) * opacity / kWhole) + "\"/>";
     };
-    if (const auto own = childNamed(spans, parent, element)) {
+    if (const auto own = firstChild(spans, parent, element)) {
         const Span& s = spans[std::size_t(*own)];
         edits.push_back({s.begin, s.end, scaled(XmlSpans::integerAttribute(xml, s, attribute).value_or(kWhole))});
     } else {
@@ -196,26 +191,16 @@ void makeTransparent(std::string_view xml, const std::vector<Span>& spans, int s
     });
 }
 
-// The start tag with the attribute set to value (replaced, or added last).
-std::string withAttribute(std::string_view tag, std::string_view name, const std::string& value) {
-    std::string out(tag);
-    for (const auto& a : XmlSpans::attributesOf(tag)) {
-        if (a.name == name) return out.replace(a.valueBegin, a.valueEnd - a.valueBegin, value);
-    }
-    const auto end = out.size() - (out.ends_with("/>") ? 2 : 1);
-    return out.insert(end, " " + std::string(name) + "=\"" + value + "\"");
-}
-
 bool restyles(const HeldChange& c) {
     return c.bold || c.italic || c.underline || !c.typeface.empty() || c.fontScale != kWhole;
 }
 
 // The size the shape's own list style gives its first level; nothing when it gives none.
 std::optional<std::int64_t> ownSize(std::string_view xml, const std::vector<Span>& spans, int shape) {
-    const auto body = childNamed(spans, shape, "p:txBody");
-    const auto list = body ? childNamed(spans, *body, "a:lstStyle") : std::nullopt;
-    const auto level = list ? childNamed(spans, *list, "a:lvl1pPr") : std::nullopt;
-    const auto defaults = level ? childNamed(spans, *level, "a:defRPr") : std::nullopt;
+    const auto body = firstChild(spans, shape, "p:txBody");
+    const auto list = body ? firstChild(spans, *body, "a:lstStyle") : std::nullopt;
+    const auto level = list ? firstChild(spans, *list, "a:lvl1pPr") : std::nullopt;
+    const auto defaults = level ? firstChild(spans, *level, "a:defRPr") : std::nullopt;
     return defaults ? XmlSpans::integerAttribute(xml, spans[std::size_t(*defaults)], "sz") : std::nullopt;
 }
 
@@ -239,7 +224,7 @@ void restyle(std::string_view xml, const std::vector<Span>& spans, int shape, co
         ownSize(xml, spans, shape).value_or(inherited != context.sizes.end() ? inherited->second : kDefaultSize);
     const std::string latin = c.typeface.empty() ? "" : "<a:latin typeface=\"" + escaped(c.typeface) + "\"/>";
     for (int k : runsOf(spans, shape, c.target.paragraph)) {
-        const auto rPr = childNamed(spans, k, "a:rPr");
+        const auto rPr = firstChild(spans, k, "a:rPr");
         std::string tag = rPr ? std::string(
                                     xml.substr(spans[std::size_t(*rPr)].begin,
                                                spans[std::size_t(*rPr)].tagEnd - spans[std::size_t(*rPr)].begin))
@@ -263,7 +248,7 @@ void restyle(std::string_view xml, const std::vector<Span>& spans, int shape, co
             continue;
         }
         const Span& props = spans[std::size_t(*rPr)];
-        const auto own = childNamed(spans, *rPr, "a:latin");
+        const auto own = firstChild(spans, *rPr, "a:latin");
         if (latin.empty() || own) {
             edits.push_back({props.begin, props.tagEnd, tag});
             if (own && !latin.empty())
@@ -296,9 +281,9 @@ void place(std::string_view xml, const std::vector<Span>& spans, int shape, cons
     const bool frame = spans[std::size_t(shape)].name == "p:graphicFrame";
     const auto props = frame ? std::optional(shape) : propertiesOf(spans, shape);
     if (!props) return;
-    const auto xfrm = childNamed(spans, *props, frame ? "p:xfrm" : "a:xfrm");
-    const auto off = xfrm ? childNamed(spans, *xfrm, "a:off") : std::nullopt;
-    const auto ext = xfrm ? childNamed(spans, *xfrm, "a:ext") : std::nullopt;
+    const auto xfrm = firstChild(spans, *props, frame ? "p:xfrm" : "a:xfrm");
+    const auto off = xfrm ? firstChild(spans, *xfrm, "a:off") : std::nullopt;
+    const auto ext = xfrm ? firstChild(spans, *xfrm, "a:ext") : std::nullopt;
     const bool own = off && ext;
     const Span &x = spans[std::size_t(xfrm.value_or(0))], &o = spans[std::size_t(off.value_or(0))],
                &e = spans[std::size_t(ext.value_or(0))];
@@ -388,21 +373,21 @@ std::vector<Placeholder> placeholdersOf(std::string_view xml) {
     const auto spans = elementSpans(xml);
     for (std::size_t k = 0; k < spans.size(); ++k) {
         if (spans[k].name != "p:sp") continue;
-        const auto nv = childNamed(spans, int(k), "p:nvSpPr");
-        const auto nvPr = nv ? childNamed(spans, *nv, "p:nvPr") : std::nullopt;
-        const auto ph = nvPr ? childNamed(spans, *nvPr, "p:ph") : std::nullopt;
+        const auto nv = firstChild(spans, int(k), "p:nvSpPr");
+        const auto nvPr = nv ? firstChild(spans, *nv, "p:nvPr") : std::nullopt;
+        const auto ph = nvPr ? firstChild(spans, *nvPr, "p:ph") : std::nullopt;
         if (!ph) continue;
         Placeholder p;
-        const auto cNvPr = childNamed(spans, *nv, "p:cNvPr");
+        const auto cNvPr = firstChild(spans, *nv, "p:cNvPr");
         if (cNvPr) p.id = attributeOf(xml, spans[std::size_t(*cNvPr)], "id").value_or("");
         p.type = attributeOf(xml, spans[std::size_t(*ph)], "type").value_or("body");
         p.idx = attributeOf(xml, spans[std::size_t(*ph)], "idx").value_or("");
         p.size = ownSize(xml, spans, int(k));
-        const auto props = childNamed(spans, int(k), "p:spPr");
-        const auto xfrm = props ? childNamed(spans, *props, "a:xfrm") : std::nullopt;
+        const auto props = firstChild(spans, int(k), "p:spPr");
+        const auto xfrm = props ? firstChild(spans, *props, "a:xfrm") : std::nullopt;
         p.hasXfrm = xfrm.has_value();
-        const auto off = xfrm ? childNamed(spans, *xfrm, "a:off") : std::nullopt;
-        const auto ext = xfrm ? childNamed(spans, *xfrm, "a:ext") : std::nullopt;
+        const auto off = xfrm ? firstChild(spans, *xfrm, "a:off") : std::nullopt;
+        const auto ext = xfrm ? firstChild(spans, *xfrm, "a:ext") : std::nullopt;
         if (off && ext) {
             const Span &o = spans[std::size_t(*off)], &e = spans[std::size_t(*ext)];
             p.box = Box{bounded(XmlSpans::integerAttribute(xml, o, "x"), kLargestEmu),
@@ -427,8 +412,8 @@ std::optional<std::int64_t> styleSize(std::string_view xml, const std::vector<Sp
     for (std::size_t k = 0; k < spans.size(); ++k) {
         if (spans[k].name != style || spans[k].parent < 0 || spans[std::size_t(spans[k].parent)].name != "p:txStyles")
             continue;
-        const auto level = childNamed(spans, int(k), "a:lvl1pPr");
-        const auto defaults = level ? childNamed(spans, *level, "a:defRPr") : std::nullopt;
+        const auto level = firstChild(spans, int(k), "a:lvl1pPr");
+        const auto defaults = level ? firstChild(spans, *level, "a:defRPr") : std::nullopt;
         return defaults ? XmlSpans::integerAttribute(xml, spans[std::size_t(*defaults)], "sz") : std::nullopt;
     }
     return std::nullopt;

@@ -198,19 +198,6 @@ bool animates(std::string_view xml, const Span& block) {
     return text.find("<p:timing") != std::string_view::npos || text.find("<p:transition") != std::string_view::npos;
 }
 
-// The start tag with the attribute set to value (replaced, or added last).
-std::string withAttribute(std::string_view tag, std::string_view name, std::string_view value) {
-    std::string out(tag);
-    const std::string key = " " + std::string(name) + "=";
-    if (const auto at = out.find(key); at != std::string::npos && at + key.size() < out.size()) {
-        const auto open = at + key.size();
-        const auto close = out.find(out[open], open + 1);
-        if (close != std::string::npos) return out.replace(open + 1, close - open - 1, value);
-    }
-    const auto end = out.size() - (out.ends_with("/>") ? 2 : 1);
-    return out.insert(end, key + "\"" + std::string(value) + "\"");
-}
-
 // Hides the wanted paragraphs of the shape's text body, counted from 0. An
 // explicitly numbered paragraph that follows hidden ones keeps its number:
 // a hidden paragraph has no bullet, which would restart the count.
@@ -262,7 +249,8 @@ void hideParagraphs(std::string_view xml, const std::vector<Span>& spans, int sh
         } else {
             if (next(shown) != inDeck) {
                 const auto tag = xml.substr(number->begin, number->tagEnd - number->begin);
-                edits.push_back({number->begin, number->tagEnd, withAttribute(tag, "startAt", formatInt(inDeck))});
+                edits.push_back(
+                    {number->begin, number->tagEnd, XmlSpans::withAttribute(tag, "startAt", formatInt(inDeck))});
             }
             shown[level] = {type, inDeck};
         }
@@ -296,10 +284,10 @@ public:
                 if (r.name != "Relationship" || attributeOf(rels, r, "Id") != source->relationshipId) continue;
                 const std::string target = attributeOf(rels, r, "Target").value_or("");
                 const std::string tag = rels.substr(r.begin, r.tagEnd - r.begin);
-                edits.push_back(
-                    {r.begin, r.tagEnd,
-                     withAttribute(tag, "Target",
-                                   target.substr(0, target.rfind('/') + 1) + copy.substr(copy.rfind('/') + 1))});
+                edits.push_back({r.begin, r.tagEnd,
+                                 XmlSpans::withAttribute(tag, "Target",
+                                                         target.substr(0, target.rfind('/') + 1) +
+                                                             copy.substr(copy.rfind('/') + 1))});
             }
         }
         return XmlSpans::applied(rels, std::move(edits));
