@@ -173,8 +173,7 @@ TEST(StoryboardTest, HeldChangesMoveScaleTurnAndRecolourTheirShapes) {
                                            "<p:spPr><a:xfrm><a:off x=\"7\" y=\"8\"/><a:ext cx=\"9\" "
                                            "cy=\"10\"/></a:xfrm></p:spPr>"));
     const std::string body = sp("5", "<p:ph idx=\"1\"/>", "<p:spPr/>");
-    const HeldShapes::Context context{1000000, 500000,
-                                      HeldShapes::inheritedBoxes(slideXml(title + body), layout, master)};
+    const auto context = HeldShapes::contextOf(slideXml(title + body), layout, master, 1000000, 500000);
     // The title takes the layout's box, the body (no box in the layout) the master's.
     EXPECT_EQ(context.inherited,
               (std::map<std::string, HeldShapes::Box>{{"2", {500, 600, 1000, 800}}, {"5", {7, 8, 9, 10}}}));
@@ -186,7 +185,7 @@ TEST(StoryboardTest, HeldChangesMoveScaleTurnAndRecolourTheirShapes) {
                                "</p:spTree></p:cSld><p:txStyles><p:titleStyle><a:lvl1pPr><a:defRPr sz=\"4400\"/>"
                                "</a:lvl1pPr></p:titleStyle><p:bodyStyle><a:lvl1pPr><a:defRPr sz=\"3200\"/>"
                                "</a:lvl1pPr></p:bodyStyle></p:txStyles></p:sldMaster>";
-    EXPECT_EQ(HeldShapes::inheritedSizes(slideXml(title + body), layout, styles),
+    EXPECT_EQ(HeldShapes::contextOf(slideXml(title + body), layout, styles, 0, 0).sizes,
               (std::map<std::string, std::int64_t>{{"2", 4400}, {"5", 3200}}));
     HeldChange restyled{{"3", 1}};
     restyled.bold = true;

@@ -449,43 +449,12 @@ std::string drawn(std::string_view slideXml, const std::vector<HeldChange>& held
     return xml;
 }
 
-std::map<std::string, std::int64_t> inheritedSizes(std::string_view slideXml, std::string_view layoutXml,
-                                                   std::string_view masterXml) {
-    std::map<std::string, std::int64_t> out;
+Context contextOf(std::string_view slideXml, std::string_view layoutXml, std::string_view masterXml,
+                  std::int64_t slideWidthEmu, std::int64_t slideHeightEmu) {
+    Context out{slideWidthEmu, slideHeightEmu, {}, {}};
     const auto layout = placeholdersOf(layoutXml);
     const auto master = placeholdersOf(masterXml);
     const auto masterSpans = elementSpans(masterXml);
-    for (const auto& p : placeholdersOf(slideXml)) {
-        const Placeholder* from = nullptr;
-        for (const auto& l : layout) {
-            if (!p.idx.empty() && l.idx == p.idx) from = &l;
-        }
-        if (!from) {
-            for (const auto& l : layout) {
-                if (!from && l.type == p.type) from = &l;
-            }
-        }
-        const std::string type = masterType(from ? from->type : p.type);
-        std::optional<std::int64_t> size = from ? from->size : std::nullopt;
-        for (const auto& m : master) {
-            if (!size && masterType(m.type) == type) size = m.size;
-        }
-        if (!size) {
-            size = styleSize(masterXml, masterSpans,
-                             type == "title"  ? "p:titleStyle"
-                             : type == "body" ? "p:bodyStyle"
-                                              : "p:otherStyle");
-        }
-        if (size && !p.id.empty()) out[p.id] = std::clamp<std::int64_t>(*size, 100, 400000);
-    }
-    return out;
-}
-
-std::map<std::string, Box> inheritedBoxes(std::string_view slideXml, std::string_view layoutXml,
-                                          std::string_view masterXml) {
-    std::map<std::string, Box> out;
-    const auto layout = placeholdersOf(layoutXml);
-    const auto master = placeholdersOf(masterXml);
     const auto find = [](const std::vector<Placeholder>& in, auto matches) -> const Placeholder* {
         for (const auto& p : in) {
             if (matches(p)) return &p;
@@ -493,17 +462,28 @@ std::map<std::string, Box> inheritedBoxes(std::string_view slideXml, std::string
         return nullptr;
     };
     for (const auto& p : placeholdersOf(slideXml)) {
-        if (p.hasXfrm) continue;
+        if (p.id.empty()) continue;
         const Placeholder* from = nullptr;
         if (!p.idx.empty()) from = find(layout, [&](const Placeholder& l) { return l.idx == p.idx; });
         if (!from) from = find(layout, [&](const Placeholder& l) { return l.type == p.type; });
-        if (from && from->box) {
-            out[p.id] = *from->box;
-            continue;
-        }
         const std::string type = masterType(from ? from->type : p.type);
         const auto* top = find(master, [&](const Placeholder& m) { return masterType(m.type) == type; });
-        if (top && top->box) out[p.id] = *top->box;
+        if (!p.hasXfrm) {
+            if (from && from->box) {
+                out.inherited[p.id] = *from->box;
+            } else if (top && top->box) {
+                out.inherited[p.id] = *top->box;
+            }
+        }
+        std::optional<std::int64_t> size = from ? from->size : std::nullopt;
+        if (!size && top) size = top->size;
+        if (!size) {
+            size = styleSize(masterXml, masterSpans,
+                             type == "title"  ? "p:titleStyle"
+                             : type == "body" ? "p:bodyStyle"
+                                              : "p:otherStyle");
+        }
+        if (size) out.sizes[p.id] = std::clamp<std::int64_t>(*size, 100, 400000);
     }
     return out;
 }

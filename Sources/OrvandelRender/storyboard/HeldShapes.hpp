@@ -57,17 +57,13 @@ struct Context {
 // whose markup is not that of a shape, changes nothing. Pure.
 std::string drawn(std::string_view slideXml, const std::vector<HeldChange>& held, const Context& context);
 
-// The boxes the slide's placeholders without an a:xfrm take from the layout
-// (by idx, else by type) or, failing that, the master (by type). Pure;
-// unreadable parts give nothing.
-std::map<std::string, Box> inheritedBoxes(std::string_view slideXml, std::string_view layoutXml,
-                                          std::string_view masterXml);
-
-// The first-level text size (hundredths of a point) each placeholder of the
-// slide inherits from its layout's placeholder (by idx, else by type), else
-// the master's placeholder, else the master's title, body or other text
-// style. Pure; unreadable parts give nothing.
-std::map<std::string, std::int64_t> inheritedSizes(std::string_view slideXml, std::string_view layoutXml,
-                                                   std::string_view masterXml);
+// The context of a slide of that size whose layout and master are given:
+// what its placeholders inherit from the layout's placeholder (by idx, else
+// by type), else from the master's (by type). `inherited`: the box of each
+// that writes no a:xfrm. `sizes`: the first-level text size (hundredths of
+// a point) of each, else the master's title, body or other text style.
+// Pure; unreadable parts give nothing.
+Context contextOf(std::string_view slideXml, std::string_view layoutXml, std::string_view masterXml,
+                  std::int64_t slideWidthEmu, std::int64_t slideHeightEmu);
 
 }  // namespace orvandel::HeldShapes

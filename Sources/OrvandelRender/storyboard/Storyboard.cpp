@@ -527,8 +527,7 @@ void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout
             const std::string masterPart = layoutPart.empty() ? "" : deck.related(layoutPart, "slideMaster");
             const std::string layoutXml = layoutPart.empty() ? "" : deck.textOrEmpty(layoutPart);
             const std::string masterXml = masterPart.empty() ? "" : deck.textOrEmpty(masterPart);
-            context.inherited = HeldShapes::inheritedBoxes(xml, layoutXml, masterXml);
-            context.sizes = HeldShapes::inheritedSizes(xml, layoutXml, masterXml);
+            context = HeldShapes::contextOf(xml, layoutXml, masterXml, plan.slideWidthEmu, plan.slideHeightEmu);
         }
         // The slide and its relationships in one state.
         const auto inState = [&](const std::string& rels, const Page& page) {
