@@ -9,6 +9,7 @@
 #include "base/Numbers.hpp"
 #include "deck/TimingPolicy.hpp"
 #include "deck/TimingTree.hpp"
+#include "plan/EffectProgress.hpp"
 
 namespace orvandel::EffectBehaviours {
 
@@ -127,10 +128,11 @@ std::int64_t startDelayMs(const XmlElement& cTn) {
     return cond ? msAttribute(*cond, "delay") : 0;
 }
 
-// One play, its repeats and its reversal.
+// One play, its repeats and its reversal; one that repeats until its effect
+// ends counts one play (with its reversal).
 std::int64_t playedMs(const EffectBehaviour& b) {
-    const std::int64_t plays = b.timing.repeatMilli == 0 ? 1000 : b.timing.repeatMilli;
-    return bounded(b.durationMs * plays / 1000 * (b.timing.autoReverse ? 2 : 1), 0, kLongestMs);
+    const std::int64_t once = b.durationMs * (b.timing.autoReverse ? 2 : 1);
+    return bounded(EffectProgress::activeMs(b.durationMs, b.timing, once), 0, kLongestMs);
 }
 
 std::string attributeName(const XmlElement& behaviour) {
