@@ -7,7 +7,8 @@
 # folders listed after it; a header is found the way the compiler finds it
 # (beside the including file first, then the include roots below). The
 # headless renderer's stages come in the order an export runs through them,
-# each on top of those before it: tools, plan, media, storyboard, pixels,
+# each on top of those before it: tools, the render cache, plan, media,
+# storyboard, pixels,
 # encode, then the driver that runs them.
 cmake_minimum_required(VERSION 3.25)
 set(units
@@ -19,13 +20,14 @@ set(units
   "OrvandelCore/package|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render"
   "OrvandelPowerPoint|OrvandelCore/base OrvandelCore/render"
   "OrvandelRender/tools|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render"
+  "OrvandelRender/cache|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools"
   "OrvandelRender/plan|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools"
-  "OrvandelRender/media|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan"
-  "OrvandelRender/storyboard|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan OrvandelRender/media"
-  "OrvandelRender/pixels|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard"
-  "OrvandelRender/encode|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard OrvandelRender/pixels"
-  "OrvandelRender|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard OrvandelRender/pixels OrvandelRender/encode"
-  "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelRender/plan OrvandelPowerPoint"
+  "OrvandelRender/media|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/cache OrvandelRender/plan"
+  "OrvandelRender/storyboard|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/cache OrvandelRender/plan OrvandelRender/media"
+  "OrvandelRender/pixels|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/cache OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard"
+  "OrvandelRender/encode|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/cache OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard OrvandelRender/pixels"
+  "OrvandelRender|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/cache OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard OrvandelRender/pixels OrvandelRender/encode"
+  "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelRender/cache OrvandelRender/plan OrvandelPowerPoint"
   "orvandel|*"
   "../App/Sources/OrvandelApp|*"
   "../App/Sources/OrvandelApp/export|*"

@@ -8,6 +8,7 @@ packages=(
   build-essential cmake pkg-config
   libxml2-dev libpcre2-dev zlib1g-dev nlohmann-json3-dev libcli11-dev libfontconfig1-dev
   libeot-dev  # unpacks the compressed fonts a deck embeds
+  libssl-dev  # SHA-256 names and checks the render cache's entries
   libgtest-dev libgmock-dev libbenchmark-dev unzip zip
   locales-all  # pt_BR.UTF-8: tests check that numbers ignore a comma-decimal locale
   libreoffice-impress-nogui poppler-utils ffmpeg

@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 
+#include "cache/RenderCache.hpp"
 #include "render/Mp4Exporting.hpp"
 
 namespace orvandel {
@@ -58,6 +59,9 @@ public:
         // False: every change is a cut (the movie of stills), for comparison
         // and for the fastest export.
         bool drawEffects = true;
+        // Where the stills and encoded slides of earlier exports are kept and
+        // reused (RenderCache); nothing: every export starts from nothing.
+        std::optional<RenderCache::Options> cache;
     };
 
     HeadlessRenderer() = default;

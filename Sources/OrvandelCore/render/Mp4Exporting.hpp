@@ -18,9 +18,17 @@ struct RenderHooks {
     ProgressCallback progress;                // may be empty
     std::optional<CancellationToken> cancel;  // may be absent
     WarningCallback warn;                     // may be empty
+    // How many of the movie's slides a renderer took from earlier exports
+    // (its cache) instead of drawing and encoding them again, once it knows;
+    // may be empty.
+    std::function<void(int reused, int slides)> reused;
 
     void warning(const Warning& w) const {
         if (warn) warn(w);
+    }
+
+    void reportReused(int count, int slides) const {
+        if (reused) reused(count, slides);
     }
 
     void report(ExportStage stage, double fraction) const {
