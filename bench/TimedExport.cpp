@@ -41,6 +41,10 @@ TimedExport timedExport(const std::filesystem::path& deck, const std::filesystem
     RenderHooks hooks{[&](ExportStage stage, double) {
         if (cli::stageName(stage) != current) mark(cli::stageName(stage));
     }};
+    hooks.reused = [&](int reused, int slides) {
+        t.reusedSlides = reused;
+        t.slides = slides;
+    };
     OrvExporter::export_(deck, std::nullopt, out, {}, gifMs, std::chrono::system_clock::now(), "bench", "bench", {},
                          HeadlessRenderer(options), hooks);
     mark("");

@@ -14,8 +14,10 @@ namespace orvandel::test {
 struct TimedExport {
     std::vector<std::pair<std::string, double>> stages;  // name, wall seconds
     double total = 0;                                    // wall seconds
-    double cpu = 0;  // of this process and the programs it ran: on a shared machine wall time
-                     // says as much about the neighbours as about us
+    double cpu = 0;        // of this process and the programs it ran: on a shared machine wall time
+                           // says as much about the neighbours as about us
+    int reusedSlides = 0;  // taken from the render cache
+    int slides = 0;        // in the movie, when the renderer said
 };
 
 TimedExport timedExport(const std::filesystem::path& deck, const std::filesystem::path& out,

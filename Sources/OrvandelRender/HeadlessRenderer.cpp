@@ -2,11 +2,18 @@
 
 #include <algorithm>
 #include <exception>
+#include <set>
 #include <thread>
 
 #include "base/TemporaryDirectory.hpp"
+#include "cache/ContentHash.hpp"
+#include "cache/RenderFingerprint.hpp"
 #include "deck/DeckModel.hpp"
+#include "encode/FrameSchedule.hpp"
 #include "encode/MasterMovie.hpp"
+#include "encode/MovieEncoder.hpp"
+#include "encode/SegmentKeys.hpp"
+#include "encode/SlideSegments.hpp"
 #include "media/MediaLayers.hpp"
 #include "pixels/DrawnChanges.hpp"
 #include "pixels/FrameConverter.hpp"
@@ -15,15 +22,34 @@
 #include "plan/SlideTransitions.hpp"
 #include "storyboard/BlipRecolour.hpp"
 #include "storyboard/LinkSweep.hpp"
+#include "storyboard/PageKeys.hpp"
 #include "storyboard/Storyboard.hpp"
 #include "storyboard/StoryboardPdf.hpp"
 #include "tools/DeckFontSetup.hpp"
 #include "tools/LibreOffice.hpp"
 #include "tools/RenderError.hpp"
+#include "tools/RenderTools.hpp"
 
 namespace orvandel {
 
+namespace {
+
+// The cache's kinds of entry.
+const char* const kStill = "still";
+const char* const kSegment = "segment";
+const char* const kSound = "sound";
+
+std::string joined(const std::vector<std::string>& parts) {
+    std::string out;
+    for (const auto& p : parts) out += p + '\n';
+    return out;
+}
+
+}  // namespace
+
 // The stages in the order they run, each given what the ones before it made.
+// Whatever an earlier export left in the cache is taken instead of being made
+// again: a slide's encoded segment, or the stills of its pages.
 void HeadlessRenderer::export_(const RenderRequest& request, const std::filesystem::path& to,
                                const std::function<bool()>&, const RenderHooks& hooks) const {
     const std::filesystem::path& preparedDeck = request.preparedDeck;
@@ -45,6 +71,8 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
     const DeckLinks::Rule links{std::filesystem::absolute(options_.deckFolder.value_or(preparedDeck.parent_path())),
                                 options_.allowLinksOutside};
+    const std::optional<RenderCache> cache = options_.cache ? std::optional<RenderCache>(RenderCache(*options_.cache))
+                                                            : std::nullopt;
 
     // The source deck's transitions: drawn with the effects, their sounds played with the media.
     const auto transitions = SlideTransitions::ofMarkup(request.sourceTransitions);
@@ -75,43 +103,146 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
                                                         libreOfficeDir / "fontconfig-cache");
     for (const auto& warning : fonts.warnings) hooks.warning(warning);
 
-    hooks.report(ExportStage::pdf, 0);
-    const auto pageTotal = static_cast<std::int64_t>(storyboard.pages.size());
-    const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;
-    const auto pdf =
-        StoryboardPdf::draw(deck, plan, storyboard, sweep, scratch.path(),
-                            {.workDir = libreOfficeDir,
-                             .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
-                             .cancel = hooks.cancel,
-                             .memoryLimit = options_.libreOfficeMemoryLimit,
-                             .deckName = deckName,
-                             .fontDirs = std::move(fonts.fontDirs),
-                             .embeddedFamilies = std::move(fonts.embeddedFamilies)});
-    hooks.report(ExportStage::pdf, 1);
-    PageRasterizer::requirePages(pdf, pageTotal, deckName, hooks.cancel);
+    // The movie in slides: what each one's segment is made of, and its key.
+    const std::vector<DrawnChange> changes = options_.drawEffects ? DrawnChanges::plan(storyboard.shots)
+                                                                  : std::vector<DrawnChange>{};
+    std::vector<ScheduledStill> entries;
+    for (const auto& shot : storyboard.shots) entries.push_back({{}, shot.durationMs});
+    // Drawn changes move as media do: 30 frames a second.
+    std::vector<MsRange> moving = media.moving;
+    for (const auto& change : changes) moving.push_back(change.span);
+    const std::vector<SlideSegment> segments = SlideSegments::split(
+        storyboard.shots, FrameSchedule::frames(entries, options_.periodicFrameMs, moving), changes, media.layers);
 
+    const std::filesystem::path storyboardDeck = StoryboardPdf::deck(deck, plan, storyboard, sweep, scratch.path());
+    const std::string fingerprint = RenderFingerprint::current();
+    const std::string size = std::to_string(frame.width) + "x" + std::to_string(frame.height);
+    const std::vector<std::string> pageKeys = PageKeys::of(storyboardDeck, fingerprint + "|" + size);
+    SegmentKeys::MediaHashes mediaHashes;
+    for (const auto& layer : media.layers) {
+        if (!mediaHashes.contains(layer.file)) mediaHashes[layer.file] = ContentHash::ofFile(layer.file);
+    }
+    // Everything else a segment depends on: the encoder's settings and
+    // threads (x264's output depends on their count), the frame schedule.
+    const std::string environment = fingerprint + "|" + size + "|" +
+                                    joined(MovieEncoder::segmentArguments(0, "segment.mp4", {})) + "|" +
+                                    std::to_string(std::thread::hardware_concurrency()) + "|" +
+                                    std::to_string(options_.periodicFrameMs);
+    std::map<std::int64_t, const RenderSlide*> slideOf;
+    for (const auto& slide : plan.slides) slideOf[slide.displayIndex] = &slide;
+    const auto segmentsDir = scratch.path() / "segments";
+    std::filesystem::create_directories(segmentsDir);
+    std::vector<std::string> segmentKeys;
+    std::vector<std::filesystem::path> segmentFiles;
+    std::vector<std::size_t> toEncode;
+    for (std::size_t k = 0; k < segments.size(); ++k) {
+        const int page = storyboard.shots.at(segments[k].firstShot).page;
+        const RenderSlide& slide = *slideOf.at(storyboard.pages.at(std::size_t(page) - 1).displayIndex);
+        const auto transition = request.sourceTransitions.find(slide.file);
+        const std::string markup = slide.file + "\n" + deck.part(slide.file) + "\n" +
+                                   (transition == request.sourceTransitions.end() ? "" : transition->second);
+        segmentKeys.push_back(
+            SegmentKeys::ofSegment(segments[k], storyboard.shots, pageKeys, markup, mediaHashes, environment));
+        segmentFiles.push_back(segmentsDir / ("segment-" + std::to_string(k + 1) + ".mp4"));
+        if (!cache || !cache->fetch(kSegment, segmentKeys.back(), segmentFiles.back())) toEncode.push_back(k);
+    }
+    hooks.reportReused(int(segments.size() - toEncode.size()), int(segments.size()));
+
+    // The stills of the slides to encode: from the cache, or drawn by
+    // LibreOffice from a storyboard of just the pages missing.
+    std::set<int> pages;
+    for (std::size_t k : toEncode) pages.insert(segments[k].pages.begin(), segments[k].pages.end());
+    if (options_.keepStillsIn) {
+        for (const auto& segment : segments) pages.insert(segment.pages.begin(), segment.pages.end());
+    }
+    std::map<int, std::filesystem::path> stills;
+    std::vector<int> toDraw;
+    const auto stillsDir = scratch.path() / "stills";
+    std::filesystem::create_directories(stillsDir);
+    for (int page : pages) {
+        const auto file = stillsDir / ("still-" + std::to_string(page) + ".tif");
+        if (cache && cache->fetch(kStill, pageKeys.at(std::size_t(page) - 1), file)) {
+            stills[page] = file;
+        } else {
+            toDraw.push_back(page);
+        }
+    }
     const int workers = options_.workers > 0 ? options_.workers
                                              : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    hooks.report(ExportStage::draw, 0);
-    const auto stills =
-        PageRasterizer::drawShots(pdf, storyboard.shots, frame, scratch.path() / "pages",
-                                  {.workers = workers, .cancel = hooks.cancel, .onProgress = [&](int done, int total) {
-                                       hooks.report(ExportStage::draw, double(done) / double(total));
-                                   }});
+    if (!toDraw.empty()) {
+        hooks.report(ExportStage::pdf, 0);
+        const bool whole = toDraw.size() == storyboard.pages.size();
+        const auto drawnDeck = whole ? storyboardDeck : scratch.path() / "storyboard-pages.pptx";
+        if (!whole) PageKeys::keepOnly(storyboardDeck, toDraw, drawnDeck);
+        const auto pageTotal = static_cast<std::int64_t>(toDraw.size());
+        const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;
+        const auto pdf =
+            StoryboardPdf::draw(drawnDeck, scratch.path(),
+                                {.workDir = libreOfficeDir,
+                                 .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
+                                 .cancel = hooks.cancel,
+                                 .memoryLimit = options_.libreOfficeMemoryLimit,
+                                 .deckName = deckName,
+                                 .fontDirs = std::move(fonts.fontDirs),
+                                 .embeddedFamilies = std::move(fonts.embeddedFamilies)});
+        hooks.report(ExportStage::pdf, 1);
+        PageRasterizer::requirePages(pdf, pageTotal, deckName, hooks.cancel);
+        hooks.report(ExportStage::draw, 0);
+        // Page i of the PDF is the i-th page drawn.
+        std::vector<int> pdfPages;
+        for (std::size_t i = 0; i < toDraw.size(); ++i) pdfPages.push_back(int(i) + 1);
+        const auto drawn = PageRasterizer::rasterize(
+            pdf, pdfPages, frame, scratch.path() / "pages",
+            {.workers = workers, .cancel = hooks.cancel, .onProgress = [&](int done, int total) {
+                 hooks.report(ExportStage::draw, double(done) / double(total));
+             }});
+        for (std::size_t i = 0; i < toDraw.size(); ++i) {
+            const auto& file = drawn.at(pdfPages[i]);
+            stills[toDraw[i]] = file;
+            if (cache) cache->store(kStill, pageKeys.at(std::size_t(toDraw[i]) - 1), file);
+        }
+    }
     if (options_.keepStillsIn) PageRasterizer::keepCopies(stills, *options_.keepStillsIn);
     const auto frames = FrameConverter::convert(stills, frame, scratch.path() / "frames", workers, hooks.cancel);
-    const auto changes = options_.drawEffects ? DrawnChanges::plan(storyboard.shots) : std::vector<DrawnChange>{};
     hooks.throwIfCancelled();
 
     if (media.missingProbe) std::rethrow_exception(media.missingProbe);
     hooks.report(ExportStage::encode, 0);
-    MasterMovie::encode(storyboard.shots, frames, changes, media, frame, plan.totalMs(), scratch.path(), to,
-                        {.periodicFrameMs = options_.periodicFrameMs,
-                         .silentAudio = options_.silentAudio,
-                         .cancel = hooks.cancel,
-                         .onProgress = [&](double f) { hooks.report(ExportStage::encode, f); }});
+    // The soundtrack beside the segments: it is encoded once, over the whole movie.
+    std::optional<std::filesystem::path> sound;
+    std::vector<MediaLayer> sounds;
+    for (const auto& layer : media.layers) {
+        if (layer.sound) sounds.push_back(layer);
+    }
+    for (auto& layer : sounds) layer.picture = false;
+    std::optional<std::string> soundKey;
+    if (options_.silentAudio && MovieEncoder::hasSound(plan.totalMs())) {
+        sound = scratch.path() / "sound.m4a";
+        soundKey = SegmentKeys::ofSound(sounds, plan.totalMs(), mediaHashes, environment);
+        if (cache && cache->fetch(kSound, *soundKey, *sound)) soundKey.reset();
+    }
+    const MasterMovie::Options encoding{.workers = 2,
+                                        .cancel = hooks.cancel,
+                                        .onProgress = [&](double f) { hooks.report(ExportStage::encode, f); },
+                                        .onSegment =
+                                            [&](std::size_t k) {
+                                                if (cache) cache->store(kSegment, segmentKeys[k], segmentFiles[k]);
+                                            }};
+    RenderTools::inParallel(soundKey ? 2 : 1, [&](int job) {
+        if (job == 1) {
+            MovieEncoder::encodeSound(plan.totalMs(), *sound, sounds,
+                                      {.timeout = std::chrono::milliseconds(300'000 + plan.totalMs() / 2),
+                                       .cancel = hooks.cancel,
+                                       .onProgress = {}});
+            if (cache) cache->store(kSound, *soundKey, *sound);
+            return;
+        }
+        MasterMovie::encodeSegments(segments, toEncode, segmentFiles, storyboard.shots, frames, frame, encoding);
+    });
+    MasterMovie::join(segments, segmentFiles, sound, plan.totalMs(), scratch.path(), to, encoding);
     hooks.report(ExportStage::encode, 1);
     MasterMovie::check(to, options_.minPlausibleMs);
+    if (cache) cache->trim();
 }
 
 }  // namespace orvandel

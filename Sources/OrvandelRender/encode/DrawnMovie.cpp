@@ -57,7 +57,7 @@ private:
 
 void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames, const std::vector<ScheduledStill>& shots,
            const std::vector<DrawnChange>& changes, const std::vector<std::filesystem::path>& pageFrames,
-           FrameSize size, const std::optional<CancellationToken>& cancel) {
+           FrameSize size, const std::optional<CancellationToken>& cancel, std::int64_t originMs) {
     Stills stills(size);
     YuvFrame drawn;
     std::size_t next = 0;
@@ -69,8 +69,9 @@ void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames, co
         const Bytes* planes = nullptr;
         if (next < changes.size() && changes[next].span.startMs <= f.startMs) {
             const DrawnChange& c = changes[next];
-            // A drawing's first moment is the picture already on screen.
-            if (c.elapsedAt(f.startMs) == 0 && f.startMs > 0) continue;
+            // A drawing's first moment is the picture already on screen,
+            // except where a segment starts: nothing is on screen yet.
+            if (c.elapsedAt(f.startMs) == 0 && f.startMs > originMs) continue;
             const YuvFrame& before = stills[shots.at(c.from).image];
             // A transition brings in the slide as it is at that moment.
             const YuvFrame& after = stills[shots.at(c.wholeSlide ? f.entry : c.to).image];
@@ -87,7 +88,7 @@ void write(RawVideoStream& stream, const std::vector<ScheduledFrame>& frames, co
             planes = &stills[shots.at(f.entry).image].planes;
         }
         const std::span<const std::uint8_t> piece(planes->data(), planes->size());
-        if (!stream.frame(f.startMs, std::span(&piece, 1))) return;
+        if (!stream.frame(f.startMs - originMs, std::span(&piece, 1))) return;
     }
 }
 

@@ -49,55 +49,8 @@ std::string enabled(const std::vector<MsRange>& spans) {
     return e;
 }
 
-}  // namespace
-
-std::string filterGraph(const std::vector<MediaLayer>& media, std::int64_t totalMs, bool audio) {
-    std::string graph, video = "0:v", sounds;
-    std::size_t mixed = 0;
-    for (std::size_t i = 0; i < media.size(); ++i) {
-        const MediaLayer& m = media[i];
-        const std::string n = std::to_string(i + 1);
-        if (m.picture && !m.shown.empty()) {
-            graph += picture(m, i + 1, "m" + n) + ";";
-            // Centred on its rectangle: a rotated picture is larger than it.
-            graph += "[" + video + "][m" + n + "]overlay=x=" + std::to_string(m.left) + "+(" + std::to_string(m.width) +
-                     "-w)/2:y=" + std::to_string(m.top) + "+(" + std::to_string(m.height) +
-                     "-h)/2:eof_action=repeat:enable='" + enabled(m.shown) + "'[v" + n + "];";
-            video = "v" + n;
-        }
-        if (audio && m.sound) {
-            graph += "[" + n + ":a]asetpts=PTS-STARTPTS,aformat=sample_rates=48000:channel_layouts=stereo,volume=" +
-                     std::to_string(m.volume) + "/100000,adelay=delays=" + std::to_string(m.startMs) + ":all=1[s" + n +
-                     "];";
-            sounds += "[s" + n + "]";
-            ++mixed;
-        }
-    }
-    if (!media.empty()) graph += "[" + video + "]null[v]";
-    if (audio) {
-        // Whole AAC frames that end no later than the video.
-        const std::int64_t audioSamples = totalMs * kAudioRate / 1000 / kAacFrame * kAacFrame;
-        const std::string silence = "[" + std::to_string(media.size() + 1) + ":a]";
-        graph += (graph.empty() ? "" : ";") + silence + sounds;
-        if (mixed > 0) graph += "amix=inputs=" + std::to_string(mixed + 1) + ":duration=first:normalize=0,";
-        graph += "atrim=end_sample=" + std::to_string(audioSamples) + "[a]";
-    }
-    return graph;
-}
-
-std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, std::int64_t totalMs,
-                                   const std::filesystem::path& output, bool silentAudio,
-                                   const std::vector<MediaLayer>& media, bool framesOnStandardInput) {
-    std::vector<std::string> args{"-hide_banner", "-v", "error", "-progress", "pipe:1", "-nostats", "-y"};
-    // Every input reads one local file or the pipe, and nothing they name.
-    if (framesOnStandardInput) {
-        args.insert(args.end(), {"-protocol_whitelist", "pipe", "-f", "matroska", "-i", "pipe:0"});
-    } else {
-        args.insert(args.begin(), "-nostdin");
-        args.insert(args.end(), {"-f", "concat", "-safe", "0"});
-        const auto list = RenderTools::fileInput(ffconcatFile);
-        args.insert(args.end(), list.begin(), list.end());
-    }
+// Each medium's input: read from its own file only, trimmed and looped as it plays.
+void addMediaInputs(std::vector<std::string>& args, const std::vector<MediaLayer>& media) {
     for (const auto& m : media) {
         if (m.gif) args.insert(args.end(), {"-ignore_loop", "0"});
         if (m.loops) args.insert(args.end(), {"-stream_loop", "-1"});
@@ -106,37 +59,18 @@ std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, st
         const auto input = RenderTools::mediaInput(m.file);
         args.insert(args.end(), input.begin(), input.end());
     }
-    const bool audio = silentAudio && totalMs * kAudioRate / 1000 >= kAacFrame;
-    if (audio) args.insert(args.end(), {"-f", "lavfi", "-i", "anullsrc=r=48000:cl=stereo"});
-    if (audio || !media.empty()) {
-        const bool sound = std::any_of(media.begin(), media.end(), [](const MediaLayer& m) { return m.sound; });
-        args.insert(args.end(),
-                    {"-filter_complex", filterGraph(media, totalMs, audio), "-map", media.empty() ? "0:v" : "[v]"});
-        // Silence costs next to nothing at any rate; sound wants more.
-        if (audio) args.insert(args.end(), {"-map", "[a]", "-c:a", "aac", "-b:a", sound ? "128k" : "48k"});
-    }
-    args.insert(args.end(), {"-fps_mode", "passthrough", "-video_track_timescale", "1000", "-c:v", "libx264", "-preset",
-                             framesOnStandardInput ? "superfast" : "veryfast", "-tune", "stillimage", "-bf", "0",
-                             "-level:v", "4.1", "-pix_fmt", "yuv420p", "-movflags", "+faststart"});
-    // Drawn changes bring about five times the frames, each mostly the frame
-    // before: a lighter analysis keeps the export fast (export_bench); the
-    // deblocking filter keeps the picture, CAVLC costs only bits. The stream
-    // names no frame rate: without a millisecond time base the encoder would
-    // take the rate ffmpeg guesses from the first frames.
-    if (framesOnStandardInput) {
-        args.insert(args.end(), {"-enc_time_base:v", "1:1000", "-x264-params",
-                                 "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0:cabac=0"});
-    }
-    args.push_back(output.string());
-    return args;
 }
 
-void encode(const std::filesystem::path& ffconcatFile, std::int64_t totalMs, const std::filesystem::path& output,
-            const Options& options) {
-    // ffmpeg's -progress lines ("out_time_us=...") arrive on standard output.
+std::vector<std::string> leadingArguments() {
+    return {"-hide_banner", "-v", "error", "-progress", "pipe:1", "-nostats", "-y"};
+}
+
+// Runs ffmpeg, turning its -progress lines ("out_time_us=...") into fractions of lengthMs.
+void run(const std::vector<std::string>& args, std::int64_t lengthMs, const Options& options,
+         const std::function<void(int fd)>& standardInput = {}) {
     std::string pending;
     auto onOutput = [&](std::string_view chunk) {
-        if (!options.onProgress || totalMs <= 0) return;
+        if (!options.onProgress || lengthMs <= 0) return;
         pending.append(chunk);
         std::size_t nl;
         while ((nl = pending.find('\n')) != std::string::npos) {
@@ -145,18 +79,141 @@ void encode(const std::filesystem::path& ffconcatFile, std::int64_t totalMs, con
             static const std::string key = "out_time_us=";
             if (line.rfind(key, 0) == 0) {
                 if (const auto us = parseInt64(line.substr(key.size()))) {
-                    options.onProgress(std::min(1.0, std::max(0.0, double(*us) / 1000.0 / double(totalMs))));
+                    options.onProgress(std::min(1.0, std::max(0.0, double(*us) / 1000.0 / double(lengthMs))));
                 }
             }
         }
     };
-    RenderTools::runTool(ExportStage::encode, kErrorLead, "ffmpeg", "ffmpeg",
-                         arguments(ffconcatFile, totalMs, output, options.silentAudio, options.media,
-                                   static_cast<bool>(options.frames)),
+    RenderTools::runTool(ExportStage::encode, kErrorLead, "ffmpeg", "ffmpeg", args,
                          {.timeout = options.timeout,
                           .cancel = options.cancel,
                           .onStandardOutput = onOutput,
-                          .standardInput = options.frames});
+                          .standardInput = standardInput});
+}
+
+}  // namespace
+
+std::string filterGraph(const std::vector<MediaLayer>& media, std::int64_t totalMs, bool sound) {
+    std::string graph;
+    if (!sound) {
+        std::string video = "0:v";
+        for (std::size_t i = 0; i < media.size(); ++i) {
+            const MediaLayer& m = media[i];
+            if (!m.picture || m.shown.empty()) continue;
+            const std::string n = std::to_string(i + 1);
+            graph += picture(m, i + 1, "m" + n) + ";";
+            // Centred on its rectangle: a rotated picture is larger than it.
+            graph += "[" + video + "][m" + n + "]overlay=x=" + std::to_string(m.left) + "+(" + std::to_string(m.width) +
+                     "-w)/2:y=" + std::to_string(m.top) + "+(" + std::to_string(m.height) +
+                     "-h)/2:eof_action=repeat:enable='" + enabled(m.shown) + "'[v" + n + "];";
+            video = "v" + n;
+        }
+        return graph + "[" + video + "]null[v]";
+    }
+    std::string sounds;
+    std::size_t mixed = 0;
+    for (std::size_t i = 0; i < media.size(); ++i) {
+        const MediaLayer& m = media[i];
+        if (!m.sound) continue;
+        const std::string n = std::to_string(i);
+        graph += "[" + n + ":a]asetpts=PTS-STARTPTS,aformat=sample_rates=48000:channel_layouts=stereo,volume=" +
+                 std::to_string(m.volume) + "/100000,adelay=delays=" + std::to_string(m.startMs) + ":all=1[s" + n +
+                 "];";
+        sounds += "[s" + n + "]";
+        ++mixed;
+    }
+    // Whole AAC frames that end no later than the video.
+    const std::int64_t audioSamples = totalMs * kAudioRate / 1000 / kAacFrame * kAacFrame;
+    graph += "[" + std::to_string(media.size()) + ":a]" + sounds;
+    if (mixed > 0) graph += "amix=inputs=" + std::to_string(mixed + 1) + ":duration=first:normalize=0,";
+    return graph + "atrim=end_sample=" + std::to_string(audioSamples) + "[a]";
+}
+
+std::vector<std::string> segmentArguments(std::int64_t durationMs, const std::filesystem::path& output,
+                                          const std::vector<MediaLayer>& pictures) {
+    // The frames come through the pipe; every other input reads one local file.
+    std::vector<std::string> args = leadingArguments();
+    args.insert(args.end(), {"-protocol_whitelist", "pipe", "-f", "matroska", "-i", "pipe:0"});
+    addMediaInputs(args, pictures);
+    if (!pictures.empty()) {
+        args.insert(args.end(), {"-filter_complex", filterGraph(pictures, durationMs, false), "-map", "[v]"});
+    } else {
+        args.insert(args.end(), {"-map", "0:v"});
+    }
+    // Drawn changes bring about five times the frames, each mostly the frame
+    // before: a lighter analysis keeps the export fast (export_bench); the
+    // deblocking filter keeps the picture, CAVLC costs only bits. The stream
+    // names no frame rate: without a millisecond time base the encoder would
+    // take the rate ffmpeg guesses from the first frames.
+    args.insert(args.end(), {"-an",
+                             "-fps_mode",
+                             "passthrough",
+                             "-video_track_timescale",
+                             "1000",
+                             "-c:v",
+                             "libx264",
+                             "-preset",
+                             "superfast",
+                             "-tune",
+                             "stillimage",
+                             "-bf",
+                             "0",
+                             "-level:v",
+                             "4.1",
+                             "-pix_fmt",
+                             "yuv420p",
+                             "-enc_time_base:v",
+                             "1:1000",
+                             "-x264-params",
+                             "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0:cabac=0",
+                             "-f",
+                             "mp4",
+                             output.string()});
+    return args;
+}
+
+void encodeSegment(std::int64_t durationMs, const std::filesystem::path& output,
+                   const std::vector<MediaLayer>& pictures, const std::function<void(int fd)>& frames,
+                   const Options& options) {
+    run(segmentArguments(durationMs, output, pictures), durationMs, options, frames);
+}
+
+bool hasSound(std::int64_t totalMs) { return totalMs * kAudioRate / 1000 >= kAacFrame; }
+
+std::vector<std::string> soundArguments(std::int64_t totalMs, const std::filesystem::path& output,
+                                        const std::vector<MediaLayer>& sounds) {
+    std::vector<std::string> args = leadingArguments();
+    args.insert(args.begin(), "-nostdin");
+    addMediaInputs(args, sounds);
+    const bool sound = std::any_of(sounds.begin(), sounds.end(), [](const MediaLayer& m) { return m.sound; });
+    args.insert(args.end(), {"-f", "lavfi", "-i", "anullsrc=r=48000:cl=stereo", "-filter_complex",
+                             filterGraph(sounds, totalMs, true), "-map", "[a]", "-vn", "-c:a", "aac", "-b:a",
+                             // Silence costs next to nothing at any rate; sound wants more.
+                             sound ? "128k" : "48k", "-f", "mp4", output.string()});
+    return args;
+}
+
+void encodeSound(std::int64_t totalMs, const std::filesystem::path& output, const std::vector<MediaLayer>& sounds,
+                 const Options& options) {
+    run(soundArguments(totalMs, output, sounds), totalMs, options);
+}
+
+void join(const std::filesystem::path& segmentList, const std::optional<std::filesystem::path>& sound,
+          std::int64_t totalMs, const std::filesystem::path& output, const Options& options) {
+    std::vector<std::string> args = leadingArguments();
+    args.insert(args.begin(), "-nostdin");
+    args.insert(args.end(), {"-f", "concat", "-safe", "0"});
+    const auto list = RenderTools::fileInput(segmentList);
+    args.insert(args.end(), list.begin(), list.end());
+    if (sound) {
+        const auto input = RenderTools::fileInput(*sound);
+        args.insert(args.end(), input.begin(), input.end());
+    }
+    args.insert(args.end(), {"-map", "0:v"});
+    if (sound) args.insert(args.end(), {"-map", "1:a"});
+    args.insert(args.end(), {"-c", "copy", "-video_track_timescale", "1000", "-movflags", "+faststart", "-f", "mp4",
+                             output.string()});
+    run(args, totalMs, options);
 }
 
 }  // namespace orvandel::MovieEncoder

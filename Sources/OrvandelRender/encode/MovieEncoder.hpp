@@ -1,18 +1,22 @@
 #pragma once
-// Frames (FrameConverter) to one H.264 movie with ffmpeg. Every frame keeps its millisecond
-// timestamp (passthrough, track time scale 1000), B-frames are off (they would
-// shorten the video track) and the level is pinned to 4.1 (x264 would pick a
-// higher one for long still frames); frames drawn here (Options::frames) get
-// a lighter analysis. A silent AAC track is added for players
-// that expect sound, trimmed to whole AAC frames so that it never outlasts
-// the video.
+// The movie made with ffmpeg in three kinds of run: each slide's span of the
+// picture as a segment of its own, the soundtrack of the whole movie once,
+// and the join of both, which copies them without encoding again.
 //
-// Media (MediaLayers) are drawn over the stills and mixed into that track in
-// the same pass: each file is decoded once, cropped, scaled to its rectangle,
-// flipped and rotated there, shifted to its start in the movie and laid over
-// the frames of its spans (holding its last frame once it has ended); its
-// sound, at its own volume, is delayed to the same start. Between media the
-// track stays silent.
+// A segment is H.264 from frames piped in (RawVideoStream): every frame keeps
+// its millisecond timestamp (passthrough, track time scale 1000), B-frames
+// are off (they would shorten the video track), the level is pinned to 4.1
+// (x264 would pick a higher one for long still frames), and every segment is
+// encoded with the same settings, starting on a key frame, so that segments
+// made by different exports join into one stream. Media pictures
+// (MediaLayers) are drawn over the frames in the same run: each file is
+// decoded once, cropped, scaled to its rectangle, flipped and rotated there,
+// shifted to its start and laid over the frames of its spans (holding its
+// last frame once it has ended).
+//
+// The soundtrack is AAC: silence, with each medium's sound at its own volume
+// delayed to its start, trimmed to whole AAC frames so that it never
+// outlasts the video.
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -23,34 +27,50 @@
 
 #include "base/Cancellation.hpp"
 #include "media/MediaLayers.hpp"
-#include "plan/FrameSize.hpp"
 
 namespace orvandel::MovieEncoder {
 
 struct Options {
     std::chrono::milliseconds timeout{std::chrono::minutes(10)};
     std::optional<CancellationToken> cancel;
+    // Fraction of the run's own length done.
     std::function<void(double fraction)> onProgress;
-    bool silentAudio = true;  // a sound track (silent where no medium sounds)
-    std::vector<MediaLayer> media;
-    // When set, the frames come from this writer (a RawVideoStream on the
-    // pipe it is given) instead of the ffconcat list, which is then unused
-    // (and may be empty).
-    std::function<void(int fd)> frames;
 };
 
-// The ffmpeg arguments (after the program name) that encode `ffconcatFile`
-// lasting totalMs into `output` (exposed for tests).
-std::vector<std::string> arguments(const std::filesystem::path& ffconcatFile, std::int64_t totalMs,
-                                   const std::filesystem::path& output, bool silentAudio,
-                                   const std::vector<MediaLayer>& media = {}, bool framesOnStandardInput = false);
+// The ffmpeg arguments (after the program name) of a segment lasting
+// durationMs, its frames on standard input, the pictures' times from the
+// segment's start (exposed for tests).
+std::vector<std::string> segmentArguments(std::int64_t durationMs, const std::filesystem::path& output,
+                                          const std::vector<MediaLayer>& pictures);
 
-// The filter graph that draws and mixes the media (inputs 1.. are the media,
-// the last one the silence), ending in [v] and, with sound, [a].
-std::string filterGraph(const std::vector<MediaLayer>& media, std::int64_t totalMs, bool audio);
+// Encodes a segment into `output` (MP4); `frames` writes its frames to the
+// pipe it is given. Throws RenderError or CancelledError.
+void encodeSegment(std::int64_t durationMs, const std::filesystem::path& output,
+                   const std::vector<MediaLayer>& pictures, const std::function<void(int fd)>& frames,
+                   const Options& options);
 
-// Throws RenderError or CancelledError.
-void encode(const std::filesystem::path& ffconcatFile, std::int64_t totalMs, const std::filesystem::path& output,
-            const Options& options);
+// Whether a movie of totalMs has room for a whole AAC frame of sound.
+bool hasSound(std::int64_t totalMs);
+
+// The arguments of the soundtrack of a movie lasting totalMs, the sounds'
+// times from the movie's start (exposed for tests).
+std::vector<std::string> soundArguments(std::int64_t totalMs, const std::filesystem::path& output,
+                                        const std::vector<MediaLayer>& sounds);
+
+// Encodes the soundtrack into `output` (M4A). Throws RenderError or
+// CancelledError.
+void encodeSound(std::int64_t totalMs, const std::filesystem::path& output, const std::vector<MediaLayer>& sounds,
+                 const Options& options);
+
+// The filter graph of either run: the pictures drawn over input 0 ending in
+// [v], or the sounds mixed with the silence (the last input) ending in [a].
+// Media are inputs 1.. for pictures, 0.. for sounds.
+std::string filterGraph(const std::vector<MediaLayer>& media, std::int64_t totalMs, bool sound);
+
+// Copies the segments listed in `segmentList` (an ffconcat list naming each
+// segment and its exact duration) and the soundtrack, if any, into `output`,
+// ready to stream from its start. Throws RenderError or CancelledError.
+void join(const std::filesystem::path& segmentList, const std::optional<std::filesystem::path>& sound,
+          std::int64_t totalMs, const std::filesystem::path& output, const Options& options);
 
 }  // namespace orvandel::MovieEncoder

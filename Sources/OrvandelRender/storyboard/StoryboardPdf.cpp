@@ -2,15 +2,17 @@
 
 namespace orvandel::StoryboardPdf {
 
-std::filesystem::path draw(DeckModel& preparedDeck, const RenderPlan& plan, const Storyboard::Layout& layout,
-                           const LinkSweep::Sweep& sweep, const std::filesystem::path& scratch,
+std::filesystem::path deck(DeckModel& preparedDeck, const RenderPlan& plan, const Storyboard::Layout& layout,
+                           const LinkSweep::Sweep& sweep, const std::filesystem::path& scratch) {
+    if (!layout.needsDeck() && sweep.empty()) return preparedDeck.path();
+    const auto out = scratch / "storyboard.pptx";
+    Storyboard::write(preparedDeck, plan, layout, out, sweep);
+    return out;
+}
+
+std::filesystem::path draw(const std::filesystem::path& storyboardDeck, const std::filesystem::path& scratch,
                            const LibreOffice::ConvertOptions& options) {
-    std::filesystem::path deckToDraw = preparedDeck.path();
-    if (layout.needsDeck() || !sweep.empty()) {
-        deckToDraw = scratch / "storyboard.pptx";
-        Storyboard::write(preparedDeck, plan, layout, deckToDraw, sweep);
-    }
-    return LibreOffice::convert(deckToDraw, kPdfFilter, "pdf", scratch / "pdf", options);
+    return LibreOffice::convert(storyboardDeck, kPdfFilter, "pdf", scratch / "pdf", options);
 }
 
 }  // namespace orvandel::StoryboardPdf

@@ -15,12 +15,15 @@ namespace orvandel::StoryboardPdf {
 inline constexpr const char* kPdfFilter =
     "pdf:impress_pdf_Export:{\"ExportHiddenSlides\":{\"type\":\"boolean\",\"value\":\"true\"}}";
 
-// Has LibreOffice draw the storyboard into scratch/pdf and returns the PDF:
-// the prepared deck itself when it is its own storyboard and reaches nothing
-// outside, otherwise the storyboard written into scratch first. Throws what
-// Storyboard::write and LibreOffice::convert throw.
-std::filesystem::path draw(DeckModel& preparedDeck, const RenderPlan& plan, const Storyboard::Layout& layout,
-                           const LinkSweep::Sweep& sweep, const std::filesystem::path& scratch,
+// The storyboard deck: the prepared deck itself when it is its own
+// storyboard and reaches nothing outside, otherwise the storyboard written
+// into scratch. Throws what Storyboard::write throws.
+std::filesystem::path deck(DeckModel& preparedDeck, const RenderPlan& plan, const Storyboard::Layout& layout,
+                           const LinkSweep::Sweep& sweep, const std::filesystem::path& scratch);
+
+// Has LibreOffice draw a storyboard deck into scratch/pdf and returns the
+// PDF. Throws what LibreOffice::convert throws.
+std::filesystem::path draw(const std::filesystem::path& storyboardDeck, const std::filesystem::path& scratch,
                            const LibreOffice::ConvertOptions& options);
 
 }  // namespace orvandel::StoryboardPdf
