@@ -266,12 +266,13 @@ std::optional<std::int64_t> RenderCache::parseSize(std::string_view text) {
     std::size_t at = 0;
     std::int64_t whole = 0;
     for (; at < text.size() && isDigit(text[at]); ++at) {
-        if (whole > (kMax - 9) / 10) return std::nullopt;
-        whole = whole * 10 + (text[at] - '0');
+        const int digit = text[at] - '0';
+        if (whole > (kMax - digit) / 10) return std::nullopt;
+        whole = whole * 10 + digit;
     }
     if (at == 0) return std::nullopt;
     // The fraction as an integer over a power of ten: its first six digits,
-    // more than a byte's worth of any unit, small enough that fraction * unit fits.
+    // finer than anyone gives a cache's size, few enough that fraction * unit fits.
     std::int64_t fraction = 0, scale = 1;
     if (at < text.size() && text[at] == '.') {
         const std::size_t begin = ++at;
