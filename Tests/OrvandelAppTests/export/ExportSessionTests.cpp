@@ -74,26 +74,21 @@ private slots:
         QVERIFY(s.session.scanError() && s.session.gifSlides().empty());
     }
 
-    // What the renderer says it took from earlier exports shows while it
-    // works and stays with the outcome; nothing when it took none.
+    // What the renderer took from earlier exports shows while it works and
+    // stays with the outcome; nothing when it took none.
     void reusedSlidesShowUntilTheOutcome() {
-        for (const auto& [reused, shown] : std::vector<std::pair<std::optional<std::pair<int, int>>, bool>>{
-                 {std::pair{99, 100}, true}, {std::pair{0, 100}, false}, {std::nullopt, false}}) {
+        for (const int reused : {99, 0}) {
             QTemporaryDir dir;
             Session s;
-            s.renderer->reused = reused;
+            s.renderer->reused = {{reused, 100}};
             s.renderer->hold->store(true);
             s.openExample(dir);
             QVERIFY(s.session.startExport());
-            if (shown) {
-                QVERIFY(waitUntil([&] { return s.session.reuseLine().has_value(); }, 10000));
-                QVERIFY(s.session.reuseLine()->contains(QStringLiteral("99 de 100")));
-            }
+            if (reused) QVERIFY(waitUntil([&] { return s.session.reuseLine().has_value(); }, 10000));
             s.renderer->hold->store(false);
             QVERIFY(waitUntil([&] { return s.session.outcome().has_value(); }, 20000));
-            QCOMPARE(s.session.reuseLine().has_value(), shown);
-            QCOMPARE(s.session.outcome()->reusedSlides, reused ? reused->first : 0);
-            QCOMPARE(s.session.outcome()->movieSlides, reused ? reused->second : 0);
+            QCOMPARE(s.session.reuseLine().has_value(), reused > 0);
+            QCOMPARE(s.session.outcome()->reusedSlides, reused);
         }
     }
 
