@@ -104,6 +104,7 @@ int main(int argc, char** argv) {
     shoot(*view, "gif-form");
 
     renderer->hold->store(true);
+    renderer->reused = {{37, 40}};
     view->runExport();
     waitUntil([&] { return view->findChild<QProgressBar*>("progressBar")->isVisible(); }, 20000);
     shoot(*view, "exporting");

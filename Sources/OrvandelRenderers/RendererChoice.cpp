@@ -27,12 +27,20 @@ std::optional<std::int64_t> defaultMemoryLimit(int exports) {
     return *total / 2 / std::max(1, exports);
 }
 
+std::optional<RenderCache::Options> cacheOptions(const Cache& choice) {
+    if (!choice.enabled) return std::nullopt;
+    const auto folder = choice.folder.empty() ? RenderCache::defaultFolder() : std::optional(choice.folder);
+    if (!folder) return std::nullopt;
+    return RenderCache::Options{*folder, choice.maxBytes.value_or(RenderCache::defaultMaxBytes())};
+}
+
 std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::path& deck, const Settings& settings) {
     if (resolve(requested) == Renderer::powerPoint) return std::make_unique<DefaultMp4Exporter>();
     HeadlessRenderer::Options options;
     options.drawEffects = settings.drawEffects;
     options.allowLinksOutside = settings.allowLinksOutside;
     options.libreOfficeMemoryLimit = settings.maxMemory ? settings.maxMemory : defaultMemoryLimit(1);
+    options.cache = cacheOptions(settings.cache);
     if (!deck.empty()) {
         std::error_code ec;
         const auto absolute = std::filesystem::absolute(deck, ec);

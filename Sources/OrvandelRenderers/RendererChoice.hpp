@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 
+#include "cache/RenderCache.hpp"
 #include "render/Mp4Exporting.hpp"
 
 namespace orvandel::RendererChoice {
@@ -19,6 +20,19 @@ std::optional<Renderer> fromName(std::string_view name);
 
 // The renderer `automatic` stands for on this machine; the others as they are.
 Renderer resolve(Renderer requested);
+
+// Where the headless renderer keeps the stills and encoded slides of earlier
+// exports, to reuse those of slides that have not changed. On by default, so
+// that nobody has to ask for a fast re-export.
+struct Cache {
+    bool enabled = true;
+    std::filesystem::path folder;          // empty: RenderCache::defaultFolder()
+    std::optional<std::int64_t> maxBytes;  // nothing: RenderCache::defaultMaxBytes()
+};
+
+// The cache `choice` stands for on this machine: nothing when it is off, or
+// when no folder is given and there is no default one (no HOME).
+std::optional<RenderCache::Options> cacheOptions(const Cache& choice);
 
 // How the headless renderer works; PowerPoint takes none of these.
 struct Settings {
@@ -32,6 +46,7 @@ struct Settings {
     // The most memory LibreOffice may take, in bytes; nothing: a share of
     // the machine's (defaultMemoryLimit(1)).
     std::optional<std::int64_t> maxMemory;
+    Cache cache;
 };
 
 // LibreOffice's share of this machine's memory when `exports` run at once:

@@ -64,16 +64,21 @@ private:
 
 std::string seconds(std::int64_t ms) { return msAsDecimalSeconds(ms); }
 
+// "99/100" where the cache saved work, else "-".
+std::string reused(const BatchExport::Outcome& o) {
+    return o.ok && o.reusedSlides > 0 ? formatInt(o.reusedSlides) + "/" + formatInt(o.movieSlides) : "-";
+}
+
 std::string summaryTable(const std::vector<BatchExport::Outcome>& outcomes) {
     std::ostringstream table;
     table << std::left << std::setw(32) << "deck" << std::setw(8) << "cues" << std::setw(12) << "movie (s)"
-          << std::setw(10) << "wall (s)"
+          << std::setw(10) << "wall (s)" << std::setw(10) << "reused"
           << "result\n";
     for (const auto& o : outcomes) {
         table << std::setw(32) << o.deck.filename().string() << std::setw(8) << (o.ok ? formatInt(o.cues) : "-")
               << std::setw(12) << (o.ok ? seconds(o.movieMs) : "-") << std::setw(10)
-              << seconds(static_cast<std::int64_t>(o.wall.count())) << (o.ok ? "ok: " + o.package.string() : o.error)
-              << "\n";
+              << seconds(static_cast<std::int64_t>(o.wall.count())) << std::setw(10) << reused(o)
+              << (o.ok ? "ok: " + o.package.string() : o.error) << "\n";
     }
     return table.str();
 }
@@ -91,6 +96,7 @@ nlohmann::ordered_json summaryJson(const std::vector<BatchExport::Outcome>& outc
         row["cues"] = o.cues;
         row["movieMs"] = o.movieMs;
         row["wallMs"] = static_cast<std::int64_t>(o.wall.count());
+        row["reusedSlides"] = o.reusedSlides;
         auto warnings = nlohmann::ordered_json::array();
         for (const auto& w : o.warnings) warnings.push_back(repairedUtf8(w.text));
         row["warnings"] = std::move(warnings);
@@ -126,7 +132,8 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
                                             .allowLinksOutside = options.allowLinksOutside,
                                             .maxMemory = options.maxMemory
                                                              ? options.maxMemory
-                                                             : RendererChoice::defaultMemoryLimit(run.jobs)};
+                                                             : RendererChoice::defaultMemoryLimit(run.jobs),
+                                            .cache = options.cache};
     run.makeRenderer = [renderer, settings](const std::filesystem::path& deck) {
         return RendererChoice::make(renderer, deck, settings);
     };
@@ -136,7 +143,10 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
     };
     run.finished = [&](std::size_t i, const BatchExport::Outcome& o) {
         std::string line = (o.ok ? "done    " : "FAILED  ") + o.deck.filename().string() +
-                           (o.ok ? " -> " + o.package.string() : ": " + o.error);
+                           (o.ok ? " -> " + o.package.string() : ": " + o.error) +
+                           (o.ok && o.reusedSlides > 0 ? " (reused " + formatInt(o.reusedSlides) + " of " +
+                                                             formatInt(o.movieSlides) + " slides from the cache)"
+                                                       : "");
         for (const auto& w : o.warnings) line += "\n        warning: " + w.text;
         progress.finished(items[i].deck.filename().string(), line);
     };

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "RendererChoice.hpp"
+
 namespace orvandel::cli {
 
 struct BatchExportOptions {
@@ -22,6 +24,7 @@ struct BatchExportOptions {
     std::string effects = "draw";  // "draw" or "cut"
     bool allowLinksOutside = false;
     std::optional<std::int64_t> maxMemory;  // bytes; nothing: a share of the machine's memory per deck
+    RendererChoice::Cache cache;            // one cache for every deck, shared by those that run at once
 };
 
 int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::ostream& err);

@@ -12,6 +12,7 @@
 #include "Interrupt.hpp"
 #include "RendererChoice.hpp"
 #include "base/Numbers.hpp"
+#include "cache/RenderCache.hpp"
 #include "encode/MovieChapters.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
@@ -39,6 +40,10 @@ struct ExportOptions {
     bool allowLinksOutside = false;
     std::string maxMemory;                       // as given
     std::optional<std::int64_t> maxMemoryBytes;  // as read, by dispatchExport
+    std::string cacheDir;
+    bool noCache = false;
+    std::string cacheMax;         // as given
+    RendererChoice::Cache cache;  // as read, by dispatchExport
 };
 
 std::string joinNumbers(const std::vector<std::int64_t>& v) {
@@ -52,6 +57,8 @@ class ProgressLine {
 public:
     explicit ProgressLine(std::ostream& err) : err_(err), enabled_(::isatty(STDERR_FILENO) == 1) {}
     ~ProgressLine() { finish(); }
+
+    bool enabled() const { return enabled_; }
 
     void update(ExportStage stage, double fraction) {
         if (!enabled_) return;
@@ -93,7 +100,8 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     const auto renderer = RendererChoice::make(*RendererChoice::fromName(options.renderer), deck,
                                                {.drawEffects = options.effects == "draw",
                                                 .allowLinksOutside = options.allowLinksOutside,
-                                                .maxMemory = options.maxMemoryBytes});
+                                                .maxMemory = options.maxMemoryBytes,
+                                                .cache = options.cache});
 
     // The preview comes after minutes of rendering: its folder is checked first.
     if (options.preview) PreviewPage::checkFolder(PreviewPage::defaultFolder(destination));
@@ -104,6 +112,12 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
                       [&, print = printWarnings(err)](const Warning& w) {
                           line.finish();
                           print(w);
+                      },
+                      // A progress note like the others: where progress shows, and only when it saved work.
+                      [&](int reused, int slides) {
+                          if (!line.enabled() || reused <= 0) return;
+                          line.finish();
+                          err << "reused " << reused << " of " << slides << " slides from the cache\n";
                       }};
     OrvExporter::Result result;
     try {
@@ -160,6 +174,14 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
 int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err) {
     // A usage error before any work.
     if (!options.maxMemory.empty()) options.maxMemoryBytes = parseMemorySize(options.maxMemory, "--max-memory");
+    options.cache = {.enabled = !options.noCache, .folder = options.cacheDir};
+    if (!options.cacheMax.empty()) {
+        options.cache.maxBytes = RenderCache::parseSize(options.cacheMax);
+        if (!options.cache.maxBytes) {
+            throw CLI::ValidationError("--cache-max", "expected a size such as 2G, 500M or 1073741824, got \"" +
+                                                          options.cacheMax + "\"");
+        }
+    }
     const bool batch = options.decks.size() > 1 || std::filesystem::is_directory(options.decks.front()) ||
                        !options.outDir.empty() || !options.shard.empty() || options.json || options.jobs > 0;
     if (batch) {
@@ -175,7 +197,7 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
         }
         return runBatchExport({options.decks, options.outDir, options.jobs, options.shard, options.json, options.video,
                                options.gif, options.renderer, options.effects, options.allowLinksOutside,
-                               options.maxMemoryBytes},
+                               options.maxMemoryBytes, options.cache},
                               out, err);
     }
     if (const std::string problem = RegularFile(options.decks.front()); !problem.empty()) {
@@ -228,6 +250,19 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
                     "(2G, 1500M); beyond it the export stops with an error (default: half the machine's memory, "
                     "shared among the decks of a batch)")
         ->type_name("SIZE");
+    auto* cacheDir =
+        cmd->add_option("--cache-dir", options->cacheDir,
+                        "where the stills and encoded slides of earlier exports are kept, so that a re-export "
+                        "draws and encodes only the slides that changed (default: $XDG_CACHE_HOME/orvandel, else "
+                        "~/.cache/orvandel)")
+            ->type_name("DIR");
+    auto* cacheMax = cmd->add_option("--cache-max", options->cacheMax,
+                                     "how much the cache may hold, as bytes or with K, M or G (500M, 2G); the "
+                                     "least recently used go first (default: $ORVANDEL_CACHE_MAX, else 2G)")
+                         ->type_name("SIZE");
+    cmd->add_flag("--no-cache", options->noCache, "neither reuse nor keep anything: render every slide anew")
+        ->excludes(cacheDir)
+        ->excludes(cacheMax);
     cmd->add_flag("--chapters", options->chapters,
                   "put one chapter per visible slide, titled with the slide's title, into the movie (players such "
                   "as VLC and mpv list them); needs ffmpeg");

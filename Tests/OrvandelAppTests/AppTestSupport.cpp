@@ -34,6 +34,7 @@ bool scan(ExportSession& session, const std::filesystem::path& deck) {
 void FakeExporter::export_(const RenderRequest& request, const std::filesystem::path& to, const std::function<bool()>&,
                            const RenderHooks& hooks) const {
     hooks.report(ExportStage::draw, 0.5);
+    if (reused) hooks.reportReused(reused->first, reused->second);
     while (hold->load()) {
         hooks.throwIfCancelled();
         std::this_thread::sleep_for(std::chrono::milliseconds(5));

@@ -8,6 +8,8 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "base/Warning.hpp"
@@ -27,15 +29,17 @@ std::filesystem::path exampleCopy(const QString& dir);
 // Chooses `deck` in `session`; whether its scan ended in time.
 bool scan(ExportSession& session, const std::filesystem::path& deck);
 
-// Renders nothing: reports the drawing stage half done, holds while `hold`
+// Renders nothing: reports the drawing stage half done and `reused` (when
+// given) as the render cache would, holds while `hold`
 // is set (until the export is cancelled), then throws `failure` or writes a
 // movie header exactly as long as the prepared deck's plan.
 class FakeExporter : public Mp4Exporting {
 public:
     std::shared_ptr<std::atomic<bool>> hold = std::make_shared<std::atomic<bool>>(false);
     std::exception_ptr failure;
-    std::filesystem::path workBase;  // where the flow's work directory goes; empty: the system's
-    std::vector<Warning> warnings;   // reported as a real render would, before the movie
+    std::filesystem::path workBase;             // where the flow's work directory goes; empty: the system's
+    std::vector<Warning> warnings;              // reported as a real render would, before the movie
+    std::optional<std::pair<int, int>> reused;  // slides from earlier exports, of how many
 
     using Mp4Exporting::export_;
     void export_(const RenderRequest& request, const std::filesystem::path& to,

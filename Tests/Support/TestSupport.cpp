@@ -126,4 +126,17 @@ TempDir::~TempDir() {
     std::filesystem::remove_all(path_, ec);
 }
 
+namespace {
+
+// Every test process, and whatever it runs, keeps its render cache in a
+// folder of its own that goes with it: the user's cache is never filled, and
+// no test reuses what an earlier build or another test left there.
+struct OwnRenderCache {
+    TempDir folder;
+    OwnRenderCache() { ::setenv("XDG_CACHE_HOME", folder.path().c_str(), 1); }
+};
+const OwnRenderCache ownRenderCache;
+
+}  // namespace
+
 }  // namespace orvandel::test

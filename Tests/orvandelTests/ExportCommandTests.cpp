@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <nlohmann/json.hpp>
+#include <tuple>
 
 #include "DeckBuilder.hpp"
 #include "MovieFixtures.hpp"
@@ -110,4 +111,27 @@ TEST(ExportCommandTest, TheExampleDeckExportsEndToEndWithTheHeadlessRenderer) {
     writeFile(dir / "m.mp4",
               Subprocess::run({"unzip", "-p", (dir / "aula.orv").string(), "assets/master.mp4"}).standardOutput);
     EXPECT_EQ(Mp4Duration::measureMs(dir / "m.mp4"), msFromDecimalSeconds(planned.substr(0, planned.find(' '))));
+}
+
+// The cache options, for one deck and for a batch: a size that is none or
+// does not fit, or a cache refused and placed at once, is a usage error
+// before any work; a cache given with a movie to package is no obstacle.
+TEST(ExportCommandTest, CacheOptionsAreCheckedBeforeAnyWork) {
+    TempDir dir;
+    DeckBuilder().addSlide(slideXml()).write(dir / "d.pptx");
+    DeckBuilder().addSlide(slideXml()).write(dir / "e.pptx");
+    writeFile(dir / "m.mp4", craftedMovie(1000, 1500));
+    for (const auto& [args, status, saying] : std::vector<std::tuple<std::vector<std::string>, int, std::string>>{
+             {{"d.pptx", "--cache-max", "lots"}, 2, "--cache-max: expected a size"},
+             {{"d.pptx", "e.pptx", "--cache-max", "99999999999G"}, 2, "--cache-max: expected a size"},
+             {{"d.pptx", "--no-cache", "--cache-dir", "c"}, 2, "excludes"},
+             {{"d.pptx", "e.pptx", "--cache-max", "1G", "--no-cache"}, 2, "excludes"},
+             {{"d.pptx", "--cache-dir", "c", "--cache-max", "500M", "--mp4", "m.mp4"}, 0, ""}}) {
+        std::vector<std::string> command{"export"};
+        command.insert(command.end(), args.begin(), args.end());
+        const auto r = runCli(command, {.workingDirectory = dir.path()});
+        EXPECT_EQ(r.exitStatus, status) << r.standardError;
+        EXPECT_THAT(r.standardError, HasSubstr(saying));
+        EXPECT_EQ(fs::exists(dir / "d.orv"), status == 0);
+    }
 }

@@ -418,6 +418,16 @@ QString resultSummary(std::int64_t cueCount, double masterVideoSeconds) {
     return cues + " · vídeo de " + length;
 }
 
+std::optional<QString> reusedSlides(std::int64_t reused, std::int64_t slides) {
+    if (reused <= 0) return std::nullopt;
+    if (reused >= slides) {
+        return reused == 1 ? QStringLiteral("O slide foi reaproveitado da exportação anterior")
+                           : "Todos os " + number(reused) + " slides reaproveitados da exportação anterior";
+    }
+    return reused == 1 ? "1 slide de " + number(slides) + " reaproveitado da exportação anterior"
+                       : number(reused) + " de " + number(slides) + " slides reaproveitados da exportação anterior";
+}
+
 QString quitQuestion(Renderer renderer) {
     return powerPoint(renderer)
                ? QStringLiteral("Há uma exportação do vídeo em andamento no PowerPoint. O que deseja fazer?")

@@ -69,6 +69,8 @@ inline const QString kExport = QStringLiteral("Exportar");
 inline const QString kExportDone = QStringLiteral("Exportação concluída");
 // "12 marcações · vídeo de 1 min 5 s"; the duration in seconds, as the probe reads it.
 QString resultSummary(std::int64_t cueCount, double masterVideoSeconds);
+// "99 de 100 slides reaproveitados da exportação anterior"; nothing when none was.
+std::optional<QString> reusedSlides(std::int64_t reused, std::int64_t slides);
 // "Revelar no Finder" on macOS, "Mostrar na pasta" elsewhere.
 QString revealButton();
 inline const QString kRevealInFinder = QStringLiteral("Revelar no Finder");

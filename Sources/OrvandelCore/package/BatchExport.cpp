@@ -93,6 +93,10 @@ std::vector<Outcome> run(const std::vector<Item>& items, const Options& options)
                     hooks.progress = [&, i](ExportStage stage, double f) { options.progress(i, stage, f); };
                 }
                 hooks.cancel = options.cancel;
+                hooks.reused = [&outcome](int reused, int slides) {
+                    outcome.reusedSlides = reused;
+                    outcome.movieSlides = slides;
+                };
                 const auto result = OrvExporter::export_(items[i].deck, std::nullopt, items[i].package, options.videoMs,
                                                          options.gifMs, std::chrono::system_clock::now(),
                                                          options.source, options.pluginVersion, {}, *renderer, hooks);

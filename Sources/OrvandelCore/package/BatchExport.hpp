@@ -64,6 +64,10 @@ struct Outcome {
     std::string error;  // the failure's description (with its cause), when !ok
     std::int64_t cues = 0;
     std::int64_t movieMs = 0;
+    // The movie's slides the renderer took from earlier exports, of how many
+    // (RenderHooks::reused); 0 of 0 when it did not say.
+    std::int64_t reusedSlides = 0;
+    std::int64_t movieSlides = 0;
     std::vector<Warning> warnings;
     std::chrono::milliseconds wall{0};
 };

@@ -74,6 +74,24 @@ private slots:
         QVERIFY(s.session.scanError() && s.session.gifSlides().empty());
     }
 
+    // What the renderer took from earlier exports shows while it works and
+    // stays with the outcome; nothing when it took none.
+    void reusedSlidesShowUntilTheOutcome() {
+        for (const int reused : {99, 0}) {
+            QTemporaryDir dir;
+            Session s;
+            s.renderer->reused = {{reused, 100}};
+            s.renderer->hold->store(true);
+            s.openExample(dir);
+            QVERIFY(s.session.startExport());
+            if (reused) QVERIFY(waitUntil([&] { return s.session.reuseLine().has_value(); }, 10000));
+            s.renderer->hold->store(false);
+            QVERIFY(waitUntil([&] { return s.session.outcome().has_value(); }, 20000));
+            QCOMPARE(s.session.reuseLine().has_value(), reused > 0);
+            QCOMPARE(s.session.outcome()->reusedSlides, reused);
+        }
+    }
+
     // Cancelled, or dropped mid-export (the window closed): the export stops
     // and leaves no work directory and no package.
     void stoppedExportLeavesNothing() {

@@ -27,6 +27,7 @@ ExportSession::ExportSession(RendererChoice::Renderer renderer, std::shared_ptr<
       scan_(this, [this](const ScanRun& run) { scanFinished(run); }),
       export_(this, [this](const ExportRun& run) { exportFinished(run); }) {
     connect(this, &ExportSession::stageReported, this, &ExportSession::showStage, Qt::QueuedConnection);
+    connect(this, &ExportSession::reuseReported, this, &ExportSession::showReuse, Qt::QueuedConnection);
     connect(&ExportCoordinator::shared(), &ExportCoordinator::changed, this, &ExportSession::changed);
 }
 
@@ -111,6 +112,7 @@ bool ExportSession::startExport() {
     isExporting_ = true;
     outcome_.reset();
     stageLine_.reset();
+    reuseLine_.reset();
     progressPermille_ = -1;
     exportCancel_ = CancellationToken();
     ExportCoordinator::shared().begin([token = exportCancel_] { token.cancel(); });
@@ -131,16 +133,24 @@ bool ExportSession::startExport() {
                           emit stageReported(stage, fraction);
                       },
                       exportCancel_,
-                      {}};
+                      {},
+                      [this](int reused, int slides) { emit reuseReported(reused, slides); }};
     // One renderer per export, made for its deck (media linked beside the deck play).
     std::shared_ptr<const Mp4Exporting> exporter = exporter_;
     if (!exporter) exporter = RendererChoice::make(renderer_, deck);
     export_.start([deck, destination, gifMs, hooks, exporter] {
         ExportRun run;
+        // The outcome keeps the count too, whenever the window's copy of it arrives.
+        RenderHooks counted = hooks;
+        counted.reused = [&run, &hooks](int reused, int slides) {
+            run.reusedSlides = reused;
+            run.movieSlides = slides;
+            hooks.reportReused(reused, slides);
+        };
         try {
             run.result = OrvExporter::export_(deck, std::nullopt, destination, {}, gifMs,
                                               std::chrono::system_clock::now(), kSource, kPluginVersion, {}, *exporter,
-                                              hooks);
+                                              counted);
         } catch (...) {
             run.error = std::current_exception();
         }
@@ -162,12 +172,19 @@ void ExportSession::showStage(ExportStage stage, double fraction) {
     emit changed();
 }
 
+void ExportSession::showReuse(int reused, int slides) {
+    if (!isExporting_) return;
+    reuseLine_ = ExportCopy::reusedSlides(reused, slides);
+    emit changed();
+}
+
 void ExportSession::exportFinished(const ExportRun& run) {
     QStringList warnings;
     if (!run.error) {
         const auto& r = run.result;
-        outcome_ = Outcome{outputPath(*deckPath_), r.cueCount, static_cast<double>(r.masterVideoDurationMs) / 1000,
-                           r.convertedOnClickVideoSlides};
+        outcome_ = Outcome{
+            outputPath(*deckPath_),        r.cueCount,       static_cast<double>(r.masterVideoDurationMs) / 1000,
+            r.convertedOnClickVideoSlides, run.reusedSlides, run.movieSlides};
         warnings = ExportCopy::postExportWarnings(r.convertedOnClickVideoSlides, r.maxBulletsPerSlide, r.warnings);
     }
     isExporting_ = false;

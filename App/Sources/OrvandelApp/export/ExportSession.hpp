@@ -39,6 +39,10 @@ public:
         std::int64_t cueCount = 0;
         double masterVideoSeconds = 0;
         std::vector<std::int64_t> convertedOnClickVideoSlides;
+        // The movie's slides taken from earlier exports (the render cache),
+        // of how many; 0 of 0 when the renderer did not say.
+        int reusedSlides = 0;
+        int movieSlides = 0;
     };
 
     // `renderer` decides who renders and which texts are used (automatic: the
@@ -63,6 +67,9 @@ public:
     const std::optional<QString>& scanError() const { return scanError_; }
     // What the headless export is doing now, once it has said.
     const std::optional<QString>& stageLine() const { return stageLine_; }
+    // How many slides the running export reuses from the previous one, once
+    // the renderer has said and when there are any.
+    const std::optional<QString>& reuseLine() const { return reuseLine_; }
     // Thousandths of the export done; -1 until known. Only moves forward.
     int progressPermille() const { return progressPermille_; }
     const std::optional<Outcome>& outcome() const { return outcome_; }
@@ -88,6 +95,7 @@ signals:
     void exportEnded(const std::exception_ptr& error, const QStringList& warnings);
     // From the export's worker thread; connected queued.
     void stageReported(ExportStage stage, double fraction);
+    void reuseReported(int reused, int slides);
 
 private:
     struct ScanRun {
@@ -96,12 +104,15 @@ private:
     };
     struct ExportRun {
         OrvExporter::Result result;
+        int reusedSlides = 0;
+        int movieSlides = 0;
         std::exception_ptr error;
     };
 
     void scanFinished(const ScanRun& run);
     void exportFinished(const ExportRun& run);
     void showStage(ExportStage stage, double fraction);
+    void showReuse(int reused, int slides);
 
     RendererChoice::Renderer renderer_;
     std::shared_ptr<const Mp4Exporting> exporter_;  // injected; otherwise one per export
@@ -115,6 +126,7 @@ private:
     std::optional<QString> scanError_;
     std::optional<Outcome> outcome_;
     std::optional<QString> stageLine_;
+    std::optional<QString> reuseLine_;
     int progressPermille_ = -1;
 
     CancellationToken exportCancel_;

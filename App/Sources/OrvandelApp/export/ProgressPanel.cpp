@@ -15,7 +15,10 @@
 namespace orvandel {
 
 ProgressPanel::ProgressPanel(ExportSession& session, QWidget* parent)
-    : SessionPanel(session, parent), line_(PanelSupport::wrappingLabel()), bar_(new QProgressBar) {
+    : SessionPanel(session, parent),
+      line_(PanelSupport::wrappingLabel()),
+      bar_(new QProgressBar),
+      reuse_(PanelSupport::wrappingLabel()) {
     auto* progress = PanelSupport::column(this, 6);
     auto* row = new QHBoxLayout;
     row->setSpacing(8);
@@ -31,6 +34,9 @@ ProgressPanel::ProgressPanel(ExportSession& session, QWidget* parent)
     p.setColor(QPalette::Highlight, Brand::primary);
     bar_->setPalette(p);
     progress->addWidget(bar_);
+    reuse_->setObjectName(QStringLiteral("reuseLine"));
+    progress->addWidget(reuse_);
+    secondaryTexts_ = {reuse_};
     follow();
 }
 
@@ -50,6 +56,9 @@ void ProgressPanel::refresh() {
     const int permille = session_.progressPermille();
     bar_->setVisible(exporting && !powerPoint && permille >= 0);
     bar_->setValue(std::max(0, permille));
+    const auto& reuse = session_.reuseLine();
+    reuse_->setVisible(exporting && reuse.has_value());
+    reuse_->setText(reuse.value_or(QString()));
 }
 
 }  // namespace orvandel

@@ -1,7 +1,7 @@
 #pragma once
 // What runs now: a spinner and a line while the deck is scanned or exported
-// and, for the headless renderer, the export's stage and a bar. Hidden
-// otherwise.
+// and, for the headless renderer, the export's stage, a bar and how many
+// slides it reuses from the previous export. Hidden otherwise.
 #include "PanelSupport.hpp"
 
 class QLabel;
@@ -19,6 +19,7 @@ private:
 
     QLabel* line_;
     QProgressBar* bar_;
+    QLabel* reuse_;
 };
 
 }  // namespace orvandel

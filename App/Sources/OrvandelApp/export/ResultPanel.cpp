@@ -47,7 +47,9 @@ void ResultPanel::refresh() {
     if (!outcome) return;
     name_->setText(PanelSupport::fileName(outcome->orvPath));
     name_->setToolTip(QString::fromStdString(outcome->orvPath.string()));
-    summary_->setText(ExportCopy::resultSummary(outcome->cueCount, outcome->masterVideoSeconds));
+    const auto reuse = ExportCopy::reusedSlides(outcome->reusedSlides, outcome->movieSlides);
+    summary_->setText(ExportCopy::resultSummary(outcome->cueCount, outcome->masterVideoSeconds) +
+                      (reuse ? "\n" + *reuse : QString()));
 }
 
 }  // namespace orvandel
