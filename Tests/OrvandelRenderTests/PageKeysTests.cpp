@@ -6,9 +6,11 @@
 #include "AnimatedSlides.hpp"
 #include "TestSupport.hpp"
 #include "container/ZipArchive.hpp"
+#include "pixels/PageRasterizer.hpp"
 #include "rewrite/DeckTransformer.hpp"
 #include "storyboard/PageKeys.hpp"
 #include "storyboard/Storyboard.hpp"
+#include "storyboard/StoryboardPdf.hpp"
 #include "tools/RenderError.hpp"
 
 using namespace orvandel;
@@ -103,6 +105,7 @@ TEST(PageKeysTest, AnEditChangesTheKeysOfThePagesItShowsOnAndNoOthers) {
 TEST(PageKeysTest, AStoryboardKeepsOnlyTheWantedPagesInItsSlideListWithTheirKeys) {
     TempDir dir;
     DeckBuilder()
+        .setMaster(themeXml(""))
         .addSlide(textSlide("Um"))
         .addSlide(textSlide("Dois"))
         .addSlide(textSlide("Tres"))
@@ -113,6 +116,12 @@ TEST(PageKeysTest, AStoryboardKeepsOnlyTheWantedPagesInItsSlideListWithTheirKeys
     PageKeys::keepOnly(dir / "deck.pptx", {1, 3}, dir / "kept.pptx");
     EXPECT_EQ(DeckModel(dir / "kept.pptx").slideFiles(), (std::vector<std::string>{files[0], files[2]}));
     EXPECT_EQ(PageKeys::of(dir / "kept.pptx", "env"), (std::vector<std::string>{keys[0], keys[2]}));
+    if (!slowTestsSkipped() && haveProgram("soffice") && haveProgram("pdfinfo")) {
+        LibreOffice::ConvertOptions options;
+        options.workDir = dir / "work";
+        const auto pdf = LibreOffice::convert(dir / "kept.pptx", StoryboardPdf::kPdfFilter, "pdf", dir.path(), options);
+        EXPECT_EQ(PageRasterizer::pageCount(pdf, std::nullopt), 2);
+    }
     for (const auto& pages : std::vector<std::vector<int>>{{0}, {4}, {2, 2}, {3, 1}}) {
         EXPECT_THROW(PageKeys::keepOnly(dir / "deck.pptx", pages, dir / "bad.pptx"), RenderError) << pages.front();
     }
