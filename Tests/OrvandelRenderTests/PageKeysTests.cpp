@@ -5,7 +5,6 @@
 
 #include "AnimatedSlides.hpp"
 #include "TestSupport.hpp"
-#include "container/ZipArchive.hpp"
 #include "pixels/PageRasterizer.hpp"
 #include "rewrite/DeckTransformer.hpp"
 #include "storyboard/PageKeys.hpp"
@@ -75,8 +74,7 @@ std::map<std::int64_t, std::vector<std::string>> keysBySlide(const Deck& d) {
 TEST(PageKeysTest, AnEditChangesTheKeysOfThePagesItShowsOnAndNoOthers) {
     const auto before = keysBySlide({});
     ASSERT_EQ(before.size(), 3u);
-    ASSERT_EQ(before.at(1).size(), 4u);
-    EXPECT_EQ(std::set<std::string>(before.at(1).begin(), before.at(1).end()).size(), 4u);
+    ASSERT_EQ(std::set<std::string>(before.at(1).begin(), before.at(1).end()).size(), 4u);
     struct Case {
         const char* edit;
         Deck deck;

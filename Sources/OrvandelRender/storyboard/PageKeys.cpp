@@ -99,8 +99,6 @@ public:
         : deck_(deck),
           types_(deck.contains("[Content_Types].xml") ? deck.readEntryUnchecked("[Content_Types].xml") : "") {}
 
-    PptxArchive::Deck& deck() { return deck_; }
-
     const PartKey& of(const std::string& root) {
         if (const auto it = done_.find(root); it != done_.end()) return it->second;
         std::vector<Frame> stack;
