@@ -7,6 +7,7 @@
 #include "TestSupport.hpp"
 #include "container/PptxArchive.hpp"
 #include "container/XmlElement.hpp"
+#include "container/ZipArchive.hpp"
 #include "deck/DeckScanner.hpp"
 #include "deck/NotesScanner.hpp"
 #include "rewrite/DeckTransformer.hpp"
@@ -272,4 +273,35 @@ TEST(StoryboardTest, EmphasisShotsGetAPageOfTheStateBeforeWithoutTheirTargets) {
               (std::vector<Storyboard::Shot>{
                   {1, 1000, {}, true}, {2, 1000, pulse, false, 3}, {1, 1000}, {2, 1000, path, false, 3}}));
     EXPECT_TRUE(layout.needsDeck());
+}
+
+// The deck's slides are numbered from 10: slide 2's number shows 11 on each of
+// its pages, though LibreOffice would number them by their place.
+TEST(StoryboardTest, ASlideNumberFieldShowsTheSlidesOwnNumberOnEveryPage) {
+    TempDir dir;
+    const std::string field =
+        "<a:p><a:fld id=\"{5}\" type=\"slidenum\"><a:rPr lang=\"pt-BR\" b=\"1\"/><a:pPr/><a:t>2</a:t></a:fld></a:p>";
+    std::string slide = bulletSlide();
+    slide.insert(slide.find("<a:p>"), field);
+    auto entries = DeckBuilder().addSlide(slideXml()).addSlide(slide).entries();
+    for (auto& [name, bytes] : entries) {
+        if (name != "ppt/presentation.xml") continue;
+        std::string text = toString(bytes);
+        text.replace(text.find("<p:presentation "), 16, "<p:presentation firstSlideNum=\"10\" ");
+        bytes = toBytes(text);
+    }
+    ZipArchive::create(entries, dir / "deck.pptx");
+    DeckTransformer::prepare(dir / "deck.pptx", dir / "prepared.pptx", {}, {}, 1000, 1500);
+    const auto plan = RenderPlanReader::read(dir / "prepared.pptx");
+    const auto layout = Storyboard::layout(plan);
+    DeckModel prepared(dir / "prepared.pptx");
+    Storyboard::write(prepared, plan, layout, dir / "storyboard.pptx");
+    DeckModel storyboard(dir / "storyboard.pptx");
+    const auto& files = storyboard.slideFiles();
+    ASSERT_EQ(files.size(), 5u);
+    for (std::size_t k = 1; k < files.size(); ++k) {
+        const std::string& xml = storyboard.part(files[k]);
+        EXPECT_NE(xml.find("<a:r><a:rPr lang=\"pt-BR\" b=\"1\"/><a:t>11</a:t></a:r>"), std::string::npos) << k;
+        EXPECT_EQ(xml.find("slidenum"), std::string::npos) << k;
+    }
 }

@@ -25,6 +25,10 @@ namespace orvandel::PageKeys {
 // the programs and fonts, the frame size). Throws the archive reader's
 // errors.
 std::vector<std::string> of(const std::filesystem::path& storyboardDeck, std::string_view environment);
+// The same with `day` ("YYYY-MM-DD") as the day the pages with a date field
+// show; the above takes today's local date.
+std::vector<std::string> of(const std::filesystem::path& storyboardDeck, std::string_view environment,
+                            std::string_view day);
 
 // Writes to `out` the storyboard deck with only `pages` (1-based, increasing)
 // in its slide list, so that page k of its PDF is pages[k - 1]; the other

@@ -383,6 +383,35 @@ std::string copiedContentTypes(const std::string& types,
     return out;
 }
 
+// The slide with its slide-number fields made plain runs of `number`:
+// LibreOffice numbers a storyboard's slides by their place in it, which is
+// not the slide's place in the deck once a slide has several states or the
+// storyboard lists only some of its pages.
+std::string withSlideNumber(std::string_view xml, std::int64_t number) {
+    if (xml.find("slidenum") == std::string_view::npos) return std::string(xml);
+    const auto spans = elementSpans(xml);
+    std::vector<Edit> edits;
+    for (std::size_t k = 0; k < spans.size(); ++k) {
+        if (spans[k].name != "a:fld" || attributeOf(xml, spans[k], "type") != "slidenum") continue;
+        std::string run = "<a:r>";
+        if (const auto rPr = XmlSpans::firstChild(spans, static_cast<int>(k), "a:rPr")) {
+            const Span& props = spans[static_cast<std::size_t>(*rPr)];
+            run += xml.substr(props.begin, props.end - props.begin);
+        }
+        edits.push_back({spans[k].begin, spans[k].end, run + "<a:t>" + formatInt(number) + "</a:t></a:r>"});
+    }
+    return XmlSpans::applied(xml, std::move(edits));
+}
+
+// The number the deck's first slide shows (presentation.xml's firstSlideNum,
+// 1 when it says none or one out of PowerPoint's range).
+std::int64_t firstSlideNumber(std::string_view presentation) {
+    const auto spans = elementSpans(presentation);
+    if (spans.empty()) return 1;
+    const auto first = XmlSpans::integerAttribute(presentation, spans.front(), "firstSlideNum").value_or(1);
+    return first >= 0 && first <= 9999 ? first : 1;
+}
+
 // The hidden targets with `more` as well, sorted, without duplicates.
 std::vector<PlayoutTarget> withTargets(std::vector<PlayoutTarget> hidden, const std::vector<PlayoutTarget>& more) {
     hidden.insert(hidden.end(), more.begin(), more.end());
@@ -463,10 +492,14 @@ Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, Dr
 }
 
 std::string slideInState(std::string_view slideXmlAsSaved, const std::vector<PlayoutTarget>& hidden,
-                         const std::vector<HeldChange>& held, const HeldShapes::Context& context) {
+                         const std::vector<HeldChange>& held, const HeldShapes::Context& context,
+                         std::optional<std::int64_t> slideNumber) {
+    // Numbered first, so that a held style or a hidden paragraph takes the frozen run as it took the field.
+    const std::string numbered = slideNumber ? withSlideNumber(slideXmlAsSaved, *slideNumber) : std::string();
+    const std::string_view saved = slideNumber ? std::string_view(numbered) : slideXmlAsSaved;
     // Drawn first: hiding a paragraph then clears whatever colour its runs got.
-    const std::string withHeld = held.empty() ? std::string() : HeldShapes::drawn(slideXmlAsSaved, held, context);
-    const std::string_view slideXml = held.empty() ? slideXmlAsSaved : std::string_view(withHeld);
+    const std::string withHeld = held.empty() ? std::string() : HeldShapes::drawn(saved, held, context);
+    const std::string_view slideXml = held.empty() ? saved : std::string_view(withHeld);
     std::set<std::string> shapes;
     std::map<std::string, std::set<std::int64_t>> paragraphs;
     for (const auto& t : hidden) {
@@ -513,6 +546,7 @@ void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout
     std::vector<std::pair<std::string, Bytes>> added;
     std::vector<std::pair<std::string, std::vector<std::string>>> copies;  // slide part -> its copies, in order
     GraphicCopies graphics(deck, used);
+    const std::int64_t firstNumber = firstSlideNumber(deck.text("ppt/presentation.xml"));
     for (const auto& slide : plan.slides) {
         const auto& pages = pagesOf[slide.displayIndex];
         if (pages.empty()) continue;
@@ -532,7 +566,8 @@ void write(DeckModel& preparedDeck, const RenderPlan& plan, const Layout& layout
         // The slide and its relationships in one state.
         const auto inState = [&](const std::string& rels, const Page& page) {
             const auto& hidden = page.hidden;
-            DiagramShapes::Slide out{slideInState(xml, hidden, page.held, context),
+            DiagramShapes::Slide out{slideInState(xml, hidden, page.held, context,
+                                                  slide.displayIndex + firstNumber - 1),
                                      rels.empty() ? "" : graphics.relsFor(slide.file, xml, rels, hidden)};
             return diagrams.empty() ? out : diagrams.inState(out.xml, out.rels, hidden);
         };

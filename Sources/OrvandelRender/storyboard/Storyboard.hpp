@@ -17,6 +17,12 @@
 // layout: their runs become fully transparent, their bullets are switched
 // off, and a numbered paragraph after them keeps its number.
 //
+// A slide-number field in a slide's own markup is written as the number the
+// slide has in the prepared deck (its place, counted from the presentation's
+// firstSlideNum), so that every page of the slide shows it whatever its place
+// in the storyboard. Fields in layouts and masters are left as they are:
+// LibreOffice numbers those by the page's place.
+//
 // What an emphasis or a motion path leaves on a shape (PlayoutState::held)
 // is drawn on it in every state that holds it (HeldShapes), so such states
 // get pages of their own. An emphasis or a motion path is drawn by lifting
@@ -25,6 +31,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -87,9 +94,11 @@ Layout layout(const RenderPlan& plan, bool steps = true, const std::map<std::str
 // paragraph whose text cannot be edited safely (it declares namespaces of its
 // own or uses prefixes the fragment parser does not know) is left visible.
 // The held changes are drawn as HeldShapes does, in `context` (the slide's
-// size and its placeholders' inherited boxes).
+// size and its placeholders' inherited boxes). With a `slideNumber`, the
+// slide's own slide-number fields become plain text of that number.
 std::string slideInState(std::string_view slideXml, const std::vector<PlayoutTarget>& hidden,
-                         const std::vector<HeldChange>& held = {}, const HeldShapes::Context& context = {});
+                         const std::vector<HeldChange>& held = {}, const HeldShapes::Context& context = {},
+                         std::optional<std::int64_t> slideNumber = std::nullopt);
 
 // Writes the storyboard of the prepared deck to `out`: its entries copied as
 // they are, the changed parts replaced and the copies added (stored), as in
