@@ -66,12 +66,10 @@ TEST(StoryboardTest, ShotsFollowTheStatesUntilTheAdvanceTimeAndAlikeStatesShareP
     EXPECT_EQ(steps.pages, (std::vector<Storyboard::Page>{{1, a}, {1, {}}, {2, {}}, {3, {}}}));
     EXPECT_EQ(steps.shots,
               (std::vector<Storyboard::Shot>{{1, 1000, {}, true}, {2, 2000, fade}, {1, 2000}, {4, 1500, push, true}}));
-    EXPECT_TRUE(steps.needsDeck());
 
     const auto finalStates = Storyboard::layout(plan, false);
     EXPECT_EQ(finalStates.pages, (std::vector<Storyboard::Page>{{1, {}}, {2, {}}, {3, {}}}));
     EXPECT_EQ(finalStates.shots, (std::vector<Storyboard::Shot>{{1, 5000, {}, true}, {3, 1500, {}, true}}));
-    EXPECT_FALSE(finalStates.needsDeck());
 }
 
 TEST(StoryboardTest, StatesAreListedRightAfterTheirSlideWithItsRelationshipsButNotItsNotes) {
@@ -272,7 +270,6 @@ TEST(StoryboardTest, EmphasisShotsGetAPageOfTheStateBeforeWithoutTheirTargets) {
     EXPECT_EQ(layout.shots,
               (std::vector<Storyboard::Shot>{
                   {1, 1000, {}, true}, {2, 1000, pulse, false, 3}, {1, 1000}, {2, 1000, path, false, 3}}));
-    EXPECT_TRUE(layout.needsDeck());
 }
 
 // The deck's slides are numbered from 10: slide 2's number shows 11 on each of

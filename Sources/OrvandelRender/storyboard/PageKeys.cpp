@@ -74,9 +74,13 @@ private:
     std::unordered_map<std::string, std::string> overrides_, defaults_;
 };
 
-// Whether the XML shows a date field, which LibreOffice fills in with the day
-// it draws the page.
+// Whether a slide shows the day it is drawn: a date field of its own, or a
+// date placeholder, through which its layout's or master's field shows.
+// Fields in a layout or master without the slide's placeholder are not drawn
+// (and most templates have one, so keying on them would make every page new
+// each day).
 bool showsDate(std::string_view xml) {
+    if (xml.find("type=\"dt\"") != std::string_view::npos) return true;
     for (auto at = xml.find("<a:fld"); at != std::string_view::npos; at = xml.find("<a:fld", at + 1)) {
         const auto end = xml.find('>', at);
         if (end == std::string_view::npos) break;
@@ -116,7 +120,6 @@ public:
                 const std::string target = Relationships::resolveEntry(r.target, top.part);
                 if (const auto it = done_.find(target); it != done_.end()) {
                     top.hash.field(it->second.key);
-                    top.dated = top.dated || it->second.dated;
                 } else if (onStack_.contains(target)) {
                     top.hash.field("cycle").field(target);
                 } else if (!deck_.contains(target)) {
@@ -132,7 +135,6 @@ public:
             stack.pop_back();
             if (stack.empty()) return key;
             stack.back().hash.field(key.key);
-            stack.back().dated = stack.back().dated || key.dated;
         }
     }
 
@@ -295,7 +297,6 @@ std::vector<std::string> of(const std::filesystem::path& storyboardDeck, std::st
         if (typeEndsIn(r.type, {"theme", "presProps", "tableStyles", "font"})) used.push_back(r);
     }
     std::stable_sort(used.begin(), used.end(), [](const auto& a, const auto& b) { return a.id < b.id; });
-    bool dated = false;
     for (const auto& r : used) {
         deckWide.field(r.id).field(r.type);
         const std::string target = Relationships::resolveEntry(r.target, kPresentation);
@@ -306,7 +307,6 @@ std::vector<std::string> of(const std::filesystem::path& storyboardDeck, std::st
         } else {
             const PartKey& key = keys.of(target);
             deckWide.field(key.key);
-            dated = dated || key.dated;
         }
     }
     const std::string deckKey = deckWide.hex();
@@ -317,7 +317,7 @@ std::vector<std::string> of(const std::filesystem::path& storyboardDeck, std::st
         const PartKey& key = keys.of(slide);
         ContentHash page;
         page.field(environment).field(deckKey).field(key.key);
-        if (dated || key.dated) page.field(day);
+        if (key.dated) page.field(day);
         out.push_back(page.hex());
     }
     return out;

@@ -430,15 +430,6 @@ std::vector<PlayoutState> withoutShapes(std::vector<PlayoutState> states, const 
 
 }  // namespace
 
-bool Layout::needsDeck() const {
-    for (std::size_t i = 0; i < pages.size(); ++i) {
-        if (!pages[i].hidden.empty() || !pages[i].held.empty() ||
-            (i > 0 && pages[i].displayIndex == pages[i - 1].displayIndex))
-            return true;
-    }
-    return drawsDiagrams;
-}
-
 Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, DrawnEffect>& transitions,
               const std::map<std::int64_t, std::vector<std::string>>& drawnGifs) {
     Layout out;
@@ -446,7 +437,6 @@ Layout layout(const RenderPlan& plan, bool steps, const std::map<std::string, Dr
         const int firstPage = static_cast<int>(out.pages.size()) + 1;
         out.pages.push_back({slide.displayIndex, {}});
         if (slide.hidden) continue;
-        if (!slide.drawnDiagrams.empty()) out.drawsDiagrams = true;
         const std::size_t firstShot = out.shots.size();
         std::vector<PlayoutState> withoutGifs;
         const auto gifs = drawnGifs.find(slide.displayIndex);

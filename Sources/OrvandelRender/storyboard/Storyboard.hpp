@@ -72,13 +72,6 @@ struct Layout {
     // What the movie shows, in order: each visible slide's states, clipped
     // to its advance time, so that the durations add up to the plan's total.
     std::vector<Shot> shots;
-    // A visible slide shows a diagram drawn from its saved shapes
-    // (DiagramShapes), which only a storyboard of our own can hold.
-    bool drawsDiagrams = false;
-
-    // False when the prepared deck itself is the storyboard (one page per
-    // slide, nothing hidden, no diagram drawn from its saved shapes).
-    bool needsDeck() const;
 };
 
 // Pure. With steps false every slide shows its final state, as drawn, for its

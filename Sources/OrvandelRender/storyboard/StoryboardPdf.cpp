@@ -4,7 +4,6 @@ namespace orvandel::StoryboardPdf {
 
 std::filesystem::path deck(DeckModel& preparedDeck, const RenderPlan& plan, const Storyboard::Layout& layout,
                            const LinkSweep::Sweep& sweep, const std::filesystem::path& scratch) {
-    if (!layout.needsDeck() && sweep.empty()) return preparedDeck.path();
     const auto out = scratch / "storyboard.pptx";
     Storyboard::write(preparedDeck, plan, layout, out, sweep);
     return out;

@@ -15,9 +15,10 @@ namespace orvandel::StoryboardPdf {
 inline constexpr const char* kPdfFilter =
     "pdf:impress_pdf_Export:{\"ExportHiddenSlides\":{\"type\":\"boolean\",\"value\":\"true\"}}";
 
-// The storyboard deck: the prepared deck itself when it is its own
-// storyboard and reaches nothing outside, otherwise the storyboard written
-// into scratch. Throws what Storyboard::write throws.
+// The storyboard deck, written into scratch, even where the prepared deck
+// would do: its slide numbers are frozen, so that a storyboard of some of its
+// pages draws them as the whole one does. Throws what Storyboard::write
+// throws.
 std::filesystem::path deck(DeckModel& preparedDeck, const RenderPlan& plan, const Storyboard::Layout& layout,
                            const LinkSweep::Sweep& sweep, const std::filesystem::path& scratch);
 
