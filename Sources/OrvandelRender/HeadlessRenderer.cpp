@@ -124,10 +124,10 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     }
     // Everything else a segment depends on: the encoder's settings and
     // threads (x264's output depends on their count), the frame schedule.
-    const std::string environment = fingerprint + "|" + size + "|" +
-                                    joined(MovieEncoder::segmentArguments(0, "segment.mp4", {})) + "|" +
-                                    std::to_string(std::thread::hardware_concurrency()) + "|" +
-                                    std::to_string(options_.periodicFrameMs);
+    const std::string environment =
+        fingerprint + "|" + size + "|" +
+        joined(MovieEncoder::segmentArguments({{0, "segment.mp4", {}, {}}}, {"frames.mkv"})) + "|" +
+        std::to_string(std::thread::hardware_concurrency()) + "|" + std::to_string(options_.periodicFrameMs);
     std::map<std::int64_t, const RenderSlide*> slideOf;
     for (const auto& slide : plan.slides) slideOf[slide.displayIndex] = &slide;
     const auto segmentsDir = scratch.path() / "segments";

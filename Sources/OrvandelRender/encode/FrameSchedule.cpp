@@ -57,16 +57,6 @@ void forEachPiece(const std::vector<ScheduledStill>& entries, std::int64_t perio
 
 }  // namespace
 
-std::string ffconcat(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
-                     const std::vector<MsRange>& moving) {
-    std::string out = "ffconcat version 1.0\n";
-    forEachPiece(entries, periodicFrameMs, moving, [&](std::size_t i, std::int64_t, std::int64_t ms) {
-        out += "file " + quoted(entries[i].image.string()) + "\nduration " + msAsDecimalSeconds(ms) + "\n";
-    });
-    if (!entries.empty()) out += "file " + quoted(entries.back().image.string()) + "\n";
-    return out;
-}
-
 std::vector<ScheduledFrame> frames(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
                                    const std::vector<MsRange>& moving) {
     std::vector<ScheduledFrame> out;

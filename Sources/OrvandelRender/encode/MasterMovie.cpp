@@ -20,6 +20,10 @@ namespace {
 const char* const kErrorLead = "encoding movie";
 
 std::chrono::milliseconds timeLimit(std::int64_t ms) { return std::chrono::milliseconds(120'000 + ms / 2); }
+
+// Slides encoded by one ffmpeg run at most: enough that starting it costs
+// little, few enough that its encoders' memory stays small.
+constexpr std::size_t kGroup = 8;
 }  // namespace
 
 void encodeSegments(const std::vector<SlideSegment>& segments, const std::vector<std::size_t>& which,
@@ -37,38 +41,54 @@ void encodeSegments(const std::vector<SlideSegment>& segments, const std::vector
     std::int64_t totalMs = 0;
     for (std::size_t k : which) totalMs += segments.at(k).span.endMs - segments.at(k).span.startMs;
 
-    if (which.empty()) return;
-    // After a failure the other workers take no further segment.
+    // Slides without media go to ffmpeg in groups, each slide with its own
+    // encoder; a slide with media pictures goes alone, with its filter graph.
+    std::vector<std::vector<std::size_t>> groups;
+    for (std::size_t k : which) {
+        const bool alone = !segments.at(k).pictures.empty();
+        if (groups.empty() || alone || groups.back().size() >= kGroup ||
+            !segments.at(groups.back().front()).pictures.empty()) {
+            groups.emplace_back();
+        }
+        groups.back().push_back(k);
+    }
+    // After a failure the other workers take no further group.
     const CancellationToken stop;
     std::atomic<std::size_t> next{0};
     std::mutex progressLock;
     std::int64_t doneMs = 0;
-    const int workers = std::max(1, std::min<int>(options.workers, int(which.size())));
+    const int workers = std::max(1, std::min<int>(options.workers, int(groups.size())));
     RenderTools::inParallel(workers, [&](int) {
-        for (std::size_t n; (n = next.fetch_add(1)) < which.size();) {
+        for (std::size_t n; (n = next.fetch_add(1)) < groups.size();) {
             if (options.cancel && options.cancel->isCancelled()) throw CancelledError();
             if (stop.isCancelled()) return;
-            const SlideSegment& segment = segments.at(which[n]);
-            const std::int64_t lengthMs = segment.span.endMs - segment.span.startMs;
+            std::vector<MovieEncoder::Segment> group;
+            std::int64_t groupMs = 0;
+            for (std::size_t k : groups[n]) {
+                const SlideSegment& segment = segments[k];
+                const std::int64_t lengthMs = segment.span.endMs - segment.span.startMs;
+                groupMs = std::max(groupMs, lengthMs);
+                group.push_back({lengthMs, outputs.at(k), segment.pictures, [&, k](int fd) {
+                                     RawVideoStream stream(fd, size);
+                                     DrawnMovie::write(stream, segments[k].frames, entries, segments[k].changes,
+                                                       pageFrames, size, options.cancel, segments[k].span.startMs);
+                                 }});
+            }
             try {
-                MovieEncoder::encodeSegment(
-                    lengthMs, outputs.at(which[n]), segment.pictures,
-                    [&](int fd) {
-                        RawVideoStream stream(fd, size);
-                        DrawnMovie::write(stream, segment.frames, entries, segment.changes, pageFrames, size,
-                                          options.cancel, segment.span.startMs);
-                    },
-                    {.timeout = timeLimit(lengthMs), .cancel = options.cancel, .onProgress = {}});
+                MovieEncoder::encodeSegments(group, outputs.at(groups[n].front()).parent_path(),
+                                             {.timeout = timeLimit(groupMs * std::int64_t(group.size())),
+                                              .cancel = options.cancel,
+                                              .onProgress = {}});
             } catch (...) {
                 stop.cancel();
                 throw;
             }
-            {
-                const std::lock_guard lock(progressLock);
-                doneMs += lengthMs;
-                if (options.onProgress && totalMs > 0) options.onProgress(double(doneMs) / double(totalMs));
-                if (options.onSegment) options.onSegment(which[n]);
+            const std::lock_guard lock(progressLock);
+            for (std::size_t k : groups[n]) {
+                doneMs += segments[k].span.endMs - segments[k].span.startMs;
+                if (options.onSegment) options.onSegment(k);
             }
+            if (options.onProgress && totalMs > 0) options.onProgress(double(doneMs) / double(totalMs));
         }
     });
 }

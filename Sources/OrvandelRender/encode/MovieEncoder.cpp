@@ -1,7 +1,17 @@
 #include "encode/MovieEncoder.hpp"
 
-#include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <exception>
+#include <thread>
+
+#include "base/Error.hpp"
 #include "base/Numbers.hpp"
 #include "tools/RenderError.hpp"
 #include "tools/RenderTools.hpp"
@@ -129,53 +139,126 @@ std::string filterGraph(const std::vector<MediaLayer>& media, std::int64_t total
     return graph + "atrim=end_sample=" + std::to_string(audioSamples) + "[a]";
 }
 
-std::vector<std::string> segmentArguments(std::int64_t durationMs, const std::filesystem::path& output,
-                                          const std::vector<MediaLayer>& pictures) {
-    // The frames come through the pipe; every other input reads one local file.
+std::vector<std::string> segmentArguments(const std::vector<Segment>& segments,
+                                          const std::vector<std::filesystem::path>& inputs) {
+    // Every input reads one local file: a segment's FIFO, or a medium.
     std::vector<std::string> args = leadingArguments();
-    args.insert(args.end(), {"-protocol_whitelist", "pipe", "-f", "matroska", "-i", "pipe:0"});
-    addMediaInputs(args, pictures);
-    if (!pictures.empty()) {
-        args.insert(args.end(), {"-filter_complex", filterGraph(pictures, durationMs, false), "-map", "[v]"});
-    } else {
-        args.insert(args.end(), {"-map", "0:v"});
+    args.insert(args.begin(), "-nostdin");
+    for (const auto& input : inputs) {
+        args.insert(args.end(), {"-f", "matroska"});
+        const auto file = RenderTools::fileInput(input);
+        args.insert(args.end(), file.begin(), file.end());
     }
-    // Drawn changes bring about five times the frames, each mostly the frame
-    // before: a lighter analysis keeps the export fast (export_bench); the
-    // deblocking filter keeps the picture, CAVLC costs only bits. The stream
-    // names no frame rate: without a millisecond time base the encoder would
-    // take the rate ffmpeg guesses from the first frames.
-    args.insert(args.end(), {"-an",
-                             "-fps_mode",
-                             "passthrough",
-                             "-video_track_timescale",
-                             "1000",
-                             "-c:v",
-                             "libx264",
-                             "-preset",
-                             "superfast",
-                             "-tune",
-                             "stillimage",
-                             "-bf",
-                             "0",
-                             "-level:v",
-                             "4.1",
-                             "-pix_fmt",
-                             "yuv420p",
-                             "-enc_time_base:v",
-                             "1:1000",
-                             "-x264-params",
-                             "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0:cabac=0",
-                             "-f",
-                             "mp4",
-                             output.string()});
+    const bool pictures = segments.size() == 1 && !segments.front().pictures.empty();
+    if (pictures) {
+        addMediaInputs(args, segments.front().pictures);
+        args.insert(args.end(),
+                    {"-filter_complex", filterGraph(segments.front().pictures, segments.front().durationMs, false)});
+    }
+    for (std::size_t k = 0; k < segments.size(); ++k) {
+        args.insert(args.end(), {"-map", pictures ? "[v]" : std::to_string(k) + ":v"});
+        // Drawn changes bring about five times the frames, each mostly the
+        // frame before: a lighter analysis keeps the export fast
+        // (export_bench); the deblocking filter keeps the picture, CAVLC
+        // costs only bits. The stream names no frame rate: without a
+        // millisecond time base the encoder would take the rate ffmpeg
+        // guesses from the first frames.
+        args.insert(args.end(), {"-an",
+                                 "-fps_mode",
+                                 "passthrough",
+                                 "-video_track_timescale",
+                                 "1000",
+                                 "-c:v",
+                                 "libx264",
+                                 "-preset",
+                                 "superfast",
+                                 "-tune",
+                                 "stillimage",
+                                 "-bf",
+                                 "0",
+                                 "-level:v",
+                                 "4.1",
+                                 "-pix_fmt",
+                                 "yuv420p",
+                                 "-enc_time_base:v",
+                                 "1:1000",
+                                 "-x264-params",
+                                 "partitions=none:subme=0:8x8dct=0:aq-mode=0:weightp=0:scenecut=0:cabac=0",
+                                 "-f",
+                                 "mp4",
+                                 segments[k].output.string()});
+    }
     return args;
 }
 
-void encodeSegment(std::int64_t durationMs, const std::filesystem::path& output,
-                   const std::vector<MediaLayer>& pictures, const std::function<void(int fd)>& frames,
-                   const Options& options) {
-    run(segmentArguments(durationMs, output, pictures), durationMs, options, frames);
+namespace {
+
+// Writes one segment's frames into its FIFO once ffmpeg opens it, unless
+// ffmpeg ends first. SIGPIPE is blocked: an ffmpeg that has gone turns the
+// next write into EPIPE (the stream then stops) instead of killing us.
+void feed(const std::filesystem::path& fifo, const std::function<void(int)>& frames, const std::atomic<bool>& ended,
+          std::exception_ptr& error) {
+    sigset_t pipeSignal;
+    sigemptyset(&pipeSignal);
+    sigaddset(&pipeSignal, SIGPIPE);
+    ::pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
+    int fd;
+    // Opened without waiting, so that an ffmpeg that never opens it cannot hold us.
+    while ((fd = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) < 0) {
+        if (errno != ENXIO && errno != EINTR) {
+            error = std::make_exception_ptr(FileError("open", fifo.string(), errno));
+            return;
+        }
+        if (ended) return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    try {
+        frames(fd);
+    } catch (...) {
+        error = std::current_exception();
+    }
+    ::close(fd);
+    const timespec now{};
+    while (::sigtimedwait(&pipeSignal, nullptr, &now) == SIGPIPE) {
+    }
+}
+
+}  // namespace
+
+void encodeSegments(const std::vector<Segment>& segments, const std::filesystem::path& fifoDir,
+                    const Options& options) {
+    if (segments.empty()) return;
+    std::vector<std::filesystem::path> fifos;
+    std::int64_t longestMs = 0;
+    for (std::size_t k = 0; k < segments.size(); ++k) {
+        // Named after its segment: other runs may use the same folder at once.
+        fifos.push_back(fifoDir / (segments[k].output.stem().string() + "-frames.mkv"));
+        std::filesystem::remove(fifos.back());
+        if (::mkfifo(fifos.back().c_str(), 0600) != 0) throw FileError("make the FIFO", fifos.back().string(), errno);
+        longestMs = std::max(longestMs, segments[k].durationMs);
+    }
+    std::atomic<bool> ended{false};
+    std::vector<std::exception_ptr> errors(segments.size());
+    std::vector<std::thread> writers;
+    std::exception_ptr failure;
+    try {
+        for (std::size_t k = 0; k < segments.size(); ++k) {
+            writers.emplace_back(feed, std::cref(fifos[k]), std::cref(segments[k].frames), std::cref(ended),
+                                 std::ref(errors[k]));
+        }
+        run(segmentArguments(segments, fifos), longestMs, options);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    ended = true;
+    for (auto& writer : writers) writer.join();
+    for (const auto& fifo : fifos) std::filesystem::remove(fifo);
+    // A frame that could not be made says more than ffmpeg's complaint about the stream that stopped.
+    for (const auto& error : errors) {
+        if (error) std::rethrow_exception(error);
+    }
+    if (failure) std::rethrow_exception(failure);
 }
 
 bool hasSound(std::int64_t totalMs) { return totalMs * kAudioRate / 1000 >= kAacFrame; }

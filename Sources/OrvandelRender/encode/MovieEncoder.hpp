@@ -37,17 +37,30 @@ struct Options {
     std::function<void(double fraction)> onProgress;
 };
 
-// The ffmpeg arguments (after the program name) of a segment lasting
-// durationMs, its frames on standard input, the pictures' times from the
-// segment's start (exposed for tests).
-std::vector<std::string> segmentArguments(std::int64_t durationMs, const std::filesystem::path& output,
-                                          const std::vector<MediaLayer>& pictures);
+// A slide's segment to encode: its length, where it goes, the media
+// pictures over it (times from its start), and the writer of its frames
+// (a RawVideoStream on the file descriptor it is given).
+struct Segment {
+    std::int64_t durationMs = 0;
+    std::filesystem::path output;
+    std::vector<MediaLayer> pictures;
+    std::function<void(int fd)> frames;
+};
 
-// Encodes a segment into `output` (MP4); `frames` writes its frames to the
-// pipe it is given. Throws RenderError or CancelledError.
-void encodeSegment(std::int64_t durationMs, const std::filesystem::path& output,
-                   const std::vector<MediaLayer>& pictures, const std::function<void(int fd)>& frames,
-                   const Options& options);
+// The ffmpeg arguments (after the program name) that encode the segments,
+// each read from its own input (exposed for tests, and for the cache's key:
+// they are the encoder's settings). Media pictures only for a lone segment.
+std::vector<std::string> segmentArguments(const std::vector<Segment>& segments,
+                                          const std::vector<std::filesystem::path>& inputs);
+
+// Encodes the segments (MP4) in one ffmpeg run: a run costs about a tenth
+// of a second of starting, more than a short slide costs to encode. Each
+// segment gets an encoder of its own, as if encoded alone, and its frames
+// through a FIFO in fifoDir named after its output, written by a thread of
+// its own. Throws
+// RenderError (also for a segment whose frames could not be written) or
+// CancelledError.
+void encodeSegments(const std::vector<Segment>& segments, const std::filesystem::path& fifoDir, const Options& options);
 
 // Whether a movie of totalMs has room for a whole AAC frame of sound.
 bool hasSound(std::int64_t totalMs);

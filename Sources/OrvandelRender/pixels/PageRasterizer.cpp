@@ -47,19 +47,6 @@ void requirePages(const std::filesystem::path& pdf, std::int64_t pages, const st
     }
 }
 
-std::map<int, std::filesystem::path> drawShots(const std::filesystem::path& pdf,
-                                               const std::vector<Storyboard::Shot>& shots, FrameSize size,
-                                               const std::filesystem::path& outDir, const Options& options) {
-    std::vector<int> pages;
-    for (const auto& shot : shots) {
-        pages.push_back(shot.page);
-        if (shot.withoutPage > 0) pages.push_back(shot.withoutPage);
-    }
-    std::sort(pages.begin(), pages.end());
-    pages.erase(std::unique(pages.begin(), pages.end()), pages.end());
-    return rasterize(pdf, pages, size, outDir, options);
-}
-
 void keepCopies(const std::map<int, std::filesystem::path>& stills, const std::filesystem::path& folder) {
     std::filesystem::create_directories(folder);
     for (const auto& [page, still] : stills) {

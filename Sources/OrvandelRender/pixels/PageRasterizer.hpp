@@ -14,7 +14,6 @@
 
 #include "base/Cancellation.hpp"
 #include "plan/FrameSize.hpp"
-#include "storyboard/Storyboard.hpp"
 
 namespace orvandel::PageRasterizer {
 
@@ -32,12 +31,6 @@ int pageCount(const std::filesystem::path& pdf, const std::optional<Cancellation
 // Throws RenderError.
 void requirePages(const std::filesystem::path& pdf, std::int64_t pages, const std::string& deckName,
                   const std::optional<CancellationToken>& cancel);
-
-// rasterize for the pages the shots show, and those without an effect's
-// targets that emphases and paths are drawn over (each once).
-std::map<int, std::filesystem::path> drawShots(const std::filesystem::path& pdf,
-                                               const std::vector<Storyboard::Shot>& shots, FrameSize size,
-                                               const std::filesystem::path& outDir, const Options& options);
 
 // Copies the stills (by page) into `folder` as still-<page>.tif.
 void keepCopies(const std::map<int, std::filesystem::path>& stills, const std::filesystem::path& folder);
