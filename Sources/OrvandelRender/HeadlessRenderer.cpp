@@ -71,8 +71,6 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
     const DeckLinks::Rule links{std::filesystem::absolute(options_.deckFolder.value_or(preparedDeck.parent_path())),
                                 options_.allowLinksOutside};
-    const std::optional<RenderCache> cache = options_.cache ? std::optional<RenderCache>(RenderCache(*options_.cache))
-                                                            : std::nullopt;
 
     // The source deck's transitions: drawn with the effects, their sounds played with the media.
     const auto transitions = SlideTransitions::ofMarkup(request.sourceTransitions);
@@ -118,6 +116,11 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     const std::string fingerprint = RenderFingerprint::current();
     const std::string size = std::to_string(frame.width) + "x" + std::to_string(frame.height);
     const std::vector<std::string> pageKeys = PageKeys::of(storyboardDeck, fingerprint + "|" + size);
+    // Without a key for every page (a slide list LibreOffice would read
+    // differently), nothing is taken from the cache or kept in it.
+    const std::optional<RenderCache> cache = options_.cache && pageKeys.size() == storyboard.pages.size()
+                                                 ? std::optional<RenderCache>(RenderCache(*options_.cache))
+                                                 : std::nullopt;
     SegmentKeys::MediaHashes mediaHashes;
     for (const auto& layer : media.layers) {
         if (!mediaHashes.contains(layer.file)) mediaHashes[layer.file] = ContentHash::ofFile(layer.file);

@@ -9,7 +9,10 @@
 #include <filesystem>
 #include <optional>
 #include <system_error>
+#include <vector>
 
+#include "base/Bytes.hpp"
+#include "base/Error.hpp"
 #include "base/Subprocess.hpp"
 #include "cache/ContentHash.hpp"
 #include "tools/LibreOffice.hpp"
@@ -52,41 +55,44 @@ void addProgram(ContentHash& hash, const std::string& name, const std::optional<
 // LibreOffice's version file (its build id): soffice itself is a small
 // script that stays the same from one release to the next.
 void addVersionFile(ContentHash& hash, const fs::path& soffice) {
-    const fs::path file = soffice.parent_path() / "versionrc";
     hash.field("versionrc");
-    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
+    try {
+        hash.add(readFile(soffice.parent_path() / "versionrc"));
+    } catch (const FileError&) {
         hash.field("missing");
-        return;
     }
-    char buffer[64 * 1024];
-    std::size_t got = 0;
-    for (;;) {
-        const ssize_t n = ::read(fd, buffer + got, sizeof buffer - got);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        got += std::size_t(n);
-        if (got == sizeof buffer) break;
-    }
-    ::close(fd);
-    hash.field(std::string_view(buffer, got));
 }
 
-// The folders fontconfig takes fonts from (with the subfolders it found): a
-// font added or removed changes its folder's time.
+// The folders fontconfig's configuration takes fonts from, and every folder
+// below them: a font added or removed changes its folder's time. Read from
+// a configuration of our own, without loading a font, and let go again.
 void addFontFolders(ContentHash& hash) {
     hash.field("fonts");
-    FcConfig* config = FcConfigReference(nullptr);
+    FcConfig* config = FcConfigCreate();
     if (!config) return;
-    if (FcStrList* dirs = FcConfigGetFontDirs(config)) {
-        while (const FcChar8* dir = FcStrListNext(dirs)) {
-            const fs::path folder(reinterpret_cast<const char*>(dir));
-            hash.field(folder.string());
-            addStat(hash, folder);
+    std::vector<fs::path> roots;
+    if (FcConfigParseAndLoad(config, nullptr, FcTrue)) {
+        if (FcStrList* dirs = FcConfigGetConfigDirs(config)) {
+            while (const FcChar8* dir = FcStrListNext(dirs)) roots.emplace_back(reinterpret_cast<const char*>(dir));
+            FcStrListDone(dirs);
         }
-        FcStrListDone(dirs);
     }
     FcConfigDestroy(config);
+    // Bounded: a font folder is not expected to hold more folders than this.
+    constexpr int kMostFolders = 20000;
+    int seen = 0;
+    for (const auto& root : roots) {
+        hash.field(root.string());
+        addStat(hash, root);
+        std::error_code ec;
+        for (fs::recursive_directory_iterator it(root, fs::directory_options::skip_permission_denied, ec), end;
+             !ec && it != end && seen < kMostFolders; it.increment(ec)) {
+            if (!it->is_directory(ec)) continue;
+            hash.field(it->path().string());
+            addStat(hash, it->path());
+            ++seen;
+        }
+    }
 }
 
 }  // namespace

@@ -3,7 +3,8 @@
 // program's own build, the programs it runs (LibreOffice, poppler, ffmpeg:
 // each by its resolved file's size and time, and LibreOffice's version file)
 // and the fonts LibreOffice may draw with (fontconfig's font folders and
-// their times). Cheap: files are looked at, never read whole or run.
+// their times). Cheap: files and folders are looked at (only LibreOffice's
+// small version file is read), never run.
 #include <string>
 
 namespace orvandel::RenderFingerprint {
