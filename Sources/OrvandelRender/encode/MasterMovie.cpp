@@ -21,9 +21,10 @@ const char* const kErrorLead = "encoding movie";
 
 std::chrono::milliseconds timeLimit(std::int64_t ms) { return std::chrono::milliseconds(120'000 + ms / 2); }
 
-// Slides encoded by one ffmpeg run at most: enough that starting it costs
-// little, few enough that its encoders' memory stays small.
-constexpr std::size_t kGroup = 8;
+// Slides encoded by one ffmpeg run at most: two save most of what starting
+// a run costs, and each encoder holds about 110 MB at 1080p (eight to a run
+// took 1.8 GB for two runs at once, export_bench's deck).
+constexpr std::size_t kGroup = 2;
 }  // namespace
 
 void encodeSegments(const std::vector<SlideSegment>& segments, const std::vector<std::size_t>& which,
