@@ -25,7 +25,9 @@ $(ASAN_BUILD)/CMakeCache.txt:
 build-asan: deps $(ASAN_BUILD)/CMakeCache.txt
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 
-run: build
+# Only the command-line tool: the tests and benchmarks are for `make test`.
+run: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS) --target orvandel
 	$(BUILD)/orvandel export $(EXAMPLE) -o $(BUILD)/aula-exemplo.orv $(EXAMPLE_ARGS)
 
 test: test-release test-asan

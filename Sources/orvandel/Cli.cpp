@@ -141,7 +141,7 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     CLI::App app{"Orvandel turns a slide deck (.pptx) into a lesson package (.orv): one movie of the whole "
                  "deck plus the cue times of every slide and bullet, and the speaker notes.",
                  "orvandel"};
-    app.set_version_flag("--version", std::string("orvandel ") + ORVANDEL_VERSION);
+    app.set_version_flag("-V,--version", std::string("orvandel ") + ORVANDEL_VERSION);
     app.require_subcommand(1);
     app.fallthrough(false);
 

@@ -52,7 +52,7 @@ TEST(StandardOutputTest, EveryCommandThatPrintsFailsWhenItsOutputIsLost) {
                                                {"preview", "aula.orv", "-o", "page"},
                                                {"chapters", "aula.orv", "--vtt"},
                                                {"scan", "--help"},
-                                               {"--version"}}) {
+                                               {"-V"}}) {
         SCOPED_TRACE(args[0] + " " + args.back());
         const auto r = runRedirected(dir.path(), ">/dev/full", args);
         EXPECT_EQ(r.exitStatus, 1);
