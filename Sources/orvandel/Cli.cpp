@@ -11,6 +11,7 @@
 
 #include "Commands.hpp"
 #include "StandardOutput.hpp"
+#include "base/ByteSize.hpp"
 #include "base/Bytes.hpp"
 #include "base/Error.hpp"
 #include "base/Numbers.hpp"
@@ -69,22 +70,11 @@ const CLI::Validator RegularFile(
     "FILE");
 
 std::int64_t parseMemorySize(const std::string& text, const std::string& optionName) {
-    std::size_t digits = 0;
-    while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9') ++digits;
-    std::string unit = asciiLowercased(std::string_view(text).substr(digits));
-    if (unit.ends_with("ib")) unit.erase(unit.size() - 2);
-    else if (unit.size() == 2 && unit.back() == 'b') unit.pop_back();
-    int shift = -1;
-    if (unit.empty() || unit == "b") shift = 0;
-    else if (unit == "k") shift = 10;
-    else if (unit == "m") shift = 20;
-    else if (unit == "g") shift = 30;
-    else if (unit == "t") shift = 40;
-    const auto number = digits > 0 ? parseInt64(text.substr(0, digits)) : std::nullopt;
-    if (!number || shift < 0 || *number > (std::int64_t{1} << (62 - shift))) {
+    const auto size = parseByteSize(text);
+    if (!size || *size > (std::int64_t{1} << 62)) {
         throw CLI::ValidationError(optionName, "expected a size such as 2G, 1500M or 4294967296, got \"" + text + "\"");
     }
-    const std::int64_t bytes = *number << shift;
+    const std::int64_t bytes = *size;
     if (bytes < (std::int64_t{64} << 20)) {
         throw CLI::ValidationError(optionName, "\"" + text + "\" is too little: LibreOffice needs at least 64M");
     }

@@ -11,8 +11,8 @@
 #include "Commands.hpp"
 #include "Interrupt.hpp"
 #include "RendererChoice.hpp"
+#include "base/ByteSize.hpp"
 #include "base/Numbers.hpp"
-#include "cache/RenderCache.hpp"
 #include "encode/MovieChapters.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
@@ -176,7 +176,7 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
     if (!options.maxMemory.empty()) options.maxMemoryBytes = parseMemorySize(options.maxMemory, "--max-memory");
     options.cache = {.enabled = !options.noCache, .folder = options.cacheDir};
     if (!options.cacheMax.empty()) {
-        options.cache.maxBytes = RenderCache::parseSize(options.cacheMax);
+        options.cache.maxBytes = parseByteSize(options.cacheMax);
         if (!options.cache.maxBytes) {
             throw CLI::ValidationError("--cache-max", "expected a size such as 2G, 500M or 1073741824, got \"" +
                                                           options.cacheMax + "\"");

@@ -59,13 +59,9 @@ public:
     // XDG_CACHE_HOME nor HOME is set to an absolute path.
     static std::optional<std::filesystem::path> defaultFolder();
 
-    // ORVANDEL_CACHE_MAX when it is set to a size ("2G", "500M", "800000K",
-    // bytes), else kDefaultMaxBytes.
+    // ORVANDEL_CACHE_MAX when it is set to a size (parseByteSize: "2G",
+    // "500M", bytes), else kDefaultMaxBytes.
     static std::int64_t defaultMaxBytes();
-
-    // A size as "2G", "1.5G", "500M", "64K" or bytes (binary units); nothing
-    // for anything else or a size that does not fit.
-    static std::optional<std::int64_t> parseSize(std::string_view text);
 
 private:
     Options options_;
