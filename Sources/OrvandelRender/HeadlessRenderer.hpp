@@ -21,6 +21,7 @@
 
 #include "cache/RenderCache.hpp"
 #include "render/Mp4Exporting.hpp"
+#include "render/VideoSettings.hpp"
 
 namespace orvandel {
 
@@ -62,6 +63,9 @@ public:
         // Where the stills and encoded slides of earlier exports are kept and
         // reused (RenderCache); nothing: every export starts from nothing.
         std::optional<RenderCache::Options> cache;
+        // The movie's size (the deck's aspect kept within it), the frame
+        // rate of drawn effects and moving media, and the encoder's quality.
+        VideoSettings video;
     };
 
     HeadlessRenderer() = default;

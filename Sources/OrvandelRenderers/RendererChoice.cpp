@@ -41,6 +41,7 @@ std::unique_ptr<Mp4Exporting> make(Renderer requested, const std::filesystem::pa
     options.allowLinksOutside = settings.allowLinksOutside;
     options.libreOfficeMemoryLimit = settings.maxMemory ? settings.maxMemory : defaultMemoryLimit(1);
     options.cache = cacheOptions(settings.cache);
+    options.video = settings.video;
     if (!deck.empty()) {
         std::error_code ec;
         const auto absolute = std::filesystem::absolute(deck, ec);

@@ -10,6 +10,7 @@
 
 #include "cache/RenderCache.hpp"
 #include "render/Mp4Exporting.hpp"
+#include "render/VideoSettings.hpp"
 
 namespace orvandel::RendererChoice {
 
@@ -47,6 +48,8 @@ struct Settings {
     // the machine's (defaultMemoryLimit(1)).
     std::optional<std::int64_t> maxMemory;
     Cache cache;
+    // The movie's size, frame rate where things move, and quality.
+    VideoSettings video;
 };
 
 // LibreOffice's share of this machine's memory when `exports` run at once:

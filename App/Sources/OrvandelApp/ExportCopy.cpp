@@ -363,6 +363,11 @@ QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClick
                     "Uma fonte incorporada à apresentação não pôde ser lida; o texto nessa fonte aparece em outra "
                     "fonte.");
                 break;
+            case Warning::Kind::gifLengthAssumed:
+            case Warning::Kind::gifLengthIgnored:
+            case Warning::Kind::videoLengthIgnored:
+            case Warning::Kind::mediaStaysStill:
+            case Warning::Kind::deckConverted: break;  // worded with the app's own export options
         }
     }
     return lines;

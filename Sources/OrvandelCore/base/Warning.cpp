@@ -12,6 +12,17 @@ Warning make(Warning::Kind kind, std::int64_t slide, std::string detail, std::st
 
 std::string slideName(std::int64_t slide) { return "slide " + std::to_string(slide); }
 
+// "2.4 s", "12 s", "0.05 s": milliseconds as seconds, without trailing zeros.
+std::string seconds(std::int64_t ms) {
+    std::string out = std::to_string(ms / 1000);
+    if (const std::int64_t rest = ms % 1000; rest != 0) {
+        std::string fraction = std::to_string(1000 + rest).substr(1);
+        while (fraction.back() == '0') fraction.pop_back();
+        out += "." + fraction;
+    }
+    return out + " s";
+}
+
 // A name from the deck as a warning line shows it: on one line, without
 // control characters (a terminal would act on them), at most 100 bytes.
 std::string shown(std::string_view name) {
@@ -79,6 +90,42 @@ Warning Warning::embeddedFontNotUsed(const std::string& typeface, const std::str
     std::string text = "the embedded font \"" + shown(typeface) + "\" (" + shown(style) + ") could not be used (" +
                        reason + "); its text is drawn in another font";
     return make(Kind::embeddedFontNotUsed, 0, std::move(reason), std::move(text));
+}
+
+Warning Warning::gifLengthAssumed(std::int64_t slide, std::int64_t lengthMs) {
+    Warning w = make(Kind::gifLengthAssumed, slide, {},
+                     slideName(slide) + ": no length was given for the GIF; it plays its own loop, " +
+                         seconds(lengthMs));
+    w.lengthMs = lengthMs;
+    return w;
+}
+
+Warning Warning::gifLengthIgnored(std::int64_t slide, bool withoutGif) {
+    return make(Kind::gifLengthIgnored, slide, {},
+                slideName(slide) + (withoutGif ? " has no GIF" : "'s GIF is a still picture") +
+                    ": the GIF length given for it is ignored");
+}
+
+Warning Warning::videoLengthIgnored(std::int64_t slide) {
+    return make(Kind::videoLengthIgnored, slide, {},
+                slideName(slide) + " has no video: the video length given for it is ignored");
+}
+
+Warning Warning::mediaStaysStill(std::vector<std::int64_t> slides, const std::string& medium) {
+    std::string list;
+    for (const auto slide : slides) list += (list.empty() ? "" : ", ") + std::to_string(slide);
+    const std::int64_t first = slides.empty() ? 0 : slides.front();
+    Warning w = make(Kind::mediaStaysStill, first, medium,
+                     (slides.size() == 1 ? "slide " : "slides ") + list + ": the " + medium +
+                         " starts only when another shape is clicked; it stays still in the lesson");
+    w.slides = std::move(slides);
+    return w;
+}
+
+Warning Warning::deckConverted(const std::string& deckName, const std::string& format) {
+    return make(Kind::deckConverted, 0, format,
+                shown(deckName) + " is not a .pptx: it was converted first, and its animations and timings "
+                                  "come from the converted copy");
 }
 
 }  // namespace orvandel

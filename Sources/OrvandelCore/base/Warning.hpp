@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace orvandel {
 
@@ -20,6 +21,12 @@ struct Warning {
                                  // deck's folder, not a regular file, missing): its poster or placeholder shows
         fontSubstituted,         // a font the deck uses is not installed and is drawn with another one
         embeddedFontNotUsed,     // a font the deck embeds could not be decoded: its text falls back to another font
+        gifLengthAssumed,        // an animated GIF was given no length: it plays its own loop once (lengthMs)
+        gifLengthIgnored,        // a length was given for a GIF that is a still picture (or a slide without a GIF)
+        videoLengthIgnored,      // a video length was given for a slide without a video (in a batch)
+        mediaStaysStill,         // videos or audio clips that only a click on another shape starts (slides):
+                                 // they stay still (their poster) in the lesson
+        deckConverted,           // the deck was not a .pptx and was converted first (detail: its format)
     };
 
     Kind kind = Kind::notesUnreadable;
@@ -27,6 +34,10 @@ struct Warning {
     std::string detail;      // the reason, in the system's, the parser's or the tool's words
     std::string text;        // one English sentence
     std::string drawnWith;   // fontSubstituted: the font drawn instead of the one in detail
+    // Every slide the warning concerns, in order, when it can concern several
+    // (mediaStaysStill); `slide` is then the first.
+    std::vector<std::int64_t> slides;
+    std::int64_t lengthMs = 0;  // gifLengthAssumed: the length used
 
     static Warning notesUnreadable(std::int64_t slide, std::string reason);
     static Warning notesTextRepaired(std::int64_t slide);
@@ -46,6 +57,15 @@ struct Warning {
     static Warning fontSubstituted(std::int64_t firstSlide, std::string font, std::string drawnWith);
     // `typeface` as the deck names it, `style` as its list does ("bold").
     static Warning embeddedFontNotUsed(const std::string& typeface, const std::string& style, std::string reason);
+
+    static Warning gifLengthAssumed(std::int64_t slide, std::int64_t lengthMs);
+    // `withoutGif`: the slide has no GIF at all, rather than a still one.
+    static Warning gifLengthIgnored(std::int64_t slide, bool withoutGif);
+    static Warning videoLengthIgnored(std::int64_t slide);
+    // `medium` is "video" or "audio clip"; one warning names every slide.
+    static Warning mediaStaysStill(std::vector<std::int64_t> slides, const std::string& medium);
+    // `deckName` the file as the user named it, `format` its extension without the dot ("ppt", "odp").
+    static Warning deckConverted(const std::string& deckName, const std::string& format);
 
     bool operator==(const Warning&) const = default;
 };

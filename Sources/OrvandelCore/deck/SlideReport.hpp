@@ -1,5 +1,6 @@
 #pragma once
 // What the deck scanner says about one slide, in presentation order.
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -9,6 +10,19 @@
 #include "deck/ClickGroupKind.hpp"
 
 namespace orvandel {
+
+// One GIF picture a slide shows (a video's poster frame is not one).
+struct GifReport {
+    std::string part;       // its part in the package, e.g. "ppt/media/image3.gif"
+    bool animated = false;  // more than one frame: it needs a length to play
+    // How long it plays by itself: one pass over its frames (the sum of
+    // their delays), times its loop count when that is finite; nothing
+    // when it is a still picture or could not be read.
+    std::optional<std::int64_t> loopMs;
+    bool readable = true;  // false: not a GIF that could be read (treated as animated, without a loop length)
+
+    bool operator==(const GifReport&) const = default;
+};
 
 struct SlideReport {
     std::int64_t displayIndex = 0;  // 1-based, hidden slides counted
@@ -22,7 +36,8 @@ struct SlideReport {
     bool isHidden = false;
     std::optional<std::int64_t> videoDurationMs;
     bool hasOnClickVideo = false;
-    bool hasGif = false;
+    bool hasGif = false;  // any GIF picture, still or animated
+    std::vector<GifReport> gifs;
     bool hasExitEffect = false;
     std::int64_t exitGroupCount = 0;
     std::vector<ClickGroupKind> orderedGroupKinds;
@@ -31,6 +46,26 @@ struct SlideReport {
     bool opensWithMedia = false;
 
     bool operator==(const SlideReport&) const = default;
+
+    // The slide has a GIF that moves (or one that could not be read), so
+    // its time on screen needs a length: the user's, or the GIFs' own.
+    bool needsGifLength() const {
+        for (const auto& gif : gifs) {
+            if (gif.animated || !gif.readable) return true;
+        }
+        return false;
+    }
+    // The length the slide's moving GIFs play by themselves: the longest
+    // loop among them; nothing when one of them has none.
+    std::optional<std::int64_t> ownGifLengthMs() const {
+        std::optional<std::int64_t> longest;
+        for (const auto& gif : gifs) {
+            if (!gif.animated && gif.readable) continue;
+            if (!gif.loopMs) return std::nullopt;
+            longest = std::max(longest.value_or(0), *gif.loopMs);
+        }
+        return longest;
+    }
 };
 
 // Durations the user gives per slide display number, in milliseconds.
