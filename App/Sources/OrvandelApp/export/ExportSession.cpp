@@ -102,10 +102,11 @@ bool ExportSession::canExport() const {
     });
 }
 
-bool ExportSession::startExport() {
+bool ExportSession::startExport(const std::optional<std::filesystem::path>& to) {
     if (!canExport()) return false;
     const auto deck = *deckPath_;
-    const auto destination = outputPath(deck);
+    const auto destination = to.value_or(outputPath(deck));
+    destination_ = destination;
     SlideDurations gifMs;
     for (const auto slide : gifSlides_) gifMs[slide] = *GifDurations::seconds(gifDurations_[slide]) * 1000;
 
@@ -182,9 +183,12 @@ void ExportSession::exportFinished(const ExportRun& run) {
     QStringList warnings;
     if (!run.error) {
         const auto& r = run.result;
-        outcome_ = Outcome{
-            outputPath(*deckPath_),        r.cueCount,       static_cast<double>(r.masterVideoDurationMs) / 1000,
-            r.convertedOnClickVideoSlides, run.reusedSlides, run.movieSlides};
+        outcome_ = Outcome{destination_,
+                           r.cueCount,
+                           static_cast<double>(r.masterVideoDurationMs) / 1000,
+                           r.convertedOnClickVideoSlides,
+                           run.reusedSlides,
+                           run.movieSlides};
         warnings = ExportCopy::postExportWarnings(r.convertedOnClickVideoSlides, r.maxBulletsPerSlide, r.warnings);
     }
     isExporting_ = false;

@@ -79,8 +79,9 @@ public:
     // The digits kept of what was typed for `slide`'s GIF; returns them.
     QString typeDuration(std::int64_t slide, const QString& typed);
     bool canExport() const;
-    // Starts the export when canExport(); whether it started.
-    bool startExport();
+    // Starts the export when canExport(), into `to` (default: outputPath of
+    // the deck, an existing package there replaced); whether it started.
+    bool startExport(const std::optional<std::filesystem::path>& to = std::nullopt);
     // Asks the running export to stop; it still ends through `exportEnded`.
     void cancel();
 
@@ -118,6 +119,7 @@ private:
     std::shared_ptr<const Mp4Exporting> exporter_;  // injected; otherwise one per export
 
     std::optional<std::filesystem::path> deckPath_;
+    std::filesystem::path destination_;  // of the running or last export
     bool isScanning_ = false;
     bool isExporting_ = false;
     std::vector<std::int64_t> gifSlides_;
