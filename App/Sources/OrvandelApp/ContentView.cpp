@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QShortcut>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "AlertBox.hpp"
@@ -76,14 +77,14 @@ void ContentView::buildLayout() {
     column->addStretch(1);
 
     // A narrow or short window scrolls instead of squeezing the texts.
-    auto* scroll = new QScrollArea;
-    scroll->setWidget(content);
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll_ = new QScrollArea;
+    scroll_->setWidget(content);
+    scroll_->setWidgetResizable(true);
+    scroll_->setFrameShape(QFrame::NoFrame);
+    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
-    outer->addWidget(scroll);
+    outer->addWidget(scroll_);
 }
 
 void ContentView::applyColors() {
@@ -158,6 +159,13 @@ void ContentView::saveAs() {
 void ContentView::exportEnded(const std::exception_ptr& error, const QStringList& warnings) {
     // A quit that waited for this export has closed the window: no alert then.
     if (closing_) return;
+    // In a short window the result is below the fold: brought into view,
+    // once the layout has made room for it.
+    if (!error) {
+        QTimer::singleShot(0, this, [this] {
+            if (resultPanel_->isVisible()) scroll_->ensureWidgetVisible(resultPanel_, 0, 0);
+        });
+    }
     if (error) {
         presentAlert(true, ExportCopy::kExportFailedTitle, ExportCopy::errorMessage(error, renderer()));
     } else if (!warnings.isEmpty()) {

@@ -23,6 +23,7 @@
 class QLabel;
 class QMimeData;
 class QPushButton;
+class QScrollArea;
 
 namespace orvandel {
 
@@ -84,6 +85,7 @@ private:
     DeckPanel* deckPanel_ = nullptr;
     QPushButton* exportButton_ = nullptr;
     ResultPanel* resultPanel_ = nullptr;
+    QScrollArea* scroll_ = nullptr;
 };
 
 }  // namespace orvandel

@@ -69,7 +69,7 @@ QMenuBar* makeMenus(ContentView& window, UpdateChecker& updateChecker, RecentDec
     file->setObjectName(QStringLiteral("fileMenu"));
     QAction* open = file->addAction(ShellCopy::kOpenDeck);
     open->setObjectName(QStringLiteral("openDeck"));
-    open->setShortcut(QKeySequence::Open);
+    open->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
     QObject::connect(open, &QAction::triggered, &window, &ContentView::chooseDeck);
     QMenu* recent = file->addMenu(ShellCopy::kOpenRecent);
     recent->setObjectName(QStringLiteral("recentMenu"));
@@ -79,11 +79,12 @@ QMenuBar* makeMenus(ContentView& window, UpdateChecker& updateChecker, RecentDec
     });
     QAction* saveAs = file->addAction(ShellCopy::kSaveAs);
     saveAs->setObjectName(QStringLiteral("saveAs"));
-    saveAs->setShortcut(QKeySequence::SaveAs);
+    saveAs->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
     QObject::connect(saveAs, &QAction::triggered, &window, &ContentView::saveAs);
     file->addSeparator();
     QAction* quit = file->addAction(ExportCopy::kQuit);
-    quit->setShortcut(QKeySequence::Quit);
+    // Spelled out: not every desktop's theme gives Quit a key.
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setMenuRole(QAction::QuitRole);
 #ifdef Q_OS_MACOS
     QObject::connect(quit, &QAction::triggered, &QCoreApplication::quit);

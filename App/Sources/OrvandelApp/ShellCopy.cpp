@@ -35,7 +35,7 @@ QString aboutText() {
     // movie: the notices their licences ask for.
     return QStringLiteral(
         "O Orvandel transforma uma apresentação do PowerPoint em uma aula em vídeo: os slides viram um vídeo, "
-        "com as marcações de cada slide e tópico e as anotações do apresentador, tudo em um único arquivo .orv.\n\n"
+        "com as marcações de cada slide e tópico e as anotações do apresentador, tudo em um único arquivo\u00A0.orv.\n\n"
         "Feito com software livre:\n"
         "Qt (LGPL v3), LibreOffice (MPL 2.0), poppler (GPL), FFmpeg e x264 (GPL), libxml2 (MIT), PCRE2 (BSD), "
         "zlib (licença zlib), OpenSSL (Apache 2.0), Fontconfig (MIT), libeot (MPL 2.0) e nlohmann/json (MIT).");
