@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <unistd.h>
 
+#include <chrono>
 #include <iomanip>
 #include <map>
 #include <mutex>
@@ -15,6 +16,7 @@
 #include "RendererChoice.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
+#include "base/ProgressEstimate.hpp"
 #include "base/TemporaryDirectory.hpp"
 #include "package/BatchExport.hpp"
 
@@ -31,18 +33,27 @@ public:
 
     void update(const std::string& deck, ExportStage stage, double fraction) {
         std::lock_guard lock(mutex_);
-        running_[deck] = stageName(stage) + (fraction >= 0
-                                                 ? " " + std::to_string(static_cast<int>(fraction * 100 + 0.5)) + "%"
-                                                 : std::string("..."));
+        // Each deck's whole export as one share and its time left, as for one deck.
+        const std::int64_t now = nowMs();
+        auto& estimate = estimates_.try_emplace(deck, now).first->second;
+        estimate.report(stage, fraction, now);
+        running_[deck] = progressText(estimate.permille(), stageName(stage), estimate.remainingMs(now));
         redraw({});
     }
     void finished(const std::string& deck, const std::string& line) {
         std::lock_guard lock(mutex_);
         running_.erase(deck);
+        estimates_.erase(deck);
         redraw(line);
     }
 
 private:
+    static std::int64_t nowMs() {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+                   std::chrono::steady_clock::now().time_since_epoch())
+            .count();
+    }
+
     void redraw(const std::string& permanent) {
         if (!live_) {
             if (!permanent.empty()) err_ << permanent << "\n" << std::flush;
@@ -61,6 +72,7 @@ private:
     bool live_;
     std::mutex mutex_;
     std::map<std::string, std::string> running_;
+    std::map<std::string, ProgressEstimate> estimates_;
     std::size_t shown_ = 0;
 };
 
