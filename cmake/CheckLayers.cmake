@@ -27,7 +27,7 @@ set(units
   "OrvandelRender/pixels|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/cache OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard"
   "OrvandelRender/encode|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/cache OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard OrvandelRender/pixels"
   "OrvandelRender|OrvandelCore/base OrvandelCore/container OrvandelCore/deck OrvandelCore/rewrite OrvandelCore/render OrvandelRender/tools OrvandelRender/cache OrvandelRender/plan OrvandelRender/media OrvandelRender/storyboard OrvandelRender/pixels OrvandelRender/encode"
-  "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelRender/cache OrvandelRender/plan OrvandelPowerPoint"
+  "OrvandelRenderers|OrvandelCore/base OrvandelCore/render OrvandelRender OrvandelRender/tools OrvandelRender/cache OrvandelRender/plan OrvandelPowerPoint"
   "orvandel|*"
   "../App/Sources/OrvandelApp|*"
   "../App/Sources/OrvandelApp/export|*"

@@ -19,6 +19,7 @@ packages=(
   fonts-croscore fonts-lato fonts-texgyre
   qt6-base-dev qt6-svg-dev qt6-translations-l10n
   desktop-file-utils  # desktop-file-validate checks the installed menu entry
+  help2man  # the man page of orvandel, made from its --help
 )
 # The browser check of the movie is optional; ask for it with ORVANDEL_WITH_BROWSER=1.
 if [ "${ORVANDEL_WITH_BROWSER:-0}" = 1 ]; then packages+=(chromium); fi

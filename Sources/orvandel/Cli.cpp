@@ -10,7 +10,9 @@
 #include <iostream>
 
 #include "Commands.hpp"
+#include "HelpFormatter.hpp"
 #include "StandardOutput.hpp"
+#include "Suggestion.hpp"
 #include "base/ByteSize.hpp"
 #include "base/Bytes.hpp"
 #include "base/Error.hpp"
@@ -69,6 +71,17 @@ const CLI::Validator RegularFile(
     },
     "FILE");
 
+void checkFolderExists(const std::filesystem::path& file, const std::string& optionName) {
+    const auto folder = file.parent_path();
+    std::error_code ec;
+    if (folder.empty() || std::filesystem::is_directory(folder, ec)) return;
+    if (std::filesystem::exists(folder, ec)) {
+        throw CLI::ValidationError(optionName, folder.string() + " is a file, not a folder: choose another place");
+    }
+    throw CLI::ValidationError(optionName,
+                               "the folder " + folder.string() + " does not exist: create it or choose another");
+}
+
 std::int64_t parseMemorySize(const std::string& text, const std::string& optionName) {
     const auto size = parseByteSize(text);
     if (!size || *size > (std::int64_t{1} << 62)) {
@@ -111,6 +124,26 @@ std::string stageName(ExportStage stage) {
     return "working";
 }
 
+std::string timeLeft(std::int64_t remainingMs) {
+    if (remainingMs < 10'000) return "a few seconds left";
+    // Rounded to what a person plans with: 5 s steps under two minutes, whole
+    // minutes after, hours beyond.
+    const std::int64_t seconds = (remainingMs + 2500) / 5000 * 5;
+    if (seconds < 60) return "about " + formatInt(seconds) + " s left";
+    if (seconds < 120) {
+        return "about 1 min" + (seconds % 60 ? " " + formatInt(seconds % 60) + " s" : std::string()) + " left";
+    }
+    const std::int64_t minutes = (remainingMs + 30'000) / 60'000;
+    if (minutes < 60) return "about " + formatInt(minutes) + " min left";
+    return "about " + formatInt(minutes / 60) + " h " + formatInt(minutes % 60) + " min left";
+}
+
+std::string progressText(int permille, const std::string& stage, std::optional<std::int64_t> remainingMs) {
+    std::string text = formatInt(permille / 10) + "% " + stage;
+    if (remainingMs) text += ", " + timeLeft(*remainingMs);
+    return text;
+}
+
 WarningCallback printWarnings(std::ostream& err) {
     return [&err](const Warning& w) { err << "warning: " << w.text << "\n"; };
 }
@@ -127,10 +160,73 @@ void addSlideDurationOptions(CLI::App& command, std::vector<std::string>& video,
         ->allow_extra_args(false);
 }
 
+namespace {
+
+std::vector<std::string> optionNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : app.get_options()) {
+        for (const auto& name : option->get_lnames()) names.push_back("--" + name);
+        for (const auto& name : option->get_snames()) names.push_back("-" + name);
+    }
+    return names;
+}
+
+// A word that is no command: said with the command meant, or the commands.
+int unknownCommand(const CLI::App& app, const std::string& typed, std::ostream& err) {
+    std::vector<std::string> commands;
+    for (const CLI::App* sub : app.get_subcommands({})) commands.push_back(sub->get_name());
+    err << "orvandel: unknown command \"" << typed << "\"";
+    if (const auto meant = closest(typed, commands)) {
+        err << "; did you mean \"" << *meant << "\"?\n";
+    } else {
+        err << "; the commands are";
+        for (std::size_t i = 0; i < commands.size(); ++i) err << (i ? ", " : " ") << commands[i];
+        err << "\n";
+    }
+    err << "Run 'orvandel --help' for more information.\n";
+    return kExitUsage;
+}
+
+// The options of the command given that it does not know, each with the one
+// meant when it is close to one; false when there are none to name (another
+// kind of extra argument, left to the parser's words).
+bool unknownOptions(const CLI::App& app, int argc, char** argv, std::ostream& err) {
+    const CLI::App* command = &app;
+    std::vector<std::string> unknown;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--") break;
+        if (command == &app && arg.front() != '-') {
+            for (const CLI::App* sub : app.get_subcommands({})) {
+                if (sub->check_name(arg)) command = sub;
+            }
+            continue;
+        }
+        if (arg.rfind("--", 0) != 0) continue;
+        const std::string name = arg.substr(0, arg.find('='));
+        auto known = optionNames(*command);
+        const auto top = optionNames(app);
+        known.insert(known.end(), top.begin(), top.end());
+        if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+        const std::string who = command == &app ? "orvandel" : "orvandel " + command->get_name();
+        err << who << ": unknown option " << name;
+        if (const auto meant = closest(name, known)) err << "; did you mean " << *meant << "?";
+        err << "\n";
+        unknown.push_back(name);
+    }
+    if (unknown.empty()) return false;
+    err << "Run '" << (command == &app ? std::string("orvandel") : "orvandel " + command->get_name())
+        << " --help' for its options.\n";
+    return true;
+}
+
+}  // namespace
+
 int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     CLI::App app{"Orvandel turns a slide deck (.pptx) into a lesson package (.orv): one movie of the whole "
                  "deck plus the cue times of every slide and bullet, and the speaker notes.",
                  "orvandel"};
+    app.formatter(std::make_shared<HelpFormatter>());
     app.set_version_flag("-V,--version", std::string("orvandel ") + ORVANDEL_VERSION);
     app.require_subcommand(1);
     app.fallthrough(false);
@@ -145,8 +241,18 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     setupPreviewCommand(app, action, out, err);
     setupChaptersCommand(app, action, out, err);
 
+    // A mistyped command would otherwise be "A subcommand is required".
+    if (argc > 1 && argv[1][0] != '-' && argv[1][0] != '\0') {
+        bool known = false;
+        for (const CLI::App* sub : app.get_subcommands({})) known = known || sub->check_name(argv[1]);
+        if (!known) return unknownCommand(app, argv[1], err);
+    }
     try {
         app.parse(argc, argv);
+    } catch (const CLI::ExtrasError& e) {
+        if (unknownOptions(app, argc, argv, err)) return kExitUsage;
+        app.exit(e, out, err);
+        return kExitUsage;
     } catch (const CLI::ParseError& e) {
         const int code = app.exit(e, out, err);
         return code == 0 ? kExitOk : kExitUsage;

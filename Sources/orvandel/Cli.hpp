@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -62,11 +63,23 @@ extern const CLI::Validator RegularFile;
 // 64 MiB (LibreOffice cannot start in less).
 std::int64_t parseMemorySize(const std::string& text, const std::string& optionName);
 
+// Throws CLI::ValidationError naming the option when the folder `file` is
+// to be written into does not exist ("the folder ... does not exist: create
+// it or choose another"), before any work.
+void checkFolderExists(const std::filesystem::path& file, const std::string& optionName);
+
 // Adds --max-part-mib N: the most one text part of a deck may unpack to.
 void addLargestPartOption(CLI::App& command);
 
 // A stage as the progress lines name it ("converting slides").
 std::string stageName(ExportStage stage);
+
+// "37% drawing slides, about 1 min 20 s left": the progress line's text
+// (the time left only when there is an estimate).
+std::string progressText(int permille, const std::string& stage, std::optional<std::int64_t> remainingMs);
+
+// "about 1 min 20 s left", "about 40 s left", "a few seconds left".
+std::string timeLeft(std::int64_t remainingMs);
 
 // Prints each warning on its own line as "warning: <text>".
 WarningCallback printWarnings(std::ostream& err);

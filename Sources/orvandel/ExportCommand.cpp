@@ -9,10 +9,14 @@
 #include "BatchExportCommand.hpp"
 #include "Cli.hpp"
 #include "Commands.hpp"
+#include "DeckConversion.hpp"
 #include "Interrupt.hpp"
 #include "RendererChoice.hpp"
 #include "base/ByteSize.hpp"
+#include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
+#include "base/ProgressEstimate.hpp"
+#include "base/TemporaryDirectory.hpp"
 #include "encode/MovieChapters.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
@@ -52,49 +56,83 @@ std::string joinNumbers(const std::vector<std::int64_t>& v) {
     return s;
 }
 
-// One line on standard error, redrawn in place, when it is a terminal.
+// One line on standard error, redrawn in place, when it is a terminal: the
+// whole export's share done, the current stage and the time left.
 class ProgressLine {
 public:
-    explicit ProgressLine(std::ostream& err) : err_(err), enabled_(::isatty(STDERR_FILENO) == 1) {}
+    explicit ProgressLine(std::ostream& err) : err_(err), enabled_(::isatty(STDERR_FILENO) == 1), estimate_(nowMs()) {}
     ~ProgressLine() { finish(); }
 
     bool enabled() const { return enabled_; }
 
     void update(ExportStage stage, double fraction) {
+        const std::int64_t now = nowMs();
+        estimate_.report(stage, fraction, now);
         if (!enabled_) return;
-        const int percent = fraction < 0 ? -1 : static_cast<int>(fraction * 100 + 0.5);
-        if (stage == stage_ && percent == percent_) return;
-        stage_ = stage;
-        percent_ = percent;
-        std::string line = "  " + stageName(stage) +
-                           (percent >= 0 ? " " + std::to_string(percent) + "%" : std::string("..."));
+        const std::string line = "  " +
+                                 progressText(estimate_.permille(), stageName(stage), estimate_.remainingMs(now));
+        if (line == line_) return;
         err_ << "\r" << line << std::string(width_ > line.size() ? width_ - line.size() : 0, ' ') << std::flush;
         width_ = line.size();
+        line_ = line;
         shown_ = true;
     }
     void finish() {
         if (shown_) err_ << "\r" << std::string(width_, ' ') << "\r" << std::flush;
         shown_ = false;
+        line_.clear();
     }
 
 private:
+    static std::int64_t nowMs() {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+                   std::chrono::steady_clock::now().time_since_epoch())
+            .count();
+    }
+
     std::ostream& err_;
     bool enabled_;
+    ProgressEstimate estimate_;
     bool shown_ = false;
-    std::optional<ExportStage> stage_;
-    int percent_ = -2;
+    std::string line_;
     std::size_t width_ = 0;
 };
 
 int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err) {
     const auto videoMs = parseSlideDurations(options.video, "--video");
     const auto gifMs = parseSlideDurations(options.gif, "--gif");
+    const std::filesystem::path deck = options.deck;
+    // A deck in another format is read from a .pptx copy in a folder of its
+    // own, which goes however the export ends; the package is still named
+    // after the deck and goes beside it, and its links point from its folder.
+    InterruptGuard interrupt;
+    std::optional<TemporaryDirectory> scratch;
+    std::filesystem::path readable = deck;
+    if (DeckConversion::kindOf(deck) != DeckConversion::Kind::pptx) {
+        if (DeckConversion::kindOf(deck) == DeckConversion::Kind::convertible) {
+            scratch.emplace(std::filesystem::temp_directory_path(), "orvandel-convert-");
+            if (::isatty(STDERR_FILENO) == 1)
+                err << "  converting " << deck.filename().string() << " to .pptx...\r" << std::flush;
+        }
+        try {
+            readable = DeckConversion::toPptx(deck, scratch ? scratch->path() : std::filesystem::path(),
+                                              interrupt.token());
+        } catch (const CancelledError&) {
+            if (!interrupt.signal()) throw;
+            err << "\norvandel: interrupted; nothing was written\n";
+            return interrupt.exitStatus();
+        }
+        err << "warning: "
+            << Warning::deckConverted(deck.filename().string(), asciiLowercased(deck.extension().string().substr(1)))
+                   .text
+            << "\n";
+    }
     // One reading of the deck serves the check and the export.
-    DeckModel model{std::filesystem::path(options.deck)};
+    DeckModel model{readable};
     checkSlidesExist(videoMs, gifMs, model);
-    std::filesystem::path deck = options.deck;
     std::filesystem::path destination = options.output;
     if (destination.empty()) destination = std::filesystem::path(deck).replace_extension(".orv");
+    checkFolderExists(destination, "-o");
     std::optional<std::filesystem::path> movie;
     if (!options.mp4.empty()) movie = options.mp4;
     const auto renderer = RendererChoice::make(*RendererChoice::fromName(options.renderer), deck,
@@ -106,7 +144,6 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     // The preview comes after minutes of rendering: its folder is checked first.
     if (options.preview) PreviewPage::checkFolder(PreviewPage::defaultFolder(destination));
 
-    InterruptGuard interrupt;
     ProgressLine line(err);
     RenderHooks hooks{[&](ExportStage stage, double f) { line.update(stage, f); }, interrupt.token(),
                       [&, print = printWarnings(err)](const Warning& w) {
@@ -214,10 +251,12 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
         "Turn a deck into a lesson package (.orv): prepare a self-playing copy, render it to one movie, compute "
         "the cue of every slide and bullet, and write manifest.json and assets/master.mp4.");
     cmd->add_option("DECK", options->decks,
-                    "the deck (.pptx); several decks or folders of decks export them all (a batch)")
+                    "the deck (.pptx; a .ppt, .pps, .odp or .key deck is converted first); several decks or folders "
+                    "of decks export them all (a batch)")
         ->required();
     cmd->add_option("--out-dir", options->outDir,
-                    "batch: where the packages go (default: beside each deck); a name taken twice gets -2, -3...");
+                    "batch: where the packages go (default: beside each deck); a name taken twice gets -2, -3...")
+        ->type_name("DIR");
     cmd->add_option("-j,--jobs", options->jobs,
                     "batch: how many decks at once (default: one for every two cores, each with 1 GiB of free "
                     "memory)")
@@ -227,7 +266,8 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
                     "a course")
         ->type_name("I/N");
     cmd->add_flag("--json", options->json, "batch: print the summary as JSON");
-    cmd->add_option("-o,--output", options->output, "where the package goes (default: the deck's name with .orv)");
+    cmd->add_option("-o,--output", options->output, "where the package goes (default: the deck's name with .orv)")
+        ->type_name("FILE");
     cmd->add_option("--mp4", options->mp4,
                     "a movie of the deck rendered by hand; the deck is then neither prepared nor rendered")
         ->check(RegularFile);

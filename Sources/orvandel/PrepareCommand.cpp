@@ -77,7 +77,7 @@ void setupPrepareCommand(CLI::App& app, std::function<int()>& action, std::ostre
         ->type_name("PREPARED.pptx");
     addSlideDurationOptions(*cmd, options->video, options->gif);
     addLargestPartOption(*cmd);
-    cmd->footer("Example:\n  orvandel prepare examples/aula-exemplo.pptx -o /tmp/preparado.pptx --gif 4:3000\n");
+    cmd->footer("Example:\n  orvandel prepare aula.pptx -o /tmp/preparado.pptx --gif 4:3000\n");
     cmd->callback([&action, &out, &err, options] {
         action = [&out, &err, options]() -> int { return runPrepare(*options, out, err); };
     });

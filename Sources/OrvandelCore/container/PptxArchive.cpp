@@ -22,7 +22,9 @@ ArchiveError::ArchiveError(Case c, std::string entry, std::int32_t status, std::
 
 ArchiveError ArchiveError::readFailed(const std::string& entry, std::int32_t status, const std::string& message) {
     return ArchiveError(Case::readFailed, entry, status, message,
-                        "unzip failed for " + entry + " (status " + std::to_string(status) + "): " + message);
+                        // The message names the file and the fix; the part matters only
+                        // once the file is known to be an archive.
+                        status == statusCannotOpen ? message : message + " (reading " + entry + ")");
 }
 
 ArchiveError ArchiveError::partTooLarge(const std::string& entry, std::int64_t bytes, std::int64_t limit) {
@@ -167,8 +169,9 @@ void Deck::Open::archiveFailure(const std::string& entry, const ZipError& error)
                             "open it in your presentation program, save it again without a password and retry");
             }
             fail(entry, statusCannotOpen,
-                 path + " is not a ZIP archive (no end-of-central-directory record); the file is "
-                        "incomplete, damaged or not a .pptx deck");
+                 path + " is not a .pptx deck, or it is damaged or incomplete: save it again as .pptx in "
+                        "PowerPoint or LibreOffice Impress (a .ppt, .pps, .odp or .key deck is converted when its "
+                        "name ends so)");
         }
         case ZipError::Case::zip64Unsupported:
             fail(entry, statusDamaged,

@@ -117,7 +117,7 @@ TEST(PptxArchiveTest, TextEntriesAndMissingPartsWithTheToolsStatuses) {
     EXPECT_STREQ(latin1.what(), "could not decode latin1.xml as UTF-8");
     const auto missing = failure(deck, "ppt/nope.xml");
     EXPECT_EQ(missing.status(), 11);
-    EXPECT_EQ(std::string(missing.what()), "unzip failed for ppt/nope.xml (status 11): " + missing.message());
+    EXPECT_EQ(std::string(missing.what()), missing.message() + " (reading ppt/nope.xml)");
     EXPECT_NE(missing.message().find(deck.string()), std::string::npos);
 
     EXPECT_EQ(readStatus(dir / "missing.pptx", "x"), 9);

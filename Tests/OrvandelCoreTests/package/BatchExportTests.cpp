@@ -80,7 +80,7 @@ TEST(BatchExportTest, OneBrokenDeckFailsAloneAndNothingIsLeftBehind) {
         EXPECT_EQ(o.ok, !broken) << o.error;
         EXPECT_EQ(fs::exists(o.package), !broken);
         if (broken) {
-            EXPECT_NE(o.error.find("not a ZIP archive"), std::string::npos) << o.error;
+            EXPECT_NE(o.error.find("is not a .pptx deck"), std::string::npos) << o.error;
         } else {
             EXPECT_EQ(o.cues, 2);
             EXPECT_EQ(o.movieMs, 3000);
