@@ -5,9 +5,14 @@
 #include <QApplication>
 #include <QDir>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QPainter>
 #include <QProgressBar>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -16,6 +21,8 @@
 #include "AppTestSupport.hpp"
 #include "ContentView.hpp"
 #include "OrvandelAppApp.hpp"
+#include "RecentDecks.hpp"
+#include "export/ResultPanel.hpp"
 #include "tools/RenderError.hpp"
 #include "update/UpdateAlerts.hpp"
 
@@ -27,9 +34,31 @@ namespace {
 QString outputDir;
 int problems = 0;
 
-// The window, and its alert over it as the desktop would place it: centred, the window dimmed.
+// The window, its open menus where they popped up, and its alert over it as
+// the desktop would place it: centred, the window dimmed.
 QImage picture(ContentView& view) {
     QImage image = view.grab().toImage();
+    // A menu may reach past the window, as on the desktop: the picture grows to hold it.
+    const QPoint origin = view.mapToGlobal(QPoint(0, 0));
+    QList<QWidget*> menus;
+    QRect whole = image.rect();
+    for (auto* widget : QApplication::topLevelWidgets()) {
+        if (!qobject_cast<QMenu*>(widget) || !widget->isVisible()) continue;
+        menus << widget;
+        whole |= QRect(widget->pos() - origin, widget->size()).adjusted(0, 0, 3, 4);
+    }
+    if (!menus.isEmpty()) {
+        QImage grown(whole.size(), QImage::Format_ARGB32);
+        grown.fill(Qt::transparent);
+        QPainter p(&grown);
+        p.drawImage(0, 0, image);
+        for (auto* menu : menus) {
+            const QPoint at = menu->pos() - origin;
+            p.fillRect(QRect(at + QPoint(2, 3), menu->size()), QColor(0, 0, 0, 50));
+            p.drawPixmap(at, menu->grab());
+        }
+        return grown;
+    }
     auto* alert = view.findChild<QMessageBox*>();
     if (!alert || !alert->isVisible()) return image;
     QPainter p(&image);
@@ -43,10 +72,15 @@ QImage picture(ContentView& view) {
     return image;
 }
 
-void shoot(ContentView& view, const QString& name) {
+// At the smallest size the window scrolls; `scrolledTo`, when named, is
+// brought into view there, as the user would scroll to it.
+void shoot(ContentView& view, const QString& name, const QString& scrolledTo = {}) {
     for (const QSize size : {OrvandelAppApp::kInitialSize, OrvandelAppApp::kMinimumSize}) {
         view.resize(size);
         waitUntil([] { return false; }, 150);  // let the layout and the alert settle
+        if (auto* target = scrolledTo.isEmpty() ? nullptr : view.findChild<QWidget*>(scrolledTo)) {
+            view.findChild<QScrollArea*>()->ensureWidgetVisible(target, 0, 8);
+        }
         const bool smallest = size == OrvandelAppApp::kMinimumSize;
         const QString file = outputDir + "/" + name + (smallest ? "-392x420" : "") + ".png";
         picture(view).save(file);
@@ -58,6 +92,35 @@ void shoot(ContentView& view, const QString& name) {
         }
         std::cout << file.toStdString() << "\n";
     }
+}
+
+// `menu` of the menu bar open, and `submenu` (an action of it) beside it.
+void openMenu(ContentView& view, const QString& menu, const QString& submenu = {}) {
+    auto* bar = view.findChild<QMenuBar*>();
+    auto* popup = view.findChild<QMenu*>(menu);
+    popup->popup(bar->mapToGlobal(bar->actionGeometry(popup->menuAction()).bottomLeft()));
+    if (submenu.isEmpty()) return;
+    auto* sub = view.findChild<QMenu*>(submenu);
+    emit sub->aboutToShow();  // as when it opens: it fills itself
+    popup->setActiveAction(sub->menuAction());
+    sub->popup(popup->mapToGlobal(popup->actionGeometry(sub->menuAction()).topRight()));
+}
+
+void closeMenus() {
+    for (auto* menu : QApplication::topLevelWidgets()) {
+        if (qobject_cast<QMenu*>(menu)) menu->hide();
+    }
+}
+
+// "Mostrar na pasta" on a desktop where `fileManager` does not answer and
+// `opens` says whether anything opens the folder.
+void revealWith(ContentView& view, bool fileManager, bool opens) {
+    auto* panel = view.findChild<ResultPanel*>();
+    panel->setDesktop(
+        {.openUrl = [opens](const QUrl&) { return opens; },
+         .showInFileManager = [fileManager](const QUrl&,
+                                            const std::function<void(bool)>& answered) { answered(fileManager); }});
+    view.findChild<QPushButton*>("revealButton")->click();
 }
 
 void closeAlert(ContentView& view) {
@@ -75,7 +138,7 @@ OrvandelAppApp::Shell window(const std::shared_ptr<FakeExporter>& renderer) {
 }
 
 void open(ContentView& view, const std::filesystem::path& deck) {
-    view.session().chooseDeck(deck);
+    view.openDeck(deck);
     waitUntil([&] { return !view.session().isScanning(); }, 20000);
 }
 
@@ -90,6 +153,13 @@ int main(int argc, char** argv) {
     const std::filesystem::path root = dir.path().toStdString();
     const auto deck = root / "Aula 3 - Fotossíntese e respiração celular.pptx";
     std::filesystem::copy_file(exampleDeck(), deck);
+
+    // The recent decks in a scratch folder, the first gone since.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.path());
+    RecentDecks recent;
+    recent.add(root / "Aula 2 - Células.pptx");
+    recent.add(root / "Aula 1 - Introdução à Biologia.pptx");
+    std::filesystem::copy_file(exampleDeck(), root / "Aula 1 - Introdução à Biologia.pptx");
 
     auto renderer = std::make_shared<FakeExporter>();
     renderer->warnings = {Warning::linkNotFollowed(2, "picture", "../fotos/folha.png",
@@ -118,7 +188,21 @@ int main(int argc, char** argv) {
     waitUntil([&] { return !view->session().isExporting(); }, 20000);
     shoot(*view, "done-warnings");
     closeAlert(*view);
-    shoot(*view, "done");
+    shoot(*view, "done", "resultView");
+    revealWith(*view, false, true);
+    shoot(*view, "done-folder-opened", "resultView");
+    revealWith(*view, false, false);
+    shoot(*view, "done-nothing-opens-folder", "resultView");
+
+    openMenu(*view, "fileMenu", "recentMenu");
+    shoot(*view, "menu-file-recent");
+    closeMenus();
+    openMenu(*view, "helpMenu");
+    shoot(*view, "menu-help", "resultView");
+    closeMenus();
+    view->findChild<QAction*>("about")->trigger();
+    shoot(*view, "about", "resultView");
+    closeAlert(*view);
 
     auto failing = std::make_shared<FakeExporter>();
     failing->failure = std::make_exception_ptr(

@@ -42,7 +42,7 @@ void FakeExporter::export_(const RenderRequest& request, const std::filesystem::
     if (failure) std::rethrow_exception(failure);
     for (const auto& w : warnings) hooks.warning(w);
     const auto ms = RenderPlanReader::read(request.preparedDeck).totalMs();
-    writeFile(to, test::craftedMovie(1000, static_cast<std::uint64_t>(ms)));
+    writeFile(to, test::stillsMovie(static_cast<std::uint32_t>(ms)));
 }
 
 std::filesystem::path FakeExporter::workDirectoryBase() const {

@@ -1,6 +1,6 @@
 #pragma once
 // What the app's tests and the screenshot writer share: a renderer that
-// writes a movie header of the planned length instead of rendering (so the
+// writes a movie of the planned length, its headers only, instead of rendering (so the
 // window can be driven end to end in milliseconds), small decks, and waits.
 #include <QStringList>
 
@@ -32,7 +32,7 @@ bool scan(ExportSession& session, const std::filesystem::path& deck);
 // Renders nothing: reports the drawing stage half done and `reused` (when
 // given) as the render cache would, holds while `hold`
 // is set (until the export is cancelled), then throws `failure` or writes a
-// movie header exactly as long as the prepared deck's plan.
+// movie's headers (one still a second) exactly as long as the prepared deck's plan.
 class FakeExporter : public Mp4Exporting {
 public:
     std::shared_ptr<std::atomic<bool>> hold = std::make_shared<std::atomic<bool>>(false);

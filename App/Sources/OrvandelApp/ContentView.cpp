@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QFileDialog>
 #include <QFrame>
 #include <QGuiApplication>
 #include <QLabel>
@@ -11,11 +12,13 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QShortcut>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "AlertBox.hpp"
 #include "Brand.hpp"
 #include "ExportCopy.hpp"
+#include "ShellCopy.hpp"
 #include "TealButtonStyle.hpp"
 #include "UnsavedDecksGate.hpp"
 #include "export/DeckPanel.hpp"
@@ -30,7 +33,8 @@ namespace orvandel {
 ContentView::ContentView(RendererChoice::Renderer renderer, std::shared_ptr<const Mp4Exporting> exporter,
                          QWidget* parent)
     : QWidget(parent), session_(std::make_unique<ExportSession>(renderer, std::move(exporter))) {
-    setWindowTitle(ExportCopy::kWindowTitle);
+    // The desktop adds the application's name ("… — Orvandel") itself.
+    setWindowTitle(ExportCopy::kTitle);
     setAcceptDrops(true);
     buildLayout();
     applyColors();
@@ -39,7 +43,7 @@ ContentView::ContentView(RendererChoice::Renderer renderer, std::shared_ptr<cons
     connect(session_.get(), &ExportSession::exportEnded, this, &ContentView::exportEnded);
     // The main button answers Return wherever the focus is, the GIF fields included.
     for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {
-        connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this, &ContentView::runExport);
+        connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this, [this] { runExport(); });
     }
     refresh();
 }
@@ -67,7 +71,7 @@ void ContentView::buildLayout() {
     exportButton_->setObjectName(QStringLiteral("exportButton"));
     exportButton_->setDefault(true);
     TealButtonStyle::apply(*exportButton_);
-    connect(exportButton_, &QPushButton::clicked, this, &ContentView::runExport);
+    connect(exportButton_, &QPushButton::clicked, this, [this] { runExport(); });
     column->addWidget(exportButton_, 0, Qt::AlignHCenter);
 
     resultPanel_ = new ResultPanel(*session_);
@@ -75,14 +79,14 @@ void ContentView::buildLayout() {
     column->addStretch(1);
 
     // A narrow or short window scrolls instead of squeezing the texts.
-    auto* scroll = new QScrollArea;
-    scroll->setWidget(content);
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll_ = new QScrollArea;
+    scroll_->setWidget(content);
+    scroll_->setWidgetResizable(true);
+    scroll_->setFrameShape(QFrame::NoFrame);
+    scroll_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
-    outer->addWidget(scroll);
+    outer->addWidget(scroll_);
 }
 
 void ContentView::applyColors() {
@@ -105,8 +109,10 @@ void ContentView::changeEvent(QEvent* event) {
     if (event->type() == QEvent::ThemeChange) applyColors();
 }
 
+bool ContentView::exportable() const { return session_->canExport() && !session_->scanError(); }
+
 void ContentView::refresh() {
-    exportButton_->setEnabled(session_->canExport());
+    exportButton_->setEnabled(exportable());
     setFloating(session_->isExporting());
 }
 
@@ -116,23 +122,52 @@ void ContentView::openDeck(const std::filesystem::path& deck) {
         presentAlert(true, ExportCopy::kOpenFailedTitle, ExportCopy::kOpenFailedText);
         return;
     }
-    session_->chooseDeck(std::filesystem::absolute(deck, ec));
+    if (session_->isBusy()) return;
+    const auto chosen = std::filesystem::absolute(deck, ec).lexically_normal();
+    session_->chooseDeck(chosen);
+    emit deckOpened(chosen);
 }
 
-void ContentView::runExport() {
-    if (!session_->canExport()) return;
+void ContentView::chooseDeck() {
+    if (!session_->isBusy()) deckPanel_->showImporter();
+}
+
+void ContentView::runExport(const std::optional<std::filesystem::path>& to) {
+    // A failed scan is shown in the window already; no alert repeats it.
+    if (!exportable()) return;
     // Only PowerPoint has other decks open that a forced end could lose.
     if (renderer() == RendererChoice::Renderer::powerPoint) {
         const auto unsaved = UnsavedDecksGate::decksNeedingAttention(UnsavedDecksGate::openDecks(),
                                                                      session_->deckPath()->string());
         if (!unsaved.empty() && !UnsavedDecksGate::present(static_cast<std::int64_t>(unsaved.size()), this)) return;
     }
-    session_->startExport();
+    session_->startExport(to);
+}
+
+std::filesystem::path ContentView::withPackageExtension(const std::filesystem::path& chosen) {
+    if (chosen.extension() == ".orv") return chosen;
+    auto withExtension = chosen;
+    return withExtension += ".orv";
+}
+
+void ContentView::saveAs() {
+    if (!exportable()) return;
+    const QString suggested = QString::fromStdString(ExportSession::outputPath(*session_->deckPath()).string());
+    const QString chosen = QFileDialog::getSaveFileName(this, ShellCopy::kSaveAsTitle, suggested,
+                                                        ShellCopy::kOrvFilter);
+    if (!chosen.isEmpty()) runExport(withPackageExtension(chosen.toStdString()));
 }
 
 void ContentView::exportEnded(const std::exception_ptr& error, const QStringList& warnings) {
     // A quit that waited for this export has closed the window: no alert then.
     if (closing_) return;
+    // In a short window the result is below the fold: brought into view,
+    // once the layout has made room for it.
+    if (!error) {
+        QTimer::singleShot(0, this, [this] {
+            if (resultPanel_->isVisible()) scroll_->ensureWidgetVisible(resultPanel_, 0, 0);
+        });
+    }
     if (error) {
         presentAlert(true, ExportCopy::kExportFailedTitle, ExportCopy::errorMessage(error, renderer()));
     } else if (!warnings.isEmpty()) {

@@ -23,6 +23,7 @@
 class QLabel;
 class QMimeData;
 class QPushButton;
+class QScrollArea;
 
 namespace orvandel {
 
@@ -42,8 +43,21 @@ public:
     // A deck named on the command line, picked or dropped: chosen, or the
     // "could not open" alert when it is not a file.
     void openDeck(const std::filesystem::path& deck);
-    // "Exportar": the unsaved-decks question where PowerPoint renders, then the export.
-    void runExport();
+    // "Abrir apresentação…": the file dialog, unless the session is busy.
+    void chooseDeck();
+    // "Exportar": the unsaved-decks question where PowerPoint renders, then
+    // the export, into `to` (default: beside the deck). Nothing when the
+    // deck cannot be exported (its scan failed, a GIF lacks its length…):
+    // the window already says why.
+    void runExport(const std::optional<std::filesystem::path>& to = std::nullopt);
+    // "Salvar como…": asks where, then exports there.
+    void saveAs();
+    // What "Salvar como…" makes of the name typed: the .orv extension added when missing.
+    static std::filesystem::path withPackageExtension(const std::filesystem::path& chosen);
+
+signals:
+    // A deck was opened (for "Abrir recentes").
+    void deckOpened(const std::filesystem::path& deck);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -55,6 +69,7 @@ private:
     void buildLayout();
     void applyColors();
     void refresh();
+    bool exportable() const;
     void exportEnded(const std::exception_ptr& error, const QStringList& warnings);
     void setFloating(bool floating);
     void presentAlert(bool warning, const QString& title, const QString& text);
@@ -70,6 +85,7 @@ private:
     DeckPanel* deckPanel_ = nullptr;
     QPushButton* exportButton_ = nullptr;
     ResultPanel* resultPanel_ = nullptr;
+    QScrollArea* scroll_ = nullptr;
 };
 
 }  // namespace orvandel

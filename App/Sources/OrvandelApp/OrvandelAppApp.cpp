@@ -17,9 +17,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "AboutBox.hpp"
 #include "Brand.hpp"
 #include "ExportCoordinator.hpp"
 #include "ExportCopy.hpp"
+#include "ShellCopy.hpp"
 #include "base/Leftovers.hpp"
 
 namespace orvandel::OrvandelAppApp {
@@ -61,11 +63,28 @@ void quitOnTerminationSignals(QApplication& app, QuitController& quitController)
     sigaction(SIGTERM, &action, nullptr);
 }
 
-QMenuBar* makeMenus(ContentView& window, UpdateChecker& updateChecker) {
+QMenuBar* makeMenus(ContentView& window, UpdateChecker& updateChecker, RecentDecks& recentDecks) {
     auto* bar = new QMenuBar(&window);
     QMenu* file = bar->addMenu(ExportCopy::kFileMenu);
+    file->setObjectName(QStringLiteral("fileMenu"));
+    QAction* open = file->addAction(ShellCopy::kOpenDeck);
+    open->setObjectName(QStringLiteral("openDeck"));
+    open->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_O));
+    QObject::connect(open, &QAction::triggered, &window, &ContentView::chooseDeck);
+    QMenu* recent = file->addMenu(ShellCopy::kOpenRecent);
+    recent->setObjectName(QStringLiteral("recentMenu"));
+    // Filled as it opens, so that a deck deleted meanwhile shows greyed out.
+    QObject::connect(recent, &QMenu::aboutToShow, recent, [&window, &recentDecks, recent] {
+        recentDecks.fill(*recent, [&window](const std::filesystem::path& deck) { window.openDeck(deck); });
+    });
+    QAction* saveAs = file->addAction(ShellCopy::kSaveAs);
+    saveAs->setObjectName(QStringLiteral("saveAs"));
+    saveAs->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
+    QObject::connect(saveAs, &QAction::triggered, &window, &ContentView::saveAs);
+    file->addSeparator();
     QAction* quit = file->addAction(ExportCopy::kQuit);
-    quit->setShortcut(QKeySequence::Quit);
+    // Spelled out: not every desktop's theme gives Quit a key.
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     quit->setMenuRole(QAction::QuitRole);
 #ifdef Q_OS_MACOS
     QObject::connect(quit, &QAction::triggered, &QCoreApplication::quit);
@@ -73,10 +92,27 @@ QMenuBar* makeMenus(ContentView& window, UpdateChecker& updateChecker) {
     // Closing the window is quitting here; the quit guard asks on the way.
     QObject::connect(quit, &QAction::triggered, &window, &QWidget::close);
 #endif
+    // What can be done now: nothing new while a deck is scanned or exported.
+    const auto follow = [&window, open, recent, saveAs] {
+        const auto& session = window.session();
+        open->setEnabled(!session.isBusy());
+        recent->setEnabled(!session.isBusy());
+        saveAs->setEnabled(session.canExport() && !session.scanError());
+    };
+    QObject::connect(&window.session(), &ExportSession::changed, file, follow);
+    follow();
+    QObject::connect(&window, &ContentView::deckOpened, &window,
+                     [&recentDecks](const std::filesystem::path& deck) { recentDecks.add(deck); });
+
     QMenu* help = bar->addMenu(ExportCopy::kHelpMenu);
+    help->setObjectName(QStringLiteral("helpMenu"));
     QAction* check = help->addAction(ExportCopy::kCheckForUpdates);
     check->setObjectName(QStringLiteral("checkForUpdates"));
     QObject::connect(check, &QAction::triggered, &updateChecker, &UpdateChecker::checkManually);
+    QAction* about = help->addAction(ShellCopy::kAbout);
+    about->setObjectName(QStringLiteral("about"));
+    about->setMenuRole(QAction::AboutRole);
+    QObject::connect(about, &QAction::triggered, &window, [&window] { AboutBox::present(&window); });
     return bar;
 }
 
@@ -112,7 +148,8 @@ Shell makeShell(RendererChoice::Renderer renderer, std::shared_ptr<const Mp4Expo
     shell.quitController = std::make_unique<QuitController>(shell.window->renderer());
     shell.quitController->install(*shell.window);
     shell.updateChecker = std::make_unique<UpdateChecker>(shell.window.get());
-    shell.window->layout()->setMenuBar(makeMenus(*shell.window, *shell.updateChecker));
+    shell.recentDecks = std::make_unique<RecentDecks>();
+    shell.window->layout()->setMenuBar(makeMenus(*shell.window, *shell.updateChecker, *shell.recentDecks));
     return shell;
 }
 

@@ -6,6 +6,7 @@
 
 #include "ContentView.hpp"
 #include "QuitController.hpp"
+#include "RecentDecks.hpp"
 #include "update/UpdateChecker.hpp"
 
 class QCoreApplication;
@@ -25,13 +26,15 @@ std::unique_ptr<ContentView> makeWindow(RendererChoice::Renderer renderer = Rend
                                         std::shared_ptr<const Mp4Exporting> exporter = nullptr);
 
 // The window with what the application puts around it: the quit guard on
-// it, the update checker, and the menus "Arquivo" (Sair) and "Ajuda"
-// (Verificar atualizações…). Members are destroyed in reverse order: the
-// window, which waits for a running export, last.
+// it, the update checker, the decks opened last, and the menus "Arquivo"
+// (Abrir apresentação…, Abrir recentes, Salvar como…, Sair) and "Ajuda"
+// (Verificar atualizações…, Sobre o Orvandel). Members are destroyed in
+// reverse order: the window, which waits for a running export, last.
 struct Shell {
     std::unique_ptr<ContentView> window;
     std::unique_ptr<QuitController> quitController;
     std::unique_ptr<UpdateChecker> updateChecker;
+    std::unique_ptr<RecentDecks> recentDecks;
 };
 Shell makeShell(RendererChoice::Renderer renderer = RendererChoice::Renderer::automatic,
                 std::shared_ptr<const Mp4Exporting> exporter = nullptr);

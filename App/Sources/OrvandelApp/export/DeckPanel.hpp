@@ -17,12 +17,14 @@ class DeckPanel : public SessionPanel {
 public:
     explicit DeckPanel(ExportSession& session, QWidget* parent = nullptr);
 
+    // The file dialog ("Escolher apresentação…", "Abrir apresentação…").
+    void showImporter();
+
 signals:
     // Picked in the file dialog.
     void deckPicked(const std::filesystem::path& deck);
 
 private:
-    void showImporter();
     void refresh() override;
 
     QPushButton* chooseButton_;
