@@ -99,7 +99,6 @@ void ExportSession::chooseDeck(const std::filesystem::path& deck) {
     deckPath_ = deck;
     gifSlides_.clear();
     gifDurations_.clear();
-    ownGifLengthsMs_.clear();
     multiVideoSlides_.clear();
     scanError_.reset();
     outcome_.reset();
@@ -142,10 +141,8 @@ void ExportSession::scanFinished(const ScanRun& run) {
             const bool undescribed = report.hasGif && report.gifs.empty();
             if (!(report.needsGifLength() || undescribed) || report.isHidden) continue;
             gifSlides_.push_back(report.displayIndex);
-            if (const auto own = report.ownGifLengthMs()) {
-                ownGifLengthsMs_[report.displayIndex] = *own;
+            if (const auto own = report.ownGifLengthMs())
                 gifDurations_[report.displayIndex] = GifDurations::field(*own);
-            }
         }
         std::sort(gifSlides_.begin(), gifSlides_.end());
         multiVideoSlides_ = DeckScanner::validateMedia(run.reports).slidesWithMultipleVideos;

@@ -173,7 +173,6 @@ private:
     // The folder this session converts decks into, and the copy of the chosen deck there.
     std::optional<std::filesystem::path> scratch_;
     std::optional<std::filesystem::path> convertedPptx_;
-    std::map<std::int64_t, std::int64_t> ownGifLengthsMs_;
     std::filesystem::path destination_;  // of the running or last export
     bool isScanning_ = false;
     bool isExporting_ = false;
