@@ -311,6 +311,10 @@ QString message(const DeckError& error, Renderer renderer) {
     const bool pp = powerPoint(renderer);
     switch (error.errorCase()) {
         case DeckError::Case::missingVideoDuration:
+            if (error.slides().size() > 1) {
+                return "Não foi possível ler a duração dos vídeos dos slides " + spoken(error.slides()) +
+                       ". Verifique se eles estão inseridos como vídeo nos slides e exporte de novo." + kSupport;
+            }
             return "Não foi possível ler a duração do vídeo do slide " + number(error.slide()) +
                    ". Verifique se ele está inserido como vídeo no slide e exporte de novo. Se continuar, fale com "
                    "o suporte do Orvandel.";
@@ -330,6 +334,10 @@ QString message(const DeckError& error, Renderer renderer) {
                    kSupport;
         }
         case DeckError::Case::videoWithoutMediaCall:
+            if (error.slides().size() > 1) {
+                return "Não foi possível preparar os vídeos dos slides " + spoken(error.slides()) +
+                       ". Verifique se eles estão inseridos como vídeo nos slides e exporte de novo." + kSupport;
+            }
             return "Não foi possível preparar o vídeo do slide " + number(error.slide()) +
                    ". Verifique se ele está inserido como vídeo no slide e exporte de novo. Se continuar, fale com "
                    "o suporte do Orvandel.";
@@ -353,6 +361,16 @@ QString message(const DeckError& error, Renderer renderer) {
             return "O slide " + number(error.slide()) +
                    " tem um tempo de mais de 24 horas (numa animação ou na duração informada), o que indica um "
                    "arquivo danificado. Confira os tempos desse slide, salve a apresentação e exporte de novo.";
+        case DeckError::Case::lengthForSlideWithout:
+            // The window asks only where a length is needed; this is a fault of the app, not the deck.
+            return (error.medium() == DeckError::Medium::gif
+                        ? agreeing(error.slides(),
+                                   "Foi informada uma duração de GIF para o slide %1, que não tem GIF animado.",
+                                   "Foram informadas durações de GIF para os slides %1, que não têm GIF animado.")
+                        : agreeing(error.slides(),
+                                   "Foi informada uma duração de vídeo para o slide %1, que não tem vídeo.",
+                                   "Foram informadas durações de vídeo para os slides %1, que não têm vídeo.")) +
+                   " Escolha a apresentação de novo e exporte." + kSupport;
         case DeckError::Case::noVisibleSlides:
             return QStringLiteral("Todos os slides desta apresentação estão ocultos, então não há o que exportar. "
                                   "Deixe ao menos um slide visível e exporte de novo.");

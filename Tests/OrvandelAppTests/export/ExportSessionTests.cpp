@@ -137,6 +137,12 @@ private slots:
             QCOMPARE(s.session.gifMilliseconds(2).value_or(0), ms);
         }
 
+        // The example's GIF, as the scan reads it, moves and offers its own loop.
+        Session real;
+        QDir(dir.path()).mkdir("real");
+        real.open(exampleCopy(dir.filePath("real")));
+        QVERIFY(real.session.gifSlides() == std::vector<std::int64_t>{4} && real.session.gifMilliseconds(4));
+
         // A deck whose GIFs stand still asks nothing.
         s.session.setScanner([](const fs::path&) { return std::vector<SlideReport>{slide(1, {{false, {}}})}; });
         s.open(deck);
