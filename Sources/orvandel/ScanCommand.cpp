@@ -46,6 +46,17 @@ nlohmann::ordered_json fontsJson(const std::vector<FontReport::Font>& fonts, std
     return array;
 }
 
+// Each GIF: its part, whether it moves, how long it plays by itself (null
+// for a still or unreadable one) and whether it could be read.
+nlohmann::ordered_json gifsJson(const std::vector<GifReport>& gifs) {
+    nlohmann::ordered_json array = nlohmann::ordered_json::array();
+    for (const auto& g : gifs) {
+        array.push_back(
+            {{"part", g.part}, {"animated", g.animated}, {"loopMs", optionalJson(g.loopMs)}, {"readable", g.readable}});
+    }
+    return array;
+}
+
 nlohmann::ordered_json reportJson(const SlideReport& r, const std::vector<FontReport::Font>& fonts) {
     nlohmann::ordered_json kinds = nlohmann::ordered_json::array();
     for (const ClickGroupKind kind : r.orderedGroupKinds) kinds.push_back(std::string(toString(kind)));
@@ -62,9 +73,12 @@ nlohmann::ordered_json reportJson(const SlideReport& r, const std::vector<FontRe
         {"videoDurationMs", optionalJson(r.videoDurationMs)},
         {"hasOnClickVideo", r.hasOnClickVideo},
         {"hasGif", r.hasGif},
+        {"gifs", gifsJson(r.gifs)},
         {"hasExitEffect", r.hasExitEffect},
         {"exitGroupCount", r.exitGroupCount},
         {"orderedGroupKinds", std::move(kinds)},
+        {"triggerVideo", r.triggerVideo},
+        {"triggerAudio", r.triggerAudio},
         {"fonts", fontsJson(fonts, r.displayIndex)},
     };
 }
@@ -100,8 +114,10 @@ void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream&
     cmd->add_option("DECK", options->deck, "The deck to scan (.pptx)")->required();
     cmd->add_flag("--json", options->json,
                   "Print a JSON array with one object per slide (every field of the report, absent values as "
-                  "null, and under \"fonts\" the fonts the slide is the first to use and how each is drawn) "
-                  "instead of the table");
+                  "null; under \"gifs\" each GIF's part, whether it is animated, the length it plays by itself "
+                  "(loopMs) and whether it could be read; \"triggerVideo\"/\"triggerAudio\" for media that only a "
+                  "click on another shape starts; and under \"fonts\" the fonts the slide is the first to use and "
+                  "how each is drawn) instead of the table");
     addSlideDurationOptions(*cmd, options->video, options->gif);
     addLargestPartOption(*cmd);
     cmd->footer("Example:\n  orvandel scan examples/aula-exemplo.pptx --gif 4:3000\n");

@@ -50,6 +50,19 @@ inline std::string node(const std::string& id, const std::string& children) {
            children + "</p:childTnLst></p:cTn></p:par>";
 }
 
+// A whole p:timing in which a click on shape `trigger` plays shape 3 (an
+// interactive sequence), as the deck's own writer times a trigger.
+inline std::string playOnTrigger(const std::string& durationMs, const std::string& trigger = "2") {
+    const std::string onClick = "<p:cond evt=\"onClick\" delay=\"0\"><p:tgtEl><p:spTgt spid=\"" + trigger +
+                                "\"/></p:tgtEl></p:cond>";
+    return "<p:timing><p:tnLst><p:par><p:cTn id=\"1\" dur=\"indefinite\" nodeType=\"tmRoot\"><p:childTnLst>"
+           "<p:seq concurrent=\"1\" nextAc=\"seek\"><p:cTn id=\"2\" restart=\"whenNotActive\" fill=\"hold\" "
+           "evtFilter=\"cancelBubble\" nodeType=\"interactiveSeq\"><p:stCondLst>" +
+           onClick + "</p:stCondLst><p:childTnLst>" + node("3", node("4", mediaCall("clickEffect", durationMs))) +
+           "</p:childTnLst></p:cTn><p:nextCondLst>" + onClick +
+           "</p:nextCondLst></p:seq></p:childTnLst></p:cTn></p:par></p:tnLst></p:timing>";
+}
+
 // A click step holding one group container.
 inline std::string step(const std::string& effects) { return node("7", node("8", effects)); }
 

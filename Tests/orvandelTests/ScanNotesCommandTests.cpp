@@ -40,8 +40,9 @@ TEST(ScanCommandTest, TableJsonAndTheUsersLengths) {
     EXPECT_EQ(reports[0].dump(),
               R"({"displayIndex":1,"file":"ppt/slides/slide1.xml","bulletCount":1,"bulletDursMs":[500],)"
               R"("autoDurationMs":0,"hasVideoAutoplay":false,"videoCount":0,"advTmMs":4500,"isHidden":false,)"
-              R"("videoDurationMs":null,"hasOnClickVideo":false,"hasGif":false,"hasExitEffect":true,)"
-              R"("exitGroupCount":1,"orderedGroupKinds":["entry","exit"],"fonts":[]})");
+              R"("videoDurationMs":null,"hasOnClickVideo":false,"hasGif":false,"gifs":[],"hasExitEffect":true,)"
+              R"("exitGroupCount":1,"orderedGroupKinds":["entry","exit"],"triggerVideo":false,)"
+              R"("triggerAudio":false,"fonts":[]})");
     EXPECT_TRUE(reports[1]["advTmMs"].is_null());
 
     const Json given = Json::parse(

@@ -23,6 +23,7 @@
 #include "UnsavedDecksGate.hpp"
 #include "export/DeckPanel.hpp"
 #include "export/DurationsPanel.hpp"
+#include "export/OptionsPanel.hpp"
 #include "export/PanelSupport.hpp"
 #include "export/ProgressPanel.hpp"
 #include "export/ResultPanel.hpp"
@@ -63,6 +64,7 @@ void ContentView::buildLayout() {
     connect(deckPanel_, &DeckPanel::deckPicked, this, &ContentView::openDeck);
     column->addWidget(deckPanel_);
     column->addWidget(new DurationsPanel(*session_));
+    column->addWidget(new OptionsPanel(*session_));
     column->addWidget(new ProgressPanel(*session_));
 
     exportButton_ = new QPushButton(ExportCopy::kExport);
@@ -200,10 +202,9 @@ void ContentView::closeEvent(QCloseEvent* event) {
 std::optional<std::filesystem::path> ContentView::droppedDeck(const QMimeData* data) {
     if (!data || !data->hasUrls() || data->urls().size() != 1) return std::nullopt;
     const QUrl url = data->urls().front();
-    if (!url.isLocalFile() || !url.toLocalFile().endsWith(QStringLiteral(".pptx"), Qt::CaseInsensitive)) {
-        return std::nullopt;
-    }
-    return std::filesystem::path(url.toLocalFile().toStdString());
+    if (!url.isLocalFile()) return std::nullopt;
+    const std::filesystem::path deck(url.toLocalFile().toStdString());
+    return ExportSession::looksLikeDeck(deck) ? std::optional(deck) : std::nullopt;
 }
 
 void ContentView::dragEnterEvent(QDragEnterEvent* event) {

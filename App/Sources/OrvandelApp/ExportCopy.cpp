@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <map>
 
+#include "DeckConversion.hpp"
 #include "base/AtomicFile.hpp"
 #include "base/Cancellation.hpp"
 #include "container/PptxArchive.hpp"
@@ -13,6 +14,7 @@
 #include "container/XmlElement.hpp"
 #include "container/ZipArchive.hpp"
 #include "deck/DeckError.hpp"
+#include "export/GifDurations.hpp"
 #include "package/OrvExporter.hpp"
 #include "render/ExportError.hpp"
 #include "render/Mp4Duration.hpp"
@@ -58,40 +60,19 @@ QString exportErrorText(const Mp4Exporter::ExportError& error) {
     return generic(Renderer::powerPoint);
 }
 
-// The program a stage of the headless renderer runs, and the Debian package
-// it comes in. The other stages name none, the media's ffprobe included:
-// what is missing there is told with all three packages.
-struct Tool {
-    QString name;
-    QString package;
-};
-
-std::optional<Tool> toolOfStage(ExportStage stage) {
-    switch (stage) {
-        case ExportStage::pdf: return Tool{"LibreOffice", "libreoffice-impress-nogui"};
-        case ExportStage::draw: return Tool{"Poppler", "poppler-utils"};
-        case ExportStage::frames:
-        case ExportStage::encode: return Tool{"ffmpeg", "ffmpeg"};
-        default: return std::nullopt;
-    }
-}
-
 QString renderErrorText(const RenderError& error) {
     switch (error.errorCase()) {
+        // The programs behind the video are the installation's business, not the teacher's: no names.
         case RenderError::Case::missingTool:
-            if (const auto tool = toolOfStage(error.stage())) {
-                return "Falta o " + tool->name + " para gerar o vídeo. Instale o pacote " + tool->package +
-                       " e exporte de novo.";
-            }
-            return QStringLiteral("Falta um dos programas que geram o vídeo. Instale os pacotes "
-                                  "libreoffice-impress-nogui, poppler-utils e ffmpeg e exporte de novo.");
+            return QStringLiteral("O gerador de vídeo do Orvandel não está completo neste computador. Peça a quem "
+                                  "cuida dele para reinstalar o Orvandel e exporte de novo.");
         case RenderError::Case::toolFailed:
-            return QStringLiteral("Um dos programas que geram o vídeo falhou. Confira se a apresentação abre no "
-                                  "LibreOffice Impress e exporte de novo.") +
+            return QStringLiteral("O gerador de vídeo não conseguiu processar esta apresentação. Confira se ela abre "
+                                  "normalmente no programa em que foi feita e exporte de novo.") +
                    kSupport;
         case RenderError::Case::timedOut:
-            return QStringLiteral("A geração do vídeo demorou mais que o esperado e foi interrompida. Feche outras "
-                                  "janelas do LibreOffice e exporte de novo.");
+            return QStringLiteral("A geração do vídeo demorou mais que o esperado e foi interrompida. Feche outros "
+                                  "programas abertos e exporte de novo.");
         case RenderError::Case::badOutput:
             return QStringLiteral("O vídeo gerado saiu incompleto. Confira se há espaço livre no disco e exporte de "
                                   "novo.") +
@@ -102,8 +83,7 @@ QString renderErrorText(const RenderError& error) {
                    kSupport;
         case RenderError::Case::tooLarge:
             return QStringLiteral("A apresentação precisa de mais memória do que este computador pode dar ao "
-                                  "LibreOffice para gerar o vídeo. Divida-a em apresentações menores e exporte "
-                                  "cada uma.");
+                                  "gerador de vídeo. Divida-a em apresentações menores e exporte cada uma.");
     }
     return generic(Renderer::headless);
 }
@@ -166,7 +146,7 @@ QString outputProblem(const OutputError& error) {
 }
 
 const QString kCannotOpenDeck = QStringLiteral(
-    "Não foi possível abrir a apresentação. Confira se o arquivo ainda existe e se é uma apresentação .pptx, e "
+    "Não foi possível abrir a apresentação. Confira se o arquivo ainda existe e se é mesmo uma apresentação, e "
     "escolha-o de novo.");
 const QString kBrokenDeck = QStringLiteral(
     "A apresentação está danificada e não pôde ser lida. Abra-a no programa em que foi feita, salve-a de novo como "
@@ -196,6 +176,34 @@ QString slidesLine(const QString& before, const std::vector<std::int64_t>& slide
     return before + list(slides) + after;
 }
 
+// The slide numbers as a sentence says them: "3", "3 e 5", "3, 5 e 8".
+QString spoken(const std::vector<std::int64_t>& slides) {
+    if (slides.size() < 2) return list(slides);
+    return list({slides.begin(), slides.end() - 1}) + " e " + number(slides.back());
+}
+
+// `one` for a single slide, `many` for several, the numbers in place of %1.
+QString agreeing(const std::vector<std::int64_t>& slides, const QString& one, const QString& many) {
+    return (slides.size() == 1 ? one : many).arg(spoken(slides));
+}
+
+// The file's format as the user knows it: ".odp"; nothing when unknown.
+QString formatName(const std::string& format) {
+    return format.empty() ? QString() : "." + QString::fromStdString(format);
+}
+
+QString conversionText(const DeckConversion::ConversionError& error) {
+    switch (error.errorCase()) {
+        case DeckConversion::ConversionError::Case::pdf:
+            return QStringLiteral("Um PDF não tem slides que possam ser animados. Escolha a própria apresentação "
+                                  "da qual o PDF foi gerado (.pptx, .ppt, .odp ou .key).");
+        case DeckConversion::ConversionError::Case::failed:
+            return QStringLiteral("Não foi possível converter esta apresentação para exportá-la. Abra-a no programa "
+                                  "em que foi feita, salve-a como .pptx e escolha o arquivo salvo.");
+    }
+    return QStringLiteral("Não foi possível converter esta apresentação para exportá-la.");
+}
+
 // The fonts drawn with others, by name: one sentence for one font, one for several.
 QString fontsLine(const std::vector<const Warning*>& fonts) {
     const auto quoted = [](const std::string& name) { return "\"" + QString::fromStdString(name) + "\""; };
@@ -210,6 +218,87 @@ QString fontsLine(const std::vector<const Warning*>& fonts) {
            " não estão instaladas; as quebras de linha nos textos delas podem mudar.";
 }
 
+std::optional<QString> warningLine(Warning::Kind kind, const std::string& medium, const std::vector<std::int64_t>& s,
+                                   const std::vector<const Warning*>& ws) {
+    switch (kind) {
+        case Warning::Kind::notesUnreadable:
+            return agreeing(s, "As anotações do slide %1 não puderam ser lidas, e o pacote ficou sem elas.",
+                            "As anotações dos slides %1 não puderam ser lidas, e o pacote ficou sem elas.");
+        case Warning::Kind::notesTextRepaired:
+            return agreeing(s,
+                            "As anotações do slide %1 tinham caracteres ilegíveis, que foram substituídos. Confira "
+                            "o texto delas.",
+                            "As anotações dos slides %1 tinham caracteres ilegíveis, que foram substituídos. "
+                            "Confira o texto delas.");
+        case Warning::Kind::slidePartMissing:
+            return agreeing(s,
+                            "O slide na posição %1 da apresentação não foi encontrado no arquivo e ficou de fora. "
+                            "Os slides seguintes foram renumerados.",
+                            "Os slides nas posições %1 da apresentação não foram encontrados no arquivo e ficaram "
+                            "de fora. Os slides seguintes foram renumerados.");
+        case Warning::Kind::mediaNotPlayed:
+            return agreeing(s,
+                            "Um vídeo, áudio ou GIF do slide %1 não pôde ser reproduzido. Na aula aparece só a "
+                            "primeira imagem dele.",
+                            "Vídeos, áudios ou GIFs dos slides %1 não puderam ser reproduzidos. Na aula aparece só "
+                            "a primeira imagem de cada um.");
+        case Warning::Kind::graphicBuildShownWhole:
+            return agreeing(s,
+                            "O gráfico ou diagrama animado do slide %1 não pôde ser montado passo a passo e aparece "
+                            "inteiro já na primeira etapa da animação.",
+                            "Os gráficos ou diagramas animados dos slides %1 não puderam ser montados passo a passo "
+                            "e aparecem inteiros já na primeira etapa da animação.");
+        case Warning::Kind::linkNotFollowed:
+            return agreeing(s, "Arquivos vinculados (imagem, vídeo ou áudio) do slide %1 não foram lidos",
+                            "Arquivos vinculados (imagem, vídeo ou áudio) dos slides %1 não foram lidos") +
+                   QStringLiteral(": a exportação só abre arquivos que estejam na pasta da apresentação e nunca "
+                                  "busca nada na internet. No lugar deles, a aula mostra a imagem de capa ou um "
+                                  "espaço vazio.");
+        case Warning::Kind::fontSubstituted: return fontsLine(ws);
+        case Warning::Kind::embeddedFontNotUsed:
+            return ws.size() == 1 ? QStringLiteral("Uma fonte incorporada à apresentação não pôde ser lida, e o "
+                                                   "texto nessa fonte aparece em outra.")
+                                  : QStringLiteral("Algumas fontes incorporadas à apresentação não puderam ser "
+                                                   "lidas, e o texto nelas aparece em outras fontes.");
+        case Warning::Kind::gifLengthAssumed:
+            if (s.size() == 1) {
+                return "O GIF do slide " + number(ws[0]->slide) +
+                       " ficou sem duração informada e toca o próprio loop uma vez (" +
+                       GifDurations::field(ws[0]->lengthMs) + " s).";
+            }
+            return "Os GIFs dos slides " + spoken(s) + " ficaram sem duração informada e tocam o próprio loop uma vez.";
+        case Warning::Kind::gifLengthIgnored:
+            return agreeing(s, "A duração informada para o slide %1 foi ignorada, pois ele não tem GIF animado.",
+                            "As durações informadas para os slides %1 foram ignoradas, pois eles não têm GIF "
+                            "animado.");
+        case Warning::Kind::videoLengthIgnored:
+            return agreeing(s, "A duração de vídeo informada para o slide %1 foi ignorada, pois ele não tem vídeo.",
+                            "As durações de vídeo informadas para os slides %1 foram ignoradas, pois eles não têm "
+                            "vídeo.");
+        case Warning::Kind::mediaStaysStill:
+            if (medium == "audio clip") {
+                return agreeing(s,
+                                "O áudio do slide %1 só começa quando se clica em outro elemento do slide. Como a "
+                                "aula não tem cliques, ele não toca.",
+                                "Os áudios dos slides %1 só começam quando se clica em outro elemento do slide. "
+                                "Como a aula não tem cliques, eles não tocam.");
+            }
+            return agreeing(s,
+                            "O vídeo do slide %1 só começa quando se clica em outro elemento do slide. Como a aula "
+                            "não tem cliques, ele fica parado, mostrando a imagem de capa.",
+                            "Os vídeos dos slides %1 só começam quando se clica em outro elemento do slide. Como a "
+                            "aula não tem cliques, eles ficam parados, mostrando a imagem de capa.");
+        case Warning::Kind::deckConverted: {
+            const QString format = formatName(ws[0]->detail);
+            return (format.isEmpty() ? QStringLiteral("A apresentação não estava no formato .pptx")
+                                     : "A apresentação estava no formato " + format) +
+                   QStringLiteral(" e foi convertida para .pptx antes da exportação. As animações e os tempos da "
+                                  "aula vêm dessa cópia convertida: confira se ficaram como esperado.");
+        }
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 QString list(const std::vector<std::int64_t>& slides) {
@@ -222,18 +311,33 @@ QString message(const DeckError& error, Renderer renderer) {
     const bool pp = powerPoint(renderer);
     switch (error.errorCase()) {
         case DeckError::Case::missingVideoDuration:
+            if (error.slides().size() > 1) {
+                return "Não foi possível ler a duração dos vídeos dos slides " + spoken(error.slides()) +
+                       ". Verifique se eles estão inseridos como vídeo nos slides e exporte de novo." + kSupport;
+            }
             return "Não foi possível ler a duração do vídeo do slide " + number(error.slide()) +
                    ". Verifique se ele está inserido como vídeo no slide e exporte de novo. Se continuar, fale com "
                    "o suporte do Orvandel.";
         case DeckError::Case::invalidOutput: {
             std::vector<std::int64_t> slides;
             for (const auto& failure : error.failures()) slides.push_back(failure.slide);
-            return slidesLine("A apresentação preparada não passou na verificação interna (slide(s) ", slides,
-                              pp ? QStringLiteral("). Feche e reabra o PowerPoint e exporte de novo. Se continuar, "
-                                                  "fale com o suporte do Orvandel.")
-                                 : ")." + QStringLiteral(" Exporte de novo.") + kSupport);
+            if (pp) {
+                return slidesLine("A apresentação preparada não passou na verificação interna (slide(s) ", slides,
+                                  "). Feche e reabra o PowerPoint e exporte de novo. Se continuar, fale com o "
+                                  "suporte do Orvandel.");
+            }
+            return agreeing(slides,
+                            QStringLiteral("A apresentação preparada não passou na verificação interna no "
+                                           "slide %1. Exporte de novo."),
+                            QStringLiteral("A apresentação preparada não passou na verificação interna nos slides "
+                                           "%1. Exporte de novo.")) +
+                   kSupport;
         }
         case DeckError::Case::videoWithoutMediaCall:
+            if (error.slides().size() > 1) {
+                return "Não foi possível preparar os vídeos dos slides " + spoken(error.slides()) +
+                       ". Verifique se eles estão inseridos como vídeo nos slides e exporte de novo." + kSupport;
+            }
             return "Não foi possível preparar o vídeo do slide " + number(error.slide()) +
                    ". Verifique se ele está inserido como vídeo no slide e exporte de novo. Se continuar, fale com "
                    "o suporte do Orvandel.";
@@ -257,6 +361,16 @@ QString message(const DeckError& error, Renderer renderer) {
             return "O slide " + number(error.slide()) +
                    " tem um tempo de mais de 24 horas (numa animação ou na duração informada), o que indica um "
                    "arquivo danificado. Confira os tempos desse slide, salve a apresentação e exporte de novo.";
+        case DeckError::Case::lengthForSlideWithout:
+            // The window asks only where a length is needed; this is a fault of the app, not the deck.
+            return (error.medium() == DeckError::Medium::gif
+                        ? agreeing(error.slides(),
+                                   "Foi informada uma duração de GIF para o slide %1, que não tem GIF animado.",
+                                   "Foram informadas durações de GIF para os slides %1, que não têm GIF animado.")
+                        : agreeing(error.slides(),
+                                   "Foi informada uma duração de vídeo para o slide %1, que não tem vídeo.",
+                                   "Foram informadas durações de vídeo para os slides %1, que não têm vídeo.")) +
+                   " Escolha a apresentação de novo e exporte." + kSupport;
         case DeckError::Case::noVisibleSlides:
             return QStringLiteral("Todos os slides desta apresentação estão ocultos, então não há o que exportar. "
                                   "Deixe ao menos um slide visível e exporte de novo.");
@@ -268,6 +382,7 @@ QString errorMessage(const std::exception& error, Renderer renderer) {
     if (const auto* e = dynamic_cast<const OrvExporter::FlowError*>(&error)) return exportErrorText(e->exportError());
     if (const auto* e = dynamic_cast<const Mp4Exporter::ExportError*>(&error)) return exportErrorText(*e);
     if (const auto* e = dynamic_cast<const DeckError*>(&error)) return message(*e, renderer);
+    if (const auto* e = dynamic_cast<const DeckConversion::ConversionError*>(&error)) return conversionText(*e);
     if (dynamic_cast<const CancelledError*>(&error)) {
         return QStringLiteral("A exportação foi cancelada. Nenhum arquivo foi alterado.");
     }
@@ -316,59 +431,27 @@ QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClick
             "exportação da sua aula, se notar muita discrepância de sincronismo diminua o número de animações dos "
             "tópicos e exporte novamente.");
     }
-    // One line per kind, in the order the kinds were first reported.
-    std::vector<Warning::Kind> kinds;
-    std::map<Warning::Kind, std::vector<std::int64_t>> slides;
-    std::vector<const Warning*> fonts;  // a font is named, not its slides
+    // One line per kind, in the order the kinds were first reported (the media
+    // that stay still, one line per medium).
+    std::vector<std::pair<Warning::Kind, std::string>> kinds;
+    std::map<std::pair<Warning::Kind, std::string>, std::vector<const Warning*>> of;
     for (const auto& w : warnings) {
-        if (!slides.count(w.kind)) kinds.push_back(w.kind);
-        if (w.kind == Warning::Kind::fontSubstituted) fonts.push_back(&w);
-        auto& of = slides[w.kind];
-        if (std::find(of.begin(), of.end(), w.slide) == of.end()) of.push_back(w.slide);
+        const std::pair<Warning::Kind, std::string> key{w.kind, w.kind == Warning::Kind::mediaStaysStill
+                                                                    ? w.detail
+                                                                    : std::string()};
+        if (!of.count(key)) kinds.push_back(key);
+        of[key].push_back(&w);
     }
-    for (const auto kind : kinds) {
-        const auto& s = slides[kind];
-        switch (kind) {
-            case Warning::Kind::notesUnreadable:
-                lines << slidesLine("As anotações do(s) slide(s) ", s,
-                                    " não puderam ser lidas; o pacote ficou sem as anotações desse(s) slide(s).");
-                break;
-            case Warning::Kind::notesTextRepaired:
-                lines << slidesLine("As anotações do(s) slide(s) ", s,
-                                    " tinham caracteres ilegíveis, que foram substituídos; confira o texto delas.");
-                break;
-            case Warning::Kind::slidePartMissing:
-                lines << slidesLine("O(s) slide(s) na posição ", s,
-                                    " da apresentação não foi(ram) encontrado(s) no arquivo e ficou(ram) de fora; "
-                                    "os slides seguintes foram renumerados.");
-                break;
-            case Warning::Kind::mediaNotPlayed:
-                lines << slidesLine("O vídeo, áudio ou GIF do(s) slide(s) ", s,
-                                    " não pôde ser reproduzido; na aula aparece só a primeira imagem dele.");
-                break;
-            case Warning::Kind::graphicBuildShownWhole:
-                lines << slidesLine("O gráfico ou diagrama animado do(s) slide(s) ", s,
-                                    " não pôde ser montado passo a passo; ele aparece inteiro já na primeira "
-                                    "etapa da animação.");
-                break;
-            case Warning::Kind::linkNotFollowed:
-                lines << slidesLine("Arquivos vinculados (imagem, vídeo ou áudio) do(s) slide(s) ", s,
-                                    " não foram lidos: a exportação só abre arquivos que estejam na pasta da "
-                                    "apresentação e nunca busca nada na internet. No lugar deles, a aula mostra a "
-                                    "imagem de capa ou um espaço vazio.");
-                break;
-            case Warning::Kind::fontSubstituted: lines << fontsLine(fonts); break;
-            case Warning::Kind::embeddedFontNotUsed:
-                lines << QStringLiteral(
-                    "Uma fonte incorporada à apresentação não pôde ser lida; o texto nessa fonte aparece em outra "
-                    "fonte.");
-                break;
-            case Warning::Kind::gifLengthAssumed:
-            case Warning::Kind::gifLengthIgnored:
-            case Warning::Kind::videoLengthIgnored:
-            case Warning::Kind::mediaStaysStill:
-            case Warning::Kind::deckConverted: break;  // worded with the app's own export options
+    for (const auto& key : kinds) {
+        const auto& ws = of[key];
+        std::vector<std::int64_t> s;
+        for (const auto* w : ws) {
+            const auto concerned = w->slides.empty() ? std::vector<std::int64_t>{w->slide} : w->slides;
+            for (const auto slide : concerned) {
+                if (std::find(s.begin(), s.end(), slide) == s.end()) s.push_back(slide);
+            }
         }
+        if (const auto line = warningLine(key.first, key.second, s, ws)) lines << *line;
     }
     return lines;
 }
@@ -380,13 +463,13 @@ QString helpText(Renderer renderer) {
                          ? QStringLiteral("O PowerPoint abrirá e gerará o vídeo — pode levar alguns minutos. Na "
                                           "primeira exportação, o macOS pede permissão para o Orvandel controlar o "
                                           "PowerPoint; conceda para o vídeo ser gerado.")
-                         : QStringLiteral("O Orvandel gera o vídeo neste computador com o LibreOffice, sem abrir "
-                                          "outras janelas — pode levar alguns minutos."));
+                         : QStringLiteral("O Orvandel gera o vídeo neste computador, sem abrir outras janelas — "
+                                          "pode levar alguns minutos."));
 }
 
-QString importerFilter(Renderer renderer) {
-    return powerPoint(renderer) ? QStringLiteral("Apresentações do PowerPoint (*.pptx)")
-                                : QStringLiteral("Apresentações (*.pptx)");
+QString importerFilter(Renderer) {
+    // Every file too, so that a PDF chosen hears why it cannot be exported.
+    return QStringLiteral("Apresentações (*.pptx *.ppsx *.ppt *.pps *.odp *.key);;Todos os arquivos (*)");
 }
 
 QString multiVideoRefusal(const std::vector<std::int64_t>& slides) {
@@ -406,7 +489,8 @@ std::optional<QString> stageLine(ExportStage stage) {
         case ExportStage::scan: return kScanning;
         case ExportStage::prepare:
         case ExportStage::readPlan: return QStringLiteral("Preparando os slides…");
-        case ExportStage::pdf: return QStringLiteral("Convertendo os slides no LibreOffice…");
+        case ExportStage::media: return QStringLiteral("Analisando os vídeos, áudios e GIFs…");
+        case ExportStage::pdf: return QStringLiteral("Convertendo os slides…");
         case ExportStage::draw: return QStringLiteral("Gerando as imagens dos slides…");
         case ExportStage::encode: return QStringLiteral("Montando o vídeo…");
         case ExportStage::package: return QStringLiteral("Salvando o pacote da aula…");
@@ -464,6 +548,50 @@ QString revealButton() {
 #else
     return kShowInFolder;
 #endif
+}
+
+}  // namespace orvandel::ExportCopy
+
+namespace orvandel::ExportCopy {
+
+QString gifLengthUnderstood(std::int64_t ms) { return "= " + GifDurations::field(ms) + " s"; }
+
+QString timeLeft(std::int64_t ms) {
+    if (ms < 60'000) return QStringLiteral("menos de 1 min restante");
+    // To the nearest minute: "about" is all an estimate can promise.
+    const std::int64_t minutes = (ms + 30'000) / 60'000;
+    if (minutes == 1) return QStringLiteral("cerca de 1 min restante");
+    if (minutes < 60) return "cerca de " + number(minutes) + " min restantes";
+    if (minutes == 60) return QStringLiteral("cerca de 1 h restante");
+    const std::int64_t rest = minutes % 60;
+    return "cerca de " + number(minutes / 60) + " h" + (rest ? " " + number(rest) + " min" : QString()) + " restantes";
+}
+
+QString progressDone(int permille, const std::optional<std::int64_t>& remainingMs) {
+    const QString done = number(std::clamp(permille, 0, 1000) / 10) + "%";
+    return remainingMs ? done + " · " + timeLeft(*remainingMs) : done;
+}
+
+QString resolutionName(VideoSettings::Resolution resolution) {
+    switch (resolution) {
+        case VideoSettings::Resolution::p480: return QStringLiteral("480p");
+        case VideoSettings::Resolution::p720: return QStringLiteral("720p");
+        case VideoSettings::Resolution::p1080: return QStringLiteral("1080p (padrão)");
+        case VideoSettings::Resolution::p1440: return QStringLiteral("1440p");
+        case VideoSettings::Resolution::p2160: return QStringLiteral("4K (2160p)");
+    }
+    return QString::fromStdString(VideoSettings::nameOf(resolution));
+}
+
+QString frameRateName(int fps) { return number(fps) + " quadros por segundo"; }
+
+QString qualityName(VideoSettings::Quality quality) {
+    switch (quality) {
+        case VideoSettings::Quality::standard: return QStringLiteral("Padrão");
+        case VideoSettings::Quality::high: return QStringLiteral("Alta (arquivo maior)");
+        case VideoSettings::Quality::small: return QStringLiteral("Pequena (arquivo menor)");
+    }
+    return QString::fromStdString(VideoSettings::nameOf(quality));
 }
 
 }  // namespace orvandel::ExportCopy

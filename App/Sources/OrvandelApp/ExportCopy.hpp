@@ -20,6 +20,7 @@
 #include "RendererChoice.hpp"
 #include "base/ExportStage.hpp"
 #include "base/Warning.hpp"
+#include "render/VideoSettings.hpp"
 
 namespace orvandel {
 class DeckError;
@@ -59,9 +60,25 @@ inline const QString kGifFormIntro = QStringLiteral(
     "animação permaneça em loop");
 QString gifSlideLabel(std::int64_t slide);
 inline const QString kGifFieldUnit = QStringLiteral("segundos");
+// What a GIF field was understood as, beside it: "= 2,5 s".
+QString gifLengthUnderstood(std::int64_t ms);
 inline const QString kScanning = QStringLiteral("Analisando a apresentação…");
 QString exporting(Renderer renderer);
 inline const QString kFinishingToQuit = QStringLiteral("Finalizando exportação antes de sair…");
+// The share of the export done and, once known, its time left: "42% · cerca de 2 min restantes".
+QString progressDone(int permille, const std::optional<std::int64_t>& remainingMs);
+// "menos de 1 min restante", "cerca de 3 min restantes", "cerca de 1 h 5 min restantes".
+QString timeLeft(std::int64_t ms);
+// Where the progress was, once the user cancelled the export.
+inline const QString kExportCancelled = QStringLiteral("Exportação cancelada.");
+// The choices of a video export.
+inline const QString kVideoOptionsTitle = QStringLiteral("Qualidade do vídeo");
+inline const QString kResolutionLabel = QStringLiteral("Resolução:");
+inline const QString kFrameRateLabel = QStringLiteral("Taxa de quadros:");
+inline const QString kQualityLabel = QStringLiteral("Qualidade:");
+QString resolutionName(VideoSettings::Resolution resolution);
+QString frameRateName(int fps);
+QString qualityName(VideoSettings::Quality quality);
 // What the headless export is doing now, for a stage reported through
 // RenderHooks::progress; nothing for a stage it does not know.
 std::optional<QString> stageLine(ExportStage stage);

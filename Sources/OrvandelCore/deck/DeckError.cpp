@@ -16,6 +16,13 @@ std::string slideList(const std::vector<std::int64_t>& slides) {
     return out + "]";
 }
 
+// "slide 4", "slides 1, 2, 3"
+std::string slidesNamed(const std::vector<std::int64_t>& slides) {
+    std::string out = slides.size() == 1 ? "slide " : "slides ";
+    for (std::size_t i = 0; i < slides.size(); ++i) out += (i > 0 ? ", " : "") + formatInt(slides[i]);
+    return out;
+}
+
 // Seconds with one decimal and always a dot, whatever the process locale.
 std::string seconds(std::int64_t ms) { return formatFixed(static_cast<double>(ms) / 1000.0, 1); }
 
@@ -24,9 +31,14 @@ std::string seconds(std::int64_t ms) { return formatFixed(static_cast<double>(ms
 DeckError::DeckError(Case c, const std::string& description) : Error(description), case_(c) {}
 
 DeckError DeckError::missingVideoDuration(std::int64_t slide) {
-    DeckError e(Case::missingVideoDuration,
-                "slide " + formatInt(slide) + " has an autoplay video but no duration was provided (videoMs)");
-    e.slide_ = slide;
+    return missingVideoDuration(std::vector<std::int64_t>{slide});
+}
+
+DeckError DeckError::missingVideoDuration(std::vector<std::int64_t> slides) {
+    DeckError e(Case::missingVideoDuration, slidesNamed(slides) + (slides.size() == 1 ? " has" : " have") +
+                                                " an autoplay video but no duration was provided (videoMs)");
+    e.slide_ = slides.empty() ? 0 : slides.front();
+    e.slides_ = std::move(slides);
     return e;
 }
 
@@ -42,10 +54,15 @@ DeckError DeckError::invalidOutput(std::vector<SlideFailure> failures) {
 }
 
 DeckError DeckError::videoWithoutMediaCall(std::int64_t slide) {
+    return videoWithoutMediaCall(std::vector<std::int64_t>{slide});
+}
+
+DeckError DeckError::videoWithoutMediaCall(std::vector<std::int64_t> slides) {
     DeckError e(Case::videoWithoutMediaCall,
-                "slide " + formatInt(slide) +
-                    " has a video but no autoplay/onClick media-call in the main sequence to convert");
-    e.slide_ = slide;
+                slidesNamed(slides) + (slides.size() == 1 ? " has" : " have") +
+                    " a video but no autoplay/onClick media-call in the main sequence to convert");
+    e.slide_ = slides.empty() ? 0 : slides.front();
+    e.slides_ = std::move(slides);
     return e;
 }
 
@@ -93,6 +110,19 @@ DeckError DeckError::durationTooLong(std::int64_t slide, std::string what) {
     DeckError e(Case::durationTooLong,
                 "slide " + formatInt(slide) + ": " + what + " is longer than a day; the deck may be damaged");
     e.slide_ = slide;
+    return e;
+}
+
+DeckError DeckError::lengthForSlideWithout(Medium medium, std::vector<std::int64_t> slides) {
+    const std::string what = medium == Medium::gif ? "GIF" : "video";
+    const bool one = slides.size() == 1;
+    DeckError e(Case::lengthForSlideWithout, std::string(one ? "a " : "") + what +
+                                                 (one ? " length was" : " lengths were") + " given for " +
+                                                 slidesNamed(slides) + (one ? ", which has no " : ", which have no ") +
+                                                 what + ": leave " + (one ? "it" : "them") + " out and export again");
+    e.slide_ = slides.empty() ? 0 : slides.front();
+    e.slides_ = std::move(slides);
+    e.medium_ = medium;
     return e;
 }
 

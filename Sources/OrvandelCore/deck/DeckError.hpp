@@ -23,7 +23,11 @@ public:
         orvWriteFailed,
         noVisibleSlides,
         durationTooLong,
+        lengthForSlideWithout,
     };
+
+    // What a length was given for: lengthForSlideWithout.
+    enum class Medium { gif, video };
 
     // One rejected slide of the prepared deck and why it was rejected.
     struct SlideFailure {
@@ -33,9 +37,13 @@ public:
     };
 
     static DeckError missingVideoDuration(std::int64_t slide);
+    // Every slide whose video has no known length, in order (slide() is the first).
+    static DeckError missingVideoDuration(std::vector<std::int64_t> slides);
     // Failures in slide order; all of them are listed in the description.
     static DeckError invalidOutput(std::vector<SlideFailure> failures);
     static DeckError videoWithoutMediaCall(std::int64_t slide);
+    // Every slide whose video nothing starts, in order (slide() is the first).
+    static DeckError videoWithoutMediaCall(std::vector<std::int64_t> slides);
     static DeckError gifWithoutDuration(std::vector<std::int64_t> slides);
     static DeckError multipleVideosOnSlide(std::vector<std::int64_t> slides);
     // Both in milliseconds; the description shows them in seconds, measured first.
@@ -46,14 +54,21 @@ public:
     // A delay or duration of the slide (in its timing, or given for its video
     // or GIF) is longer than a day; what says which.
     static DeckError durationTooLong(std::int64_t slide, std::string what);
+    // A GIF or video length was given for slides that have no GIF / no video
+    // (or that the deck does not have), all of them in order.
+    static DeckError lengthForSlideWithout(Medium medium, std::vector<std::int64_t> slides);
 
     Case errorCase() const { return case_; }
-    // missingVideoDuration, videoWithoutMediaCall, durationTooLong; 0 otherwise.
+    // missingVideoDuration, videoWithoutMediaCall (their first slide),
+    // durationTooLong, lengthForSlideWithout (its first); 0 otherwise.
     std::int64_t slide() const { return slide_; }
     // invalidOutput; empty otherwise.
     const std::vector<SlideFailure>& failures() const { return failures_; }
-    // gifWithoutDuration, multipleVideosOnSlide; empty otherwise.
+    // gifWithoutDuration, multipleVideosOnSlide, missingVideoDuration,
+    // videoWithoutMediaCall, lengthForSlideWithout; empty otherwise.
     const std::vector<std::int64_t>& slides() const { return slides_; }
+    // lengthForSlideWithout; gif otherwise.
+    Medium medium() const { return medium_; }
     // masterDurationMismatch; 0 otherwise.
     std::int64_t expectedMs() const { return expectedMs_; }
     std::int64_t measuredMs() const { return measuredMs_; }
@@ -70,6 +85,7 @@ private:
     std::int64_t expectedMs_ = 0;
     std::int64_t measuredMs_ = 0;
     std::string path_;
+    Medium medium_ = Medium::gif;
 };
 
 }  // namespace orvandel

@@ -1,5 +1,6 @@
 #include "deck/DeckScanner.hpp"
 
+#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -13,10 +14,13 @@
 #include "deck/DeckError.hpp"
 #include "deck/TimingPolicy.hpp"
 #include "deck/TimingTree.hpp"
+#include "deck/TriggerMedia.hpp"
 
 namespace orvandel::DeckScanner {
 
 namespace {
+
+constexpr std::int64_t kLargestGif = 64 * 1024 * 1024;
 
 // The whole slide as a tree, read as a slide part is (SlideXMLError when it does not parse).
 XmlElement parsedSlide(std::string_view xml) {
@@ -33,14 +37,17 @@ std::int64_t videoFiles(const XmlElement& slide) {
     return count;
 }
 
-bool hasGif(const XmlElement& slide, std::string_view relsXML) {
+// The parts of the GIF pictures the slide shows, each once, in order. A
+// picture that is a video's poster frame is not one.
+std::vector<std::string> gifParts(const XmlElement& slide, std::string_view relsXML, const std::string& slideFile) {
     std::map<std::string, Relationship> targets;
     try {
         if (!relsXML.empty()) targets = Relationships::byId(Relationships::parse(relsXML));
     } catch (const XmlParseError&) {
         // Unreadable relationships: no picture can be found behind the shapes.
     }
-    if (targets.empty()) return false;
+    std::vector<std::string> parts;
+    if (targets.empty()) return parts;
     std::vector<XmlElement> pictures;
     slide.walk([&](const XmlElement& e) {
         if (e.is(OOXML::p, "pic")) pictures.push_back(e);
@@ -57,10 +64,27 @@ bool hasGif(const XmlElement& slide, std::string_view relsXML) {
         if (video) continue;
         for (const auto& id : images) {
             const auto it = targets.find(id);
-            if (it != targets.end() && asciiLowercased(it->second.target).ends_with(".gif")) return true;
+            if (it == targets.end() || !asciiLowercased(it->second.target).ends_with(".gif")) continue;
+            // An external target is not read: it names no part, so it reads as unreadable.
+            std::string part = it->second.external() ? it->second.target
+                                                     : Relationships::resolveEntry(it->second.target, slideFile);
+            if (std::find(parts.begin(), parts.end(), part) == parts.end()) parts.push_back(std::move(part));
         }
     }
-    return false;
+    return parts;
+}
+
+GifReport gifReport(const std::string& part, const GifReader& readGif) {
+    GifReport gif;
+    gif.part = part;
+    const auto timing = readGif ? readGif(part) : std::nullopt;
+    if (!timing) {
+        gif.readable = false;
+        return gif;
+    }
+    gif.animated = timing->animated();
+    gif.loopMs = timing->playMs(TimingPolicy::LONGEST_TIMING);
+    return gif;
 }
 
 // The slide's p:timing as a tree, or nothing when it is missing or malformed.
@@ -131,12 +155,14 @@ bool hasVideoAutoplay(std::string_view xml) { return hasVideoAutoplay(parsedTimi
 
 MainSeqVideo mainSeqVideo(std::string_view xml) { return mainSeqVideo(parsedTiming(xml)); }
 
-bool slideHasGif(std::string_view slideXML, std::string_view relsXML) { return hasGif(parsedSlide(slideXML), relsXML); }
+bool slideHasGif(std::string_view slideXML, std::string_view relsXML) {
+    return !gifParts(parsedSlide(slideXML), relsXML, "ppt/slides/slide.xml").empty();
+}
 
 namespace {
 
 SlideReport slideReportOf(const Slide& slide, std::string_view xml, std::string_view relsXML,
-                          const SlideDurations& videoMs, const SlideDurations& gifMs) {
+                          const SlideDurations& videoMs, const SlideDurations& gifMs, const GifReader& readGif) {
     const std::int64_t displayIndex = slide.number;
     for (const auto& [given, what] :
          {std::pair{&videoMs, "the video length given"}, {&gifMs, "the GIF length given"}}) {
@@ -180,7 +206,13 @@ SlideReport slideReportOf(const Slide& slide, std::string_view xml, std::string_
     r.isHidden = slide.hidden;
     r.videoDurationMs = videoDurationMs;
     r.hasOnClickVideo = video.present && video.isOnClick;
-    r.hasGif = slideTree && hasGif(*slideTree, relsXML);
+    if (slideTree) {
+        for (const auto& part : gifParts(*slideTree, relsXML, slide.file)) r.gifs.push_back(gifReport(part, readGif));
+        const auto stillMedia = TriggerMedia::find(*slideTree);
+        r.triggerVideo = stillMedia.video;
+        r.triggerAudio = stillMedia.audio;
+    }
+    r.hasGif = !r.gifs.empty();
     r.hasExitEffect = scan.hasExitEffect;
     r.exitGroupCount = scan.exitGroupCount;
     r.orderedGroupKinds = scan.orderedGroupKinds;
@@ -191,9 +223,9 @@ SlideReport slideReportOf(const Slide& slide, std::string_view xml, std::string_
 }  // namespace
 
 SlideReport slideReport(const Slide& slide, std::string_view xml, std::string_view relsXML,
-                        const SlideDurations& videoMs, const SlideDurations& gifMs) {
+                        const SlideDurations& videoMs, const SlideDurations& gifMs, const GifReader& readGif) {
     try {
-        return slideReportOf(slide, xml, relsXML, videoMs, gifMs);
+        return slideReportOf(slide, xml, relsXML, videoMs, gifMs, readGif);
     } catch (const SlideXMLError& e) {
         throw e.inPart(slide.file);
     } catch (const TimingValueError& e) {
@@ -212,6 +244,18 @@ std::vector<SlideReport> report(DeckModel& deck, const SlideDurations& videoMs, 
     }
     std::vector<SlideReport> reports;
     reports.reserve(list.files.size());
+    // A GIF is read only as far as its timing needs, and no further than a
+    // bound that keeps a hostile part from filling the memory: a longer one
+    // is read as unreadable.
+    const std::size_t most = static_cast<std::size_t>(std::min(PptxArchive::largestPart(), kLargestGif));
+    const GifReader readGif = [&deck, most](const std::string& part) -> std::optional<GifFrames::Timing> {
+        try {
+            const Bytes bytes = deck.archive().readEntryHead(part, most);
+            return GifFrames::read(bytes);
+        } catch (const Error&) {
+            return std::nullopt;
+        }
+    };
     for (const auto& slide : deck.slides()) {
         const std::string& xml = deck.part(slide.file);
         const std::string* rels = nullptr;
@@ -220,7 +264,7 @@ std::vector<SlideReport> report(DeckModel& deck, const SlideDurations& videoMs, 
         } catch (const PptxArchive::ArchiveError&) {
             // An unreadable relationships part: the slide simply has no GIF.
         }
-        reports.push_back(slideReport(slide, xml, rels ? *rels : "", videoMs, gifMs));
+        reports.push_back(slideReport(slide, xml, rels ? *rels : "", videoMs, gifMs, readGif));
     }
     return reports;
 }

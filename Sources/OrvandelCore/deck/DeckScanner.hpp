@@ -9,6 +9,7 @@
 // is missing or does not parse reads as "no video".
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,7 @@
 
 #include "base/Warning.hpp"
 #include "deck/DeckModel.hpp"
+#include "deck/GifFrames.hpp"
 #include "deck/SlideReport.hpp"
 
 namespace orvandel {
@@ -39,6 +41,9 @@ struct MediaValidation {
 
 namespace DeckScanner {
 
+// The timing of the GIF at a part of the deck; nothing when it cannot be read.
+using GifReader = std::function<std::optional<GifFrames::Timing>(const std::string& part)>;
+
 // One report per slide. videoMs and gifMs are keyed by display index; a
 // videoMs entry wins over the duration the slide's own timing states. Throws
 // ArchiveError (presentation parts, a slide), SlideXMLError naming the part (a
@@ -52,9 +57,10 @@ std::vector<SlideReport> report(const std::filesystem::path& deck, const SlideDu
 // The report of one slide (its number and hidden flag as the model read
 // them) from its XML and its relationships part (empty when it has none: then
 // it has no GIF). advTmMs is absent exactly when the slide has a
-// main-sequence video whose length neither videoMs nor the slide gives.
+// main-sequence video whose length neither videoMs nor the slide gives. Each
+// GIF is read through readGif; without one, every GIF reads as unreadable.
 SlideReport slideReport(const Slide& slide, std::string_view xml, std::string_view relsXML,
-                        const SlideDurations& videoMs, const SlideDurations& gifMs);
+                        const SlideDurations& videoMs, const SlideDurations& gifMs, const GifReader& readGif = {});
 
 MediaValidation validateMedia(const std::vector<SlideReport>& reports);
 

@@ -99,7 +99,8 @@ std::vector<Outcome> run(const std::vector<Item>& items, const Options& options)
                 };
                 const auto result = OrvExporter::export_(items[i].deck, std::nullopt, items[i].package, options.videoMs,
                                                          options.gifMs, std::chrono::system_clock::now(),
-                                                         options.source, options.pluginVersion, {}, *renderer, hooks);
+                                                         options.source, options.pluginVersion, {}, *renderer, hooks,
+                                                         {}, LengthRules::Unused::ignore);
                 outcome.warnings = result.warnings;
                 outcome.cues = result.cueCount;
                 outcome.movieMs = result.masterVideoDurationMs;

@@ -74,7 +74,9 @@ struct Outcome {
 
 struct Options {
     int jobs = 1;
-    SlideDurations videoMs;  // applied to every deck
+    // Applied to every deck: where a deck's slide has no GIF (no video), its
+    // length is ignored with a warning in that deck's outcome, not refused.
+    SlideDurations videoMs;
     SlideDurations gifMs;
     std::string source;
     std::string pluginVersion;

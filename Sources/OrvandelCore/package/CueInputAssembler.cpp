@@ -17,11 +17,14 @@ std::optional<std::int64_t> lookup(const SlideDurations& durations, std::int64_t
 
 std::vector<CueInput> cueInputs(const std::vector<SlideReport>& reports, const SlideDurations& videoMs,
                                 const SlideDurations& gifMs) {
+    std::vector<std::int64_t> withoutLength;
+    for (const SlideReport& report : reports) {
+        if (!report.advTmMs && !report.isHidden) withoutLength.push_back(report.displayIndex);
+    }
+    if (!withoutLength.empty()) throw DeckError::missingVideoDuration(std::move(withoutLength));
     std::vector<CueInput> inputs;
     inputs.reserve(reports.size());
     for (const SlideReport& report : reports) {
-        if (!report.advTmMs && !report.isHidden) throw DeckError::missingVideoDuration(report.displayIndex);
-
         CueInput input;
         input.slideIndex = report.displayIndex;
         input.isHidden = report.isHidden;

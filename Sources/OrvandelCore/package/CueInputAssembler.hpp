@@ -33,9 +33,9 @@ struct CueInput {
 namespace CueInputAssembler {
 
 // videoMs and gifMs are keyed by display index; a videoMs entry wins over the
-// duration found in the deck. Throws DeckError::missingVideoDuration for the
-// first visible slide without an advance time (a video nobody knows the length
-// of); a hidden one is accepted with advance time 0.
+// duration found in the deck. Throws DeckError::missingVideoDuration naming
+// every visible slide without an advance time (a video nobody knows the
+// length of); a hidden one is accepted with advance time 0.
 std::vector<CueInput> cueInputs(const std::vector<SlideReport>& reports, const SlideDurations& videoMs,
                                 const SlideDurations& gifMs);
 

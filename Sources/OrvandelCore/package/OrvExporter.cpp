@@ -8,6 +8,7 @@
 #include "base/TemporaryDirectory.hpp"
 #include "deck/DeckError.hpp"
 #include "deck/DeckScanner.hpp"
+#include "deck/LengthRules.hpp"
 #include "deck/NotesScanner.hpp"
 #include "deck/SlideTitles.hpp"
 #include "deck/TimingPolicy.hpp"
@@ -42,6 +43,21 @@ Result resultOf(const std::vector<SlideReport>& reports, bool movieHandedIn) {
     return r;
 }
 
+// One warning per kind of medium, naming every visible slide where a click
+// on another shape would start it: nobody clicks in a lesson.
+std::vector<Warning> stillMediaWarnings(const std::vector<SlideReport>& reports) {
+    std::vector<std::int64_t> videos, audio;
+    for (const auto& s : reports) {
+        if (s.isHidden) continue;
+        if (s.triggerVideo) videos.push_back(s.displayIndex);
+        if (s.triggerAudio) audio.push_back(s.displayIndex);
+    }
+    std::vector<Warning> warnings;
+    if (!videos.empty()) warnings.push_back(Warning::mediaStaysStill(videos, "video"));
+    if (!audio.empty()) warnings.push_back(Warning::mediaStaysStill(audio, "audio clip"));
+    return warnings;
+}
+
 }  // namespace
 
 std::int64_t expectedDurationMs(const std::vector<SlideReport>& preparedReports) {
@@ -56,18 +72,20 @@ Result export_(const std::filesystem::path& originalPptx, const std::optional<st
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
-               const Mp4Exporting& exporter, const RenderHooks& callerHooks, const ChapterWriter& writeChapters) {
+               const Mp4Exporting& exporter, const RenderHooks& callerHooks, const ChapterWriter& writeChapters,
+               LengthRules::Unused unusedLengths) {
     // The model opens the file on its first read, after the destination checks.
     DeckModel deck(originalPptx);
     return export_(deck, masterMp4, outOrv, videoMs, gifMs, generatedAt, source, pluginVersion, isRenderAlive, exporter,
-                   callerHooks, writeChapters);
+                   callerHooks, writeChapters, unusedLengths);
 }
 
 Result export_(DeckModel& deck, const std::optional<std::filesystem::path>& masterMp4,
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
-               const Mp4Exporting& exporter, const RenderHooks& callerHooks, const ChapterWriter& writeChapters) {
+               const Mp4Exporting& exporter, const RenderHooks& callerHooks, const ChapterWriter& writeChapters,
+               LengthRules::Unused unusedLengths) {
     const std::filesystem::path& originalPptx = deck.path();
     // Every warning, whoever notices it, reaches the caller and the result.
     std::vector<Warning> warnings;
@@ -85,17 +103,22 @@ Result export_(DeckModel& deck, const std::optional<std::filesystem::path>& mast
     AtomicFile::checkWritable(outOrv);
     hooks.report(ExportStage::scan, 0);
     // The deck is read once: every step below asks this one reading.
-    const auto reports = DeckScanner::report(deck, videoMs, gifMs, hooks.warn);
-    if (std::none_of(reports.begin(), reports.end(), [](const SlideReport& s) { return !s.isHidden; })) {
+    const auto given = DeckScanner::report(deck, videoMs, gifMs, hooks.warn);
+    if (std::none_of(given.begin(), given.end(), [](const SlideReport& s) { return !s.isHidden; })) {
         throw DeckError::noVisibleSlides();
     }
-    const auto media = DeckScanner::validateMedia(reports);
+    const auto media = DeckScanner::validateMedia(given);
     if (media.needsAttention()) throw DeckError::multipleVideosOnSlide(media.slidesWithMultipleVideos);
-    std::vector<std::int64_t> gifsWithoutDuration;
-    for (const auto& s : reports) {
-        if (s.hasGif && !s.isHidden && !gifMs.count(s.displayIndex)) gifsWithoutDuration.push_back(s.displayIndex);
+    // The lengths used, decided once: the scan, the prepared deck and the
+    // cues all time the slides with these, or the movie and the cues part.
+    const auto lengths = LengthRules::apply(given, videoMs, gifMs, unusedLengths);
+    for (const auto& w : lengths.warnings) hooks.warn(w);
+    const auto reports = lengths.videoMs == videoMs && lengths.gifMs == gifMs
+                             ? given
+                             : DeckScanner::report(deck, lengths.videoMs, lengths.gifMs);
+    if (!masterMp4) {
+        for (const auto& w : stillMediaWarnings(reports)) hooks.warn(w);
     }
-    if (!gifsWithoutDuration.empty()) throw DeckError::gifWithoutDuration(gifsWithoutDuration);
     hooks.throwIfCancelled();
 
     // Removed with everything in it when the flow ends, however it ends.
@@ -109,8 +132,9 @@ Result export_(DeckModel& deck, const std::optional<std::filesystem::path>& mast
         const auto prepared = work->path() / "prepared.pptx";
         hooks.report(ExportStage::prepare, 0);
         std::vector<DeckTransformer::Branch> branches;
-        const auto preparedReports = DeckTransformer::prepare(deck, prepared, videoMs, gifMs, TimingPolicy::respiroMs,
-                                                              TimingPolicy::espacamentoMs, branches);
+        const auto preparedReports = DeckTransformer::prepare(deck, prepared, lengths.videoMs, lengths.gifMs,
+                                                              TimingPolicy::respiroMs, TimingPolicy::espacamentoMs,
+                                                              branches);
         expectedMs = expectedDurationMs(preparedReports);
         hooks.throwIfCancelled();
         movie = work->path() / "master.mp4";
@@ -121,7 +145,7 @@ Result export_(DeckModel& deck, const std::optional<std::filesystem::path>& mast
         }
     }
 
-    const auto cueInputs = CueInputAssembler::cueInputs(reports, videoMs, gifMs);
+    const auto cueInputs = CueInputAssembler::cueInputs(reports, lengths.videoMs, lengths.gifMs);
     const auto cues = CueCalculator::calculateCues(cueInputs);
     const auto notes = NotesScanner::notesBySlide(deck, hooks.warn);
     const std::int64_t measuredMs = Mp4Duration::measureMs(movie);

@@ -16,6 +16,7 @@
 #include "base/Error.hpp"
 #include "base/Warning.hpp"
 #include "deck/DeckModel.hpp"
+#include "deck/LengthRules.hpp"
 #include "deck/SlideReport.hpp"
 #include "render/Chapter.hpp"
 #include "render/ExportError.hpp"
@@ -67,18 +68,28 @@ private:
 // slide (ChapterList, titled from SlideTitles), written by it into a copy in
 // the work directory (also made for a handed-in movie, which stays as it
 // was); the manifest is what it would be without them.
+// The lengths given are checked against the deck (LengthRules): a moving GIF
+// without one plays its own loop, a length for a still GIF is ignored, and a
+// length for a slide without a GIF or video is refused (DeckError::
+// lengthForSlideWithout) or, with unusedLengths = ignore (a batch, which gives
+// every deck the same lengths), ignored with a warning. A deck whose moving
+// GIF has no known length is refused (DeckError::gifWithoutDuration, every
+// such slide). Videos and audio clips that only a click on another shape
+// starts stay still: one warning per kind names their slides.
 Result export_(const std::filesystem::path& originalPptx, const std::optional<std::filesystem::path>& masterMp4,
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
-               const Mp4Exporting& exporter, const RenderHooks& hooks = {}, const ChapterWriter& writeChapters = {});
+               const Mp4Exporting& exporter, const RenderHooks& hooks = {}, const ChapterWriter& writeChapters = {},
+               LengthRules::Unused unusedLengths = LengthRules::Unused::refuse);
 // The same with the deck already open (a caller that has read it too shares
 // the one reading); the deck is deck.path().
 Result export_(DeckModel& deck, const std::optional<std::filesystem::path>& masterMp4,
                const std::filesystem::path& outOrv, const SlideDurations& videoMs, const SlideDurations& gifMs,
                std::chrono::system_clock::time_point generatedAt, const std::string& source,
                const std::string& pluginVersion, const std::function<bool()>& isRenderAlive,
-               const Mp4Exporting& exporter, const RenderHooks& hooks = {}, const ChapterWriter& writeChapters = {});
+               const Mp4Exporting& exporter, const RenderHooks& hooks = {}, const ChapterWriter& writeChapters = {},
+               LengthRules::Unused unusedLengths = LengthRules::Unused::refuse);
 
 // The expected movie length of a prepared deck: the advance times of its
 // visible slides.

@@ -38,7 +38,7 @@ std::optional<std::string> presentationWithout(std::string xml, const std::vecto
 
 struct Rewritten {
     std::string xml;
-    Branch branch;
+    Branch branch = Branch::static_;
 };
 
 // The slide's text moves through the writers: a large slide is held once.
@@ -60,7 +60,9 @@ Rewritten rewriteSlide(std::string xml, std::int64_t slide, const SlideReport& r
                                          advTm),
                 Branch::autoplayVideo};
     }
-    if (report.videoCount > 0) throw DeckError::videoWithoutMediaCall(slide);
+    // A video nothing starts cannot be played; one that a click on another
+    // shape starts stays still (its poster), as nobody clicks in a lesson.
+    if (report.videoCount > 0 && !report.triggerVideo) throw DeckError::videoWithoutMediaCall(slide);
     if (report.exitGroupCount >= 1) {
         return {TransitionWriter::insert(ExitWriter::convertExitToAfterEffect(std::move(xml)), advTm), Branch::exits};
     }
@@ -96,6 +98,7 @@ std::vector<SlideReport> prepare(DeckModel& deck, const std::filesystem::path& o
         }
     }
     std::vector<DeckError::SlideFailure> failures;
+    std::vector<std::int64_t> withoutLength, withoutMediaCall;
     std::vector<SlideReport> reports;
     std::vector<Branch> taken;
     reports.reserve(files.size());
@@ -105,12 +108,22 @@ std::vector<SlideReport> prepare(DeckModel& deck, const std::filesystem::path& o
         const std::int64_t n = slide.number;
         const std::string& file = slide.file;
         std::string xml = deck.part(file);
-        // The same analysis as the deck report, without the GIF probe: a
-        // GIF's length only enters the advance time.
+        // The same analysis as the deck report, without reading the GIFs: a
+        // GIF's length only enters the advance time, through gifMs.
         SlideReport report = DeckScanner::slideReport(slide, xml, "", videoMs, gifMs);
-        if (!report.advTmMs) throw DeckError::missingVideoDuration(n);
-
-        Rewritten rewritten = rewriteSlide(std::move(xml), n, report, respiroMs, espacamentoMs);
+        if (!report.advTmMs) {
+            withoutLength.push_back(n);
+            continue;
+        }
+        // Every slide is looked at before refusing, so that the refusal names them all.
+        Rewritten rewritten;
+        try {
+            rewritten = rewriteSlide(std::move(xml), n, report, respiroMs, espacamentoMs);
+        } catch (const DeckError& e) {
+            if (e.errorCase() != DeckError::Case::videoWithoutMediaCall) throw;
+            withoutMediaCall.push_back(n);
+            continue;
+        }
         if (auto reason = SlideValidator::validationFailure(rewritten.xml)) {
             failures.push_back({n, std::move(*reason)});
         }
@@ -119,6 +132,8 @@ std::vector<SlideReport> prepare(DeckModel& deck, const std::filesystem::path& o
         reports.push_back(std::move(report));
     }
 
+    if (!withoutLength.empty()) throw DeckError::missingVideoDuration(std::move(withoutLength));
+    if (!withoutMediaCall.empty()) throw DeckError::videoWithoutMediaCall(std::move(withoutMediaCall));
     if (!failures.empty()) throw DeckError::invalidOutput(std::move(failures));
     // Written beside the destination and renamed into place: a failed write
     // never leaves a half-written or missing file behind.

@@ -33,8 +33,9 @@ std::string_view toString(Branch branch);
 
 // One report per slide in slide order, advTmMs always set. videoMs and gifMs
 // are keyed by slide number (1-based, hidden slides counted). Throws
-// DeckError (missingVideoDuration, videoWithoutMediaCall, invalidOutput with
-// every rejected slide in order), OutputError (before any work) when the
+// DeckError (missingVideoDuration, then videoWithoutMediaCall, then
+// invalidOutput, each naming every slide concerned in order; a video that
+// only a click on another shape starts is no reason to refuse: it stays still), OutputError (before any work) when the
 // output is the input deck or not a regular file, and passes on the errors of
 // the package reader, the scanners, the writers and the archive writer.
 std::vector<SlideReport> prepare(const std::filesystem::path& deck, const std::filesystem::path& output,

@@ -137,3 +137,38 @@ TEST(DeckScannerTest, ReportsEverySlideWithItsAdvanceTime) {
     for (const auto& r : DeckScanner::report(deck, {{2, 8000}, {5, 4000}}, {})) given.push_back(r.advTmMs);
     EXPECT_EQ(given, (std::vector<std::optional<std::int64_t>>{6000, 9500, 1500, 1500, 5500}));
 }
+
+// The GIFs are read from the package: each part once, whatever its name's
+// case; a part that is no GIF, or missing, is unreadable.
+TEST(DeckScannerTest, ReportsEachGifsFramesAndTheMediaOnlyATriggerStarts) {
+    TempDir dir;
+    // Two frames of 120 ms, repeated once.
+    const std::string frame = std::string("\x21\xF9\x04\x00\x0C\x00\x00\x00", 8) +
+                              std::string("\x2C\0\0\0\0\x01\0\x01\0\0\x02\x02\x4C\x01\0", 15);
+    const std::string moving = std::string("GIF89a\x01\0\x01\0\0\0\0", 13) +
+                               std::string("\x21\xFF\x0BNETSCAPE2.0\x03\x01\x01\x00\x00", 19) + frame + frame + "\x3B";
+    const std::vector<Rel> rels{{"rId5", "image", "../media/a.GIF"},
+                                {"rId6", "image", "../media/b.gif"},
+                                {"rId7", "image", "../media/none.gif"}};
+    std::string alsoMain = playOnTrigger("3000");
+    alsoMain.insert(alsoMain.find("<p:seq concurrent"), "<p:seq><p:cTn id=\"9\" nodeType=\"mainSeq\"><p:childTnLst>" +
+                                                            step(mediaCall("clickEffect", "3000")) +
+                                                            "</p:childTnLst></p:cTn></p:seq>");
+    DeckBuilder()
+        .addSlide(slideXml(picture("4", "rId5") + picture("5", "rId6") + picture("6", "rId7") + picture("7", "rId5")),
+                  rels)
+        .addSlide(slideXml(kTextBox + kVideo, playOnTrigger("3000")))
+        .addSlide(slideXml(kTextBox + kVideo, playOnTrigger("3000", "3")))
+        .addSlide(slideXml(kTextBox + kVideo, alsoMain))
+        .addEntry("ppt/media/a.GIF", moving)
+        .addEntry("ppt/media/b.gif", std::string("not a picture"))
+        .write(dir / "deck.pptx");
+    const auto reports = DeckScanner::report(dir / "deck.pptx", {}, {});
+    EXPECT_EQ(reports[0].gifs, (std::vector<GifReport>{{"ppt/media/a.GIF", true, 480, true},
+                                                       {"ppt/media/b.gif", false, {}, false},
+                                                       {"ppt/media/none.gif", false, {}, false}}));
+    // A click on the text box, or on the video itself, starts it; on slide 4 the main sequence does too.
+    std::vector<bool> triggered;
+    for (const auto& r : reports) triggered.push_back(r.triggerVideo);
+    EXPECT_EQ(triggered, (std::vector<bool>{false, true, true, false}));
+}

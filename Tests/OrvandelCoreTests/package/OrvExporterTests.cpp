@@ -14,6 +14,8 @@
 #include "container/PptxArchive.hpp"
 #include "container/ZipArchive.hpp"
 #include "deck/DeckError.hpp"
+#include "deck/DeckScanner.hpp"
+#include "package/BatchExport.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
 #include "package/OrvPackager.hpp"
@@ -335,4 +337,41 @@ TEST(OrvPackagerTest, AMovieBeyondFourGibibytesPackagesAndProbes) {
               (std::vector<std::string>{"manifest.json", "assets/master.mp4"}));
     EXPECT_EQ(ManifestReader::read(dir / "long.orv").cues.size(), 3u);
     EXPECT_TRUE(!haveProgram("unzip") || Subprocess::run({"unzip", "-tqq", (dir / "long.orv").string()}).succeeded());
+}
+
+// One set of lengths times the scan, the prepared deck and the cues: a moving
+// GIF without one plays its own loop (the movie's length then matches the
+// plan), and videos that a click on another shape starts stay still, told
+// once. A length for a slide without a GIF or video is refused alone, ignored
+// in a batch.
+TEST_F(OrvExporterTest, GifsPlayTheirOwnLoopAndTriggeredMediaStayStill) {
+    // Two frames of 1.2 s, played once.
+    const std::string frame = std::string("\x21\xF9\x04\x00\x78\x00\x00\x00", 8) +
+                              std::string("\x2C\0\0\0\0\x01\0\x01\0\0\x02\x02\x4C\x01\0", 15);
+    const std::string triggered = slideXml(kTextBox + kVideo, playOnTrigger("3000"));
+    const auto deck = DeckBuilder()
+                          .addSlide(slideXml(gifPicture), gifRels)
+                          .addSlide(triggered, videoRels)
+                          .addSlide(plain())
+                          .addSlide(triggered, videoRels)
+                          .addEntry("ppt/media/image1.gif", std::string("GIF89a\x01\0\x01\0\0\0\0", 13) + frame + frame)
+                          .write(dir / "deck.pptx");
+    const std::int64_t planned = OrvExporter::expectedDurationMs(DeckScanner::report(deck, {}, {{1, 2400}}));
+    // Far from the plan without the GIF's own length: the guard would refuse the movie.
+    ASSERT_GT(planned - OrvExporter::expectedDurationMs(DeckScanner::report(deck, {}, {})), 1000);
+    EXPECT_EQ(exportDeck(deck, movieOf(planned)).warnings,
+              (std::vector<Warning>{Warning::gifLengthAssumed(1, 2400), Warning::mediaStaysStill({2, 4}, "video")}));
+
+    fs::remove(out());
+    const auto e = refused(deck, movieOf(planned), {{3, 1000}});
+    EXPECT_EQ(std::pair(e.errorCase(), e.slides()),
+              std::pair(DeckError::Case::lengthForSlideWithout, std::vector<std::int64_t>{3}));
+    BatchExport::Options options;
+    options.gifMs = {{3, 1000}};
+    options.videoMs = {{3, 1000}};
+    options.makeRenderer = [&](const auto&) { return std::make_unique<FakeRenderer>(movieOf(planned)); };
+    const auto outcomes = BatchExport::run({{deck, out()}}, options);
+    ASSERT_TRUE(outcomes.at(0).ok) << outcomes.at(0).error;
+    EXPECT_EQ(std::vector<Warning>(outcomes[0].warnings.begin(), outcomes[0].warnings.begin() + 2),
+              (std::vector<Warning>{Warning::gifLengthIgnored(3, true), Warning::videoLengthIgnored(3)}));
 }

@@ -17,7 +17,7 @@ DurationsPanel::DurationsPanel(ExportSession& session, QWidget* parent)
     form->addWidget(PanelSupport::wrappingLabel(ExportCopy::kGifFormIntro));
     rows_->setHorizontalSpacing(10);
     rows_->setVerticalSpacing(6);
-    rows_->setColumnStretch(3, 1);
+    rows_->setColumnStretch(4, 1);
     form->addLayout(rows_);
     connect(&session_, &ExportSession::scanned, this, &DurationsPanel::rebuild);
     follow();
@@ -29,19 +29,26 @@ void DurationsPanel::rebuild() {
         delete item;
     }
     fields_.clear();
+    understood_.clear();
     int row = 0;
     for (const auto slide : session_.gifSlides()) {
         auto* field = new QLineEdit;
         field->setObjectName(QStringLiteral("gifField-%1").arg(slide));
-        field->setFixedWidth(field->fontMetrics().horizontalAdvance(QStringLiteral("00000")) + 24);
+        field->setFixedWidth(field->fontMetrics().horizontalAdvance(QStringLiteral("00000,0")) + 24);
         field->setAlignment(Qt::AlignRight);
-        field->setInputMethodHints(Qt::ImhDigitsOnly);
+        field->setInputMethodHints(Qt::ImhFormattedNumbersOnly);
+        // The GIFs' own loop, when they have one, is the length offered.
+        field->setText(session_.gifField(slide));
         connect(field, &QLineEdit::textEdited, this,
                 [this, slide, field](const QString& text) { typed(slide, *field, text); });
         rows_->addWidget(new QLabel(ExportCopy::gifSlideLabel(slide)), row, 0);
         rows_->addWidget(field, row, 1);
         rows_->addWidget(new QLabel(ExportCopy::kGifFieldUnit), row, 2);
+        auto* understood = new QLabel;
+        understood->setObjectName(QStringLiteral("gifUnderstood-%1").arg(slide));
+        rows_->addWidget(understood, row, 3);
         fields_[slide] = field;
+        understood_[slide] = understood;
         ++row;
     }
     refresh();
@@ -62,6 +69,11 @@ void DurationsPanel::refresh() {
     if (session_.isScanning() && !fields_.empty()) rebuild();
     setVisible(!session_.gifSlides().empty());
     for (auto& [slide, field] : fields_) field->setEnabled(!session_.isExporting());
+    // What was understood of each field, so that "2.5" is seen to be two and a half seconds.
+    for (auto& [slide, label] : understood_) {
+        const auto ms = session_.gifMilliseconds(slide);
+        label->setText(ms ? ExportCopy::gifLengthUnderstood(*ms) : QString());
+    }
 }
 
 }  // namespace orvandel

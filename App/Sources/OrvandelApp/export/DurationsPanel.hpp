@@ -1,12 +1,15 @@
 #pragma once
-// The length of every visible GIF slide's loop: one field a slide, which
-// keeps only the digits typed. Shown when the scanned deck has such slides.
+// The length of every visible slide whose GIF moves: one field a slide,
+// offering the GIFs' own loop length where they have one, which keeps only
+// digits and a decimal comma or point, and beside it the length understood
+// ("= 2,5 s"). Shown when the scanned deck has such slides.
 #include <cstdint>
 #include <map>
 
 #include "PanelSupport.hpp"
 
 class QGridLayout;
+class QLabel;
 class QLineEdit;
 
 namespace orvandel {
@@ -23,6 +26,7 @@ private:
 
     QGridLayout* rows_;
     std::map<std::int64_t, QLineEdit*> fields_;
+    std::map<std::int64_t, QLabel*> understood_;
 };
 
 }  // namespace orvandel

@@ -1,12 +1,17 @@
 #include "ExportSession.hpp"
 
+#include <QDir>
+#include <QTemporaryDir>
+
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 
+#include "DeckConversion.hpp"
 #include "ExportCoordinator.hpp"
 #include "ExportCopy.hpp"
-#include "ExportProgress.hpp"
 #include "GifDurations.hpp"
+#include "base/Bytes.hpp"
 #include "deck/DeckScanner.hpp"
 
 namespace orvandel {
@@ -17,15 +22,31 @@ namespace {
 const char* const kSource = "orvandel-plugin";
 const char* const kPluginVersion = ORVANDEL_PLUGIN_VERSION;
 
+std::string lowercasedExtension(const std::filesystem::path& path) {
+    return asciiLowercased(path.extension().string());
+}
+
 }  // namespace
 
 ExportSession::ExportSession(RendererChoice::Renderer renderer, std::shared_ptr<const Mp4Exporting> exporter,
                              QObject* parent)
     : QObject(parent),
       renderer_(RendererChoice::resolve(renderer)),
-      exporter_(std::move(exporter)),
+      scanner_([](const std::filesystem::path& pptx) { return DeckScanner::report(pptx, {}, {}); }),
       scan_(this, [this](const ScanRun& run) { scanFinished(run); }),
       export_(this, [this](const ExportRun& run) { exportFinished(run); }) {
+    if (exporter) {
+        makeExporter_ = [exporter](RendererChoice::Renderer, const std::filesystem::path&,
+                                   const RendererChoice::Settings&) { return exporter; };
+    } else {
+        makeExporter_ = [](RendererChoice::Renderer chosen, const std::filesystem::path& deck,
+                           const RendererChoice::Settings& settings) {
+            return std::shared_ptr<const Mp4Exporting>(RendererChoice::make(chosen, deck, settings));
+        };
+    }
+    // The time left changes while an export says nothing new.
+    ticker_.setInterval(1000);
+    connect(&ticker_, &QTimer::timeout, this, &ExportSession::tick);
     connect(this, &ExportSession::stageReported, this, &ExportSession::showStage, Qt::QueuedConnection);
     connect(this, &ExportSession::reuseReported, this, &ExportSession::showReuse, Qt::QueuedConnection);
     connect(&ExportCoordinator::shared(), &ExportCoordinator::changed, this, &ExportSession::changed);
@@ -36,8 +57,10 @@ ExportSession::~ExportSession() {
     // A worker must not outlive the session: the export stops its child
     // processes and removes its work directory as it unwinds.
     exportCancel_.cancel();
+    scanCancel_.cancel();
     export_.wait();
     scan_.wait();
+    dropScratch();
     if (isExporting_) {
         // Whatever waited for this export (a pending quit) goes with the session.
         ExportCoordinator::shared().setOnFinish(nullptr);
@@ -49,21 +72,57 @@ std::filesystem::path ExportSession::outputPath(const std::filesystem::path& dec
     return std::filesystem::path(deck).replace_extension(".orv");
 }
 
+bool ExportSession::looksLikeDeck(const std::filesystem::path& path) {
+    const auto extension = lowercasedExtension(path);
+    for (const char* known : {".pptx", ".ppsx", ".ppt", ".pps", ".odp", ".key", ".pdf"}) {
+        if (extension == known) return true;
+    }
+    return false;
+}
+
+void ExportSession::dropScratch() {
+    if (scratch_) {
+        std::error_code ec;
+        std::filesystem::remove_all(*scratch_, ec);
+    }
+    scratch_.reset();
+    convertedPptx_.reset();
+}
+
 void ExportSession::chooseDeck(const std::filesystem::path& deck) {
     if (isExporting_) return;
+    // The earlier deck's conversion stops, and its copy goes, before the new one starts.
+    scanCancel_.cancel();
+    scan_.wait();
+    dropScratch();
+    scanCancel_ = CancellationToken();
     deckPath_ = deck;
     gifSlides_.clear();
     gifDurations_.clear();
     multiVideoSlides_.clear();
     scanError_.reset();
     outcome_.reset();
+    wasCancelled_ = false;
     isScanning_ = true;
+    const auto kind = DeckConversion::kindOf(deck);
+    if (kind == DeckConversion::Kind::convertible) {
+        QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/orvandel-deck-XXXXXX"));
+        folder.setAutoRemove(false);
+        if (folder.isValid()) scratch_ = std::filesystem::path(folder.path().toStdString());
+    }
     emit changed();
-    // A scan still running for an earlier deck finishes first; its result is dropped.
-    scan_.start([deck] {
+    scan_.start([deck, kind, scratch = scratch_, cancel = scanCancel_, scanner = scanner_] {
         ScanRun run;
         try {
-            run.reports = DeckScanner::report(deck, {}, {});
+            std::filesystem::path pptx = deck;
+            if (kind != DeckConversion::Kind::pptx) {
+                if (kind == DeckConversion::Kind::convertible && !scratch) {
+                    throw FileError("create the folder to convert the deck in", QDir::tempPath().toStdString(), EIO);
+                }
+                pptx = DeckConversion::toPptx(deck, scratch.value_or(std::filesystem::path()), cancel);
+                run.converted = pptx;
+            }
+            run.reports = scanner(pptx);
         } catch (...) {
             run.error = std::current_exception();
         }
@@ -75,8 +134,15 @@ void ExportSession::scanFinished(const ScanRun& run) {
     if (run.error) {
         scanError_ = ExportCopy::errorMessage(run.error, renderer_);
     } else {
+        convertedPptx_ = run.converted;
         for (const auto& report : run.reports) {
-            if (report.hasGif && !report.isHidden) gifSlides_.push_back(report.displayIndex);
+            // A still GIF plays as the picture it is: only moving ones ask for a
+            // length, and those the scan could not describe, as they always did.
+            const bool undescribed = report.hasGif && report.gifs.empty();
+            if (!(report.needsGifLength() || undescribed) || report.isHidden) continue;
+            gifSlides_.push_back(report.displayIndex);
+            if (const auto own = report.ownGifLengthMs())
+                gifDurations_[report.displayIndex] = GifDurations::field(*own);
         }
         std::sort(gifSlides_.begin(), gifSlides_.end());
         multiVideoSlides_ = DeckScanner::validateMedia(run.reports).slidesWithMultipleVideos;
@@ -88,46 +154,82 @@ void ExportSession::scanFinished(const ScanRun& run) {
 }
 
 QString ExportSession::typeDuration(std::int64_t slide, const QString& typed) {
+    if (isExporting_) return gifField(slide);
     QString kept = GifDurations::keepNumbers(typed);
     gifDurations_[slide] = kept;
     emit changed();
     return kept;
 }
 
+QString ExportSession::gifField(std::int64_t slide) const {
+    const auto typed = gifDurations_.find(slide);
+    return typed == gifDurations_.end() ? QString() : typed->second;
+}
+
+std::optional<std::int64_t> ExportSession::gifMilliseconds(std::int64_t slide) const {
+    return GifDurations::milliseconds(gifField(slide));
+}
+
+void ExportSession::setVideoSettings(const VideoSettings& settings) {
+    if (settings == videoSettings_) return;
+    videoSettings_ = settings;
+    emit changed();
+}
+
+RendererChoice::Settings ExportSession::rendererSettings() const {
+    RendererChoice::Settings settings;
+    settings.video = videoSettings_;
+    return settings;
+}
+
 bool ExportSession::canExport() const {
-    if (!deckPath_ || isBusy() || !multiVideoSlides_.empty()) return false;
-    return std::all_of(gifSlides_.begin(), gifSlides_.end(), [this](std::int64_t slide) {
-        const auto typed = gifDurations_.find(slide);
-        return typed != gifDurations_.end() && GifDurations::seconds(typed->second).has_value();
-    });
+    if (!deckPath_ || isBusy() || scanError_ || !multiVideoSlides_.empty()) return false;
+    return std::all_of(gifSlides_.begin(), gifSlides_.end(),
+                       [this](std::int64_t slide) { return gifMilliseconds(slide).has_value(); });
+}
+
+std::optional<std::int64_t> ExportSession::remainingMs() const {
+    if (!isExporting_ || progressPermille_ < 0) return std::nullopt;
+    return estimate_.remainingMs(clock_.elapsed());
+}
+
+void ExportSession::tick() {
+    if (isExporting_) emit changed();
 }
 
 bool ExportSession::startExport(const std::optional<std::filesystem::path>& to) {
     if (!canExport()) return false;
     const auto deck = *deckPath_;
+    // A converted deck is read from its copy; its package is still named after it.
+    const auto pptx = convertedPptx_.value_or(deck);
     const auto destination = to.value_or(outputPath(deck));
     destination_ = destination;
     SlideDurations gifMs;
-    for (const auto slide : gifSlides_) gifMs[slide] = *GifDurations::seconds(gifDurations_[slide]) * 1000;
+    for (const auto slide : gifSlides_) gifMs[slide] = *gifMilliseconds(slide);
 
     isExporting_ = true;
     outcome_.reset();
     stageLine_.reset();
     reuseLine_.reset();
     progressPermille_ = -1;
+    wasCancelled_ = false;
+    cancelAsked_ = false;
+    estimate_ = ProgressEstimate(0);
+    clock_.start();
+    ticker_.start();
     exportCancel_ = CancellationToken();
     ExportCoordinator::shared().begin([token = exportCancel_] { token.cancel(); });
     emit exportStarted();
     emit changed();
 
-    // Throttled to what the window can show: a new stage or a new thousandth.
+    // Throttled to what the window can show: a new stage or a new thousandth of it.
     struct Shown {
         std::optional<ExportStage> stage;
         int permille = -1;
     };
     auto shown = std::make_shared<Shown>();
     RenderHooks hooks{[this, shown](ExportStage stage, double fraction) {
-                          const int permille = ExportProgress::permille(stage, fraction).value_or(-1);
+                          const int permille = fraction >= 0 && fraction <= 1 ? static_cast<int>(fraction * 1000) : -1;
                           if (stage == shown->stage && permille == shown->permille) return;
                           shown->stage = stage;
                           shown->permille = permille;
@@ -136,10 +238,9 @@ bool ExportSession::startExport(const std::optional<std::filesystem::path>& to) 
                       exportCancel_,
                       {},
                       [this](int reused, int slides) { emit reuseReported(reused, slides); }};
-    // One renderer per export, made for its deck (media linked beside the deck play).
-    std::shared_ptr<const Mp4Exporting> exporter = exporter_;
-    if (!exporter) exporter = RendererChoice::make(renderer_, deck);
-    export_.start([deck, destination, gifMs, hooks, exporter] {
+    // One renderer per export, made for the deck as chosen (media linked beside it play).
+    const std::shared_ptr<const Mp4Exporting> exporter = makeExporter_(renderer_, deck, rendererSettings());
+    export_.start([deck = pptx, destination, gifMs, hooks, exporter] {
         ExportRun run;
         // The outcome keeps the count too, whenever the window's copy of it arrives.
         RenderHooks counted = hooks;
@@ -161,15 +262,16 @@ bool ExportSession::startExport(const std::optional<std::filesystem::path>& to) 
 }
 
 void ExportSession::cancel() {
-    if (isExporting_) exportCancel_.cancel();
+    if (!isExporting_) return;
+    cancelAsked_ = true;
+    exportCancel_.cancel();
 }
 
 void ExportSession::showStage(ExportStage stage, double fraction) {
     if (!isExporting_) return;
     if (const auto line = ExportCopy::stageLine(stage)) stageLine_ = *line;
-    if (const auto permille = ExportProgress::permille(stage, fraction)) {
-        progressPermille_ = std::max(progressPermille_, *permille);
-    }
+    estimate_.report(stage, fraction, clock_.elapsed());
+    progressPermille_ = std::max(progressPermille_, estimate_.permille());
     emit changed();
 }
 
@@ -180,7 +282,12 @@ void ExportSession::showReuse(int reused, int slides) {
 }
 
 void ExportSession::exportFinished(const ExportRun& run) {
+    ticker_.stop();
     QStringList warnings;
+    // Whatever an export asked to stop ends with (a cancellation, or a child
+    // process that failed as it was stopped) is what the user asked for.
+    const bool cancelled = run.error && cancelAsked_;
+    if (cancelled) wasCancelled_ = true;
     if (!run.error) {
         const auto& r = run.result;
         outcome_ = Outcome{destination_,
@@ -189,13 +296,19 @@ void ExportSession::exportFinished(const ExportRun& run) {
                            r.convertedOnClickVideoSlides,
                            run.reusedSlides,
                            run.movieSlides};
-        warnings = ExportCopy::postExportWarnings(r.convertedOnClickVideoSlides, r.maxBulletsPerSlide, r.warnings);
+        auto reported = r.warnings;
+        if (convertedPptx_) {
+            const auto format = lowercasedExtension(*deckPath_);
+            reported.insert(reported.begin(), Warning::deckConverted(deckPath_->filename().string(),
+                                                                     format.empty() ? format : format.substr(1)));
+        }
+        warnings = ExportCopy::postExportWarnings(r.convertedOnClickVideoSlides, r.maxBulletsPerSlide, reported);
     }
     isExporting_ = false;
     emit changed();
     // May run a quit that waited for this export, closing the window.
     ExportCoordinator::shared().end();
-    emit exportEnded(run.error, warnings);
+    emit exportEnded(cancelled ? nullptr : run.error, warnings);
 }
 
 }  // namespace orvandel

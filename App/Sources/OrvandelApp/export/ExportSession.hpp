@@ -1,21 +1,25 @@
 #pragma once
-// One deck's way to a package, without any widget: the deck chosen and
-// scanned off the GUI thread, the length typed for every visible GIF slide,
-// the export run off the GUI thread with its stage and progress, and its
-// outcome or error. The window's panels show this state and forward the
+// One deck's way to a package, without any widget: the deck chosen (a deck
+// in another format converted to a .pptx copy first) and scanned off the GUI
+// thread, the length of every visible slide whose GIF moves, the video's
+// settings, the export run off the GUI thread with its stage, its overall
+// progress and time left, and its outcome, error or cancellation. The window's panels show this state and forward the
 // user's actions; `changed` tells them to look again.
 //
 // The session marks its export in ExportCoordinator, so that the quit guard
 // sees it. Destroying the session cancels a running export and waits for it
 // (see OffThread): no child process or work directory outlives it. Touched
 // only on the GUI thread.
+#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 #include <cstdint>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -25,8 +29,10 @@
 #include "RendererChoice.hpp"
 #include "base/Cancellation.hpp"
 #include "base/ExportStage.hpp"
+#include "base/ProgressEstimate.hpp"
 #include "deck/SlideReport.hpp"
 #include "package/OrvExporter.hpp"
+#include "render/VideoSettings.hpp"
 
 namespace orvandel {
 
@@ -45,6 +51,14 @@ public:
         int movieSlides = 0;
     };
 
+    // Makes the renderer of one export: the deck as the user chose it (its
+    // folder is where linked media are looked for) and the settings chosen.
+    using ExporterFactory = std::function<std::shared_ptr<const Mp4Exporting>(
+        RendererChoice::Renderer renderer, const std::filesystem::path& deck,
+        const RendererChoice::Settings& settings)>;
+    // Reads a deck's slides (the .pptx to read, converted where it had to be).
+    using Scanner = std::function<std::vector<SlideReport>(const std::filesystem::path& pptx)>;
+
     // `renderer` decides who renders and which texts are used (automatic: the
     // same choice as the command line). `exporter`, when given, renders
     // instead of the chosen renderer's own exporter.
@@ -52,16 +66,34 @@ public:
                            std::shared_ptr<const Mp4Exporting> exporter = nullptr, QObject* parent = nullptr);
     ~ExportSession() override;
 
+    // Seams for tests and tools: who makes the renderer (default
+    // RendererChoice::make, or the exporter given to the constructor) and who
+    // reads the deck (default DeckScanner::report).
+    void setExporterFactory(ExporterFactory factory) { makeExporter_ = std::move(factory); }
+    void setScanner(Scanner scanner) { scanner_ = std::move(scanner); }
+
     // Where the package of `deck` goes: beside it, the extension replaced by .orv.
     static std::filesystem::path outputPath(const std::filesystem::path& deck);
+    // Whether `path` is offered to the session as a deck: a presentation it
+    // reads or converts, or a PDF (which it refuses with its own words).
+    static bool looksLikeDeck(const std::filesystem::path& path);
 
     RendererChoice::Renderer renderer() const { return renderer_; }
     const std::optional<std::filesystem::path>& deckPath() const { return deckPath_; }
     bool isScanning() const { return isScanning_; }
     bool isExporting() const { return isExporting_; }
     bool isBusy() const { return isScanning_ || isExporting_; }
-    // The visible GIF slides and the slides with more than one video, in order.
+    // The visible slides whose GIFs move (or could not be read), which need a
+    // length, and the slides with more than one video, in order.
     const std::vector<std::int64_t>& gifSlides() const { return gifSlides_; }
+    // What `slide`'s field holds: at first the GIFs' own loop length when
+    // they have one ("2,4"), then what was typed.
+    QString gifField(std::int64_t slide) const;
+    // The length `slide`'s field stands for, in milliseconds; nothing when
+    // it says none.
+    std::optional<std::int64_t> gifMilliseconds(std::int64_t slide) const;
+    // The chosen deck was not a .pptx and is read from its converted copy.
+    bool isConverted() const { return convertedPptx_.has_value(); }
     const std::vector<std::int64_t>& multiVideoSlides() const { return multiVideoSlides_; }
     // The scan's failure, in Portuguese.
     const std::optional<QString>& scanError() const { return scanError_; }
@@ -72,17 +104,30 @@ public:
     const std::optional<QString>& reuseLine() const { return reuseLine_; }
     // Thousandths of the export done; -1 until known. Only moves forward.
     int progressPermille() const { return progressPermille_; }
+    // The running export's time left, once it can be told; recomputed every
+    // second (`changed` follows) even when the export reports nothing new.
+    std::optional<std::int64_t> remainingMs() const;
     const std::optional<Outcome>& outcome() const { return outcome_; }
+    // The last export was stopped by cancel() (not by the window closing).
+    bool wasCancelled() const { return wasCancelled_; }
+
+    // The movie's size, frame rate and quality for the headless renderer.
+    const VideoSettings& videoSettings() const { return videoSettings_; }
+    void setVideoSettings(const VideoSettings& settings);
+    // What the next export's renderer is made with.
+    RendererChoice::Settings rendererSettings() const;
 
     // Forgets the previous deck's state and scans `deck` (nothing during an export).
     void chooseDeck(const std::filesystem::path& deck);
-    // The digits kept of what was typed for `slide`'s GIF; returns them.
+    // What is kept of what was typed for `slide`'s GIF (GifDurations::keepNumbers); returns it.
     QString typeDuration(std::int64_t slide, const QString& typed);
     bool canExport() const;
     // Starts the export when canExport(), into `to` (default: outputPath of
     // the deck, an existing package there replaced); whether it started.
     bool startExport(const std::optional<std::filesystem::path>& to = std::nullopt);
-    // Asks the running export to stop; it still ends through `exportEnded`.
+    // Stops the running export: its child processes, its work folder and its
+    // partial package go, an older package stays as it was. It still ends
+    // through `exportEnded`, without an error: wasCancelled() says why.
     void cancel();
 
 signals:
@@ -101,6 +146,7 @@ signals:
 private:
     struct ScanRun {
         std::vector<SlideReport> reports;
+        std::optional<std::filesystem::path> converted;  // the .pptx copy read instead of the deck
         std::exception_ptr error;
     };
     struct ExportRun {
@@ -115,10 +161,18 @@ private:
     void showStage(ExportStage stage, double fraction);
     void showReuse(int reused, int slides);
 
+    void dropScratch();
+    void tick();
+
     RendererChoice::Renderer renderer_;
-    std::shared_ptr<const Mp4Exporting> exporter_;  // injected; otherwise one per export
+    ExporterFactory makeExporter_;
+    Scanner scanner_;
+    VideoSettings videoSettings_;
 
     std::optional<std::filesystem::path> deckPath_;
+    // The folder this session converts decks into, and the copy of the chosen deck there.
+    std::optional<std::filesystem::path> scratch_;
+    std::optional<std::filesystem::path> convertedPptx_;
     std::filesystem::path destination_;  // of the running or last export
     bool isScanning_ = false;
     bool isExporting_ = false;
@@ -130,7 +184,13 @@ private:
     std::optional<QString> stageLine_;
     std::optional<QString> reuseLine_;
     int progressPermille_ = -1;
+    bool wasCancelled_ = false;
+    bool cancelAsked_ = false;
+    ProgressEstimate estimate_;
+    QElapsedTimer clock_;
+    QTimer ticker_;
 
+    CancellationToken scanCancel_;
     CancellationToken exportCancel_;
     OffThread<ScanRun> scan_;
     OffThread<ExportRun> export_;
