@@ -39,12 +39,6 @@ const char* const kStill = "still";
 const char* const kSegment = "segment";
 const char* const kSound = "sound";
 
-std::string joined(const std::vector<std::string>& parts) {
-    std::string out;
-    for (const auto& p : parts) out += p + '\n';
-    return out;
-}
-
 }  // namespace
 
 // The stages in the order they run, each given what the ones before it made.
@@ -129,15 +123,8 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     for (const auto& layer : media.layers) {
         if (!mediaHashes.contains(layer.file)) mediaHashes[layer.file] = ContentHash::ofFile(layer.file);
     }
-    // Everything else a segment depends on: the encoder's settings and
-    // threads (x264's output depends on their count), the frame schedule
-    // (its rate where things move only when it is not the first one there
-    // was, so that the keys of earlier exports stay valid).
-    const std::string environment =
-        fingerprint + "|" + size + "|" +
-        joined(MovieEncoder::segmentArguments({{0, "segment.mp4", {}, {}}}, {"frames.mkv"}, encoder)) + "|" +
-        std::to_string(std::thread::hardware_concurrency()) + "|" + std::to_string(options_.periodicFrameMs) +
-        (video.fps == 30 ? "" : "|" + std::to_string(video.fps) + " fps");
+    const std::string environment = SegmentKeys::environment(fingerprint, encoder, options_.periodicFrameMs,
+                                                             std::thread::hardware_concurrency());
     std::map<std::int64_t, const RenderSlide*> slideOf;
     for (const auto& slide : plan.slides) slideOf[slide.displayIndex] = &slide;
     const auto segmentsDir = scratch.path() / "segments";
