@@ -3,41 +3,32 @@
 #include <set>
 
 #include "encode/FrameSchedule.hpp"
-#include "encode/MovieEncoder.hpp"
 #include "encode/SegmentKeys.hpp"
-#include "plan/FrameSize.hpp"
-#include "storyboard/StoryboardPdf.hpp"
 
 using namespace orvandel;
 
-TEST(VideoSettingsRenderTest, MovingSpansTakeTheChosenRateOnWholeMillisecondsAndTheTotalStaysExact) {
+TEST(VideoSettingsRenderTest, MovingSpansTakeTheChosenRateOnWholeMilliseconds) {
     const std::vector<ScheduledStill> entries{{"a.y4m", 1500}, {"b.y4m", 500}};
     for (const auto& [fps, expected] : std::vector<std::pair<int, std::vector<std::int64_t>>>{
              {30, {0, 1000, 1100, 1133, 1166, 1200, 1500, 1999}},
-             {60, {0, 1000, 1100, 1116, 1133, 1150, 1166, 1183, 1200, 1500, 1999}},
-             {1000000, {0, 1000, 1100, 1101, 1102}}}) {  // bounded: one frame a millisecond
-        SCOPED_TRACE(fps);
+             {60, {0, 1000, 1100, 1116, 1133, 1150, 1166, 1183, 1200, 1500, 1999}}}) {
         std::vector<std::int64_t> times;
         for (const auto& f : FrameSchedule::frames(entries, 1000, {{1100, 1200}}, fps)) times.push_back(f.startMs);
-        if (fps > 1000) times.resize(5);
-        EXPECT_EQ(times, expected);
+        EXPECT_EQ(times, expected) << fps;
     }
 }
 
-TEST(VideoSettingsRenderTest, EveryChoiceMakesOtherSegmentKeysAndAFittingLevel) {
+TEST(VideoSettingsRenderTest, EveryChoiceKeysItsSegmentsApartAndGetsALevelThatHoldsIt) {
     std::set<std::string> environments;
-    int choices = 0;
     for (const auto resolution : VideoSettings::resolutions()) {
-        for (const int fps : {30, 60}) {
-            for (const auto quality : VideoSettings::qualities()) {
-                const FrameSize frame = fitFrame(9144000, 6858000, VideoSettings::widthOf(resolution),
-                                                 VideoSettings::heightOf(resolution));
+        for (const auto quality : VideoSettings::qualities()) {
+            for (const int fps : {30, 60}) {
+                const FrameSize frame{VideoSettings::widthOf(resolution), VideoSettings::heightOf(resolution)};
                 environments.insert(SegmentKeys::environment("f", {quality, frame, fps}, 1000, 2));
-                ++choices;
             }
         }
     }
-    EXPECT_EQ(int(environments.size()), choices);
+    EXPECT_EQ(environments.size(), VideoSettings::resolutions().size() * VideoSettings::qualities().size() * 2);
 
     // The lowest level from 4.1 whose frame size and macroblock rate hold the stream.
     for (const auto& [frame, fps, level] :
@@ -47,16 +38,7 @@ TEST(VideoSettingsRenderTest, EveryChoiceMakesOtherSegmentKeysAndAFittingLevel) 
                                                               {{2560, 1440}, 30, "5"},
                                                               {{2560, 1440}, 60, "5.1"},
                                                               {{3840, 2160}, 30, "5.1"},
-                                                              {{3840, 2160}, 60, "5.2"},
-                                                              {{1 << 30, 1 << 30}, 1 << 30, "6.2"}}) {
-        EXPECT_EQ(MovieEncoder::levelOf(frame, fps), level) << frame.width << "x" << frame.height << "@" << fps;
+                                                              {{3840, 2160}, 60, "5.2"}}) {
+        EXPECT_EQ(MovieEncoder::levelOf(frame, fps), level) << frame.width << "@" << fps;
     }
-}
-
-TEST(VideoSettingsRenderTest, PicturesKeepTheirPixelsOnlyWhereTheFrameNeedsMoreThan300Dpi) {
-    EXPECT_EQ(StoryboardPdf::filterFor(0), StoryboardPdf::kPdfFilter);
-    EXPECT_EQ(StoryboardPdf::filterFor(300), StoryboardPdf::kPdfFilter);
-    EXPECT_NE(StoryboardPdf::filterFor(384).find(
-                  "\"ReduceImageResolution\":{\"type\":\"boolean\",\"value\":\"false\"}"),
-              std::string::npos);
 }
