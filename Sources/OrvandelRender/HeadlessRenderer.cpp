@@ -39,12 +39,6 @@ const char* const kStill = "still";
 const char* const kSegment = "segment";
 const char* const kSound = "sound";
 
-std::string joined(const std::vector<std::string>& parts) {
-    std::string out;
-    for (const auto& p : parts) out += p + '\n';
-    return out;
-}
-
 }  // namespace
 
 // The stages in the order they run, each given what the ones before it made.
@@ -68,7 +62,10 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     std::filesystem::remove(to, ec);
     // The renderer's scratch space beside the movie, removed on every exit.
     const TemporaryDirectory scratch(to.parent_path(), ".render-");
-    const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu);
+    const VideoSettings& video = options_.video;
+    const auto frame = fitFrame(plan.slideWidthEmu, plan.slideHeightEmu, VideoSettings::widthOf(video.resolution),
+                                VideoSettings::heightOf(video.resolution));
+    const MovieEncoder::Encoding encoder{.quality = video.quality, .frame = frame, .fps = video.fps};
     const DeckLinks::Rule links{std::filesystem::absolute(options_.deckFolder.value_or(preparedDeck.parent_path())),
                                 options_.allowLinksOutside};
 
@@ -106,11 +103,12 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
                                                                   : std::vector<DrawnChange>{};
     std::vector<ScheduledStill> entries;
     for (const auto& shot : storyboard.shots) entries.push_back({{}, shot.durationMs});
-    // Drawn changes move as media do: 30 frames a second.
+    // Drawn changes move as media do, at the chosen frame rate.
     std::vector<MsRange> moving = media.moving;
     for (const auto& change : changes) moving.push_back(change.span);
     const std::vector<SlideSegment> segments = SlideSegments::split(
-        storyboard.shots, FrameSchedule::frames(entries, options_.periodicFrameMs, moving), changes, media.layers);
+        storyboard.shots, FrameSchedule::frames(entries, options_.periodicFrameMs, moving, video.fps), changes,
+        media.layers);
 
     const std::filesystem::path storyboardDeck = StoryboardPdf::deck(deck, plan, storyboard, sweep, scratch.path());
     const std::string fingerprint = RenderFingerprint::current();
@@ -125,12 +123,8 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
     for (const auto& layer : media.layers) {
         if (!mediaHashes.contains(layer.file)) mediaHashes[layer.file] = ContentHash::ofFile(layer.file);
     }
-    // Everything else a segment depends on: the encoder's settings and
-    // threads (x264's output depends on their count), the frame schedule.
-    const std::string environment =
-        fingerprint + "|" + size + "|" +
-        joined(MovieEncoder::segmentArguments({{0, "segment.mp4", {}, {}}}, {"frames.mkv"})) + "|" +
-        std::to_string(std::thread::hardware_concurrency()) + "|" + std::to_string(options_.periodicFrameMs);
+    const std::string environment = SegmentKeys::environment(fingerprint, encoder, options_.periodicFrameMs,
+                                                             std::thread::hardware_concurrency());
     std::map<std::int64_t, const RenderSlide*> slideOf;
     for (const auto& slide : plan.slides) slideOf[slide.displayIndex] = &slide;
     const auto segmentsDir = scratch.path() / "segments";
@@ -179,15 +173,17 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
         if (!whole) PageKeys::keepOnly(storyboardDeck, toDraw, drawnDeck);
         const auto pageTotal = static_cast<std::int64_t>(toDraw.size());
         const std::string deckName = options_.deckName.empty() ? preparedDeck.filename().string() : options_.deckName;
-        const auto pdf =
-            StoryboardPdf::draw(drawnDeck, scratch.path(),
-                                {.workDir = libreOfficeDir,
-                                 .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
-                                 .cancel = hooks.cancel,
-                                 .memoryLimit = options_.libreOfficeMemoryLimit,
-                                 .deckName = deckName,
-                                 .fontDirs = std::move(fonts.fontDirs),
-                                 .embeddedFamilies = std::move(fonts.embeddedFamilies)});
+        const auto pdf = StoryboardPdf::draw(
+            drawnDeck, scratch.path(),
+            {.workDir = libreOfficeDir,
+             .timeout = options_.libreOfficeTimeout.value_or(LibreOffice::timeLimit(pageTotal)),
+             .cancel = hooks.cancel,
+             .memoryLimit = options_.libreOfficeMemoryLimit,
+             .deckName = deckName,
+             .fontDirs = std::move(fonts.fontDirs),
+             .embeddedFamilies = std::move(fonts.embeddedFamilies)},
+            // The pictures' pixels a slide inch needs in the frame.
+            plan.slideWidthEmu > 0 ? (std::int64_t(frame.width) * 914400 - 1) / plan.slideWidthEmu + 1 : 0);
         hooks.report(ExportStage::pdf, 1);
         PageRasterizer::requirePages(pdf, pageTotal, deckName, hooks.cancel);
         hooks.report(ExportStage::draw, 0);
@@ -230,7 +226,8 @@ void HeadlessRenderer::export_(const RenderRequest& request, const std::filesyst
                                         .onSegment =
                                             [&](std::size_t k) {
                                                 if (cache) cache->store(kSegment, segmentKeys[k], segmentFiles[k]);
-                                            }};
+                                            },
+                                        .encoding = encoder};
     RenderTools::inParallel(soundKey ? 2 : 1, [&](int job) {
         if (job == 1) {
             MovieEncoder::encodeSound(plan.totalMs(), *sound, sounds,

@@ -221,7 +221,8 @@ int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::os
                                             .maxMemory = options.maxMemory
                                                              ? options.maxMemory
                                                              : RendererChoice::defaultMemoryLimit(run.jobs),
-                                            .cache = options.cache};
+                                            .cache = options.cache,
+                                            .video = options.videoSettings};
     run.makeRenderer = [renderer, settings](const std::filesystem::path& deck) {
         return RendererChoice::make(renderer, deck, settings);
     };

@@ -25,6 +25,7 @@ struct BatchExportOptions {
     bool allowLinksOutside = false;
     std::optional<std::int64_t> maxMemory;  // bytes; nothing: a share of the machine's memory per deck
     RendererChoice::Cache cache;            // one cache for every deck, shared by those that run at once
+    VideoSettings videoSettings;
 };
 
 int runBatchExport(const BatchExportOptions& options, std::ostream& out, std::ostream& err);

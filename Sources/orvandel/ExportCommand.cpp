@@ -12,6 +12,7 @@
 #include "DeckConversion.hpp"
 #include "Interrupt.hpp"
 #include "RendererChoice.hpp"
+#include "VideoOptions.hpp"
 #include "base/ByteSize.hpp"
 #include "base/Bytes.hpp"
 #include "base/Numbers.hpp"
@@ -48,6 +49,7 @@ struct ExportOptions {
     bool noCache = false;
     std::string cacheMax;         // as given
     RendererChoice::Cache cache;  // as read, by dispatchExport
+    VideoSettings videoSettings;
 };
 
 std::string joinNumbers(const std::vector<std::int64_t>& v) {
@@ -139,7 +141,8 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
                                                {.drawEffects = options.effects == "draw",
                                                 .allowLinksOutside = options.allowLinksOutside,
                                                 .maxMemory = options.maxMemoryBytes,
-                                                .cache = options.cache});
+                                                .cache = options.cache,
+                                                .video = options.videoSettings});
 
     // The preview comes after minutes of rendering: its folder is checked first.
     if (options.preview) PreviewPage::checkFolder(PreviewPage::defaultFolder(destination));
@@ -234,7 +237,7 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
         }
         return runBatchExport({options.decks, options.outDir, options.jobs, options.shard, options.json, options.video,
                                options.gif, options.renderer, options.effects, options.allowLinksOutside,
-                               options.maxMemoryBytes, options.cache},
+                               options.maxMemoryBytes, options.cache, options.videoSettings},
                               out, err);
     }
     if (const std::string problem = RegularFile(options.decks.front()); !problem.empty()) {
@@ -273,6 +276,7 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
         ->check(RegularFile);
     addSlideDurationOptions(*cmd, options->video, options->gif);
     addLargestPartOption(*cmd);
+    addVideoOptions(*cmd, options->videoSettings);
     cmd->add_option("--renderer", options->renderer,
                     "who renders the movie: libreoffice (headless, this machine), powerpoint (PowerPoint for Mac) "
                     "or auto (PowerPoint where it is installed, else LibreOffice)")

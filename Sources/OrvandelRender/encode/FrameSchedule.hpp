@@ -32,11 +32,12 @@ namespace FrameSchedule {
 // stays exact.
 //
 // Within the `moving` spans of the movie (where media play over the still,
-// or a change is drawn) the stills repeat 30 times a second, on the whole
-// milliseconds nearest below each 1/30 s from the span's start, so that what
-// is drawn over them moves; each span starts on a frame of its own.
+// or a change is drawn) the stills repeat movingFps times a second (1 to
+// 1000), on the whole milliseconds nearest below each 1/movingFps s from the
+// span's start, so that what is drawn over them moves; each span starts on
+// a frame of its own.
 std::vector<ScheduledFrame> frames(const std::vector<ScheduledStill>& entries, std::int64_t periodicFrameMs,
-                                   const std::vector<MsRange>& moving = {});
+                                   const std::vector<MsRange>& moving = {}, int movingFps = 30);
 
 // A file name quoted for ffconcat: in single quotes, a quote inside as '\''.
 std::string quoted(const std::string& path);

@@ -1,5 +1,6 @@
 #include "encode/MasterMovie.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <mutex>
@@ -19,12 +20,21 @@ namespace {
 // How the errors of the check begin.
 const char* const kErrorLead = "encoding movie";
 
-std::chrono::milliseconds timeLimit(std::int64_t ms) { return std::chrono::milliseconds(120'000 + ms / 2); }
+constexpr std::int64_t kFullHd = 1920 * 1080;
+
+// Half the movie's length at 1080p and 30 frames a second, more for larger
+// frames and faster rates, whose encoding takes longer in proportion.
+std::chrono::milliseconds timeLimit(std::int64_t ms, FrameSize size = {}, int fps = 30) {
+    const std::int64_t pixels = std::max<std::int64_t>(kFullHd, std::int64_t(size.width) * size.height);
+    const std::int64_t times = (pixels * std::clamp(fps, 30, 1000) / 30 + kFullHd - 1) / kFullHd;
+    return std::chrono::milliseconds(120'000 + ms / 2 * times);
+}
 
 // Slides encoded by one ffmpeg run at most: two save most of what starting
 // a run costs, and each encoder holds about 110 MB at 1080p (eight to a run
-// took 1.8 GB for two runs at once, export_bench's deck).
-constexpr std::size_t kGroup = 2;
+// took 1.8 GB for two runs at once, export_bench's deck). Larger frames take
+// memory in proportion (about 440 MB at 2160p): one slide to a run.
+std::size_t groupOf(FrameSize size) { return std::int64_t(size.width) * size.height > kFullHd ? 1 : 2; }
 }  // namespace
 
 void encodeSegments(const std::vector<SlideSegment>& segments, const std::vector<std::size_t>& which,
@@ -47,7 +57,7 @@ void encodeSegments(const std::vector<SlideSegment>& segments, const std::vector
     std::vector<std::vector<std::size_t>> groups;
     for (std::size_t k : which) {
         const bool alone = !segments.at(k).pictures.empty();
-        if (groups.empty() || alone || groups.back().size() >= kGroup ||
+        if (groups.empty() || alone || groups.back().size() >= groupOf(size) ||
             !segments.at(groups.back().front()).pictures.empty()) {
             groups.emplace_back();
         }
@@ -77,9 +87,11 @@ void encodeSegments(const std::vector<SlideSegment>& segments, const std::vector
             }
             try {
                 MovieEncoder::encodeSegments(group, outputs.at(groups[n].front()).parent_path(),
-                                             {.timeout = timeLimit(groupMs * std::int64_t(group.size())),
+                                             {.timeout = timeLimit(groupMs * std::int64_t(group.size()), size,
+                                                                   options.encoding.fps),
                                               .cancel = options.cancel,
-                                              .onProgress = {}});
+                                              .onProgress = {}},
+                                             options.encoding);
             } catch (...) {
                 stop.cancel();
                 throw;

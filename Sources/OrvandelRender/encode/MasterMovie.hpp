@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/Cancellation.hpp"
+#include "encode/MovieEncoder.hpp"
 #include "encode/SlideSegments.hpp"
 #include "media/MediaLayers.hpp"
 #include "plan/FrameSize.hpp"
@@ -27,6 +28,8 @@ struct Options {
     std::function<void(double fraction)> onProgress;
     // Called with each segment (its index) as soon as it is encoded.
     std::function<void(std::size_t segment)> onSegment;
+    // The encoder's quality and level (its frame: the size given to encodeSegments).
+    MovieEncoder::Encoding encoding;
 };
 
 // Encodes segments[k] into outputs[k] for every k in `which`. frames: the

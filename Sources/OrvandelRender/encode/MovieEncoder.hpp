@@ -5,8 +5,9 @@
 //
 // A segment is H.264 from frames piped in (RawVideoStream): every frame keeps
 // its millisecond timestamp (passthrough, track time scale 1000), B-frames
-// are off (they would shorten the video track), the level is pinned to 4.1
-// (x264 would pick a higher one for long still frames), and every segment is
+// are off (they would shorten the video track), the level is pinned (x264
+// would pick a higher one for long still frames): 4.1, or the lowest level
+// above it that the frame's size and rate need; and every segment is
 // encoded with the same settings, starting on a key frame, so that segments
 // made by different exports join into one stream. Media pictures
 // (MediaLayers) are drawn over the frames in the same run: each file is
@@ -27,6 +28,8 @@
 
 #include "base/Cancellation.hpp"
 #include "media/MediaLayers.hpp"
+#include "plan/FrameSize.hpp"
+#include "render/VideoSettings.hpp"
 
 namespace orvandel::MovieEncoder {
 
@@ -47,11 +50,26 @@ struct Segment {
     std::function<void(int fd)> frames;
 };
 
+// What the encoder is told besides the frames: the trade between picture
+// and file size, and the frame's size and the rate of what moves, which
+// decide the H.264 level.
+struct Encoding {
+    VideoSettings::Quality quality = VideoSettings::Quality::standard;
+    FrameSize frame{1920, 1080};
+    int fps = 30;
+    bool operator==(const Encoding&) const = default;
+};
+
+// The H.264 level a stream of `frame` at `fps` needs, never below 4.1
+// ("4.1" ... "6.2").
+std::string levelOf(FrameSize frame, int fps);
+
 // The ffmpeg arguments (after the program name) that encode the segments,
 // each read from its own input (exposed for tests, and for the cache's key:
 // they are the encoder's settings). Media pictures only for a lone segment.
 std::vector<std::string> segmentArguments(const std::vector<Segment>& segments,
-                                          const std::vector<std::filesystem::path>& inputs);
+                                          const std::vector<std::filesystem::path>& inputs,
+                                          const Encoding& encoding = {});
 
 // Encodes the segments (MP4) in one ffmpeg run: a run costs about a tenth
 // of a second of starting, more than a short slide costs to encode. Each
@@ -60,7 +78,8 @@ std::vector<std::string> segmentArguments(const std::vector<Segment>& segments,
 // its own. Throws
 // RenderError (also for a segment whose frames could not be written) or
 // CancelledError.
-void encodeSegments(const std::vector<Segment>& segments, const std::filesystem::path& fifoDir, const Options& options);
+void encodeSegments(const std::vector<Segment>& segments, const std::filesystem::path& fifoDir, const Options& options,
+                    const Encoding& encoding = {});
 
 // Whether a movie of totalMs has room for a whole AAC frame of sound.
 bool hasSound(std::int64_t totalMs);

@@ -4,6 +4,19 @@
 
 namespace orvandel::SegmentKeys {
 
+std::string environment(std::string_view fingerprint, const MovieEncoder::Encoding& encoding,
+                        std::int64_t periodicFrameMs, unsigned threads) {
+    std::string out = std::string(fingerprint) + "|" + std::to_string(encoding.frame.width) + "x" +
+                      std::to_string(encoding.frame.height) + "|";
+    for (const auto& argument :
+         MovieEncoder::segmentArguments({{0, "segment.mp4", {}, {}}}, {"frames.mkv"}, encoding)) {
+        out += argument + '\n';
+    }
+    out += "|" + std::to_string(threads) + "|" + std::to_string(periodicFrameMs);
+    if (encoding.fps != 30) out += "|" + std::to_string(encoding.fps) + " fps";
+    return out;
+}
+
 namespace {
 
 void addLayer(ContentHash& hash, const MediaLayer& m, const MediaHashes& media) {

@@ -18,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "encode/MovieEncoder.hpp"
 #include "encode/SlideSegments.hpp"
 #include "media/MediaLayers.hpp"
 #include "storyboard/Storyboard.hpp"
@@ -26,6 +27,14 @@ namespace orvandel::SegmentKeys {
 
 // Content hash of each medium's file (by the path in its layer).
 using MediaHashes = std::map<std::filesystem::path, std::string>;
+
+// The environment of every segment of an export: the renderer's
+// fingerprint, the frame's size, the encoder's settings (quality, level),
+// its threads (x264's output depends on their count) and the frame
+// schedule (periodic frames; the rate where things move, named only when it
+// is not 30, the one rate there once was, so earlier keys stay valid).
+std::string environment(std::string_view fingerprint, const MovieEncoder::Encoding& encoding,
+                        std::int64_t periodicFrameMs, unsigned threads);
 
 // pageKeys: page p's key at p - 1. slideMarkup: the slide's prepared XML,
 // its source transition and part name, as the caller gathers them.

@@ -1,6 +1,7 @@
 #pragma once
-// The movie's frame: the slide's aspect ratio fitted inside 1920x1080 (larger
-// frames exceed H.264 level 4.1), both sides even as yuv420p requires.
+// The movie's frame: the slide's aspect ratio fitted inside the chosen
+// resolution's box (VideoSettings; 1920x1080 by default), both sides even as
+// yuv420p requires.
 #include <cstdint>
 
 namespace orvandel {

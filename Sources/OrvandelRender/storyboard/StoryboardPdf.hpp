@@ -1,6 +1,8 @@
 #pragma once
 // The storyboard drawn by LibreOffice: one PDF page per storyboard slide.
+#include <cstdint>
 #include <filesystem>
+#include <string>
 
 #include "deck/DeckModel.hpp"
 #include "plan/RenderPlan.hpp"
@@ -22,9 +24,16 @@ inline constexpr const char* kPdfFilter =
 std::filesystem::path deck(DeckModel& preparedDeck, const RenderPlan& plan, const Storyboard::Layout& layout,
                            const LinkSweep::Sweep& sweep, const std::filesystem::path& scratch);
 
-// Has LibreOffice draw a storyboard deck into scratch/pdf and returns the
-// PDF. Throws what LibreOffice::convert throws.
+// The filter for stills of `pixelsPerInch` on the slide: LibreOffice keeps
+// pictures at 300 dpi at most, enough up to 1080p and, on the usual slide
+// sizes, 2160p; beyond that it keeps them as they are, so that a large
+// frame does not show them enlarged from fewer pixels. kPdfFilter up to 300.
+std::string filterFor(std::int64_t pixelsPerInch);
+
+// Has LibreOffice draw a storyboard deck into scratch/pdf, pictures good
+// for pixelsPerInch (filterFor), and returns the PDF. Throws what
+// LibreOffice::convert throws.
 std::filesystem::path draw(const std::filesystem::path& storyboardDeck, const std::filesystem::path& scratch,
-                           const LibreOffice::ConvertOptions& options);
+                           const LibreOffice::ConvertOptions& options, std::int64_t pixelsPerInch = 0);
 
 }  // namespace orvandel::StoryboardPdf
