@@ -24,7 +24,7 @@ _orvandel() {
         --renderer) COMPREPLY=($(compgen -W "auto libreoffice powerpoint" -- "$cur")); return ;;
         --effects) COMPREPLY=($(compgen -W "draw cut" -- "$cur")); return ;;
         --resolution) COMPREPLY=($(compgen -W "480p 720p 1080p 1440p 2160p" -- "$cur")); return ;;
-        --fps) COMPREPLY=($(compgen -W "24 25 30 50 60" -- "$cur")); return ;;
+        --fps) COMPREPLY=($(compgen -W "30 60" -- "$cur")); return ;;
         --quality) COMPREPLY=($(compgen -W "standard high small" -- "$cur")); return ;;
         --mp4) _filedir '@(mp4|MP4|mov|MOV|m4v|M4V)' 2>/dev/null || COMPREPLY=($(compgen -f -- "$cur")); return ;;
         --out-dir | --cache-dir) _filedir -d 2>/dev/null || COMPREPLY=($(compgen -d -- "$cur")); return ;;
