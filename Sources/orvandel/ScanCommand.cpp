@@ -51,8 +51,11 @@ nlohmann::ordered_json fontsJson(const std::vector<FontReport::Font>& fonts, std
 nlohmann::ordered_json gifsJson(const std::vector<GifReport>& gifs) {
     nlohmann::ordered_json array = nlohmann::ordered_json::array();
     for (const auto& g : gifs) {
-        array.push_back(
-            {{"part", g.part}, {"animated", g.animated}, {"loopMs", optionalJson(g.loopMs)}, {"readable", g.readable}});
+        array.push_back({{"part", g.part},
+                         {"animated", g.animated},
+                         {"loopMs", optionalJson(g.loopMs)},
+                         {"passMs", optionalJson(g.passMs)},
+                         {"readable", g.readable}});
     }
     return array;
 }
@@ -112,12 +115,13 @@ void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream&
         "by themselves, whether a video plays without a click, and the advance time the slide needs to play all "
         "of it by itself. \"needs videoMs\" marks a slide whose video states no length: give it with --video.");
     cmd->add_option("DECK", options->deck, "The deck to scan (.pptx)")->required();
-    cmd->add_flag("--json", options->json,
-                  "Print a JSON array with one object per slide (every field of the report, absent values as "
-                  "null; under \"gifs\" each GIF's part, whether it is animated, the length it plays by itself "
-                  "(loopMs) and whether it could be read; \"triggerVideo\"/\"triggerAudio\" for media that only a "
-                  "click on another shape starts; and under \"fonts\" the fonts the slide is the first to use and "
-                  "how each is drawn) instead of the table");
+    cmd->add_flag(
+        "--json", options->json,
+        "Print a JSON array with one object per slide (every field of the report, absent values as "
+        "null; under \"gifs\" each GIF's part, whether it is animated, the length it plays by itself "
+        "(loopMs), one pass over its frames (passMs) and whether it could be read; \"triggerVideo\"/\"triggerAudio\" for media that only a "
+        "click on another shape starts; and under \"fonts\" the fonts the slide is the first to use and "
+        "how each is drawn) instead of the table");
     addSlideDurationOptions(*cmd, options->video, options->gif);
     addLargestPartOption(*cmd);
     cmd->footer("Example:\n  orvandel scan examples/aula-exemplo.pptx --gif 4:3000\n");

@@ -84,6 +84,7 @@ GifReport gifReport(const std::string& part, const GifReader& readGif) {
     }
     gif.animated = timing->animated();
     gif.loopMs = timing->playMs(TimingPolicy::LONGEST_TIMING);
+    if (gif.animated) gif.passMs = std::min(timing->passMs, TimingPolicy::LONGEST_TIMING);
     return gif;
 }
 

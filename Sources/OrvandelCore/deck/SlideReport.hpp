@@ -20,6 +20,7 @@ struct GifReport {
     // when it is a still picture or could not be read.
     std::optional<std::int64_t> loopMs;
     bool readable = true;  // false: not a GIF that could be read (treated as animated, without a loop length)
+    std::optional<std::int64_t> passMs;  // one pass over its frames (animated only)
 
     bool operator==(const GifReport&) const = default;
 };
@@ -59,14 +60,25 @@ struct SlideReport {
         }
         return false;
     }
+    // A GIF's own loop is taken as a slide's length only up to a minute:
+    // a GIF that repeats 232 times would hold its slide for 40 minutes.
+    static constexpr std::int64_t kLongestOwnGifMs = 60'000;
+
     // The length the slide's moving GIFs play by themselves: the longest
-    // loop among them; nothing when one of them has none.
+    // among them, each its whole loop, or when that lasts over a minute as
+    // many whole passes as fit in one (at least one); nothing when one of
+    // them has no length of its own.
     std::optional<std::int64_t> ownGifLengthMs() const {
         std::optional<std::int64_t> longest;
         for (const auto& gif : gifs) {
             if (!gif.animated && gif.readable) continue;
             if (!gif.loopMs) return std::nullopt;
-            longest = std::max(longest.value_or(0), *gif.loopMs);
+            std::int64_t own = *gif.loopMs;
+            if (own > kLongestOwnGifMs && gif.passMs && *gif.passMs > 0) {
+                own = std::max<std::int64_t>(1, kLongestOwnGifMs / *gif.passMs) * *gif.passMs;
+                own = std::min(own, *gif.loopMs);
+            }
+            longest = std::max(longest.value_or(0), own);
         }
         return longest;
     }

@@ -164,7 +164,7 @@ TEST(DeckScannerTest, ReportsEachGifsFramesAndTheMediaOnlyATriggerStarts) {
         .addEntry("ppt/media/b.gif", std::string("not a picture"))
         .write(dir / "deck.pptx");
     const auto reports = DeckScanner::report(dir / "deck.pptx", {}, {});
-    EXPECT_EQ(reports[0].gifs, (std::vector<GifReport>{{"ppt/media/a.GIF", true, 480, true},
+    EXPECT_EQ(reports[0].gifs, (std::vector<GifReport>{{"ppt/media/a.GIF", true, 480, true, 240},
                                                        {"ppt/media/b.gif", false, {}, false},
                                                        {"ppt/media/none.gif", false, {}, false}}));
     // A click on the text box, or on the video itself, starts it; on slide 4 the main sequence does too.

@@ -19,6 +19,8 @@ SlideReport slide(std::int64_t n, std::vector<GifReport> gifs, std::int64_t vide
 const GifReport kStill{"ppt/media/a.gif", false, {}, true};
 const GifReport kMoving{"ppt/media/b.gif", true, 2400, true};
 const GifReport kUnreadable{"ppt/media/c.gif", false, {}, false};
+// 232 repeats of a 10.35 s pass: its own loop would hold the slide 40 minutes.
+const GifReport kRepeating{"ppt/media/d.gif", true, 2'411'550, true, 10'350};
 
 }  // namespace
 
@@ -88,4 +90,20 @@ TEST(LengthRulesTest, WhichLengthsAnExportUses) {
             EXPECT_EQ(std::pair(e.errorCase(), e.slides()), *c.refusal) << e.what();
         }
     }
+}
+
+// A GIF's own loop holds its slide at most about a minute, in whole passes.
+TEST(LengthRulesTest, AGifsOwnLengthIsCutToWholePassesWithinAMinute) {
+    const GifReport longPass{"ppt/media/e.gif", true, 210'000, true, 70'000};
+    const GifReport aMinute{"ppt/media/f.gif", true, 60'000, true, 20'000};
+    const std::vector<std::pair<std::vector<GifReport>, std::optional<std::int64_t>>> cases{
+        {{kMoving}, 2400},
+        {{kRepeating}, 51'750},  // five passes
+        {{longPass}, 70'000},    // one pass, however long
+        {{aMinute}, 60'000},     // a minute exactly is kept whole
+        {{kMoving, kRepeating}, 51'750},
+        {{kStill}, std::nullopt},
+        {{kRepeating, kUnreadable}, std::nullopt},
+    };
+    for (const auto& [gifs, own] : cases) EXPECT_EQ(slide(1, gifs).ownGifLengthMs(), own) << gifs.front().part;
 }
