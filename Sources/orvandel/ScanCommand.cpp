@@ -120,7 +120,7 @@ void setupScanCommand(CLI::App& app, std::function<int()>& action, std::ostream&
         "Print a JSON array with one object per slide (every field of the report, absent values as "
         "null; under \"gifs\" each GIF's part, whether it is animated, the length it plays by itself "
         "(loopMs), one pass over its frames (passMs) and whether it could be read; \"triggerVideo\"/\"triggerAudio\" for media that only a "
-        "click on another shape starts; and under \"fonts\" the fonts the slide is the first to use and "
+        "click (on itself or another shape) starts; and under \"fonts\" the fonts the slide is the first to use and "
         "how each is drawn) instead of the table");
     addSlideDurationOptions(*cmd, options->video, options->gif);
     addLargestPartOption(*cmd);

@@ -278,15 +278,15 @@ std::optional<QString> warningLine(Warning::Kind kind, const std::string& medium
         case Warning::Kind::mediaStaysStill:
             if (medium == "audio clip") {
                 return agreeing(s,
-                                "O áudio do slide %1 só começa quando se clica em outro elemento do slide. Como a "
+                                "O áudio do slide %1 só começa quando se clica nele ou em outro elemento do slide. Como a "
                                 "aula não tem cliques, ele não toca.",
-                                "Os áudios dos slides %1 só começam quando se clica em outro elemento do slide. "
+                                "Os áudios dos slides %1 só começam quando se clica neles ou em outro elemento do slide. "
                                 "Como a aula não tem cliques, eles não tocam.");
             }
             return agreeing(s,
-                            "O vídeo do slide %1 só começa quando se clica em outro elemento do slide. Como a aula "
+                            "O vídeo do slide %1 só começa quando se clica nele ou em outro elemento do slide. Como a aula "
                             "não tem cliques, ele fica parado, mostrando a imagem de capa.",
-                            "Os vídeos dos slides %1 só começam quando se clica em outro elemento do slide. Como a "
+                            "Os vídeos dos slides %1 só começam quando se clica neles ou em outro elemento do slide. Como a "
                             "aula não tem cliques, eles ficam parados, mostrando a imagem de capa.");
         case Warning::Kind::deckConverted: {
             const QString format = formatName(ws[0]->detail);

@@ -117,7 +117,7 @@ Warning Warning::mediaStaysStill(std::vector<std::int64_t> slides, const std::st
     const std::int64_t first = slides.empty() ? 0 : slides.front();
     Warning w = make(Kind::mediaStaysStill, first, medium,
                      (slides.size() == 1 ? "slide " : "slides ") + list + ": the " + medium +
-                         " starts only when another shape is clicked; " +
+                         " starts only when it or another shape is clicked; " +
                          (medium == "audio clip" ? "it is not heard" : "it stays still") + " in the lesson");
     w.slides = std::move(slides);
     return w;

@@ -24,7 +24,7 @@ struct Warning {
         gifLengthAssumed,        // an animated GIF was given no length: it plays its own loop once (lengthMs)
         gifLengthIgnored,        // a length was given for a GIF that is a still picture (or a slide without a GIF)
         videoLengthIgnored,      // a video length was given for a slide without a video (in a batch)
-        mediaStaysStill,         // videos or audio clips that only a click on another shape starts (slides):
+        mediaStaysStill,         // videos or audio clips that only a click (on them or another shape) starts (slides):
                                  // they stay still (their poster) in the lesson
         deckConverted,           // the deck was not a .pptx and was converted first (detail: its format)
     };

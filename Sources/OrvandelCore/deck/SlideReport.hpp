@@ -45,7 +45,7 @@ struct SlideReport {
     // The click steps follow an opening video or sound (ScanResult): then
     // autoDurationMs holds the media's time and advTmMs counts it once there.
     bool opensWithMedia = false;
-    // A video / an audio clip that only a click on another shape starts
+    // A video / an audio clip that only a click (on it or another shape) starts
     // (an interactive sequence): it is not played, it stays still.
     bool triggerVideo = false;
     bool triggerAudio = false;

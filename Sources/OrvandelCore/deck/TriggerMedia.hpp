@@ -1,5 +1,5 @@
 #pragma once
-// Videos and audio clips that only a click on another shape starts: their
+// Videos and audio clips that only a click (on them or another shape) starts: their
 // media calls stand in interactive sequences (a p:seq whose time node is an
 // "interactiveSeq", begun by a click on the trigger shape) and nowhere
 // else. A lesson has no one to click, so they are not played: they stay

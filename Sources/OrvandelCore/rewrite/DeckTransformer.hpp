@@ -35,7 +35,8 @@ std::string_view toString(Branch branch);
 // are keyed by slide number (1-based, hidden slides counted). Throws
 // DeckError (missingVideoDuration, then videoWithoutMediaCall, then
 // invalidOutput, each naming every slide concerned in order; a video that
-// only a click on another shape starts is no reason to refuse: it stays still), OutputError (before any work) when the
+// only a click (on it or another shape) starts is no reason to refuse: it
+// stays still), OutputError (before any work) when the
 // output is the input deck or not a regular file, and passes on the errors of
 // the package reader, the scanners, the writers and the archive writer.
 std::vector<SlideReport> prepare(const std::filesystem::path& deck, const std::filesystem::path& output,
