@@ -4,7 +4,6 @@
 // scan and the export flow are real. Prints any text that does not fit.
 #include <QApplication>
 #include <QDir>
-#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -15,6 +14,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 
 #include <iostream>
 
@@ -23,6 +23,7 @@
 #include "OrvandelAppApp.hpp"
 #include "RecentDecks.hpp"
 #include "export/ResultPanel.hpp"
+#include "tools/LibreOffice.hpp"
 #include "tools/RenderError.hpp"
 #include "update/UpdateAlerts.hpp"
 
@@ -169,14 +170,21 @@ int main(int argc, char** argv) {
     auto* view = shell.window.get();
     shoot(*view, "idle");
 
-    open(*view, deck);
-    QTest::keyClicks(view->findChild<QLineEdit*>("gifField-4"), "3");
+    open(*view, deck);  // its moving GIF offers its own loop
     shoot(*view, "gif-form");
+    view->findChild<QToolButton*>("videoToggle")->click();
+    shoot(*view, "options-open", "videoOptions");
+    view->findChild<QToolButton*>("videoToggle")->click();
 
     renderer->hold->store(true);
     renderer->reused = {{37, 40}};
+    // The export reports itself half-way through drawing 2 min 15 s in: the
+    // time left is then known, as it would be after a while.
+    auto now = std::make_shared<std::int64_t>(0);
+    view->session().setClock([now] { return *now; });
     view->runExport();
-    waitUntil([&] { return view->findChild<QProgressBar*>("progressBar")->isVisible(); }, 20000);
+    *now = 135'000;
+    waitUntil([&] { return view->session().remainingMs().has_value(); }, 20000);
     shoot(*view, "exporting");
     view->resize(OrvandelAppApp::kInitialSize);  // the alert takes its width from the window's
     view->close();                               // held by the quit guard, which asks
@@ -204,13 +212,46 @@ int main(int argc, char** argv) {
     shoot(*view, "about", "resultView");
     closeAlert(*view);
 
+    // Cancelled half-way: the window says so and is ready again.
+    renderer->hold->store(true);
+    view->runExport();
+    waitUntil([&] { return view->session().progressPermille() >= 0; }, 20000);
+    view->findChild<QPushButton*>("cancelButton")->click();
+    waitUntil([&] { return !view->session().isExporting(); }, 20000);
+    renderer->hold->store(false);
+    shoot(*view, "cancelled");
+
+    // A deck saved in another format: converted first, and the alert says so.
+    // The .odp is made here from the example deck by the same LibreOffice.
+    const auto odp = root / "Aula 4 - Ecossistemas.odp";
+    try {
+        const auto made = LibreOffice::convert(exampleDeck(), "odp", "odp", root / "odp",
+                                               {.workDir = root / "odp-work", .timeout = std::chrono::minutes(3)});
+        std::filesystem::rename(made, odp);
+        shell = window(std::make_shared<FakeExporter>());
+        view = shell.window.get();
+        open(*view, odp);
+        view->runExport();
+        waitUntil([&] { return !view->session().isExporting(); }, 60000);
+        shoot(*view, "converted-odp-warnings");
+        closeAlert(*view);
+    } catch (const std::exception& e) {
+        std::cerr << "no .odp deck to show: " << e.what() << "\n";
+        ++problems;
+    }
+
+    // A GIF that does not move plays as the picture it is: nothing to ask.
+    shell = window(renderer);
+    view = shell.window.get();
+    open(*view, stillGifDeck(root / "Aula 5 - Mapas.pptx"));
+    shoot(*view, "still-gif");
+
     auto failing = std::make_shared<FakeExporter>();
     failing->failure = std::make_exception_ptr(
         RenderError(RenderError::Case::missingTool, ExportStage::pdf, "missing soffice"));
     shell = window(failing);
     view = shell.window.get();
     open(*view, deck);
-    QTest::keyClicks(view->findChild<QLineEdit*>("gifField-4"), "3");
     view->runExport();
     waitUntil([&] { return !view->session().isExporting(); }, 20000);
     shoot(*view, "error-alert");

@@ -63,6 +63,18 @@ std::filesystem::path mediaDeck(const std::filesystem::path& path, bool twoVideo
     return deck.write(path);
 }
 
+std::filesystem::path stillGifDeck(const std::filesystem::path& path) {
+    using namespace orvandel::test;
+    // A 1×1 GIF: its header, one image and the trailer.
+    const std::string gif = std::string("GIF89a\x01\0\x01\0\0\0\0", 13) +
+                            std::string("\x2C\0\0\0\0\x01\0\x01\0\0\x02\x02\x4C\x01\0", 15) + ";";
+    return DeckBuilder()
+        .addSlide(slideXml(kTextBox))
+        .addSlide(slideXml(picture("4", "rId5")), {{"rId5", "image", "../media/image1.gif"}})
+        .addEntry("ppt/media/image1.gif", gif)
+        .write(path);
+}
+
 bool waitUntil(const std::function<bool()>& done, int timeoutMs) {
     QElapsedTimer timer;
     timer.start();

@@ -50,6 +50,8 @@ public:
 // Slide 1 text, slide 2 a GIF, slide 3 a hidden GIF, and, with twoVideos,
 // slide 4 holding two videos.
 std::filesystem::path mediaDeck(const std::filesystem::path& path, bool twoVideos);
+// Slide 1 text, slide 2 a GIF of one frame: a still picture.
+std::filesystem::path stillGifDeck(const std::filesystem::path& path);
 
 // Runs the event loop until `done` or `timeoutMs`; whether done.
 bool waitUntil(const std::function<bool()>& done, int timeoutMs);

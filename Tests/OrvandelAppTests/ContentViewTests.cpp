@@ -4,6 +4,7 @@
 #include <QMimeData>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QtTest>
 
 #include "AppTestSupport.hpp"
@@ -130,7 +131,8 @@ private slots:
         QCOMPARE(w.alert()->text(), ExportCopy::kOpenFailedTitle);
     }
 
-    // At the smallest window size nothing but the file name is cut, in every state.
+    // At the smallest window size nothing but the file name is cut, in every
+    // state, and the progress with "Cancelar" is scrolled into view.
     void smallestWindowCutsNoText() {
         QTemporaryDir dir;
         Window w;
@@ -138,7 +140,17 @@ private slots:
         w.open(mediaDeck(dir.filePath("videos.pptx").toStdString(), true));
         QTRY_COMPARE(clippedTexts(*w.view), QStringList());
         w.openExample(dir);
+        w.renderer->hold->store(true);
         w.view->runExport();
+        auto* viewport = w.view->findChild<QScrollArea*>()->viewport();
+        const auto shown = [&](const char* name) {
+            auto* widget = w.find<QWidget>(name);
+            const QRect at(widget->mapTo(viewport, QPoint(0, 0)), widget->size());
+            return widget->isVisible() && viewport->rect().contains(at);
+        };
+        QTRY_VERIFY(shown("progressBar") && shown("cancelButton"));
+        QVERIFY(!w.find<QWidget>("videoOptions")->isVisible());
+        w.renderer->hold->store(false);
         QVERIFY(w.exportEnds());
         QTRY_COMPARE(clippedTexts(*w.view), QStringList());
     }

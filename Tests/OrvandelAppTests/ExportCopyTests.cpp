@@ -134,9 +134,10 @@ private slots:
             QVERIFY2(!seen.contains(text), qPrintable("twice: " + text));
             seen.insert(text);
         }
-        for (const auto& text : {ExportCopy::helpText(Renderer::headless), ExportCopy::exporting(Renderer::headless),
-                                 ExportCopy::importerFilter(Renderer::headless), ExportCopy::revealButton(),
-                                 ExportCopy::quitQuestion(Renderer::headless)}) {
+        for (const auto& text :
+             {ExportCopy::helpText(Renderer::headless), ExportCopy::gifFormIntro(Renderer::headless),
+              ExportCopy::exporting(Renderer::headless), ExportCopy::importerFilter(Renderer::headless),
+              ExportCopy::revealButton(), ExportCopy::quitQuestion(Renderer::headless)}) {
             QVERIFY2(!speaksOfTheMac(text) && !namesATool(text), qPrintable(text));
         }
         for (int stage = 0; stage <= static_cast<int>(ExportStage::copyMovie); ++stage) {

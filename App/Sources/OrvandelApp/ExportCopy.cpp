@@ -65,7 +65,7 @@ QString renderErrorText(const RenderError& error) {
         // The programs behind the video are the installation's business, not the teacher's: no names.
         case RenderError::Case::missingTool:
             return QStringLiteral("O gerador de vídeo do Orvandel não está completo neste computador. Peça a quem "
-                                  "cuida dele para reinstalar o Orvandel e exporte de novo.");
+                                  "cuida deste computador para reinstalar o Orvandel e exporte de novo.");
         case RenderError::Case::toolFailed:
             return QStringLiteral("O gerador de vídeo não conseguiu processar esta apresentação. Confira se ela abre "
                                   "normalmente no programa em que foi feita e exporte de novo.") +
@@ -293,7 +293,7 @@ std::optional<QString> warningLine(Warning::Kind kind, const std::string& medium
             return (format.isEmpty() ? QStringLiteral("A apresentação não estava no formato .pptx")
                                      : "A apresentação estava no formato " + format) +
                    QStringLiteral(" e foi convertida para .pptx antes da exportação. As animações e os tempos da "
-                                  "aula vêm dessa cópia convertida: confira se ficaram como esperado.");
+                                  "aula vêm dessa cópia convertida: confira se ficaram como você esperava.");
         }
     }
     return std::nullopt;
@@ -457,14 +457,25 @@ QStringList postExportWarnings(const std::vector<std::int64_t>& convertedOnClick
 }
 
 QString helpText(Renderer renderer) {
-    const QString choose = QStringLiteral(
-        "Escolha a apresentação e clique em Exportar. Slides com GIF pedem a duração (em segundos). ");
-    return choose + (powerPoint(renderer)
-                         ? QStringLiteral("O PowerPoint abrirá e gerará o vídeo — pode levar alguns minutos. Na "
-                                          "primeira exportação, o macOS pede permissão para o Orvandel controlar o "
-                                          "PowerPoint; conceda para o vídeo ser gerado.")
-                         : QStringLiteral("O Orvandel gera o vídeo neste computador, sem abrir outras janelas — "
-                                          "pode levar alguns minutos."));
+    if (powerPoint(renderer)) {
+        return QStringLiteral(
+            "Escolha a apresentação e clique em Exportar. Slides com GIF pedem a duração (em segundos). O "
+            "PowerPoint abrirá e gerará o vídeo — pode levar alguns minutos. Na primeira exportação, o macOS pede "
+            "permissão para o Orvandel controlar o PowerPoint; conceda para o vídeo ser gerado.");
+    }
+    // Only moving GIFs ask, and they come with their own loop filled in: a
+    // word on checking them is enough here; the form says the rest.
+    return QStringLiteral("Escolha a apresentação e clique em Exportar. Se ela tiver GIFs animados, confira por "
+                          "quanto tempo cada um fica em movimento. O vídeo é gerado neste computador e pode levar "
+                          "alguns minutos.");
+}
+
+QString gifFormIntro(Renderer renderer) {
+    return powerPoint(renderer)
+               ? QStringLiteral("Nesta apresentação existem slides com animação em loop, insira a duração em "
+                                "segundos que você quer que a animação permaneça em loop")
+               : QStringLiteral("Informe por quantos segundos cada GIF animado deve ficar em movimento no "
+                                "vídeo. Quando possível, o campo já vem com a duração de uma volta da animação.");
 }
 
 QString importerFilter(Renderer) {
@@ -589,9 +600,19 @@ QString qualityName(VideoSettings::Quality quality) {
     switch (quality) {
         case VideoSettings::Quality::standard: return QStringLiteral("Padrão");
         case VideoSettings::Quality::high: return QStringLiteral("Alta (arquivo maior)");
-        case VideoSettings::Quality::small: return QStringLiteral("Pequena (arquivo menor)");
+        case VideoSettings::Quality::small: return QStringLiteral("Reduzida (arquivo menor)");
     }
     return QString::fromStdString(VideoSettings::nameOf(quality));
+}
+
+QString videoSummary(const VideoSettings& video) {
+    // The choices' names without their explanations in parentheses.
+    const auto plain = [](const QString& name) { return name.section(QStringLiteral(" ("), 0, 0); };
+    const QString resolution = video.resolution == VideoSettings::Resolution::p2160
+                                   ? QStringLiteral("4K")
+                                   : plain(resolutionName(video.resolution));
+    // Each choice kept on one line, should the line wrap.
+    return resolution + " · " + number(video.fps) + QChar(0x00A0) + "quadros/s · " + plain(qualityName(video.quality));
 }
 
 }  // namespace orvandel::ExportCopy

@@ -55,9 +55,9 @@ inline const QString kChooseDeck = QStringLiteral("Escolher apresentação…");
 inline const QString kNoDeck = QStringLiteral("nenhuma apresentação escolhida");
 QString importerFilter(Renderer renderer);
 QString multiVideoRefusal(const std::vector<std::int64_t>& slides);
-inline const QString kGifFormIntro = QStringLiteral(
-    "Nesta apresentação existem slides com animação em loop, insira a duração em segundos que você quer que a "
-    "animação permaneça em loop");
+// Above the GIF lengths: PowerPoint's asks for every GIF; the headless
+// renderer's asks only for moving ones and offers their own loop.
+QString gifFormIntro(Renderer renderer);
 QString gifSlideLabel(std::int64_t slide);
 inline const QString kGifFieldUnit = QStringLiteral("segundos");
 // What a GIF field was understood as, beside it: "= 2,5 s".
@@ -70,9 +70,12 @@ QString progressDone(int permille, const std::optional<std::int64_t>& remainingM
 // "menos de 1 min restante", "cerca de 3 min restantes", "cerca de 1 h 5 min restantes".
 QString timeLeft(std::int64_t ms);
 // Where the progress was, once the user cancelled the export.
-inline const QString kExportCancelled = QStringLiteral("Exportação cancelada.");
-// The choices of a video export.
-inline const QString kVideoOptionsTitle = QStringLiteral("Qualidade do vídeo");
+inline const QString kExportCancelled = QStringLiteral("Exportação cancelada. Nenhum arquivo foi alterado.");
+// The choices of a video export, folded into one line until "Alterar" opens them.
+inline const QString kVideoOptionsTitle = QStringLiteral("Vídeo");
+inline const QString kChangeVideo = QStringLiteral("Alterar");
+// That line: "1080p · 30 quadros/s · Padrão".
+QString videoSummary(const VideoSettings& video);
 inline const QString kResolutionLabel = QStringLiteral("Resolução:");
 inline const QString kFrameRateLabel = QStringLiteral("Taxa de quadros:");
 inline const QString kQualityLabel = QStringLiteral("Qualidade:");

@@ -1,7 +1,9 @@
 #include <QComboBox>
+#include <QLabel>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QToolButton>
 #include <QtTest>
 
 #include <fstream>
@@ -198,14 +200,18 @@ private slots:
                 return s.renderer;
             });
         {
+            // Folded into one line until "Alterar" opens the choices.
             OptionsPanel panel(s.session);
-            QVERIFY(!panel.isHidden());
+            QVERIFY(!panel.isHidden() && panel.findChild<QWidget*>("videoChoices")->isHidden());
+            panel.findChild<QToolButton*>("videoToggle")->click();
+            QVERIFY(!panel.findChild<QWidget*>("videoChoices")->isHidden());
             for (const auto& [name, index] :
                  {std::pair{"resolutionChoice", 1}, {"fpsChoice", 1}, {"qualityChoice", 2}}) {
                 auto* box = panel.findChild<QComboBox*>(name);
                 box->setCurrentIndex(index);
                 emit box->activated(index);
             }
+            QVERIFY(panel.findChild<QLabel*>("videoSummary")->text().contains("720p"));
         }
         const VideoSettings chosen{VideoSettings::Resolution::p720, 60, VideoSettings::Quality::small};
         QCOMPARE(s.session.videoSettings(), chosen);
@@ -237,6 +243,32 @@ private slots:
             QVERIFY(waitUntil([&] { return s.session.outcome().has_value(); }, 20000));
             QCOMPARE(s.session.reuseLine().has_value(), reused > 0);
             QCOMPARE(s.session.outcome()->reusedSlides, reused);
+        }
+    }
+
+    // The time left is told once the export has run a while, on the
+    // session's clock, and counts down between reports.
+    void timeLeftFollowsTheSessionsClock() {
+        for (const auto& [reportedAtMs, told] :
+             std::vector<std::pair<std::int64_t, bool>>{{1000, false}, {135'000, true}}) {
+            QTemporaryDir dir;
+            Session s;
+            auto now = std::make_shared<std::int64_t>(1'000'000);
+            s.session.setClock([now] { return *now; });
+            s.renderer->hold->store(true);
+            s.openExample(dir);
+            QVERIFY(s.session.startExport());
+            *now += reportedAtMs;  // before the drawing stage is taken in, half done
+            QVERIFY(waitUntil([&] { return s.session.progressPermille() >= 500; }, 10000));
+            const auto left = s.session.remainingMs();
+            QCOMPARE(left.has_value(), told);
+            if (told) {
+                QVERIFY(*left > 60'000 && *left < 180'000);
+                *now += 30'000;
+                QCOMPARE(*s.session.remainingMs(), *left - 30'000);
+            }
+            s.session.cancel();
+            QVERIFY(waitUntil([&] { return !s.session.isExporting(); }, 10000));
         }
     }
 

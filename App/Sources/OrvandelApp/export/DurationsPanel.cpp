@@ -14,7 +14,7 @@ DurationsPanel::DurationsPanel(ExportSession& session, QWidget* parent)
     : SessionPanel(session, parent), rows_(new QGridLayout) {
     setObjectName(QStringLiteral("gifForm"));
     auto* form = PanelSupport::column(this, 8);
-    form->addWidget(PanelSupport::wrappingLabel(ExportCopy::kGifFormIntro));
+    form->addWidget(PanelSupport::wrappingLabel(ExportCopy::gifFormIntro(session_.renderer())));
     rows_->setHorizontalSpacing(10);
     rows_->setVerticalSpacing(6);
     rows_->setColumnStretch(4, 1);

@@ -33,6 +33,10 @@ ExportSession::ExportSession(RendererChoice::Renderer renderer, std::shared_ptr<
     : QObject(parent),
       renderer_(RendererChoice::resolve(renderer)),
       scanner_([](const std::filesystem::path& pptx) { return DeckScanner::report(pptx, {}, {}); }),
+      nowMs_([] {
+          using namespace std::chrono;
+          return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+      }),
       scan_(this, [this](const ScanRun& run) { scanFinished(run); }),
       export_(this, [this](const ExportRun& run) { exportFinished(run); }) {
     if (exporter) {
@@ -190,7 +194,7 @@ bool ExportSession::canExport() const {
 
 std::optional<std::int64_t> ExportSession::remainingMs() const {
     if (!isExporting_ || progressPermille_ < 0) return std::nullopt;
-    return estimate_.remainingMs(clock_.elapsed());
+    return estimate_.remainingMs(nowMs_() - startedMs_);
 }
 
 void ExportSession::tick() {
@@ -215,7 +219,7 @@ bool ExportSession::startExport(const std::optional<std::filesystem::path>& to) 
     wasCancelled_ = false;
     cancelAsked_ = false;
     estimate_ = ProgressEstimate(0);
-    clock_.start();
+    startedMs_ = nowMs_();
     ticker_.start();
     exportCancel_ = CancellationToken();
     ExportCoordinator::shared().begin([token = exportCancel_] { token.cancel(); });
@@ -270,7 +274,7 @@ void ExportSession::cancel() {
 void ExportSession::showStage(ExportStage stage, double fraction) {
     if (!isExporting_) return;
     if (const auto line = ExportCopy::stageLine(stage)) stageLine_ = *line;
-    estimate_.report(stage, fraction, clock_.elapsed());
+    estimate_.report(stage, fraction, nowMs_() - startedMs_);
     progressPermille_ = std::max(progressPermille_, estimate_.permille());
     emit changed();
 }

@@ -10,7 +10,6 @@
 // sees it. Destroying the session cancels a running export and waits for it
 // (see OffThread): no child process or work directory outlives it. Touched
 // only on the GUI thread.
-#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -71,6 +70,10 @@ public:
     // reads the deck (default DeckScanner::report).
     void setExporterFactory(ExporterFactory factory) { makeExporter_ = std::move(factory); }
     void setScanner(Scanner scanner) { scanner_ = std::move(scanner); }
+    // The steady clock the time left is measured on, in milliseconds
+    // (default: the system's); a fake one holds an export at a known pace.
+    using Clock = std::function<std::int64_t()>;
+    void setClock(Clock nowMs) { nowMs_ = std::move(nowMs); }
 
     // Where the package of `deck` goes: beside it, the extension replaced by .orv.
     static std::filesystem::path outputPath(const std::filesystem::path& deck);
@@ -167,6 +170,7 @@ private:
     RendererChoice::Renderer renderer_;
     ExporterFactory makeExporter_;
     Scanner scanner_;
+    Clock nowMs_;
     VideoSettings videoSettings_;
 
     std::optional<std::filesystem::path> deckPath_;
@@ -187,7 +191,7 @@ private:
     bool wasCancelled_ = false;
     bool cancelAsked_ = false;
     ProgressEstimate estimate_;
-    QElapsedTimer clock_;
+    std::int64_t startedMs_ = 0;
     QTimer ticker_;
 
     CancellationToken scanCancel_;

@@ -2,7 +2,9 @@
 
 #include <QComboBox>
 #include <QFormLayout>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QToolButton>
 
 #include <algorithm>
 #include <iterator>
@@ -25,15 +27,34 @@ void select(QComboBox& box, const QVariant& value) { box.setCurrentIndex(std::ma
 }  // namespace
 
 OptionsPanel::OptionsPanel(ExportSession& session, QWidget* parent)
-    : SessionPanel(session, parent), resolution_(new QComboBox), fps_(new QComboBox), quality_(new QComboBox) {
+    : SessionPanel(session, parent),
+      resolution_(new QComboBox),
+      fps_(new QComboBox),
+      quality_(new QComboBox),
+      summary_(new QLabel),
+      toggle_(new QToolButton),
+      choices_(new QWidget) {
     setObjectName(QStringLiteral("videoOptions"));
     auto* column = PanelSupport::column(this, 6);
-    auto* title = new QLabel(ExportCopy::kVideoOptionsTitle);
-    QFont font = title->font();
-    font.setBold(true);
-    title->setFont(font);
-    column->addWidget(title);
-    auto* form = new QFormLayout;
+    auto* line = new QHBoxLayout;
+    line->setSpacing(8);
+    summary_->setObjectName(QStringLiteral("videoSummary"));
+    // Short enough for the narrowest window on one line, beside its "Alterar".
+    summary_->setTextFormat(Qt::RichText);
+    line->addWidget(summary_);
+    toggle_->setObjectName(QStringLiteral("videoToggle"));
+    toggle_->setText(ExportCopy::kChangeVideo);
+    toggle_->setCheckable(true);
+    toggle_->setAutoRaise(true);
+    toggle_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    toggle_->setArrowType(Qt::RightArrow);
+    connect(toggle_, &QToolButton::toggled, this, &OptionsPanel::toggled);
+    line->addWidget(toggle_, 0, Qt::AlignTop);
+    line->addStretch(1);
+    column->addLayout(line);
+
+    auto* form = new QFormLayout(choices_);
+    form->setContentsMargins(12, 0, 0, 0);
     form->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
     for (const auto resolution : VideoSettings::resolutions()) {
         resolution_->addItem(ExportCopy::resolutionName(resolution), static_cast<int>(resolution));
@@ -48,7 +69,9 @@ OptionsPanel::OptionsPanel(ExportSession& session, QWidget* parent)
     form->addRow(ExportCopy::kResolutionLabel, resolution_);
     form->addRow(ExportCopy::kFrameRateLabel, fps_);
     form->addRow(ExportCopy::kQualityLabel, quality_);
-    column->addLayout(form);
+    choices_->setObjectName(QStringLiteral("videoChoices"));
+    choices_->setVisible(false);
+    column->addWidget(choices_);
 
     const VideoSettings remembered = load(QSettings());
     select(*resolution_, static_cast<int>(remembered.resolution));
@@ -87,8 +110,15 @@ void OptionsPanel::chosen() {
     session_.setVideoSettings(video);
 }
 
+void OptionsPanel::toggled(bool open) {
+    choices_->setVisible(open);
+    toggle_->setArrowType(open ? Qt::DownArrow : Qt::RightArrow);
+}
+
 void OptionsPanel::refresh() {
-    setVisible(session_.renderer() != RendererChoice::Renderer::powerPoint);
+    setVisible(session_.renderer() != RendererChoice::Renderer::powerPoint && !session_.isExporting());
+    summary_->setText("<b>" + ExportCopy::kVideoOptionsTitle.toHtmlEscaped() + ":</b> " +
+                      ExportCopy::videoSummary(session_.videoSettings()).toHtmlEscaped());
     for (auto* box : {resolution_, fps_, quality_}) box->setEnabled(!session_.isBusy());
 }
 

@@ -2,7 +2,10 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPointer>
+#include <QScrollArea>
 #include <QSvgWidget>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "ExportSession.hpp"
@@ -48,6 +51,17 @@ QHBoxLayout* headingRow(const QString& image, int side, const QString& text, int
 }
 
 QColor warningColor() { return QColor(180, 35, 24); }
+
+void scrollIntoView(QWidget* widget, int margin) {
+    for (QWidget* w = widget->parentWidget(); w; w = w->parentWidget()) {
+        if (auto* area = qobject_cast<QScrollArea*>(w)) {
+            QTimer::singleShot(0, area, [area, widget = QPointer(widget), margin] {
+                if (widget && widget->isVisible()) area->ensureWidgetVisible(widget, 0, margin);
+            });
+            return;
+        }
+    }
+}
 
 QString fileName(const std::filesystem::path& path) { return QString::fromStdString(path.filename().string()); }
 

@@ -43,6 +43,9 @@ QVBoxLayout* column(QWidget* widget, int spacing);
 // `scale` times the usual size.
 QHBoxLayout* headingRow(const QString& image, int side, const QString& text, int spacing, double scale = 1);
 QColor warningColor();
+// Scrolls the window's scroll area, if `widget` is in one, to show `widget`
+// (`margin` pixels around it) once the layout has made room for it.
+void scrollIntoView(QWidget* widget, int margin = 8);
 QString fileName(const std::filesystem::path& path);
 
 }  // namespace PanelSupport

@@ -80,6 +80,12 @@ void ProgressPanel::refresh() {
     const auto& reuse = session_.reuseLine();
     reuse_->setVisible(exporting && reuse.has_value());
     reuse_->setText(reuse.value_or(QString()));
+    // In a short window the progress and "Cancelar" would be below the fold:
+    // brought into view whenever the rows shown change (not on every tick,
+    // so that the user may scroll away).
+    const int rows = isHidden() ? 0 : 1 | (measured ? 2 : 0) | (exporting ? 4 : 0);
+    if (rows && rows != shownRows_) PanelSupport::scrollIntoView(this);
+    shownRows_ = rows;
 }
 
 }  // namespace orvandel

@@ -28,6 +28,7 @@ private:
     QLabel* done_;
     QPushButton* cancel_;
     QLabel* reuse_;
+    int shownRows_ = 0;  // which rows showed last: a change scrolls to them
 };
 
 }  // namespace orvandel

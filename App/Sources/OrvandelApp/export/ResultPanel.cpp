@@ -5,9 +5,7 @@
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
-#include <QScrollArea>
 #include <QStandardPaths>
-#include <QTimer>
 
 #include "Brand.hpp"
 #include "ElidedLabel.hpp"
@@ -96,17 +94,8 @@ void ResultPanel::say(const QString& line, bool problem) {
     status_->setPalette(p);
     status_->setText(line);
     status_->setVisible(!line.isEmpty());
-    if (line.isEmpty()) return;
-    // In a short window the line may fall below the fold: brought into view
-    // once the layout has made room for it.
-    for (QWidget* w = parentWidget(); w; w = w->parentWidget()) {
-        if (auto* area = qobject_cast<QScrollArea*>(w)) {
-            QTimer::singleShot(0, area, [area, status = QPointer(status_)] {
-                if (status) area->ensureWidgetVisible(status, 0, 8);
-            });
-            break;
-        }
-    }
+    // In a short window the line may fall below the fold.
+    if (!line.isEmpty()) PanelSupport::scrollIntoView(status_);
 }
 
 void ResultPanel::open(Target target) {
