@@ -72,8 +72,8 @@ QString timeLeft(std::int64_t ms);
 // Where the progress was, once the user cancelled the export.
 inline const QString kExportCancelled = QStringLiteral("Exportação cancelada. Nenhum arquivo foi alterado.");
 // The choices of a video export, folded into one line until "Alterar" opens them.
-inline const QString kVideoOptionsTitle = QStringLiteral("Vídeo");
-inline const QString kChangeVideo = QStringLiteral("Alterar");
+// The toggle that opens the video choices, followed by what is chosen.
+inline const QString kVideoOptionsTitle = QStringLiteral("Qualidade do vídeo");
 // That line: "1080p · 30 quadros/s · Padrão".
 QString videoSummary(const VideoSettings& video);
 inline const QString kResolutionLabel = QStringLiteral("Resolução:");

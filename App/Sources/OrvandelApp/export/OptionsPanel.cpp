@@ -38,18 +38,18 @@ OptionsPanel::OptionsPanel(ExportSession& session, QWidget* parent)
     auto* column = PanelSupport::column(this, 6);
     auto* line = new QHBoxLayout;
     line->setSpacing(8);
-    summary_->setObjectName(QStringLiteral("videoSummary"));
-    // Short enough for the narrowest window on one line, beside its "Alterar".
-    summary_->setTextFormat(Qt::RichText);
-    line->addWidget(summary_);
+    // The toggle names the panel and the summary beside it says what is
+    // chosen: one line, short enough for the narrowest window.
     toggle_->setObjectName(QStringLiteral("videoToggle"));
-    toggle_->setText(ExportCopy::kChangeVideo);
+    toggle_->setText(ExportCopy::kVideoOptionsTitle);
     toggle_->setCheckable(true);
     toggle_->setAutoRaise(true);
     toggle_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     toggle_->setArrowType(Qt::RightArrow);
     connect(toggle_, &QToolButton::toggled, this, &OptionsPanel::toggled);
-    line->addWidget(toggle_, 0, Qt::AlignTop);
+    line->addWidget(toggle_);
+    summary_->setObjectName(QStringLiteral("videoSummary"));
+    line->addWidget(summary_);
     line->addStretch(1);
     column->addLayout(line);
 
@@ -117,8 +117,7 @@ void OptionsPanel::toggled(bool open) {
 
 void OptionsPanel::refresh() {
     setVisible(session_.renderer() != RendererChoice::Renderer::powerPoint && !session_.isExporting());
-    summary_->setText("<b>" + ExportCopy::kVideoOptionsTitle.toHtmlEscaped() + ":</b> " +
-                      ExportCopy::videoSummary(session_.videoSettings()).toHtmlEscaped());
+    summary_->setText(ExportCopy::videoSummary(session_.videoSettings()));
     for (auto* box : {resolution_, fps_, quality_}) box->setEnabled(!session_.isBusy());
 }
 
