@@ -46,6 +46,7 @@ TEST(VideoOptionsTest, TheChoicesChangeTheMovieOnlyAndNeverShareCachedSlides) {
              {{}, "1920x1080", 30, "crf=23.0"},
              {{"--resolution", "720p", "--out-dir", "."}, "1280x720", 30, "crf=23.0"},
              {{"--resolution", "2160p"}, "3840x2160", 30, "crf=23.0"},
+             {{"--resolution", "480p"}, "852x480", 30, "crf=23.0"},
              {{"--fps", "60"}, "1920x1080", 60, "crf=23.0"},
              {{"--quality", "small"}, "1920x1080", 30, "crf=28.0"},
              {{"--quality", "high"}, "1920x1080", 30, "crf=18.0"}}) {

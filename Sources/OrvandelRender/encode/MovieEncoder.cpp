@@ -186,7 +186,11 @@ std::vector<std::string> segmentArguments(const std::vector<Segment>& segments,
     std::vector<std::string> args = leadingArguments();
     args.insert(args.begin(), "-nostdin");
     for (const auto& input : inputs) {
-        args.insert(args.end(), {"-f", "matroska"});
+        // The stream's header says all there is to know. Probed further, a
+        // small frame lets ffmpeg read several frames and guess a frame rate
+        // from them, which then sets the length of the segment's last frame
+        // (4 ms at 480p where the schedule says 1).
+        args.insert(args.end(), {"-f", "matroska", "-probesize", "32"});
         const auto file = RenderTools::fileInput(input);
         args.insert(args.end(), file.begin(), file.end());
     }
