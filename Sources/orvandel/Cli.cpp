@@ -155,7 +155,10 @@ void addSlideDurationOptions(CLI::App& command, std::vector<std::string>& video,
                     "needed when the slide does not state it, and wins over the slide's own value")
         ->type_name("N:MS")
         ->allow_extra_args(false);
-    command.add_option("--gif", gif, "N:MS, how long the GIF on slide N plays, in milliseconds")
+    command
+        .add_option("--gif", gif,
+                    "N:MS, how long the animated GIF on slide N plays, in milliseconds (default: its own loop, "
+                    "at most a minute; a GIF of one frame needs none)")
         ->type_name("N:MS")
         ->allow_extra_args(false);
 }
