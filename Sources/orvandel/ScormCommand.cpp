@@ -36,7 +36,7 @@ void setupScormCommand(CLI::App& app, std::function<int()>& action, std::ostream
     auto options = std::make_shared<ScormOptions>();
     auto* cmd = app.add_subcommand(
         "scorm",
-        "Write a lesson package as a SCORM 1.2 package for an LMS (Moodle, Canvas, Blackboard...): a ZIP with "
+        "Write a lesson package as a SCORM 1.2 package for a learning management system (LMS): a ZIP with "
         "imsmanifest.xml, the lesson page and the movie. The LMS learns when the student has watched the movie to "
         "its end or reached every slide, and the student goes on where they left off.");
     cmd->add_option("PACKAGE", options->package, "the .orv package")->required()->check(RegularFile);
