@@ -10,6 +10,7 @@ packages=(
   libeot-dev  # unpacks the compressed fonts a deck embeds
   libssl-dev  # SHA-256 names and checks the render cache's entries
   libgtest-dev libgmock-dev libbenchmark-dev unzip zip
+  libxml2-utils  # xmllint: the tests validate the SCORM manifest against its schemas
   locales-all  # pt_BR.UTF-8: tests check that numbers ignore a comma-decimal locale
   libreoffice-impress-nogui poppler-utils ffmpeg
   fonts-crosextra-carlito fonts-crosextra-caladea fonts-liberation2 fonts-dejavu

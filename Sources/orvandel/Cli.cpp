@@ -243,6 +243,7 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     setupProbeCommand(app, action, out, err);
     setupPreviewCommand(app, action, out, err);
     setupChaptersCommand(app, action, out, err);
+    setupScormCommand(app, action, out, err);
 
     // A mistyped command would otherwise be "A subcommand is required".
     if (argc > 1 && argv[1][0] != '-' && argv[1][0] != '\0') {

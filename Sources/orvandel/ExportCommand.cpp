@@ -22,6 +22,7 @@
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
 #include "package/PreviewPage.hpp"
+#include "package/ScormPackage.hpp"
 
 namespace orvandel::cli {
 
@@ -42,6 +43,7 @@ struct ExportOptions {
     std::string effects = "draw";
     bool chapters = false;
     bool preview = false;
+    bool scorm = false;
     bool allowLinksOutside = false;
     std::string maxMemory;                       // as given
     std::optional<std::int64_t> maxMemoryBytes;  // as read, by dispatchExport
@@ -146,6 +148,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
 
     // The preview comes after minutes of rendering: its folder is checked first.
     if (options.preview) PreviewPage::checkFolder(PreviewPage::defaultFolder(destination));
+    if (options.scorm) ScormPackage::checkDestination(ScormPackage::defaultPath(destination), destination);
 
     ProgressLine line(err);
     RenderHooks hooks{[&](ExportStage stage, double f) { line.update(stage, f); }, interrupt.token(),
@@ -183,6 +186,16 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
             throw;
         }
     }
+    if (options.scorm) {
+        try {
+            ScormPackage::write(destination, ScormPackage::defaultPath(destination), {}, hooks);
+        } catch (...) {
+            line.finish();
+            err << "orvandel: the package was written to " << destination.string() << ", the SCORM package was not\n";
+            if (interrupt.signal()) return interrupt.exitStatus();
+            throw;
+        }
+    }
     line.finish();
 
     out << "Package written to " << destination.string() << "\n";
@@ -204,6 +217,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     if (options.preview) {
         out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string() << "\n";
     }
+    if (options.scorm) out << "SCORM package written to " << ScormPackage::defaultPath(destination).string() << "\n";
     return kExitOk;
 }
 
@@ -230,8 +244,10 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
                                        "names one package or one movie; it cannot go with several decks, a folder "
                                        "or the batch options (--out-dir, -j, --shard, --json)");
         }
-        if (options.chapters || options.preview) {
-            throw CLI::ValidationError(options.chapters ? "--chapters" : "--preview",
+        if (options.chapters || options.preview || options.scorm) {
+            throw CLI::ValidationError(options.chapters  ? "--chapters"
+                                       : options.preview ? "--preview"
+                                                         : "--scorm",
                                        "is for one deck at a time; a batch (several decks, a folder, --out-dir, -j, "
                                        "--shard, --json) does not take it");
         }
@@ -313,6 +329,9 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
     cmd->add_flag("--preview", options->preview,
                   "also write the preview page beside the package, in a folder named after it (aula.orv: "
                   "aula-preview/index.html; see 'orvandel preview --help')");
+    cmd->add_flag("--scorm", options->scorm,
+                  "also write the SCORM 1.2 package for an LMS beside the package (aula.orv: aula-scorm.zip; see "
+                  "'orvandel scorm --help')");
     cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
                 "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n"
                 "  orvandel export aula.pptx --chapters --preview\n"

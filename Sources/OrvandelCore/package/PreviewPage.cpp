@@ -28,7 +28,7 @@ namespace {
 // Marks a page as this program's, so that its folder may be replaced.
 constexpr std::string_view kGenerator = R"(<meta name="generator" content="orvandel preview">)";
 
-// The page; {{GENERATOR}}, {{TITLE}} and {{DATA}} are filled in. Plain enough to read and
+// The page; {{GENERATOR}}, {{TITLE}}, {{DATA}} and {{EXTRA}} are filled in. Plain enough to read and
 // change by hand: no build step, no library.
 constexpr std::string_view kTemplate = R"html(<!doctype html>
 <html lang="pt-BR">
@@ -211,9 +211,29 @@ document.addEventListener("keydown", event => {
 }, true);
 
 for (const type of ["timeupdate", "seeked", "play", "pause"]) video.addEventListener(type, update);
+
+// What a script added to the page (a SCORM package's) listens to: where the
+// movie is, its end, and each slide reached; and what it may ask.
+let lastSlide = null;
+const tell = (type, detail) => document.dispatchEvent(new CustomEvent("orvandel:" + type, { detail }));
+video.addEventListener("timeupdate", () => {
+  tell("progress", { ms: Math.round(video.currentTime * 1000), durationMs: lesson.durationMs });
+  const i = currentCue(video.currentTime);
+  const slide = i >= 0 ? cues[i].slide : cues.length ? cues[byTime[0]].slide : null;
+  if (slide !== null && slide !== lastSlide) tell("chapter", { slide: lastSlide = slide });
+});
+video.addEventListener("ended", () => tell("ended", {}));
+window.orvandelLesson = {
+  seek(ms) {
+    const go = () => { chosen = -1; video.currentTime = ms / 1000; update(); };
+    // Before the movie's length is known a seek would be lost.
+    if (video.readyState >= 1) go(); else video.addEventListener("loadedmetadata", go, { once: true });
+  },
+  durationMs: () => lesson.durationMs,
+};
 update();
 </script>
-</body>
+{{EXTRA}}</body>
 </html>
 )html";
 
@@ -261,7 +281,7 @@ bool isEarlierPreview(const fs::path& folder) {
 
 fs::path defaultFolder(const fs::path& orv) { return orv.parent_path() / (orv.stem().string() + "-preview"); }
 
-std::string html(const LessonPackage::Lesson& lesson) {
+std::string html(const LessonPackage::Lesson& lesson, std::string_view extraScript) {
     nlohmann::ordered_json data;
     data["durationMs"] = lesson.masterVideoDurationMs;
     data["cues"] = nlohmann::ordered_json::array();
@@ -277,9 +297,11 @@ std::string html(const LessonPackage::Lesson& lesson) {
     std::string title = fs::path(lesson.sourceFileName).stem().string();
     if (title.empty()) title = "Aula";
     // One pass over the template: text filled in is never searched again.
-    const std::map<std::string_view, std::string> values{{"GENERATOR", std::string(kGenerator)},
-                                                         {"TITLE", escapedHtml(title)},
-                                                         {"DATA", json}};
+    const std::map<std::string_view, std::string> values{
+        {"GENERATOR", std::string(kGenerator)},
+        {"TITLE", escapedHtml(title)},
+        {"DATA", json},
+        {"EXTRA", extraScript.empty() ? std::string() : "<script>\n" + std::string(extraScript) + "\n</script>"}};
     std::string page;
     std::size_t from = 0;
     for (auto open = kTemplate.find("{{"); open != std::string_view::npos; open = kTemplate.find("{{", from)) {

@@ -8,6 +8,7 @@
 // speaker notes, and takes space and the left and right arrows.
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "base/Error.hpp"
 #include "package/LessonPackage.hpp"
@@ -36,8 +37,12 @@ private:
 // Beside the package, named after it: /a/aula.orv -> /a/aula-preview.
 std::filesystem::path defaultFolder(const std::filesystem::path& orv);
 
-// The page of a lesson whose movie is kMovie beside it.
-std::string html(const LessonPackage::Lesson& lesson);
+// The page of a lesson whose movie is kMovie beside it. extraScript, when
+// given, runs last in a <script> of its own (it must not hold "</script>"):
+// the page tells it on `document` "orvandel:progress" ({ms, durationMs}),
+// "orvandel:ended" and "orvandel:chapter" ({slide}), and gives it
+// window.orvandelLesson = {seek(ms), durationMs()}.
+std::string html(const LessonPackage::Lesson& lesson, std::string_view extraScript = {});
 
 // Throws what write would throw about the folder, before anything is read or
 // written: PreviewError when something other than an earlier preview is
