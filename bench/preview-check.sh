@@ -22,7 +22,7 @@ shift
 out=$build/preview-check
 rm -rf "$out"
 mkdir -p "$out"
-"$build/orvandel" export "$deck" -o "$out/aula.orv" --chapters --preview "$@" >/dev/null
+"$build/orvandel" export "$deck" -o "$out/aula.orv" --chapters --preview --with-notes "$@" >/dev/null
 "$build/orvandel" notes "$deck" --json >"$out/notes.json"
 unzip -p "$out/aula.orv" manifest.json >"$out/manifest.json"
 node bench/browser/preview-check.mjs "$out/aula-preview" "$out/preview.png" >"$out/result.json"

@@ -11,6 +11,7 @@
 #include "Commands.hpp"
 #include "DeckConversion.hpp"
 #include "Interrupt.hpp"
+#include "PreviewNote.hpp"
 #include "RendererChoice.hpp"
 #include "VideoOptions.hpp"
 #include "base/ByteSize.hpp"
@@ -18,7 +19,11 @@
 #include "base/Numbers.hpp"
 #include "base/ProgressEstimate.hpp"
 #include "base/TemporaryDirectory.hpp"
+#include "deck/DeckScanner.hpp"
+#include "deck/SlideTitles.hpp"
 #include "encode/MovieChapters.hpp"
+#include "package/ChapterList.hpp"
+#include "package/CueInputAssembler.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
 #include "package/PreviewPage.hpp"
@@ -42,6 +47,7 @@ struct ExportOptions {
     std::string effects = "draw";
     bool chapters = false;
     bool preview = false;
+    bool withNotes = false;
     bool allowLinksOutside = false;
     std::string maxMemory;                       // as given
     std::optional<std::int64_t> maxMemoryBytes;  // as read, by dispatchExport
@@ -175,7 +181,19 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     }
     if (options.preview) {
         try {
-            PreviewPage::write(destination, PreviewPage::defaultFolder(destination), hooks);
+            // Labels from the deck; slides start where the chapters would (the cues' own arithmetic).
+            const auto outline = [&](const LessonPackage::Lesson& lesson) {
+                std::vector<Chapter> chapters;
+                try {
+                    chapters = ChapterList::chapters(
+                        CueInputAssembler::cueInputs(DeckScanner::report(model, videoMs, gifMs), videoMs, gifMs),
+                        SlideTitles::titlesBySlide(model));
+                } catch (const Error&) {
+                }
+                return LessonOutline::fromDeck(model, lesson.cues, chapters);
+            };
+            PreviewPage::write(destination, PreviewPage::defaultFolder(destination), {.withNotes = options.withNotes},
+                               outline, hooks);
         } catch (...) {
             line.finish();
             err << "orvandel: the package was written to " << destination.string() << ", the preview was not\n";
@@ -202,7 +220,8 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     }
     out << "  most bullets on one slide: " << result.maxBulletsPerSlide << "\n";
     if (options.preview) {
-        out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string() << "\n";
+        out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string() << " "
+            << notesNote(options.withNotes) << "\n";
     }
     return kExitOk;
 }
@@ -230,8 +249,10 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
                                        "names one package or one movie; it cannot go with several decks, a folder "
                                        "or the batch options (--out-dir, -j, --shard, --json)");
         }
-        if (options.chapters || options.preview) {
-            throw CLI::ValidationError(options.chapters ? "--chapters" : "--preview",
+        if (options.chapters || options.preview || options.withNotes) {
+            throw CLI::ValidationError(options.chapters  ? "--chapters"
+                                       : options.preview ? "--preview"
+                                                         : "--with-notes",
                                        "is for one deck at a time; a batch (several decks, a folder, --out-dir, -j, "
                                        "--shard, --json) does not take it");
         }
@@ -310,9 +331,14 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
     cmd->add_flag("--chapters", options->chapters,
                   "put one chapter per visible slide, titled with the slide's title, into the movie (players such "
                   "as VLC and mpv list them); needs ffmpeg");
-    cmd->add_flag("--preview", options->preview,
-                  "also write the preview page beside the package, in a folder named after it (aula.orv: "
-                  "aula-preview/index.html; see 'orvandel preview --help')");
+    auto* preview =
+        cmd->add_flag("--preview", options->preview,
+                      "also write the preview page beside the package, in a folder named after it (aula.orv: "
+                      "aula-preview/index.html; see 'orvandel preview --help')");
+    cmd->add_flag("--with-notes", options->withNotes,
+                  "with --preview: also show the speaker notes of the visible slides on the page (they are left "
+                  "out by default; a hidden slide's never appear)")
+        ->needs(preview);
     cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
                 "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n"
                 "  orvandel export aula.pptx --chapters --preview\n"

@@ -24,11 +24,11 @@ try {
   // What the page shows now.
   const state = () => page.evaluate(() => {
     const video = document.getElementById('movie');
-    const rows = [...document.querySelectorAll('#cues li')];
+    const rows = [...document.querySelectorAll('#outline .row')];
     return { currentTime: video.currentTime, paused: video.paused,
              highlighted: rows.findIndex(r => r.classList.contains('current')),
-             notesTitle: document.getElementById('notes-title').textContent,
-             notes: document.getElementById('notes').textContent };
+             notesTitle: document.getElementById('notes-title')?.textContent ?? null,
+             notes: document.getElementById('notes')?.textContent ?? null };
   });
   // Does `act` and waits until the seek it starts has finished.
   const seeking = async act => {
@@ -44,13 +44,14 @@ try {
     return state();
   };
 
-  const rows = await page.$$eval('#cues li', items => items.map(li => li.textContent));
+  const rows = await page.$$eval('#outline .row', items => items.map(li => li.textContent));
+  const row = i => page.locator('#outline .row').nth(i);
   result.rows = rows.length;
   for (let i = 0; i < rows.length; ++i) {
-    result.clicks.push({ row: i, text: rows[i], ...await seeking(() => page.click(`#cues li:nth-child(${i + 1})`)) });
+    result.clicks.push({ row: i, text: rows[i], ...await seeking(() => row(i).click()) });
   }
   if (rows.length > 1) {
-    await seeking(() => page.click('#cues li:nth-child(1)'));
+    await seeking(() => row(0).click());
     result.keys.right = await seeking(() => page.keyboard.press('ArrowRight'));
     result.keys.left = await seeking(() => page.keyboard.press('ArrowLeft'));
   }
@@ -61,7 +62,7 @@ try {
   result.keys.spacePauses = (await state()).paused;
 
   if (screenshot) {
-    await seeking(() => page.click(`#cues li:nth-child(${Math.min(rows.length, Math.ceil(rows.length / 3))})`));
+    await seeking(() => row(Math.min(rows.length, Math.ceil(rows.length / 3)) - 1).click());
     await page.waitForTimeout(300);
     await page.screenshot({ path: screenshot, fullPage: true });
   }
