@@ -169,10 +169,11 @@ const groups = slides.map(s => {
   heading.append(toggle, go);
   const list = document.createElement("ol");
   list.id = "rows-" + s.slide;
-  toggle.addEventListener("click", () => setOpen(group, toggle.getAttribute("aria-expanded") !== "true"));
   group.append(heading, list);
   document.getElementById("outline").append(group);
-  return { slide: s, element: group, toggle, list, rows: [] };
+  const made = { slide: s, element: group, toggle, list, rows: [] };
+  toggle.addEventListener("click", () => setOpen(made, toggle.getAttribute("aria-expanded") !== "true"));
+  return made;
 });
 const groupOf = new Map(groups.map(g => [g.slide.slide, g]));
 function setOpen(group, open) {
