@@ -8,7 +8,7 @@
 # the picture there shows the step's change ended (the same as 300 ms
 # earlier) and something new (not the row before's picture); the search,
 # folding, speeds, a keyboard-only visit, the events an embedding page
-# hears; then the chapters. Keeps screenshots: at load, after a click on a
+# hears; the rules axe-core breaks (serious or critical ones fail); then the chapters. Keeps screenshots: at load, after a click on a
 # step, with the search used.
 #
 #   bench/preview-check.sh                          the example deck
@@ -19,6 +19,9 @@ build=${BUILD:-build}
 
 . bench/browser/setup.sh
 browser_setup preview-check ORVANDEL_WITH_PREVIEW orvandel
+if [ ! -d bench/browser/node_modules/axe-core ]; then
+  (cd bench/browser && npm install --silent --no-audit --no-fund --no-save playwright-core@1 axe-core@4 >/dev/null)
+fi
 
 if [ $# -eq 0 ]; then set -- examples/aula-exemplo.pptx --gif 4:3000; fi
 deck=$1
@@ -75,7 +78,9 @@ print(f"  keyboard: a step row after {k['tabs']} Tabs (first: {', '.join(k['orde
       f"space plays: {k.get('spacePlays')}, pauses: {k.get('spacePauses')}")
 e = r["events"]
 print(f"  events: {e['progress']} progress (last {e['lastProgress']}), chapters {e['chapters']}, ended {e['ended']}")
-bad_more = not r["steps"] or r["search"]["cleared"] != len(cues) or r["fold"]["expanded"] != "false" \
+axe = r.get("axe", [])
+print(f"  axe-core: {len(axe)} rules broken" + "".join(f"\n    {v['impact']}: {v['id']} ({v['help']}) at {v['nodes']}" for v in axe))
+bad_more = any(v["impact"] in ("serious", "critical") for v in axe) or not r["steps"] or r["search"]["cleared"] != len(cues) or r["fold"]["expanded"] != "false" \
     or r["speed"] != {"0.75": 0.75, "1.5": 1.5, "2": 2, "1": 1} or not k["reached"] \
     or abs(k["enter"]["currentTime"] - k["enter"]["cueTime"]) > frame or not k["spacePlays"] or not k["spacePauses"] \
     or e["progress"] == 0 or e["ended"] != 1 or not e["chapters"]

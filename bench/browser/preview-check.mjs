@@ -9,7 +9,8 @@
 //   node preview-check.mjs FOLDER [SCREENSHOT.png]
 import { chromium } from 'playwright-core';
 import path from 'node:path';
-import { pathToFileURL } from 'node:url';
+import { fileURLToPath, pathToFileURL } from 'node:url';
+import fs from 'node:fs';
 
 const [folder, screenshot] = process.argv.slice(2);
 const browser = await chromium.launch({
@@ -171,6 +172,20 @@ try {
       result.keyboard.spacePlays = !(await state()).paused;
       await page.keyboard.press(' ');
       result.keyboard.spacePauses = (await state()).paused;
+    }
+
+    // The accessibility rules of axe-core, where it is installed: the page as loaded, then with the search used.
+    const axe = path.join(path.dirname(fileURLToPath(import.meta.url)), 'node_modules', 'axe-core', 'axe.min.js');
+    if (fs.existsSync(axe)) {
+      await page.addScriptTag({ path: axe });
+      result.axe = [];
+      for (const words of ['', 'agua']) {
+        await page.fill('#search', words);
+        const found = await page.evaluate(() => window.axe.run(document).then(r => r.violations.map(v => ({
+          id: v.id, impact: v.impact, help: v.help, nodes: v.nodes.map(n => n.target.join(' ')).slice(0, 5) }))));
+        for (const v of found) if (!result.axe.some(w => w.id === v.id)) result.axe.push(v);
+      }
+      await page.fill('#search', '');
     }
 
     // What a page that embeds this one hears, and its handle on the movie.
