@@ -27,6 +27,13 @@ try {
   await page.goto(pathToFileURL(path.join(path.resolve(folder), 'index.html')).href);
   await page.waitForFunction(() => document.getElementById('movie').readyState >= 1, null, { timeout: 60000 });
 
+  // The page as it opens, before anything is clicked.
+  if (screenshot) {
+    await page.waitForFunction(() => document.getElementById('movie').readyState >= 2, null, { timeout: 60000 });
+    await page.waitForTimeout(800);  // the player's loading circle fades out
+    await page.screenshot({ path: screenshot, fullPage: true });
+  }
+
   // What the page shows now.
   const state = () => page.evaluate(() => {
     const video = document.getElementById('movie');
@@ -69,9 +76,6 @@ try {
 
   if (screenshot) {
     const shot = suffix => screenshot.replace(/\.png$/, '') + suffix + '.png';
-    await seeking(() => page.evaluate(() => { document.getElementById('movie').currentTime = 0; }));
-    await page.waitForTimeout(300);
-    await page.screenshot({ path: screenshot, fullPage: true });
 
     // The movie's picture at a time, paused there; without the controls, whose clock moves.
     await page.evaluate(() => { document.getElementById('movie').controls = false; });
