@@ -220,6 +220,16 @@ function currentSlide(t) {
   return found;
 }
 
+// The current row follows playback: the list scrolls as scrollIntoView's
+// "nearest" would, the page does not (on a phone it would take the movie
+// out of view).
+const outline = document.getElementById("outline");
+function reveal(row) {
+  const box = outline.getBoundingClientRect(), at = row.getBoundingClientRect();
+  if (at.top < box.top) outline.scrollTop -= box.top - at.top;
+  else if (at.bottom > box.bottom) outline.scrollTop += Math.min(at.bottom - box.bottom, at.top - box.top);
+}
+
 let shown = null, shownSlide = null, announcedSlide = null;
 function update() {
   const t = video.currentTime;
@@ -235,7 +245,7 @@ function update() {
     if (i >= 0) {
       rows[i].classList.add("current");
       rows[i].setAttribute("aria-current", "true");
-      if (!rows[i].closest("[hidden]")) rows[i].scrollIntoView({ block: "nearest" });
+      if (!rows[i].closest("[hidden]")) reveal(rows[i]);
     }
   }
   if (slide !== shownSlide) {
@@ -267,6 +277,8 @@ function goToTime(ms, cue) {
   video.pause();
   video.currentTime = ms / 1000;
   update();
+  // Where the list sits below the movie (a narrow window), the movie comes back into view.
+  if (video.getBoundingClientRect().top < 0) video.scrollIntoView({ block: "start" });
 }
 const goTo = i => goToTime(cues[i].timeMs, i);
 
