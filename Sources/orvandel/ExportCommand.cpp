@@ -11,6 +11,7 @@
 #include "Commands.hpp"
 #include "DeckConversion.hpp"
 #include "Interrupt.hpp"
+#include "PreviewNote.hpp"
 #include "RendererChoice.hpp"
 #include "VideoOptions.hpp"
 #include "base/ByteSize.hpp"
@@ -18,7 +19,12 @@
 #include "base/Numbers.hpp"
 #include "base/ProgressEstimate.hpp"
 #include "base/TemporaryDirectory.hpp"
+#include "deck/DeckScanner.hpp"
+#include "deck/LengthRules.hpp"
+#include "deck/SlideTitles.hpp"
 #include "encode/MovieChapters.hpp"
+#include "package/ChapterList.hpp"
+#include "package/CueInputAssembler.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
 #include "package/PreviewPage.hpp"
@@ -44,6 +50,7 @@ struct ExportOptions {
     bool chapters = false;
     bool preview = false;
     bool scorm = false;
+    bool withNotes = false;
     bool allowLinksOutside = false;
     std::string maxMemory;                       // as given
     std::optional<std::int64_t> maxMemoryBytes;  // as read, by dispatchExport
@@ -176,9 +183,25 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
         }
         throw;
     }
+    // The pages' labels come from the deck; slides start where the chapters
+    // would, with the lengths the export used (its GIFs' own where none was given).
+    const auto outline = [&](const LessonPackage::Lesson& lesson) {
+        std::vector<Chapter> chapters;
+        try {
+            const auto given = DeckScanner::report(model, videoMs, gifMs);
+            const auto used = LengthRules::apply(given, videoMs, gifMs, LengthRules::Unused::refuse);
+            chapters =
+                ChapterList::chapters(CueInputAssembler::cueInputs(DeckScanner::report(model, used.videoMs, used.gifMs),
+                                                                   used.videoMs, used.gifMs),
+                                      SlideTitles::titlesBySlide(model));
+        } catch (const Error&) {
+        }
+        return LessonOutline::fromDeck(model, lesson.cues, chapters);
+    };
     if (options.preview) {
         try {
-            PreviewPage::write(destination, PreviewPage::defaultFolder(destination), hooks);
+            PreviewPage::write(destination, PreviewPage::defaultFolder(destination), {.withNotes = options.withNotes},
+                               outline, hooks);
         } catch (...) {
             line.finish();
             err << "orvandel: the package was written to " << destination.string() << ", the preview was not\n";
@@ -188,7 +211,9 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     }
     if (options.scorm) {
         try {
-            ScormPackage::write(destination, ScormPackage::defaultPath(destination), {}, hooks);
+            ScormPackage::write(destination, ScormPackage::defaultPath(destination),
+                                {.withNotes = options.withNotes, .outline = outline(LessonPackage::read(destination))},
+                                hooks);
         } catch (...) {
             line.finish();
             err << "orvandel: the package was written to " << destination.string() << ", the SCORM package was not\n";
@@ -215,7 +240,8 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     }
     out << "  most bullets on one slide: " << result.maxBulletsPerSlide << "\n";
     if (options.preview) {
-        out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string() << "\n";
+        out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string() << " "
+            << notesNote(options.withNotes) << "\n";
     }
     if (options.scorm) out << "SCORM package written to " << ScormPackage::defaultPath(destination).string() << "\n";
     return kExitOk;
@@ -244,10 +270,11 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
                                        "names one package or one movie; it cannot go with several decks, a folder "
                                        "or the batch options (--out-dir, -j, --shard, --json)");
         }
-        if (options.chapters || options.preview || options.scorm) {
+        if (options.chapters || options.preview || options.scorm || options.withNotes) {
             throw CLI::ValidationError(options.chapters  ? "--chapters"
                                        : options.preview ? "--preview"
-                                                         : "--scorm",
+                                       : options.scorm   ? "--scorm"
+                                                         : "--with-notes",
                                        "is for one deck at a time; a batch (several decks, a folder, --out-dir, -j, "
                                        "--shard, --json) does not take it");
         }
@@ -255,6 +282,10 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
                                options.gif, options.renderer, options.effects, options.allowLinksOutside,
                                options.maxMemoryBytes, options.cache, options.videoSettings},
                               out, err);
+    }
+    if (options.withNotes && !options.preview && !options.scorm) {
+        throw CLI::ValidationError("--with-notes", "goes with --preview or --scorm: the package itself always holds "
+                                                   "the notes");
     }
     if (const std::string problem = RegularFile(options.decks.front()); !problem.empty()) {
         throw CLI::ValidationError("DECK", problem);
@@ -332,6 +363,9 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
     cmd->add_flag("--scorm", options->scorm,
                   "also write the SCORM 1.2 package for an LMS beside the package (aula.orv: aula-scorm.zip; see "
                   "'orvandel scorm --help')");
+    cmd->add_flag("--with-notes", options->withNotes,
+                  "with --preview or --scorm: also show the speaker notes of the visible slides on the page (they "
+                  "are left out by default; a hidden slide's never appear)");
     cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
                 "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n"
                 "  orvandel export aula.pptx --chapters --preview\n"

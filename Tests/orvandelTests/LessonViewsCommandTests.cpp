@@ -52,6 +52,33 @@ TEST(ChaptersCommandTest, OneChapterPerVisibleSlideInTheMovieWhichKeepsItsLength
     EXPECT_NE(r.standardError.find("--chapters"), std::string::npos) << r.standardError;
 }
 
+// The notes are the teacher's: out unless asked for, and a hidden slide's never.
+TEST(PreviewCommandTest, NotesOnlyWithWithNotesAndNeverAHiddenSlides) {
+    if (!haveMediaTools()) GTEST_SKIP() << "needs ffmpeg";
+    TempDir dir;
+    const auto lesson = exportLesson(dir, {"--preview", "--with-notes"});
+    const auto pageOf = [](const fs::path& folder) { return toString(readFile(folder / "index.html")); };
+    for (const auto& [args, withNotes] : std::vector<std::pair<std::vector<std::string>, bool>>{
+             {{"preview", lesson.orv.string(), "-o", (dir / "a").string()}, false},
+             {{"preview", lesson.orv.string(), "-o", (dir / "b").string(), "--with-notes", "--deck",
+               lesson.deck.string()},
+              true}}) {
+        const auto r = runCli(args);
+        ASSERT_EQ(r.exitStatus, 0) << r.standardError;
+        const auto page = pageOf(args[3]);
+        EXPECT_EQ(r.standardOutput.find("without the speaker notes") != std::string::npos, !withNotes);
+        EXPECT_EQ(page.find("Boas-vindas") != std::string::npos, withNotes);
+        EXPECT_EQ(page.find("Terceiro") != std::string::npos, withNotes);
+        EXPECT_EQ(page.find("oculto"), std::string::npos);
+    }
+    // The export's own preview, asked with the notes, and labelled from the deck.
+    const auto exported = pageOf(dir / "aula-preview");
+    EXPECT_NE(exported.find("Boas-vindas"), std::string::npos);
+    EXPECT_EQ(exported.find("oculto"), std::string::npos);
+    EXPECT_NE(exported.find("\"Luz & água\""), std::string::npos);
+    EXPECT_EQ(runCli({"export", lesson.deck.string(), "--with-notes"}).exitStatus, 2);  // without --preview
+}
+
 // The page opened from disk as a teacher would: every cue row, the notes, the keys.
 TEST(PreviewCommandTest, ThePageWorksOpenedFromDiskInChromium) {
     const auto script = sourceDir() / "bench" / "browser" / "preview-check.mjs";
@@ -61,7 +88,7 @@ TEST(PreviewCommandTest, ThePageWorksOpenedFromDiskInChromium) {
     }
     TempDir dir;
     const auto lesson = exportLesson(dir, {});
-    ASSERT_EQ(runCli({"preview", lesson.orv.string(), "-o", (dir / "page").string()}).exitStatus, 0);
+    ASSERT_EQ(runCli({"preview", lesson.orv.string(), "-o", (dir / "page").string(), "--with-notes"}).exitStatus, 0);
     const auto r = Subprocess::run({"node", script.string(), (dir / "page").string()},
                                    {.timeout = std::chrono::minutes(3)});
     ASSERT_EQ(r.exitStatus, 0) << r.standardError;

@@ -41,9 +41,10 @@ std::vector<std::pair<std::string, std::string>> textEntries(const LessonPackage
     std::vector<std::pair<std::string, std::string>> entries{
         {"imsmanifest.xml", ScormManifest::xml(title, identifier(lesson), {PreviewPage::kPage, PreviewPage::kMovie})}};
     for (const auto& schema : ScormSchemas::files()) entries.emplace_back(schema.name, schema.bytes);
-    LessonPackage::Lesson shown = lesson;
-    if (!options.withNotes) shown.notesBySlide.clear();
-    entries.emplace_back(PreviewPage::kPage, PreviewPage::html(shown, ScormScript::script(lesson)));
+    // The page leaves the notes out (and always a hidden slide's) as the preview does.
+    entries.emplace_back(PreviewPage::kPage, PreviewPage::html(lesson, {.withNotes = options.withNotes,
+                                                                        .outline = options.outline,
+                                                                        .extraScript = ScormScript::script(lesson)}));
     return entries;
 }
 

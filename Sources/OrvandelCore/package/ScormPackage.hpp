@@ -4,10 +4,12 @@
 // the root, the lesson page (PreviewPage's, made a SCO by ScormScript) and
 // the movie beside it. Speaker notes stay out unless asked for.
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "package/LessonOutline.hpp"
 #include "package/LessonPackage.hpp"
 #include "render/Mp4Exporting.hpp"
 
@@ -15,6 +17,8 @@ namespace orvandel::ScormPackage {
 
 struct Options {
     bool withNotes = false;
+    // The page's labels (see PreviewPage::Options::outline).
+    std::optional<LessonOutline::Outline> outline;
 };
 
 // Beside the package, named after it: /a/aula.orv -> /a/aula-scorm.zip.

@@ -27,6 +27,7 @@ _orvandel() {
         --fps) COMPREPLY=($(compgen -W "30 60" -- "$cur")); return ;;
         --quality) COMPREPLY=($(compgen -W "standard high small" -- "$cur")); return ;;
         --mp4) _filedir '@(mp4|MP4|mov|MOV|m4v|M4V)' 2>/dev/null || COMPREPLY=($(compgen -f -- "$cur")); return ;;
+        --deck) _filedir "$decks" 2>/dev/null || COMPREPLY=($(compgen -f -- "$cur")); return ;;
         --out-dir | --cache-dir) _filedir -d 2>/dev/null || COMPREPLY=($(compgen -d -- "$cur")); return ;;
         -o | --output)
             case $command in
@@ -49,10 +50,10 @@ _orvandel() {
         export)
             options+=" -o --output --out-dir -j --jobs --shard --json --mp4 --video --gif --max-part-mib"
             options+=" --renderer --effects --resolution --fps --quality --allow-links-outside --max-memory"
-            options+=" --cache-dir --cache-max --no-cache --chapters --preview"
+            options+=" --cache-dir --cache-max --no-cache --chapters --preview --with-notes"
             ;;
         probe) options+=" --json" ;;
-        preview) options+=" -o --output" ;;
+        preview) options+=" -o --output --with-notes --deck" ;;
         chapters) options+=" --vtt -o --output" ;;
     esac
     if [[ $cur == -* ]]; then

@@ -169,3 +169,19 @@ TEST(PreviewPageTest, WritesTheFolderWholeAndReplacesOnlyAnEarlierPreview) {
     EXPECT_FALSE(fs::exists(dir / "d"));
     EXPECT_TRUE(entriesNamed(dir.path(), ".tmp-").empty());
 }
+
+TEST(PreviewPageTest, NotesOnlyWhenAskedAndNeverAHiddenSlidesAndOneExtraScript) {
+    // Slide 2 has notes but no cue: it is hidden.
+    const LessonPackage::Lesson lesson{
+        "aula.pptx", 12'400'000, kCues, {{1, "Primeiro"}, {2, "Segundo oculto"}, {3, "Terceiro"}}};
+    for (const bool withNotes : {false, true}) {
+        const auto page = PreviewPage::html(lesson, {.withNotes = withNotes});
+        SCOPED_TRACE(withNotes);
+        EXPECT_EQ(page.find("Primeiro") != std::string::npos, withNotes);
+        EXPECT_EQ(page.find("Terceiro") != std::string::npos, withNotes);
+        EXPECT_EQ(page.find("id=\"notes\"") != std::string::npos, withNotes);
+        EXPECT_EQ(page.find("oculto"), std::string::npos);
+    }
+    const auto page = PreviewPage::html(lesson, {.extraScript = "window.lms = '</script>';"});
+    EXPECT_NE(page.find("window.lms = '<\\/script>';\n</script>\n</body>"), std::string::npos);
+}
