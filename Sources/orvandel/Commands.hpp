@@ -19,5 +19,6 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
 void setupProbeCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupPreviewCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupChaptersCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
+void setupH5pCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 
 }  // namespace orvandel::cli

@@ -18,7 +18,9 @@
 #include "base/Numbers.hpp"
 #include "base/ProgressEstimate.hpp"
 #include "base/TemporaryDirectory.hpp"
+#include "deck/SlideTitles.hpp"
 #include "encode/MovieChapters.hpp"
+#include "package/H5pPackage.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
 #include "package/PreviewPage.hpp"
@@ -42,6 +44,7 @@ struct ExportOptions {
     std::string effects = "draw";
     bool chapters = false;
     bool preview = false;
+    bool h5p = false;
     bool allowLinksOutside = false;
     std::string maxMemory;                       // as given
     std::optional<std::int64_t> maxMemoryBytes;  // as read, by dispatchExport
@@ -146,6 +149,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
 
     // The preview comes after minutes of rendering: its folder is checked first.
     if (options.preview) PreviewPage::checkFolder(PreviewPage::defaultFolder(destination));
+    if (options.h5p) H5pPackage::checkDestination(H5pPackage::defaultPath(destination), destination);
 
     ProgressLine line(err);
     RenderHooks hooks{[&](ExportStage stage, double f) { line.update(stage, f); }, interrupt.token(),
@@ -159,11 +163,25 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
                           line.finish();
                           err << "reused " << reused << " of " << slides << " slides from the cache\n";
                       }};
+    // The chapters the export lays out say where each slide appears, which
+    // the H5P's bookmarks need; without --chapters they stay out of the movie.
+    std::vector<Chapter> slideChapters;
+    ChapterWriter chapterWriter;
+    if (options.chapters || options.h5p) {
+        chapterWriter = [&](const std::filesystem::path& in, const std::vector<Chapter>& chapters,
+                            const std::filesystem::path& to, const RenderHooks& h) {
+            slideChapters = chapters;
+            if (options.chapters) return MovieChapters::embed(in, chapters, to, h);
+            std::error_code linkError;
+            std::filesystem::create_hard_link(in, to, linkError);
+            if (linkError) std::filesystem::copy_file(in, to);
+        };
+    }
     OrvExporter::Result result;
     try {
         result = OrvExporter::export_(model, movie, destination, videoMs, gifMs, std::chrono::system_clock::now(),
                                       "orvandel-cli", std::string("orvandel-core/") + ORVANDEL_VERSION, {}, *renderer,
-                                      hooks, options.chapters ? ChapterWriter(MovieChapters::embed) : ChapterWriter());
+                                      hooks, chapterWriter);
     } catch (...) {
         line.finish();
         // Whatever the stage noticed first, an interrupt is reported as one.
@@ -179,6 +197,17 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
         } catch (...) {
             line.finish();
             err << "orvandel: the package was written to " << destination.string() << ", the preview was not\n";
+            if (interrupt.signal()) return interrupt.exitStatus();
+            throw;
+        }
+    }
+    if (options.h5p) {
+        try {
+            H5pPackage::write(destination, H5pPackage::defaultPath(destination), slideChapters,
+                              SlideTitles::titlesBySlide(model), hooks);
+        } catch (...) {
+            line.finish();
+            err << "orvandel: the package was written to " << destination.string() << ", the H5P was not\n";
             if (interrupt.signal()) return interrupt.exitStatus();
             throw;
         }
@@ -204,6 +233,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     if (options.preview) {
         out << "Preview written to " << (PreviewPage::defaultFolder(destination) / PreviewPage::kPage).string() << "\n";
     }
+    if (options.h5p) out << "H5P written to " << H5pPackage::defaultPath(destination).string() << "\n";
     return kExitOk;
 }
 
@@ -230,8 +260,10 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
                                        "names one package or one movie; it cannot go with several decks, a folder "
                                        "or the batch options (--out-dir, -j, --shard, --json)");
         }
-        if (options.chapters || options.preview) {
-            throw CLI::ValidationError(options.chapters ? "--chapters" : "--preview",
+        if (options.chapters || options.preview || options.h5p) {
+            throw CLI::ValidationError(options.chapters  ? "--chapters"
+                                       : options.preview ? "--preview"
+                                                         : "--h5p",
                                        "is for one deck at a time; a batch (several decks, a folder, --out-dir, -j, "
                                        "--shard, --json) does not take it");
         }
@@ -313,6 +345,9 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
     cmd->add_flag("--preview", options->preview,
                   "also write the preview page beside the package, in a folder named after it (aula.orv: "
                   "aula-preview/index.html; see 'orvandel preview --help')");
+    cmd->add_flag("--h5p", options->h5p,
+                  "also write the lesson as an H5P Interactive Video beside the package (aula.orv: aula.h5p), "
+                  "with the slides' titles from the deck; see 'orvandel h5p --help'");
     cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
                 "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n"
                 "  orvandel export aula.pptx --chapters --preview\n"
