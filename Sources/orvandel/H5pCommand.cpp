@@ -37,7 +37,7 @@ int runH5p(const H5pOptions& options, std::ostream& out, std::ostream& err) {
         if (chapters.empty()) {
             err << "orvandel: " << options.package
                 << "'s movie has no chapters to say where each slide appears: the bookmarks come from the "
-                   "cues, and may come a little early on a slide after one that animates by itself (export the "
+                   "cues, and come early after a slide that animates by itself or mixes steps with a video or GIF (export the "
                    "deck with --chapters or --h5p for exact ones)\n";
         }
         H5pPackage::write(options.package, destination, chapters,

@@ -104,9 +104,9 @@ std::vector<Bookmark> bookmarks(const std::vector<Cue>& cues, const std::vector<
         }
         return marks;
     }
-    // A slide ends TimingPolicy::MARGEM after its last cue when nothing
-    // plays by itself before its first step; never later than the next
-    // slide's first cue.
+    // The timing leaves MARGEM after a slide's last block, whose cue is the
+    // slide's last unless the slide animates by itself first or its steps
+    // share it with a video or GIF.
     std::optional<std::int64_t> slide;
     std::int64_t lastCueMs = 0;
     for (const auto& cue : cues) {

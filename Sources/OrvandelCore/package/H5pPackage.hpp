@@ -43,11 +43,12 @@ struct Bookmark {
 // belongs to the slide whose cues fall inside the chapter. Without them the
 // manifest alone cannot tell where a slide appears: the first slide's
 // bookmark is at 0 and every other one where the timing ends the slide
-// before it, TimingPolicy::MARGEM after that slide's last cue (exact unless
-// that slide plays animations by itself before its first step, when the
-// bookmark comes up to RESPIRO + MARGEM early), and never after the slide's
-// own first cue. Labelled titles[slide] when there is one, else the
-// chapter's title, else "Slide N".
+// before it, TimingPolicy::MARGEM after that slide's last cue, and never
+// after the slide's own first cue. That is exact unless the slide before
+// plays animations by itself or mixes steps with a video or GIF; then the
+// bookmark comes early, though after everything that slide cues; never
+// late. Labelled titles[slide] when there is one, else the chapter's title,
+// else "Slide N".
 std::vector<Bookmark> bookmarks(const std::vector<Cue>& cues, const std::vector<Chapter>& chapters,
                                 const std::map<std::int64_t, std::string>& titles);
 
