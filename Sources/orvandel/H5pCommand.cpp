@@ -31,6 +31,7 @@ int runH5p(const H5pOptions& options, std::ostream& out, std::ostream& err) {
     const std::filesystem::path destination = options.output.empty() ? H5pPackage::defaultPath(options.package)
                                                                      : std::filesystem::path(options.output);
     checkFolderExists(destination, "-o");
+    H5pPackage::checkDestination(destination, options.package);
     InterruptGuard interrupt;
     try {
         const auto chapters = movieChapters(options.package);
