@@ -242,6 +242,7 @@ int run(int argc, char** argv, std::ostream& out, std::ostream& err) {
     setupExportCommand(app, action, out, err);
     setupProbeCommand(app, action, out, err);
     setupPreviewCommand(app, action, out, err);
+    setupH5pCommand(app, action, out, err);
     setupChaptersCommand(app, action, out, err);
     setupScormCommand(app, action, out, err);
 

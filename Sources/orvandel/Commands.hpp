@@ -20,5 +20,6 @@ void setupProbeCommand(CLI::App& app, std::function<int()>& action, std::ostream
 void setupPreviewCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupChaptersCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 void setupScormCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
+void setupH5pCommand(CLI::App& app, std::function<int()>& action, std::ostream& out, std::ostream& err);
 
 }  // namespace orvandel::cli

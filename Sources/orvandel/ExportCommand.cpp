@@ -25,6 +25,7 @@
 #include "encode/MovieChapters.hpp"
 #include "package/ChapterList.hpp"
 #include "package/CueInputAssembler.hpp"
+#include "package/H5pPackage.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
 #include "package/PreviewPage.hpp"
@@ -51,6 +52,7 @@ struct ExportOptions {
     bool preview = false;
     bool scorm = false;
     bool withNotes = false;
+    bool h5p = false;
     bool allowLinksOutside = false;
     std::string maxMemory;                       // as given
     std::optional<std::int64_t> maxMemoryBytes;  // as read, by dispatchExport
@@ -156,6 +158,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
     // The preview comes after minutes of rendering: its folder is checked first.
     if (options.preview) PreviewPage::checkFolder(PreviewPage::defaultFolder(destination));
     if (options.scorm) ScormPackage::checkDestination(ScormPackage::defaultPath(destination), destination);
+    if (options.h5p) H5pPackage::checkDestination(H5pPackage::defaultPath(destination), destination);
 
     ProgressLine line(err);
     RenderHooks hooks{[&](ExportStage stage, double f) { line.update(stage, f); }, interrupt.token(),
@@ -169,11 +172,25 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
                           line.finish();
                           err << "reused " << reused << " of " << slides << " slides from the cache\n";
                       }};
+    // The chapters the export lays out say where each slide appears, which
+    // the H5P's bookmarks need; without --chapters they stay out of the movie.
+    std::vector<Chapter> slideChapters;
+    ChapterWriter chapterWriter;
+    if (options.chapters || options.h5p) {
+        chapterWriter = [&](const std::filesystem::path& in, const std::vector<Chapter>& chapters,
+                            const std::filesystem::path& to, const RenderHooks& h) {
+            slideChapters = chapters;
+            if (options.chapters) return MovieChapters::embed(in, chapters, to, h);
+            std::error_code linkError;
+            std::filesystem::create_hard_link(in, to, linkError);
+            if (linkError) std::filesystem::copy_file(in, to);
+        };
+    }
     OrvExporter::Result result;
     try {
         result = OrvExporter::export_(model, movie, destination, videoMs, gifMs, std::chrono::system_clock::now(),
                                       "orvandel-cli", std::string("orvandel-core/") + ORVANDEL_VERSION, {}, *renderer,
-                                      hooks, options.chapters ? ChapterWriter(MovieChapters::embed) : ChapterWriter());
+                                      hooks, chapterWriter);
     } catch (...) {
         line.finish();
         // Whatever the stage noticed first, an interrupt is reported as one.
@@ -221,6 +238,17 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
             throw;
         }
     }
+    if (options.h5p) {
+        try {
+            H5pPackage::write(destination, H5pPackage::defaultPath(destination), slideChapters,
+                              SlideTitles::titlesBySlide(model), hooks);
+        } catch (...) {
+            line.finish();
+            err << "orvandel: the package was written to " << destination.string() << ", the H5P was not\n";
+            if (interrupt.signal()) return interrupt.exitStatus();
+            throw;
+        }
+    }
     line.finish();
 
     out << "Package written to " << destination.string() << "\n";
@@ -244,6 +272,7 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
             << notesNote(options.withNotes) << "\n";
     }
     if (options.scorm) out << "SCORM package written to " << ScormPackage::defaultPath(destination).string() << "\n";
+    if (options.h5p) out << "H5P written to " << H5pPackage::defaultPath(destination).string() << "\n";
     return kExitOk;
 }
 
@@ -270,10 +299,11 @@ int dispatchExport(ExportOptions& options, std::ostream& out, std::ostream& err)
                                        "names one package or one movie; it cannot go with several decks, a folder "
                                        "or the batch options (--out-dir, -j, --shard, --json)");
         }
-        if (options.chapters || options.preview || options.scorm || options.withNotes) {
+        if (options.chapters || options.preview || options.scorm || options.h5p || options.withNotes) {
             throw CLI::ValidationError(options.chapters  ? "--chapters"
                                        : options.preview ? "--preview"
                                        : options.scorm   ? "--scorm"
+                                       : options.h5p     ? "--h5p"
                                                          : "--with-notes",
                                        "is for one deck at a time; a batch (several decks, a folder, --out-dir, -j, "
                                        "--shard, --json) does not take it");
@@ -366,6 +396,9 @@ void setupExportCommand(CLI::App& app, std::function<int()>& action, std::ostrea
     cmd->add_flag("--with-notes", options->withNotes,
                   "with --preview or --scorm: also show the speaker notes of the visible slides on the page (they "
                   "are left out by default; a hidden slide's never appear)");
+    cmd->add_flag("--h5p", options->h5p,
+                  "also write the lesson as an H5P Interactive Video beside the package (aula.orv: aula.h5p), "
+                  "with the slides' titles from the deck; see 'orvandel h5p --help'");
     cmd->footer("Examples:\n  orvandel export aula.pptx --gif 4:3000\n"
                 "  orvandel export aula.pptx -o aula.orv --mp4 aula-gravada.mp4\n"
                 "  orvandel export aula.pptx --chapters --preview\n"
