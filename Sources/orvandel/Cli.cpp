@@ -69,7 +69,7 @@ const CLI::Validator RegularFile(
         if (!S_ISREG(st.st_mode)) return path + " is not a regular file (a FIFO, a socket or a device)";
         return {};
     },
-    "FILE");
+    "");
 
 void checkFolderExists(const std::filesystem::path& file, const std::string& optionName) {
     const auto folder = file.parent_path();

@@ -1,7 +1,7 @@
 # Writes the man page's COMMANDS section (a help2man include file) from each
 # command's own --help, so that the page documents every option as the tool
 # itself does. Run with -DORVANDEL=<the tool> -DOUTPUT=<file>.
-set(commands scan notes prepare plan export probe preview chapters scorm)
+set(commands scan notes prepare plan export probe preview chapters scorm h5p)
 set(text "[COMMANDS]\n")
 foreach(command IN LISTS commands)
   execute_process(COMMAND ${ORVANDEL} ${command} --help OUTPUT_VARIABLE help RESULT_VARIABLE status)

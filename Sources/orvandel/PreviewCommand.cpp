@@ -69,6 +69,7 @@ void setupPreviewCommand(CLI::App& app, std::function<int()>& action, std::ostre
     cmd->add_option("--deck", options->deck,
                     "the deck the package was exported from, to label the steps with the text they bring in "
                     "(without it: the titles of the movie's chapters, else \"Slide N\")")
+        ->type_name("DECK")
         ->check(RegularFile);
     cmd->footer("Example:\n  orvandel preview aula.orv && xdg-open aula-preview/index.html\n");
     cmd->callback(

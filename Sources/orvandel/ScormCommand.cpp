@@ -3,6 +3,9 @@
 #include "Cli.hpp"
 #include "Commands.hpp"
 #include "Interrupt.hpp"
+#include "deck/DeckModel.hpp"
+#include "encode/MovieChapters.hpp"
+#include "package/LessonOutline.hpp"
 #include "package/ScormPackage.hpp"
 
 namespace orvandel::cli {
@@ -13,6 +16,7 @@ struct ScormOptions {
     std::string package;
     std::string output;
     bool withNotes = false;
+    std::string deck;
 };
 
 int runScorm(const ScormOptions& options, std::ostream& out, std::ostream& err) {
@@ -20,7 +24,23 @@ int runScorm(const ScormOptions& options, std::ostream& out, std::ostream& err) 
                                                              : std::filesystem::path(options.output);
     InterruptGuard interrupt;
     try {
-        ScormPackage::write(options.package, zip, {.withNotes = options.withNotes}, {.cancel = interrupt.token()});
+        // The page's labels as the preview's: from the deck when given, else
+        // the movie's chapter titles, else "Slide N".
+        std::vector<Chapter> chapters;
+        try {
+            chapters = MovieChapters::readPackage(options.package);
+        } catch (const Error&) {
+        }
+        const auto cues = LessonPackage::read(options.package).cues;
+        std::optional<LessonOutline::Outline> outline;
+        if (options.deck.empty()) {
+            outline = LessonOutline::fromCues(cues, chapters);
+        } else {
+            DeckModel deck(options.deck);
+            outline = LessonOutline::fromDeck(deck, cues, chapters);
+        }
+        ScormPackage::write(options.package, zip, {.withNotes = options.withNotes, .outline = outline},
+                            {.cancel = interrupt.token()});
     } catch (...) {
         if (!interrupt.signal()) throw;
         err << "orvandel: interrupted; nothing was written\n";
@@ -44,7 +64,13 @@ void setupScormCommand(CLI::App& app, std::function<int()>& action, std::ostream
                     "the ZIP to write (default: beside the package, named after it: aula.orv gives "
                     "aula-scorm.zip); an existing file is replaced")
         ->type_name("FILE");
-    cmd->add_flag("--with-notes", options->withNotes, "show the speaker notes under the movie (left out by default)");
+    cmd->add_flag("--with-notes", options->withNotes,
+                  "show the speaker notes of the visible slides under the movie (left out by default)");
+    cmd->add_option("--deck", options->deck,
+                    "the deck the package was exported from, to label the steps with the text they bring in "
+                    "(without it: the titles of the movie's chapters, else \"Slide N\")")
+        ->type_name("DECK")
+        ->check(RegularFile);
     cmd->footer("Example:\n  orvandel scorm aula.orv -o aula-scorm.zip\n");
     cmd->callback(
         [&action, &out, &err, options] { action = [&out, &err, options] { return runScorm(*options, out, err); }; });

@@ -9,7 +9,7 @@ _orvandel() {
         words=("${COMP_WORDS[@]}")
         cword=$COMP_CWORD
     }
-    local commands="scan notes prepare plan export probe preview chapters"
+    local commands="scan notes prepare plan export probe preview chapters scorm h5p"
     local command="" i
     for ((i = 1; i < cword; i++)); do
         case " $commands " in *" ${words[i]} "*) command="${words[i]}"; break ;; esac
@@ -34,6 +34,8 @@ _orvandel() {
                 export) _filedir orv 2>/dev/null ;;
                 prepare) _filedir pptx 2>/dev/null ;;
                 preview) _filedir -d 2>/dev/null ;;
+                scorm) _filedir zip 2>/dev/null ;;
+                h5p) _filedir h5p 2>/dev/null ;;
                 chapters) _filedir vtt 2>/dev/null ;;
             esac
             [[ ${#COMPREPLY[@]} -gt 0 ]] || COMPREPLY=($(compgen -f -- "$cur"))
@@ -50,10 +52,11 @@ _orvandel() {
         export)
             options+=" -o --output --out-dir -j --jobs --shard --json --mp4 --video --gif --max-part-mib"
             options+=" --renderer --effects --resolution --fps --quality --allow-links-outside --max-memory"
-            options+=" --cache-dir --cache-max --no-cache --chapters --preview --with-notes"
+            options+=" --cache-dir --cache-max --no-cache --chapters --preview --scorm --h5p --with-notes"
             ;;
         probe) options+=" --json" ;;
-        preview) options+=" -o --output --with-notes --deck" ;;
+        preview | scorm) options+=" -o --output --with-notes --deck" ;;
+        h5p) options+=" -o --output --deck" ;;
         chapters) options+=" --vtt -o --output" ;;
     esac
     if [[ $cur == -* ]]; then
@@ -61,7 +64,7 @@ _orvandel() {
         return
     fi
     case $command in
-        probe | preview | chapters) _filedir orv 2>/dev/null || COMPREPLY=($(compgen -f -- "$cur")) ;;
+        probe | preview | chapters | scorm | h5p) _filedir orv 2>/dev/null || COMPREPLY=($(compgen -f -- "$cur")) ;;
         export) _filedir "$decks" 2>/dev/null || COMPREPLY=($(compgen -f -- "$cur")) ;;
         *) _filedir "$decks" 2>/dev/null || COMPREPLY=($(compgen -f -- "$cur")) ;;
     esac
