@@ -7,6 +7,8 @@
 #include <system_error>
 #include <vector>
 
+#include "deck/DeckModel.hpp"
+#include "package/LessonOutline.hpp"
 #include "package/PreviewPage.hpp"
 
 namespace orvandel::LessonPreview {
@@ -35,14 +37,22 @@ fs::path folderFor(const fs::path& root, const fs::path& orv) {
     return root / (orv.stem().string() + "-" + digest.toStdString());
 }
 
-fs::path prepare(const fs::path& root, const fs::path& orv, const CancellationToken& cancel) {
+fs::path prepare(const fs::path& root, const fs::path& orv, const fs::path& deck, const CancellationToken& cancel) {
     const fs::path folder = folderFor(root, orv);
     std::error_code ec;
     const auto page = fs::last_write_time(folder / PreviewPage::kPage, ec);
     const bool upToDate = !ec && page >= fs::last_write_time(orv);
     if (!upToDate) {
         fs::create_directories(root);
-        PreviewPage::write(orv, folder, {.cancel = cancel});
+        const auto outline = [&deck](const LessonPackage::Lesson& lesson) {
+            try {
+                DeckModel model(deck);
+                return LessonOutline::fromDeck(model, lesson.cues);
+            } catch (const std::exception&) {
+                return LessonOutline::fromCues(lesson.cues);
+            }
+        };
+        PreviewPage::write(orv, folder, {}, outline, {.cancel = cancel});
     }
     // Touched, so that the preview being watched is the newest.
     fs::last_write_time(folder, fs::file_time_type::clock::now(), ec);

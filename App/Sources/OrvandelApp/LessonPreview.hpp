@@ -17,9 +17,11 @@ inline constexpr int kKept = 3;
 std::filesystem::path folderFor(const std::filesystem::path& root, const std::filesystem::path& orv);
 
 // The preview of `orv`, written under `root` unless an up-to-date one is
-// there; the older folders beyond kKept are removed. Throws what
-// PreviewPage::write throws. Slow (it copies the movie): off the GUI thread.
+// there; the older folders beyond kKept are removed. `deck`, the deck it was
+// exported from, names the page's rows after what the student sees (a deck
+// that cannot be read leaves them "Slide N"). Throws what PreviewPage::write
+// throws. Slow (it copies the movie): off the GUI thread.
 std::filesystem::path prepare(const std::filesystem::path& root, const std::filesystem::path& orv,
-                              const CancellationToken& cancel);
+                              const std::filesystem::path& deck, const CancellationToken& cancel);
 
 }  // namespace orvandel::LessonPreview

@@ -107,9 +107,10 @@ void ResultPanel::open(Target target) {
     preparing_ = true;
     say(ShellCopy::kPreparing, false);
     refresh();
-    preparation_.start([root = previewRoot_, orv = outcome->orvPath, cancel = cancel_, target]() -> Prepared {
+    const std::filesystem::path deck = session_.deckPath().value_or(std::filesystem::path());
+    preparation_.start([root = previewRoot_, orv = outcome->orvPath, deck, cancel = cancel_, target]() -> Prepared {
         try {
-            return {LessonPreview::prepare(root, orv, cancel), target, false};
+            return {LessonPreview::prepare(root, orv, deck, cancel), target, false};
         } catch (const PackagedMovie::MovieError&) {
             return {std::nullopt, target, true};
         } catch (const PptxArchive::ArchiveError&) {
