@@ -9,6 +9,7 @@
 #include "base/AtomicFolder.hpp"
 #include "base/Bytes.hpp"
 #include "container/PptxArchive.hpp"
+#include "container/XMLEmitter.hpp"
 #include "package/PackagedMovie.hpp"
 
 namespace orvandel::PreviewPage {
@@ -375,20 +376,6 @@ constexpr std::string_view kNotesPanel = R"html(    <section id="notes-panel" cl
     </section>
 )html";
 
-std::string escapedHtml(std::string_view text) {
-    std::string out;
-    for (const char c : text) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
-        }
-    }
-    return out;
-}
-
 void replaceAll(std::string& text, std::string_view what, std::string_view with) {
     for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size())) {
         text.replace(at, what.size(), with);
@@ -466,7 +453,7 @@ std::string html(const LessonPackage::Lesson& lesson, const Options& options) {
     if (title.empty()) title = "Aula";
     // One pass over the template: text filled in is never searched again.
     const std::map<std::string_view, std::string> values{{"GENERATOR", std::string(kGenerator)},
-                                                         {"TITLE", escapedHtml(title)},
+                                                         {"TITLE", XMLEmitter::escapeAttribute(title)},
                                                          {"NOTES", options.withNotes ? std::string(kNotesPanel) : ""},
                                                          {"DATA", json},
                                                          {"EXTRA", extra}};

@@ -2,25 +2,13 @@
 
 #include <cstdint>
 
+#include "container/XMLEmitter.hpp"
+
 namespace orvandel::ScormManifest {
 
 namespace {
 
 constexpr std::size_t kTitleCharacters = 200;
-
-std::string escaped(std::string_view text) {
-    std::string out;
-    for (const char c : text) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            default: out += c;
-        }
-    }
-    return out;
-}
 
 // The title as XML may carry it and SCORM allows: control characters other
 // than tab and line breaks become spaces (XML 1.0 has no way to write them),
@@ -47,7 +35,7 @@ std::string titleText(std::string_view title) {
 }  // namespace
 
 std::string xml(std::string_view title, std::string_view identifier, const std::vector<std::string>& files) {
-    const std::string name = escaped(titleText(title));
+    const std::string name = XMLEmitter::escapeAttribute(titleText(title));
     std::string out =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<manifest identifier=\"" +
@@ -77,8 +65,8 @@ std::string xml(std::string_view title, std::string_view identifier, const std::
         "  </organizations>\n"
         "  <resources>\n"
         "    <resource identifier=\"sco\" type=\"webcontent\" adlcp:scormtype=\"sco\" href=\"" +
-        escaped(files.empty() ? std::string() : files.front()) + "\">\n";
-    for (const auto& file : files) out += "      <file href=\"" + escaped(file) + "\"/>\n";
+        XMLEmitter::escapeAttribute(files.empty() ? std::string() : files.front()) + "\">\n";
+    for (const auto& file : files) out += "      <file href=\"" + XMLEmitter::escapeAttribute(file) + "\"/>\n";
     out += "    </resource>\n  </resources>\n</manifest>\n";
     return out;
 }
