@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -11,7 +12,7 @@
 #include "Commands.hpp"
 #include "DeckConversion.hpp"
 #include "Interrupt.hpp"
-#include "PreviewNote.hpp"
+#include "LessonLabels.hpp"
 #include "RendererChoice.hpp"
 #include "VideoOptions.hpp"
 #include "base/ByteSize.hpp"
@@ -19,12 +20,8 @@
 #include "base/Numbers.hpp"
 #include "base/ProgressEstimate.hpp"
 #include "base/TemporaryDirectory.hpp"
-#include "deck/DeckScanner.hpp"
-#include "deck/LengthRules.hpp"
 #include "deck/SlideTitles.hpp"
 #include "encode/MovieChapters.hpp"
-#include "package/ChapterList.hpp"
-#include "package/CueInputAssembler.hpp"
 #include "package/H5pPackage.hpp"
 #include "package/ManifestReader.hpp"
 #include "package/OrvExporter.hpp"
@@ -172,11 +169,12 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
                           line.finish();
                           err << "reused " << reused << " of " << slides << " slides from the cache\n";
                       }};
-    // The chapters the export lays out say where each slide appears, which
-    // the H5P's bookmarks need; without --chapters they stay out of the movie.
+    // The chapters the export lays out say where each slide appears and its
+    // title, which the pages' outline and the H5P's bookmarks need; without
+    // --chapters they stay out of the movie.
     std::vector<Chapter> slideChapters;
     ChapterWriter chapterWriter;
-    if (options.chapters || options.h5p) {
+    if (options.chapters || options.preview || options.scorm || options.h5p) {
         chapterWriter = [&](const std::filesystem::path& in, const std::vector<Chapter>& chapters,
                             const std::filesystem::path& to, const RenderHooks& h) {
             slideChapters = chapters;
@@ -200,55 +198,42 @@ int runExport(const ExportOptions& options, std::ostream& out, std::ostream& err
         }
         throw;
     }
-    // The pages' labels come from the deck; slides start where the chapters
-    // would, with the lengths the export used (its GIFs' own where none was given).
+    // The pages' labels come from the deck, their slides start where the export laid them out.
     const auto outline = [&](const LessonPackage::Lesson& lesson) {
-        std::vector<Chapter> chapters;
-        try {
-            const auto given = DeckScanner::report(model, videoMs, gifMs);
-            const auto used = LengthRules::apply(given, videoMs, gifMs, LengthRules::Unused::refuse);
-            chapters =
-                ChapterList::chapters(CueInputAssembler::cueInputs(DeckScanner::report(model, used.videoMs, used.gifMs),
-                                                                   used.videoMs, used.gifMs),
-                                      SlideTitles::titlesBySlide(model));
-        } catch (const Error&) {
-        }
-        return LessonOutline::fromDeck(model, lesson.cues, chapters);
+        return LessonOutline::fromDeck(model, lesson.cues, slideChapters);
     };
-    if (options.preview) {
+    // What goes beside the package comes after it: a failure there leaves the package.
+    const auto beside = [&](const char* what, const std::function<void()>& write) -> std::optional<int> {
         try {
+            write();
+        } catch (...) {
+            line.finish();
+            err << "orvandel: the package was written to " << destination.string() << ", " << what << " was not\n";
+            if (interrupt.signal()) return interrupt.exitStatus();
+            throw;
+        }
+        return std::nullopt;
+    };
+    std::optional<int> status;
+    if (options.preview) {
+        status = beside("the preview", [&] {
             PreviewPage::write(destination, PreviewPage::defaultFolder(destination), {.withNotes = options.withNotes},
                                outline, hooks);
-        } catch (...) {
-            line.finish();
-            err << "orvandel: the package was written to " << destination.string() << ", the preview was not\n";
-            if (interrupt.signal()) return interrupt.exitStatus();
-            throw;
-        }
+        });
     }
-    if (options.scorm) {
-        try {
+    if (!status && options.scorm) {
+        status = beside("the SCORM package", [&] {
             ScormPackage::write(destination, ScormPackage::defaultPath(destination),
-                                {.withNotes = options.withNotes, .outline = outline(LessonPackage::read(destination))},
-                                hooks);
-        } catch (...) {
-            line.finish();
-            err << "orvandel: the package was written to " << destination.string() << ", the SCORM package was not\n";
-            if (interrupt.signal()) return interrupt.exitStatus();
-            throw;
-        }
+                                {.withNotes = options.withNotes, .outline = outline}, hooks);
+        });
     }
-    if (options.h5p) {
-        try {
+    if (!status && options.h5p) {
+        status = beside("the H5P", [&] {
             H5pPackage::write(destination, H5pPackage::defaultPath(destination), slideChapters,
                               SlideTitles::titlesBySlide(model), hooks);
-        } catch (...) {
-            line.finish();
-            err << "orvandel: the package was written to " << destination.string() << ", the H5P was not\n";
-            if (interrupt.signal()) return interrupt.exitStatus();
-            throw;
-        }
+        });
     }
+    if (status) return *status;
     line.finish();
 
     out << "Package written to " << destination.string() << "\n";

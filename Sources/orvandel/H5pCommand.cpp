@@ -3,8 +3,8 @@
 #include "Cli.hpp"
 #include "Commands.hpp"
 #include "Interrupt.hpp"
+#include "LessonLabels.hpp"
 #include "deck/SlideTitles.hpp"
-#include "encode/MovieChapters.hpp"
 #include "package/H5pPackage.hpp"
 
 namespace orvandel::cli {
@@ -16,16 +16,6 @@ struct H5pOptions {
     std::string output;
     std::string deck;
 };
-
-// The chapters of an export with --chapters, which say where each slide
-// appears; none when the movie has none.
-std::vector<Chapter> movieChapters(const std::string& package) {
-    try {
-        return MovieChapters::readPackage(package);
-    } catch (const MovieChapters::ChaptersError&) {
-        return {};
-    }
-}
 
 int runH5p(const H5pOptions& options, std::ostream& out, std::ostream& err) {
     const std::filesystem::path destination = options.output.empty() ? H5pPackage::defaultPath(options.package)

@@ -3,9 +3,7 @@
 #include "Cli.hpp"
 #include "Commands.hpp"
 #include "Interrupt.hpp"
-#include "PreviewNote.hpp"
-#include "deck/DeckModel.hpp"
-#include "encode/MovieChapters.hpp"
+#include "LessonLabels.hpp"
 #include "package/PreviewPage.hpp"
 
 namespace orvandel::cli {
@@ -25,15 +23,7 @@ int runPreview(const PreviewOptions& options, std::ostream& out, std::ostream& e
     InterruptGuard interrupt;
     try {
         const auto outline = [&](const LessonPackage::Lesson& lesson) {
-            // The titles of the movie's chapters, where an export put them; a movie without any is fine.
-            std::vector<Chapter> chapters;
-            try {
-                chapters = MovieChapters::readPackage(options.package);
-            } catch (const Error&) {
-            }
-            if (options.deck.empty()) return LessonOutline::fromCues(lesson.cues, chapters);
-            DeckModel deck(options.deck);
-            return LessonOutline::fromDeck(deck, lesson.cues, chapters);
+            return outlineOf(options.package, options.deck, lesson.cues);
         };
         PreviewPage::write(options.package, folder, {.withNotes = options.withNotes}, outline,
                            {.cancel = interrupt.token()});

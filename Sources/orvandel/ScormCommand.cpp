@@ -3,9 +3,7 @@
 #include "Cli.hpp"
 #include "Commands.hpp"
 #include "Interrupt.hpp"
-#include "deck/DeckModel.hpp"
-#include "encode/MovieChapters.hpp"
-#include "package/LessonOutline.hpp"
+#include "LessonLabels.hpp"
 #include "package/ScormPackage.hpp"
 
 namespace orvandel::cli {
@@ -24,21 +22,9 @@ int runScorm(const ScormOptions& options, std::ostream& out, std::ostream& err) 
                                                              : std::filesystem::path(options.output);
     InterruptGuard interrupt;
     try {
-        // The page's labels as the preview's: from the deck when given, else
-        // the movie's chapter titles, else "Slide N".
-        std::vector<Chapter> chapters;
-        try {
-            chapters = MovieChapters::readPackage(options.package);
-        } catch (const Error&) {
-        }
-        const auto cues = LessonPackage::read(options.package).cues;
-        std::optional<LessonOutline::Outline> outline;
-        if (options.deck.empty()) {
-            outline = LessonOutline::fromCues(cues, chapters);
-        } else {
-            DeckModel deck(options.deck);
-            outline = LessonOutline::fromDeck(deck, cues, chapters);
-        }
+        const auto outline = [&](const LessonPackage::Lesson& lesson) {
+            return outlineOf(options.package, options.deck, lesson.cues);
+        };
         ScormPackage::write(options.package, zip, {.withNotes = options.withNotes, .outline = outline},
                             {.cancel = interrupt.token()});
     } catch (...) {

@@ -42,9 +42,11 @@ std::vector<std::pair<std::string, std::string>> textEntries(const LessonPackage
         {"imsmanifest.xml", ScormManifest::xml(title, identifier(lesson), {PreviewPage::kPage, PreviewPage::kMovie})}};
     for (const auto& schema : ScormSchemas::files()) entries.emplace_back(schema.name, schema.bytes);
     // The page leaves the notes out (and always a hidden slide's) as the preview does.
-    entries.emplace_back(PreviewPage::kPage, PreviewPage::html(lesson, {.withNotes = options.withNotes,
-                                                                        .outline = options.outline,
-                                                                        .extraScript = ScormScript::script(lesson)}));
+    entries.emplace_back(PreviewPage::kPage,
+                         PreviewPage::html(lesson, {.withNotes = options.withNotes,
+                                                    .outline = options.outline ? std::optional(options.outline(lesson))
+                                                                               : std::nullopt,
+                                                    .extraScript = ScormScript::script(lesson)}));
     return entries;
 }
 

@@ -4,7 +4,7 @@
 // the root, the lesson page (PreviewPage's, made a SCO by ScormScript) and
 // the movie beside it. Speaker notes stay out unless asked for.
 #include <filesystem>
-#include <optional>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,8 +17,9 @@ namespace orvandel::ScormPackage {
 
 struct Options {
     bool withNotes = false;
-    // The page's labels (see PreviewPage::Options::outline).
-    std::optional<LessonOutline::Outline> outline;
+    // Asked for the page's labels once the package is read (see
+    // PreviewPage::Options::outline); empty: those of the cues alone.
+    std::function<LessonOutline::Outline(const LessonPackage::Lesson&)> outline;
 };
 
 // Beside the package, named after it: /a/aula.orv -> /a/aula-scorm.zip.
