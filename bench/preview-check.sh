@@ -19,9 +19,6 @@ build=${BUILD:-build}
 
 . bench/browser/setup.sh
 browser_setup preview-check ORVANDEL_WITH_PREVIEW orvandel
-if [ ! -d bench/browser/node_modules/axe-core ]; then
-  (cd bench/browser && npm install --silent --no-audit --no-fund --no-save playwright-core@1 axe-core@4 >/dev/null)
-fi
 
 if [ $# -eq 0 ]; then set -- examples/aula-exemplo.pptx --gif 4:3000; fi
 deck=$1

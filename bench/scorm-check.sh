@@ -16,10 +16,6 @@ build=${BUILD:-build}
 
 . bench/browser/setup.sh
 browser_setup scorm-check ORVANDEL_WITH_PREVIEW orvandel
-if [ ! -d bench/browser/node_modules/scorm-again ]; then
-  # Both at once: an install without a package.json drops what it was not asked for.
-  (cd bench/browser && npm install --silent --no-audit --no-fund --no-save playwright-core@1 scorm-again@3 >/dev/null)
-fi
 
 if [ $# -eq 0 ]; then set -- examples/aula-exemplo.pptx --gif 4:3000; fi
 deck=$1
